@@ -1,0 +1,43 @@
+# What `cmake --install` puts in place: headers, libraries, the CMake package `tarn_sdk` and a
+# pkg-config module per library.
+include(CMakePackageConfigHelpers)
+
+set(tarn_installed_targets tarn_sdk)
+install(DIRECTORY include/tarn include/tsignal DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+if(TARN_BUILD_KIT)
+    list(APPEND tarn_installed_targets tarn_kit)
+    install(DIRECTORY kit/include/tarn_kit DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+    set_target_properties(tarn_kit PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
+
+set(tarn_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/tarn_sdk")
+install(TARGETS ${tarn_installed_targets} EXPORT tarn_sdkTargets)
+install(
+    EXPORT tarn_sdkTargets
+    NAMESPACE tarn::
+    DESTINATION "${tarn_package_dir}")
+
+configure_package_config_file(cmake/tarn_sdkConfig.cmake.in "${PROJECT_BINARY_DIR}/tarn_sdkConfig.cmake"
+                              INSTALL_DESTINATION "${tarn_package_dir}")
+# While the version is 0.x, a consumer of 0.1 must not get 0.2.
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/tarn_sdkConfigVersion.cmake"
+                                 COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/tarn_sdkConfig.cmake"
+              "${PROJECT_BINARY_DIR}/tarn_sdkConfigVersion.cmake" DESTINATION "${tarn_package_dir}")
+
+# tarn_pkg_config(<module> <description> <requires>): installs <module>.pc, relocatable with its prefix.
+function(tarn_pkg_config module description requires)
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY
+               "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE prefix_from_pc)
+    set(pc_module "${module}")
+    set(pc_description "${description}")
+    set(pc_requires "${requires}")
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/module.pc.in" "${PROJECT_BINARY_DIR}/${module}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/${module}.pc"
+            DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endfunction()
+
+tarn_pkg_config(tarn_sdk "${PROJECT_DESCRIPTION}" "")
+if(TARN_BUILD_KIT)
+    tarn_pkg_config(tarn_kit "Ready-made parts on top of tarn_sdk" "tarn_sdk = ${PROJECT_VERSION}")
+endif()

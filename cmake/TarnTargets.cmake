@@ -1,0 +1,49 @@
+# What every target of this project has in common.
+
+# tarn_target(<target>): C++17 without extensions, hidden symbols, and the project's warnings.
+function(tarn_target target)
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    set_target_properties(
+        ${target}
+        PROPERTIES CXX_EXTENSIONS OFF
+                   CXX_VISIBILITY_PRESET hidden
+                   VISIBILITY_INLINES_HIDDEN ON)
+    if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND PROJECT_IS_TOP_LEVEL)
+        target_compile_options(
+            ${target}
+            PRIVATE -Wall
+                    -Wextra
+                    -Wpedantic
+                    -Wshadow
+                    -Wconversion
+                    -Wsign-conversion
+                    -Wold-style-cast
+                    -Woverloaded-virtual
+                    -Wnon-virtual-dtor
+                    -Wcast-align
+                    -Wcast-qual
+                    -Wformat=2
+                    -Wnull-dereference
+                    -Wundef
+                    -Wdouble-promotion)
+        if(TARN_WARNINGS_AS_ERRORS)
+            target_compile_options(${target} PRIVATE -Werror)
+        endif()
+    endif()
+endfunction()
+
+# tarn_library(<target> <alias>): a shared library of this project, with its version and soname.
+# While the version is 0.x, each minor release may break the binary interface, so the soname names it.
+function(tarn_library target alias)
+    add_library(${target} SHARED)
+    add_library(${alias} ALIAS ${target})
+    tarn_target(${target})
+    set_target_properties(
+        ${target} PROPERTIES VERSION ${PROJECT_VERSION}
+                             SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+    if(UNIX AND NOT APPLE)
+        set(map "${PROJECT_SOURCE_DIR}/cmake/private.map")
+        target_link_options(${target} PRIVATE "LINKER:--version-script=${map}")
+        set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${map}")
+    endif()
+endfunction()

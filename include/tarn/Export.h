@@ -1,0 +1,12 @@
+#pragma once
+
+/// Marks what `libtarn_sdk` exports; everything else in the library is hidden.
+#if defined(_WIN32)
+#if defined(TARN_BUILDING_SDK)
+#define TARN_EXPORT __declspec(dllexport)
+#else
+#define TARN_EXPORT __declspec(dllimport)
+#endif
+#else
+#define TARN_EXPORT __attribute__((visibility("default")))
+#endif

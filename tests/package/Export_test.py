@@ -1,0 +1,55 @@
+"""A library exports its public classes and functions, and nothing else.
+
+usage: Export_test.py LIBRARY HEADER_DIR
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+
+library, header_dir = sys.argv[1:]
+headers = "\n".join(path.read_text(encoding="utf-8")
+                    for path in pathlib.Path(header_dir).glob("*.h") if path.stem != "Export")
+export = r"TARN(?:_KIT)?_EXPORT"
+classes = set(re.findall(rf"class {export} (\w+)", headers))
+functions = set(re.findall(rf"^{export} [^;{{(]*?(operator\S|\w+)\(", headers, re.MULTILINE))
+if not classes and not functions:
+    sys.exit("the headers export nothing: this check would pass on anything")
+
+named = "|".join(sorted(classes))
+called = "|".join(re.escape(name) for name in sorted(functions))
+scope = r"tarn::(?:kit::)?"
+public = [
+    re.compile(rf"{scope}(?:{named})::~?\w+(?:\[abi:\w+\])?\(.*\)(?: const)?(?: &)?"),
+    re.compile(rf"{scope}(?:{named})::operator\S+\(.*\)(?: const)?"),
+    re.compile(rf"(?:vtable|typeinfo|typeinfo name) for {scope}(?:{named})\*?"),
+    re.compile(rf"{scope}(?:{called})(?:\[abi:\w+\])?\(.*\)") if called else re.compile(r"(?!)"),
+]
+
+
+def is_public(name):
+    return "PrivateData" not in name and any(pattern.fullmatch(name) for pattern in public)
+
+
+def is_weak_standard(kind, name):
+    """Instances of the standard library's templates, which it makes visible by itself."""
+    name = re.sub(r"^decltype \(.*?\)+ (?=std::)", "", name)
+    return kind in "WVu" and re.search(r"(?:^|[\s*&])(?:std|__gnu_cxx)::", name.split("(")[0])
+
+
+def symbols():
+    lines = subprocess.run(["nm", "--dynamic", "--defined-only", "--demangle", library],
+                           check=True, capture_output=True, text=True).stdout.splitlines()
+    for line in lines:
+        _, kind, name = line.split(" ", 2)
+        yield kind, name
+
+
+found = list(symbols())
+if not any(is_public(name) for _, name in found):
+    sys.exit(f"no public symbol found in {library}")
+foreign = [f"{kind} {name}" for kind, name in found
+           if not is_public(name) and not is_weak_standard(kind, name)]
+print(f"{len(found)} symbols checked against {len(classes)} classes and {len(functions)} functions")
+sys.exit("exported, but not public:\n" + "\n".join(foreign) if foreign else 0)

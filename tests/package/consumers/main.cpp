@@ -1,0 +1,33 @@
+// What a host does first: includes everything, links objects, hears a take move. Exits 0 when all
+// of it works. With the kit it also reads a take.
+#include <tarn/tarn.h>
+#ifdef WITH_KIT
+#include <tarn_kit/Bvh.h>
+
+#include <sstream>
+#endif
+
+#include <iostream>
+
+int main() {
+    tarn::Object scene("scene");
+    tarn::Object character("character");
+    scene.addChild(&character);
+
+    tarn::Tracks take;
+    int heard = -1;
+    take.onCurrentTimeChanged().connect([&heard](int index) { heard = index; });
+    take.setFps(120);
+    take.setCurrentTime(60);
+    std::cout << scene.children().size() << " child, frame " << heard << " is "
+              << tarn::to_string(take.getTime(heard)) << '\n';
+
+#ifdef WITH_KIT
+    std::istringstream file("HIERARCHY ROOT Hips\n{ OFFSET 0 0 0 CHANNELS 1 Yrotation }\n"
+                            "MOTION Frames: 1 Frame Time: 0.01\n90\n");
+    if (tarn::kit::readBvh(file).tracks->fps() != 100) {
+        return 1;
+    }
+#endif
+    return character.parent() == &scene && heard == 60 ? 0 : 1;
+}

@@ -1,0 +1,17 @@
+"""A host built with pkg-config and the bare compiler.
+
+usage: pkg_config_test.py COMPILER PREFIX WORK_DIR
+"""
+
+import pathlib
+import sys
+
+import installed
+
+compiler, prefix, work = sys.argv[1:]
+source = pathlib.Path(__file__).parent / "consumers" / "main.cpp"
+output = installed.build_and_run(
+    compiler, prefix, source, pathlib.Path(work) / "consumer", ["tarn_kit", "tarn_sdk"], ["WITH_KIT"])
+expected = "1 child, frame 60 is 0:0:0 60.0\n"
+if output != expected:
+    sys.exit(f"expected {expected!r}, got {output!r}")
