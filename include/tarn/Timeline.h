@@ -1,0 +1,43 @@
+#pragma once
+
+#include <tarn/Export.h>
+#include <tarn/Frame.h>
+#include <tarn/Time.h>
+
+#include <map>
+#include <memory>
+
+namespace tarn {
+
+/// Everything known at one instant: at most one frame per data type. A value: copies share the
+/// frames with the original.
+class TARN_EXPORT Timeline {
+public:
+    explicit Timeline(const Time& time = Time());
+    Timeline(const Timeline& other);
+    /// Copies the time and exchanges the frames.
+    Timeline(Timeline&& other) noexcept;
+    Timeline& operator=(const Timeline& other);
+    /// Copies the time and exchanges the frames: `other` ends up with the frames held here before.
+    Timeline& operator=(Timeline&& other) noexcept;
+    ~Timeline();
+
+    const Time& time() const;
+
+    /// Shares `frame` under its data type, in place of any frame there. Its own time is not
+    /// compared with the timeline's. Precondition: `frame` is not empty.
+    void addFrame(std::shared_ptr<Frame> frame);
+    /// The frame of a data type; an empty pointer if there is none, and then the data type gets an
+    /// entry that holds an empty pointer. `frames()` reads without creating entries.
+    std::shared_ptr<Frame> frame(int dataType);
+    /// Empties the entry of a data type; the entry itself stays, and is created if there was none.
+    void removeFrame(int dataType);
+    /// All entries by data type; some may hold an empty pointer.
+    const std::map<int, std::shared_ptr<Frame>>& frames() const;
+
+private:
+    Time time_;
+    std::map<int, std::shared_ptr<Frame>> frames_;
+};
+
+} // namespace tarn
