@@ -1,0 +1,29 @@
+#include <tarn/Joint.h>
+
+#include "core/TypedLinks.h"
+
+namespace tarn {
+
+struct Joint::PrivateData {
+    std::string name;
+};
+
+Joint::Joint(const std::string& name) : d_(std::make_unique<PrivateData>()) {
+    d_->name = name;
+}
+
+Joint::~Joint() = default;
+
+std::string Joint::name() const {
+    return d_->name;
+}
+
+Joint* Joint::parentJoint() const {
+    return typedParent<Joint>(*this);
+}
+
+std::list<Joint*> Joint::childrenJoints() const {
+    return typedChildren<Joint>(*this);
+}
+
+} // namespace tarn
