@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+
+namespace tarn {
+
+/// Makes `content` the content of the named file in one step, as `Settings::saveSettingsToFile`
+/// promises. Returns false on any failure; a regular file is then as it was, or still missing.
+bool replaceFile(const std::string& fileName, const std::string& content);
+
+} // namespace tarn
