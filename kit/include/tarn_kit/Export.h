@@ -1,0 +1,12 @@
+#pragma once
+
+/// Marks what `libtarn_kit` exports; everything else in the library is hidden.
+#if defined(_WIN32)
+#if defined(TARN_KIT_BUILDING)
+#define TARN_KIT_EXPORT __declspec(dllexport)
+#else
+#define TARN_KIT_EXPORT __declspec(dllimport)
+#endif
+#else
+#define TARN_KIT_EXPORT __attribute__((visibility("default")))
+#endif

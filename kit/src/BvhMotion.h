@@ -1,0 +1,13 @@
+#pragma once
+
+#include "TextScanner.h"
+
+#include <tarn_kit/Bvh.h>
+
+namespace tarn::kit {
+
+/// Reads the second half of a BVH file, what follows the word MOTION, into `take`, which has its
+/// rig: everything but the name of the tracks.
+void readMotion(TextScanner& scanner, BvhTake& take);
+
+} // namespace tarn::kit
