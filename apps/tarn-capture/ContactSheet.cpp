@@ -1,0 +1,106 @@
+#include "ContactSheet.h"
+
+#include "FigureGrid.h"
+#include "Motion.h"
+#include "RootPath.h"
+#include "Text.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <string>
+
+namespace tarn::capture {
+
+namespace {
+
+constexpr double pageWidth = 1800;
+constexpr double margin = 60;
+constexpr double contentWidth = pageWidth - 2 * margin;
+constexpr double titleHeight = 130;
+constexpr double sectionGap = 30;
+constexpr double footLine = 28;
+constexpr int instantCount = 8;
+const std::string guessPrefix = "Guessed: ";
+
+constexpr Font titleFont{42, true};
+constexpr Font factsFont{22};
+constexpr Font footFont{17};
+
+std::string factsOf(const Take& take) {
+    const auto joints = static_cast<std::size_t>(take.rig().jointCount());
+    return fmt::format("{} at {} per second, {:.3f} s; {}; body height {}",
+                       counted(static_cast<std::size_t>(take.frameCount()), "frame"), take.rate(),
+                       take.duration(), counted(joints, "joint"),
+                       lengthText(take.bodyHeight(), take.unit()));
+}
+
+/// The content of the page. Not to be moved: its parts refer to each other.
+class Sheet {
+public:
+    Sheet(const Take& take, const std::vector<Recorder::Shown>& shown)
+        : title_(take.name()), facts_(factsOf(take)), guesses_(take.guesses()),
+          motion_(summarize(take, shown, instantCount)), figures_(take, motion_, contentWidth),
+          path_(take, motion_, contentWidth) {}
+    Sheet(const Sheet&) = delete;
+    Sheet& operator=(const Sheet&) = delete;
+    ~Sheet() = default;
+
+    double height() const {
+        return margin + titleHeight + figures_.height() + sectionGap + path_.height() +
+               static_cast<double>(guesses_.size()) * footLine + margin;
+    }
+
+    std::string description() const {
+        std::string text = facts_;
+        for (std::size_t i = 0; i < motion_.instants.size(); ++i) {
+            text += fmt::format("\nPose {}: {}", i + 1, captionOf(motion_.instants[i]));
+        }
+        for (const std::string& guess : guesses_) {
+            text += "\n" + guessPrefix + guess;
+        }
+        return text;
+    }
+
+    void draw(Canvas& canvas) const {
+        Point at{margin, margin};
+        drawTitle(canvas, at);
+        at.y += titleHeight;
+        figures_.draw(canvas, at);
+        at.y += figures_.height() + sectionGap;
+        path_.draw(canvas, at);
+        at.y += path_.height();
+        drawGuesses(canvas, at);
+    }
+
+private:
+    void drawTitle(Canvas& canvas, Point at) const {
+        canvas.text({at.x, at.y + titleFont.size}, canvas.fitted(title_, titleFont, contentWidth),
+                    titleFont, Align::left, colours::ink);
+        canvas.text({at.x, at.y + 86}, facts_, factsFont, Align::left, colours::note);
+    }
+
+    void drawGuesses(Canvas& canvas, Point at) const {
+        for (const std::string& guess : guesses_) {
+            at.y += footLine;
+            canvas.text(at, guessPrefix + guess, footFont, Align::left, colours::note);
+        }
+    }
+
+    std::string title_;
+    std::string facts_;
+    std::vector<std::string> guesses_;
+    Motion motion_;
+    FigureGrid figures_;
+    RootPath path_;
+};
+
+} // namespace
+
+Picture contactSheet(const Take& take, const std::vector<Recorder::Shown>& shown) {
+    const auto sheet = std::make_shared<const Sheet>(take, shown);
+    return {pageWidth, sheet->height(), take.name(), sheet->description(),
+            [sheet](Canvas& canvas) { sheet->draw(canvas); }};
+}
+
+} // namespace tarn::capture

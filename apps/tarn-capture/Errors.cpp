@@ -1,0 +1,17 @@
+#include "Errors.h"
+
+#include "Text.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+
+namespace tarn::capture {
+
+void reportError(std::string_view reason) {
+    std::fflush(stdout); // on a terminal, what was printed before comes before
+    // Nobody is left to tell when this fails.
+    std::fputs(fmt::format("tarn-capture: {}\n", printable(reason)).c_str(), stderr);
+}
+
+} // namespace tarn::capture

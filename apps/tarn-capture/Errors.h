@@ -1,0 +1,24 @@
+#pragma once
+
+#include <stdexcept>
+#include <string_view>
+
+namespace tarn::capture {
+
+/// How the program ends. Scripts rely on these numbers.
+enum ExitCode : int {
+    exitSuccess = 0,
+    exitFailure = 1, ///< the input is at fault, or the output cannot be written
+    exitUsage = 2,   ///< the command line is at fault
+};
+
+/// The command line asks for something that cannot be; `what()` says what and is one line.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Prints the reason of a failure on standard error, as one line whatever `reason` holds.
+void reportError(std::string_view reason);
+
+} // namespace tarn::capture

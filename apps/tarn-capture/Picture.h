@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Canvas.h"
+
+#include <functional>
+#include <string>
+
+namespace tarn::capture {
+
+/// What is to be drawn, and how large it is, in pixels.
+struct Picture {
+    double width;
+    double height;
+    std::string title;       ///< one line of printable text
+    std::string description; ///< more of it
+    std::function<void(Canvas&)> draw;
+};
+
+// Both draw on white and return the whole file. Throw `std::runtime_error` when drawing fails.
+
+std::string renderPng(const Picture& picture);
+/// Text is drawn as shapes, so that it looks the same everywhere; title and description are text,
+/// for searching and reading out.
+std::string renderSvg(const Picture& picture);
+
+} // namespace tarn::capture

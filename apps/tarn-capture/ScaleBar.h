@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Canvas.h"
+#include "LengthUnit.h"
+
+namespace tarn::capture {
+
+/// The largest of 1, 2, 5, 10, 20, ... (and of 0.5, 0.2, ...) that is not greater than `limit`.
+/// Precondition: `limit` is greater than 0 and finite.
+double roundLength(double limit);
+
+/// Draws a bar of a round length with its length written above it. `scale` is in pixels per unit;
+/// the bar is at most `width` pixels wide and ends at `rightEnd`.
+void drawScaleBar(Canvas& canvas, Point rightEnd, double width, double scale,
+                  const LengthUnit& unit);
+
+} // namespace tarn::capture

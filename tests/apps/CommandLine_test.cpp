@@ -1,0 +1,220 @@
+#include "Programs.h"
+#include "Takes.h"
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+#include <string>
+
+namespace tarn::tests {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+/// A take and a place for what is made of it.
+class CommandLine : public ::testing::Test {
+protected:
+    CommandLine() { writeFile(take_, TakeText().text()); }
+
+    const TempDirectory directory_;
+    const std::string take_ = directory_ / "take.bvh";
+    const std::string out_ = directory_ / "out";
+};
+
+/// A wrong command line: told in one line, with a pointer to the help of what was asked for.
+void expectUsageError(const Arguments& arguments, const std::string& reason,
+                      const std::string& program) {
+    const Outcome outcome = capture(arguments);
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "tarn-capture: " + reason + "\nTry '" + program + " --help'.\n");
+    EXPECT_THAT(outcome.out, IsEmpty());
+}
+
+TEST_F(CommandLine, WithoutACommandIsAUsageError) {
+    expectUsageError({}, "a command is required", "tarn-capture");
+}
+
+TEST_F(CommandLine, AnUnknownCommandIsAUsageErrorThatNamesIt) {
+    expectUsageError({"stand"}, "The following argument was not expected: stand", "tarn-capture");
+}
+
+TEST_F(CommandLine, AnUnknownOptionIsAUsageErrorThatNamesIt) {
+    expectUsageError({"--loud"}, "The following argument was not expected: --loud", "tarn-capture");
+    expectUsageError({"info", take_, "--loud"}, "The following argument was not expected: --loud",
+                     "tarn-capture info");
+}
+
+TEST_F(CommandLine, EveryCommandNeedsATake) {
+    expectUsageError({"info"}, "TAKE is required", "tarn-capture info");
+    expectUsageError({"play", "--out", out_}, "TAKE is required", "tarn-capture play");
+    expectUsageError({"export", "--format", "csv", "--out", out_}, "TAKE is required",
+                     "tarn-capture export");
+}
+
+TEST_F(CommandLine, OnlyInfoTakesSeveralTakes) {
+    for (const Arguments& command : {Arguments{"play", "--out", out_},
+                                     Arguments{"export", "--format", "csv", "--out", out_}}) {
+        Arguments arguments = command;
+        arguments.insert(arguments.end(), {take_, "second"});
+        expectUsageError(arguments, "The following argument was not expected: second",
+                         "tarn-capture " + command[0]);
+    }
+}
+
+TEST_F(CommandLine, WhatIsWrittenNeedsAPlace) {
+    expectUsageError({"play", take_}, "--out is required", "tarn-capture play");
+    expectUsageError({"export", take_, "--format", "csv"}, "--out is required",
+                     "tarn-capture export");
+    expectUsageError({"play", take_, "--out"}, "--out: 1 required DIR missing",
+                     "tarn-capture play");
+}
+
+TEST_F(CommandLine, AnExportNeedsAFormatThatIsKnown) {
+    expectUsageError({"export", take_, "--out", out_}, "--format is required",
+                     "tarn-capture export");
+    expectUsageError({"export", take_, "--out", out_, "--format", "xml"},
+                     "--format: xml not in {csv,json}", "tarn-capture export");
+}
+
+TEST_F(CommandLine, ARateThatCannotBePlayedIsAUsageError) {
+    for (const char* rate : {"0", "-1", "nan", "inf", "1000.1"}) {
+        expectUsageError({"play", take_, "--out", out_, "--rate", rate},
+                         "--rate must be greater than 0 and at most 1000", "tarn-capture play");
+    }
+    expectUsageError({"play", take_, "--out", out_, "--rate", "fast"},
+                     "Could not convert: --rate = fast", "tarn-capture play");
+    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+}
+
+TEST_F(CommandLine, FramesThatTheTakeDoesNotHaveAreAUsageErrorThatSaysWhatItHas) {
+    for (const std::string frames : {"1..3", "2..1", "-1..1", "0..99999999999", "1", "1..", "..1",
+                                     "..", "", "a..b", "0...1", "0..1..2", " 0..1", "+0..1"}) {
+        expectUsageError({"export", take_, "--format", "csv", "--out", out_, "--frames", frames},
+                         "--frames '" + frames +
+                             "': expected A..B with A not after B; the take has frames 0..2",
+                         "tarn-capture export");
+    }
+    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+}
+
+TEST_F(CommandLine, NoFramesCanBeChosenFromATakeThatHasNone) {
+    TakeText empty;
+    empty.rootPositions.clear();
+    writeFile(take_, empty.text());
+    expectUsageError({"export", take_, "--format", "csv", "--out", out_, "--frames", "0..0"},
+                     "--frames '0..0': the take has no frames", "tarn-capture export");
+}
+
+TEST_F(CommandLine, AnOptionGivenTwiceIsAUsageError) {
+    EXPECT_EQ(capture({"play", take_, "--out", out_, "--out", out_}).exitCode, 2);
+}
+
+TEST_F(CommandLine, ATakeIsNeverOverwritten) {
+    const std::string before = readFile(take_);
+    const std::string sameFile = directory_ / "./take.bvh";
+    expectUsageError({"export", take_, "--format", "csv", "--out", sameFile},
+                     "--out: '" + sameFile + "' is the take itself", "tarn-capture export");
+    EXPECT_EQ(readFile(take_), before);
+
+    const std::string oddName = directory_ / "poses.svg";
+    writeFile(oddName, before);
+    expectUsageError({"play", oddName, "--out", directory_.path().string()},
+                     "--out: '" + oddName + "' is the take itself", "tarn-capture play");
+    EXPECT_EQ(readFile(oddName), before);
+}
+
+TEST_F(CommandLine, HelpListsTheCommands) {
+    const Outcome outcome = capture({"--help"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.err, IsEmpty());
+    for (const char* word : {"Usage: tarn-capture", "info", "play", "export", "--version"}) {
+        EXPECT_THAT(outcome.out, HasSubstr(word));
+    }
+}
+
+TEST_F(CommandLine, HelpOfACommandListsWhatItTakes) {
+    const auto expectHelp = [](const std::string& command, const Arguments& words) {
+        const Outcome outcome = capture({command, "--help"});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_THAT(outcome.err, IsEmpty());
+        EXPECT_THAT(outcome.out, HasSubstr("Usage: tarn-capture " + command));
+        for (const std::string& word : words) {
+            EXPECT_THAT(outcome.out, HasSubstr(word));
+        }
+    };
+    expectHelp("info", {"TAKE..."});
+    expectHelp("play", {"TAKE", "--out DIR", "--rate R", "--realtime"});
+    expectHelp("export", {"TAKE", "--format", "csv", "json", "--out FILE", "--frames A..B"});
+}
+
+TEST_F(CommandLine, NoLineOfTheHelpIsWiderThanATerminal) {
+    for (const Arguments& arguments :
+         {Arguments{"--help"}, Arguments{"info", "--help"}, Arguments{"play", "--help"},
+          Arguments{"export", "--help"}}) {
+        std::istringstream help(capture(arguments).out);
+        for (std::string line; std::getline(help, line);) {
+            EXPECT_LT(line.size(), 90U) << line;
+        }
+    }
+}
+
+TEST_F(CommandLine, VersionIsThatOfTheProject) {
+    const Outcome outcome = capture({"--version"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.out, "tarn-capture " TARN_CAPTURE_VERSION "\n");
+}
+
+TEST_F(CommandLine, AFileNameMayStartWithADash) {
+    const Outcome outcome = capture({"info", "--", "--nothing.bvh"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err, "tarn-capture: --nothing.bvh: No such file or directory\n");
+}
+
+TEST_F(CommandLine, ABrokenTakeIsReportedWithFileLineAndColumnByEveryCommand) {
+    std::string text = TakeText().text();
+    text.replace(text.find("CHANNELS"), 8, "CHANELLS");
+    writeFile(take_, text);
+    for (const Arguments& arguments :
+         {Arguments{"info", take_}, Arguments{"play", take_, "--out", out_},
+          Arguments{"export", take_, "--format", "json", "--out", out_}}) {
+        const Outcome outcome = capture(arguments);
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_THAT(outcome.err, StartsWith("tarn-capture: " + take_ + ":5:1: expected"));
+        EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
+        EXPECT_THAT(outcome.out, IsEmpty());
+    }
+    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+}
+
+TEST_F(CommandLine, ATakeThatIsNotThereIsReportedByEveryCommand) {
+    const std::string missing = directory_ / "missing.bvh";
+    for (const Arguments& arguments :
+         {Arguments{"info", missing}, Arguments{"play", missing, "--out", out_},
+          Arguments{"export", missing, "--format", "csv", "--out", out_}}) {
+        const Outcome outcome = capture(arguments);
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.err, "tarn-capture: " + missing + ": No such file or directory\n");
+    }
+    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+}
+
+TEST_F(CommandLine, AReasonIsOneLineWhateverTheFileIsCalled) {
+    const Outcome outcome = capture({"info", directory_ / "two\nlines\x1B[31m"});
+    EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
+    EXPECT_EQ(outcome.err.find('\x1B'), std::string::npos);
+}
+
+TEST_F(CommandLine, OutputThatDoesNotArriveIsAFailure) {
+    for (const std::string& command : {"info '" + take_ + "'", std::string("--help")}) {
+        const Outcome outcome =
+            runProgram("sh", {"-c", "'" TARN_CAPTURE_PROGRAM "' " + command + " > /dev/full"});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.err, "tarn-capture: cannot write to standard output\n");
+    }
+}
+
+} // namespace
+} // namespace tarn::tests

@@ -1,0 +1,123 @@
+#include "Programs.h"
+#include "Takes.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+#include <string>
+
+namespace tarn::tests {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+/// Where an export goes, and what becomes of what was there.
+class ExportFile : public ::testing::Test {
+protected:
+    ExportFile() { writeFile(take_, TakeText().text()); }
+
+    Outcome exportTo(const std::string& out) const {
+        return capture({"export", take_, "--format", "csv", "--out", out});
+    }
+
+    const TempDirectory directory_;
+    const std::string take_ = directory_ / "take.bvh";
+    const std::string out_ = directory_ / "out.csv";
+};
+
+void expectFailure(const Outcome& outcome, const std::string& reason) {
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err, "tarn-capture: " + reason + "\n");
+    EXPECT_THAT(outcome.out, IsEmpty());
+}
+
+TEST_F(ExportFile, ReplacesAFileAndLeavesNothingElseBehind) {
+    writeFile(out_, "old");
+    EXPECT_EQ(exportTo(out_).exitCode, 0);
+    EXPECT_THAT(readFile(out_), StartsWith("frame,"));
+    EXPECT_THAT(directory_.entries(), ElementsAre("out.csv", "take.bvh"));
+}
+
+TEST_F(ExportFile, GoesIntoTheWorkingDirectoryByItsNameAlone) {
+    const Outcome outcome =
+        runProgram("sh", {"-c", "cd '" + directory_.path().string() +
+                                    "' && '" TARN_CAPTURE_PROGRAM
+                                    "' export take.bvh --format csv --out out.csv"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(readFile(out_), StartsWith("frame,"));
+}
+
+TEST_F(ExportFile, KeepsThePermissionsOfTheFileItReplaces) {
+    writeFile(out_, "old");
+    fs::permissions(out_, fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(exportTo(out_).exitCode, 0);
+    EXPECT_EQ(fs::status(out_).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST_F(ExportFile, FollowsALinkAndLeavesItALink) {
+    const std::string link = directory_ / "link.csv";
+    writeFile(out_, "old");
+    fs::create_symlink(out_, link);
+    EXPECT_EQ(exportTo(link).exitCode, 0);
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_FALSE(fs::is_symlink(out_));
+    EXPECT_THAT(readFile(out_), StartsWith("frame,"));
+}
+
+TEST_F(ExportFile, WritesIntoAPipeAsItIs) {
+    ASSERT_EQ(::mkfifo(out_.c_str(), 0600), 0);
+    const int reader = ::open(out_.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    EXPECT_EQ(exportTo(out_).exitCode, 0);
+    std::array<char, 6> start{};
+    EXPECT_EQ(::read(reader, start.data(), start.size()), 6);
+    ::close(reader);
+    EXPECT_EQ(std::string(start.data(), start.size()), "frame,");
+    EXPECT_TRUE(fs::is_fifo(out_));
+}
+
+TEST_F(ExportFile, AWriteThatFailsLeavesWhatWasThere) {
+    writeFile(out_, "old");
+    // A file may have 200 blocks of 512 bytes; the take needs more.
+    const Outcome outcome = runProgram(
+        "sh", {"-c", "trap '' XFSZ; ulimit -f 200; exec '" TARN_CAPTURE_PROGRAM "' export '" +
+                         sampleTake("cmu_131_01_walk") + "' --format json --out '" + out_ + "'"});
+    expectFailure(outcome, "cannot write '" + out_ + "': File too large");
+    EXPECT_EQ(readFile(out_), "old");
+    EXPECT_THAT(directory_.entries(), ElementsAre("out.csv", "take.bvh"));
+}
+
+TEST_F(ExportFile, AWriteThatFailsAtItsVeryEndLeavesWhatWasThere) {
+    writeFile(out_, "old");
+    // So little is written that it is still buffered when the file is closed.
+    const Outcome outcome = runProgram(
+        "sh", {"-c", "trap '' XFSZ; ulimit -f 0; exec '" TARN_CAPTURE_PROGRAM "' export '" + take_ +
+                         "' --format csv --out '" + out_ + "'"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(readFile(out_), "old");
+    EXPECT_THAT(directory_.entries(), ElementsAre("out.csv", "take.bvh"));
+}
+
+TEST_F(ExportFile, AFullDeviceIsAFailure) {
+    expectFailure(exportTo("/dev/full"), "cannot write '/dev/full': No space left on device");
+}
+
+TEST_F(ExportFile, APlaceThatIsNoFileIsAFailure) {
+    const std::string nowhere = directory_ / "missing/out.csv";
+    expectFailure(exportTo(nowhere), "cannot write '" + nowhere + "': No such file or directory");
+    const std::string directory = directory_.path().string();
+    expectFailure(exportTo(directory), "cannot write '" + directory + "': Is a directory");
+    expectFailure(exportTo(""), "cannot write '': No such file or directory");
+    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+}
+
+} // namespace
+} // namespace tarn::tests

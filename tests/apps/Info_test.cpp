@@ -1,0 +1,166 @@
+#include "Programs.h"
+#include "Takes.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <string>
+
+namespace tarn::tests {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+class Info : public ::testing::Test {
+protected:
+    /// What `info` prints on a take with this text.
+    std::string infoOn(const std::string& text) const {
+        writeFile(take_, text);
+        const Outcome outcome = capture({"info", take_});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_THAT(outcome.err, IsEmpty());
+        return outcome.out;
+    }
+    std::string infoOn(const TakeText& take) const { return infoOn(take.text()); }
+
+    const TempDirectory directory_;
+    const std::string take_ = directory_ / "take.bvh";
+};
+
+TEST_F(Info, ShowsEverythingAboutATake) {
+    EXPECT_EQ(infoOn(TakeText()), take_ + R"(
+  frames       3
+  rate         25 frames per second
+  length       0:0:0 3.0 (0.120 s)
+  body height  1.75 m
+  guesses
+    Y is up
+    lengths are in metres: the body is 1.75 high
+  skeleton     4 joints, 1 end site, 1 root
+    Hips  position XYZ, rotation ZYX
+      Head  rotation ZXY
+        Head_End  (end site)
+      LeftLeg  rotation ZXY
+      rLeg  rotation ZXY
+)");
+}
+
+TEST_F(Info, DescribesASampleTake) {
+    const std::string out = capture({"info", sampleTake("cmu_131_01_walk")}).out;
+    EXPECT_THAT(out, HasSubstr("\n  frames       994\n"));
+    EXPECT_THAT(out, HasSubstr("\n  rate         120 frames per second\n"));
+    EXPECT_THAT(out, HasSubstr("\n  length       0:0:8 34.0 (8.283 s)\n"));
+    EXPECT_THAT(out, HasSubstr("\n  skeleton     31 joints, 7 end sites, 1 root\n"));
+    EXPECT_THAT(out, HasSubstr("\n                Head  rotation ZYX\n"
+                               "                  Head_End  (end site)\n"));
+    EXPECT_THAT(out, HasSubstr("LeftShoulder  rotation ZXY"));
+    EXPECT_THAT(out, Not(HasSubstr("rounded"))); // 0.0083333 s is 120 Hz in few digits
+}
+
+TEST_F(Info, ShowsTheLengthAsTimecodeAndSeconds) {
+    TakeText take;
+    take.frameTime = "1";
+    take.rootPositions.assign(3725, "0 0 0");
+    EXPECT_THAT(infoOn(take), HasSubstr("\n  rate         1 frame per second\n"
+                                        "  length       1:2:5 0.0 (3725.000 s)\n"));
+}
+
+TEST_F(Info, GuessesTheUnitOfLengthFromTheHeightOfTheBody) {
+    const auto expectGuess = [this](double height, const std::string& text,
+                                    const std::string& guess) {
+        TakeText take;
+        take.height = height;
+        const std::string out = infoOn(take);
+        EXPECT_THAT(out, HasSubstr("\n  body height  " + text + "\n"));
+        EXPECT_THAT(out, HasSubstr("\n    lengths are in " + guess + "\n"));
+    };
+    expectGuess(1.25, "1.25 m", "metres: the body is 1.25 high");
+    expectGuess(2.25, "2.25 m", "metres: the body is 2.25 high");
+    expectGuess(125, "125 cm", "centimetres: the body is 125 high");
+    expectGuess(172.34, "172.3 cm", "centimetres: the body is 172.3 high");
+    expectGuess(1725, "1725 mm", "millimetres: the body is 1725 high");
+    expectGuess(68, "68 in", "inches: the body is 68 high");
+    const std::string fitsNone = " high fits none of metres, centimetres, millimetres, inches";
+    for (const std::string height :
+         {"1", "1.15", "2.35", "30", "46", "91", "118", "232", "1190", "2310"}) {
+        expectGuess(std::stod(height), height + (height == "1" ? " unit" : " units"),
+                    "a unit of the take's own: a body " + height + fitsNone);
+    }
+}
+
+TEST_F(Info, ListsARateThatHadToBeRounded) {
+    TakeText take;
+    take.frameTime = "0.0333667";
+    EXPECT_THAT(infoOn(take),
+                HasSubstr("\n    the rate is 30 frames per second, rounded from 29.970: the file "
+                          "says 0.0333667 s from frame to frame\n"));
+}
+
+TEST_F(Info, DescribesATakeWithoutFrames) {
+    TakeText take;
+    take.rootPositions.clear();
+    EXPECT_THAT(infoOn(take), HasSubstr("\n  frames       0\n"
+                                        "  rate         25 frames per second\n"
+                                        "  length       0:0:0 0.0 (0.000 s)\n"));
+}
+
+TEST_F(Info, DescribesASingleJointWithoutHeight) {
+    const std::string out = infoOn("HIERARCHY\nROOT Point\n{\nOFFSET 0 0 0\nCHANNELS 1 Xposition\n}"
+                                   "\nMOTION\nFrames: 1\nFrame Time: 0.04\n5\n");
+    EXPECT_THAT(out, HasSubstr("\n  body height  0 units\n"));
+    EXPECT_THAT(out, HasSubstr("\n  skeleton     1 joint, 0 end sites, 1 root\n"
+                               "    Point  position X\n"));
+}
+
+TEST_F(Info, ShowsEveryRootOfATake) {
+    const std::string root = "\n{\nOFFSET 0 1 0\nCHANNELS 0\n}\n";
+    EXPECT_THAT(infoOn("HIERARCHY\nROOT First" + root + "ROOT Second" + root +
+                       "MOTION\nFrames: 0\nFrame Time: 0.04\n"),
+                HasSubstr("\n  skeleton     2 joints, 0 end sites, 2 roots\n"
+                          "    First\n    Second\n"));
+}
+
+TEST_F(Info, ShowsMixedChannelsInTheOrderOfTheFile) {
+    EXPECT_THAT(infoOn("HIERARCHY\nROOT Odd\n{\nOFFSET 0 0 0\nCHANNELS 4 Yrotation Zposition "
+                       "Xrotation Zrotation\n}\nMOTION\nFrames: 0\nFrame Time: 0.04\n"),
+                HasSubstr("\n    Odd  rotation Y, position Z, rotation XZ\n"));
+}
+
+TEST_F(Info, NumbersTheLevelsOfADeepSkeleton) {
+    const std::string out = infoOn(chainTake(5000));
+    EXPECT_THAT(out, HasSubstr("\n" + std::string(4 + 2 * 39, ' ') + "j39  rotation X\n"));
+    EXPECT_THAT(out, HasSubstr("\n" + std::string(4 + 2 * 40, ' ') + "(40) j40  rotation X\n"));
+    EXPECT_THAT(out, HasSubstr("\n" + std::string(4 + 2 * 40, ' ') + "(4999) j4999  rotation X\n"));
+    EXPECT_LT(out.size(), 5000U * 120);
+}
+
+TEST_F(Info, PrintsNamesThatAreNoTextAsText) {
+    TakeText take;
+    take.root = "Hi\xFFps\x1B[31m\xC3\xBC";
+    const std::string out = infoOn(take);
+    EXPECT_THAT(out, HasSubstr("    Hi\xEF\xBF\xBDps\xEF\xBF\xBD[31m\xC3\xBC  position"));
+}
+
+TEST_F(Info, ShowsSeveralTakesInOrder) {
+    writeFile(take_, TakeText().text());
+    const std::string one = capture({"info", take_}).out;
+    const Outcome both = capture({"info", take_, take_});
+    EXPECT_EQ(both.exitCode, 0);
+    EXPECT_EQ(both.out, one + "\n" + one);
+}
+
+TEST_F(Info, ShowsTheOtherTakesWhenOneCannotBeRead) {
+    writeFile(take_, TakeText().text());
+    const std::string one = capture({"info", take_}).out;
+    const std::string missing = directory_ / "missing.bvh";
+    const Outcome outcome = capture({"info", missing, take_, missing, take_});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.out, one + "\n" + one);
+    const std::string reason = "tarn-capture: " + missing + ": No such file or directory\n";
+    EXPECT_EQ(outcome.err, reason + reason);
+}
+
+} // namespace
+} // namespace tarn::tests

@@ -1,0 +1,171 @@
+#include "Programs.h"
+
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <utility>
+
+extern char** environ; // NOLINT(readability-redundant-declaration): not every unistd.h declares it
+
+namespace tarn::tests {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Where the child's three standard streams go.
+class Streams {
+public:
+    Streams() { posix_spawn_file_actions_init(&actions_); }
+    ~Streams() { posix_spawn_file_actions_destroy(&actions_); }
+    Streams(const Streams&) = delete;
+    Streams& operator=(const Streams&) = delete;
+
+    void open(int stream, const std::string& file, int flags) {
+        posix_spawn_file_actions_addopen(&actions_, stream, file.c_str(), flags, 0600);
+    }
+    const posix_spawn_file_actions_t* actions() const { return &actions_; }
+
+private:
+    posix_spawn_file_actions_t actions_{};
+};
+
+pid_t start(const std::string& program, const Arguments& arguments, const Streams& streams) {
+    Arguments words{program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
+    for (std::string& word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+    pid_t child = 0;
+    if (posix_spawnp(&child, program.c_str(), streams.actions(), nullptr, argv.data(), environ) !=
+        0) {
+        throw std::runtime_error("cannot start " + program);
+    }
+    return child;
+}
+
+int waitFor(pid_t child) {
+    int status = 0;
+    if (::waitpid(child, &status, 0) != child) {
+        throw std::runtime_error("the child is gone");
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+constexpr int writing = O_WRONLY | O_CREAT | O_TRUNC;
+
+/// The near end of a pseudo terminal.
+class Terminal {
+public:
+    explicit Terminal(int columns) : descriptor_(::posix_openpt(O_RDWR | O_NOCTTY)) {
+        const winsize size{24, static_cast<unsigned short>(columns), 0, 0};
+        if (::grantpt(descriptor_) != 0 || ::unlockpt(descriptor_) != 0 ||
+            ::ptsname_r(descriptor_, name_.data(), name_.size()) != 0) {
+            throw std::runtime_error("no pseudo terminal");
+        }
+        far_ = ::open(name_.data(), O_RDWR | O_NOCTTY);
+        ::ioctl(far_, TIOCSWINSZ, &size);
+    }
+    ~Terminal() {
+        if (far_ >= 0) {
+            ::close(far_);
+        }
+        ::close(descriptor_);
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    std::string name() const { return name_.data(); }
+    /// All that is written to the terminal until nobody has it open any more.
+    std::string readToEnd() {
+        ::close(std::exchange(far_, -1));
+        std::string text;
+        std::array<char, 4096> buffer{};
+        ssize_t count = 0;
+        while ((count = ::read(descriptor_, buffer.data(), buffer.size())) > 0) {
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+        return text;
+    }
+
+private:
+    int descriptor_;
+    int far_ = -1;
+    std::array<char, 128> name_{};
+};
+
+} // namespace
+
+TempDirectory::TempDirectory() {
+    std::string name = (fs::temp_directory_path() / "tarn-capture-test-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("no directory for the test");
+    }
+    path_ = name;
+}
+
+TempDirectory::~TempDirectory() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+}
+
+std::vector<std::string> TempDirectory::entries() const {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(path_)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+Outcome runProgram(const std::string& program, const Arguments& arguments) {
+    const TempDirectory directory;
+    Streams streams;
+    streams.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+    streams.open(STDOUT_FILENO, directory / "out", writing);
+    streams.open(STDERR_FILENO, directory / "err", writing);
+    const int exitCode = waitFor(start(program, arguments, streams));
+    return {exitCode, readFile(directory / "out"), readFile(directory / "err")};
+}
+
+Outcome capture(const Arguments& arguments) {
+    return runProgram(TARN_CAPTURE_PROGRAM, arguments);
+}
+
+Outcome captureOnTerminal(const Arguments& arguments, int columns) {
+    const TempDirectory directory;
+    Terminal terminal(columns);
+    Streams streams;
+    streams.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+    streams.open(STDOUT_FILENO, directory / "out", writing);
+    streams.open(STDERR_FILENO, terminal.name(), O_WRONLY | O_NOCTTY);
+    const pid_t child = start(TARN_CAPTURE_PROGRAM, arguments, streams);
+    std::string text = terminal.readToEnd(); // first: a full terminal would hold the child up
+    return {waitFor(child), readFile(directory / "out"), std::move(text)};
+}
+
+std::string readFile(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    EXPECT_TRUE(stream.is_open()) << file;
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void writeFile(const fs::path& file, const std::string& text) {
+    std::ofstream(file, std::ios::binary) << text;
+}
+
+} // namespace tarn::tests
