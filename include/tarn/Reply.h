@@ -67,17 +67,13 @@ public:
     tsignal::Signal<int>& onFinished();
 
 private:
-    void awaitFinished();
-    void tellListeners(int code);
-    void dropListeners();
-
     int resultCode_ = -1;
     std::string id_;
     std::any data_;
     int errorCode_ = 0;
     std::string errorString_;
     tsignal::Signal<int> finishedSignal_;
-    std::atomic<bool> telling_{false}; ///< also the object that the reply's own slots belong to
+    std::atomic<bool> telling_{false};
 };
 
 } // namespace tarn

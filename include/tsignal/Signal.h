@@ -100,7 +100,11 @@ public:
     Signal() = default;
     Signal(const Signal&) = delete;
     Signal& operator=(const Signal&) = delete;
-    ~Signal() = default;
+    ~Signal() {
+        // What the slots hold may be connections of this very signal: they find it empty and whole.
+        SlotList released;
+        released.splice(released.end(), slots_);
+    }
 
     /// Appends a slot that belongs to `object`, for `disconnect(object)` to find. The object is not
     /// watched: whoever destroys it disconnects it first. Nothing is checked for duplicates: a
@@ -169,20 +173,25 @@ public:
     void emit(Args... args) {
         mutex_.lock();
         Emission emission{slots_.begin(), emission_, {}};
-        emission_ = &emission;
-        while (emission.next != slots_.end()) {
-            const SlotPtr slot = *emission.next; // alive for its call, even when removed meanwhile
-            ++emission.next;
-            try {
-                slot->call(args...);
-            } catch (...) {
-                emission_ = emission.outer; // later disconnections must not reach this frame
-                throw;
-            }
-        }
-        emission_ = emission.outer;
+        call(emission, args...);
         mutex_.unlock();
         // From here on the signal may be gone with the slots that `emission` releases.
+    }
+
+    /// Calls every slot, then removes them all and calls `done`, as one step for other threads: a
+    /// slot that they connect meanwhile stays for the next emission. What the slots hold, be it the
+    /// last reference to the signal's owner, is released after that. If a slot throws, the rest is
+    /// neither called nor removed, and `done` is not called.
+    template <class Done>
+    void emitAndDisconnectAll(Done done, Args... args) {
+        mutex_.lock();
+        Emission emission{slots_.begin(), emission_, {}};
+        call(emission, args...);
+        emission_ = &emission; // what is removed now stays until the signal is unlocked
+        disconnectAll();
+        emission_ = emission.outer;
+        done();
+        mutex_.unlock();
     }
 
 private:
@@ -195,6 +204,22 @@ private:
         Emission* outer;                  ///< the emission this one was started from, or null
         SlotList released;                ///< what `disconnectAll` removed while this one ran
     };
+
+    /// Runs an emission; the lock is held. Leaves it locked, also when a slot throws.
+    void call(Emission& emission, Args&... args) {
+        emission_ = &emission;
+        while (emission.next != slots_.end()) {
+            const SlotPtr slot = *emission.next; // alive for its call, even when removed meanwhile
+            ++emission.next;
+            try {
+                slot->call(args...);
+            } catch (...) {
+                emission_ = emission.outer; // later disconnections must not reach this frame
+                throw;
+            }
+        }
+        emission_ = emission.outer;
+    }
 
     Disconnector append(SlotPtr slot) {
         const std::lock_guard<std::recursive_mutex> lock(mutex_);
