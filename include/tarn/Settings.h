@@ -21,8 +21,8 @@ namespace tarn {
 /// `valueList` take a plain name, in which "." means nothing. An empty path reads this node itself.
 ///
 /// Preconditions of `setValue`, `addValue` and `addSubSettings`: the last name of the path is not
-/// empty (in any build, a call with "" or "a." changes nothing and announces nothing), and the path
-/// has at most `maximumDepth` names.
+/// empty (in any build, a call with "" or "a." changes nothing and announces nothing), and the
+/// path, counted from the top of the tree, has at most `maximumDepth` names.
 ///
 /// Ownership: a store owns its tree. A store that `subSettings` returned is a view: it reads and
 /// writes its parent's tree and keeps nothing alive. It must not be used once its node is gone:
@@ -77,8 +77,9 @@ public:
     void clear();
 
     /// Replaces the content with a document's. Returns false, and changes nothing, if the file
-    /// cannot be read, or if the document is malformed or nested deeper than `maximumDepth`. (The
-    /// parser does not compare the name of an end tag with that of its start tag.) No signal.
+    /// cannot be read or is not a regular file, or if the document is malformed or nested deeper
+    /// than `maximumDepth`. (The parser does not compare the name of an end tag with that of its
+    /// start tag.) No signal.
     bool loadSettingsFromFile(const std::string& fileName);
     /// As above, from the text of a document.
     bool loadSettingsFromString(const std::string& text);
@@ -89,10 +90,10 @@ public:
     /// existing file keeps its permissions, and what is no regular file (a device) is written in
     /// place. Needs the right to create files in the directory.
     ///
-    /// Returns false if the file cannot be written, or if a load would not give the content back
-    /// (apart from white space): a value at the top level, which only a view can have, an element
-    /// name that is empty, begins with "!" or holds white space, "/", ">" or "?", a character that
-    /// XML excludes, such as most control characters, or groups nested deeper than `maximumDepth`.
+    /// Returns false if the file cannot be written, or if a load would not give the content back,
+    /// white space aside: for a value or attributes at the top level, an element name that is
+    /// empty, begins with "!" or holds white space, "/", ">" or "?", a character that XML excludes,
+    /// such as most control characters, or more than `maximumDepth` levels.
     bool saveSettingsToFile(const std::string& fileName);
     /// As above, into `text`, which is left as it was when the result is false.
     bool saveSettingsToString(std::string& text);

@@ -28,8 +28,12 @@ bool namesNode(const std::string& key) {
     return !key.empty() && key.back() != '.';
 }
 
-/// Reads a whole file; false, with part of it in `content`, if that fails.
+/// Reads a whole file; false, with part of it in `content`, if that fails. Only a regular file has
+/// an end that is certain to come: a device may go on for ever.
 bool readFile(const std::string& fileName, std::string& content) {
+    if (!std::filesystem::is_regular_file(fileName)) {
+        return false;
+    }
     std::ifstream file(fileName, std::ios::binary);
     std::array<char, 16384> block{};
     while (file) {
@@ -100,6 +104,7 @@ std::shared_ptr<Settings> Settings::subSettings(const std::string& key) const {
     return view;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): pointers to stores are passed by value
 void Settings::addSubSettings(const std::string& key, std::shared_ptr<Settings> settings) {
     assert(settings != nullptr);
     if (namesNode(key)) {
@@ -109,13 +114,9 @@ void Settings::addSubSettings(const std::string& key, std::shared_ptr<Settings> 
     }
 }
 
-void Settings::remove(const std::string& key) {
-    d_->tree->erase(key);
-}
+void Settings::remove(const std::string& key) { d_->tree->erase(key); }
 
-void Settings::clear() {
-    d_->tree->clear();
-}
+void Settings::clear() { d_->tree->clear(); }
 
 bool Settings::loadSettingsFromFile(const std::string& fileName) {
     try {

@@ -15,7 +15,6 @@
 #include <string>
 #include <vector>
 
-using documents::documentOf;
 using documents::nested;
 using documents::pathOf;
 using documents::repeated;
@@ -46,10 +45,11 @@ std::string atTheLimit(const std::string& content) {
 /// Calls `function` on a thread with a stack of 512 KiB, the least that an optimised build promises
 /// to get along with; other builds need more for each call.
 void onASmallStack(std::function<void()> function) {
+    const std::size_t kibi = 1024;
 #ifdef NDEBUG
-    const std::size_t stackSize = 512U * 1024U;
+    const std::size_t stackSize = 512 * kibi;
 #else
-    const std::size_t stackSize = 8U * 1024U * 1024U;
+    const std::size_t stackSize = 8192 * kibi;
 #endif
     pthread_attr_t attributes = {};
     ASSERT_EQ(pthread_attr_init(&attributes), 0);
@@ -200,6 +200,14 @@ TEST(SettingsHostile, EntitiesOfADocumentTypeDoNotExpand) {
     ASSERT_TRUE(settings.loadSettingsFromString(
         "<!DOCTYPE a [<!ENTITY b SYSTEM 'file:///etc/passwd'>]><a c='&b;'>&b;</a>"));
     EXPECT_EQ(settings.value("a", "") + settings.value("a.<xmlattr>.c", ""), "&b;&b;");
+}
+
+TEST(SettingsHostile, DevicesThatNeverEndAreNotRead) {
+    Settings settings;
+    settings.setValue("kept", "1");
+    EXPECT_FALSE(settings.loadSettingsFromFile("/dev/zero"));
+    EXPECT_FALSE(settings.loadSettingsFromFile("/dev/full"));
+    EXPECT_EQ(settings.value("kept", ""), "1");
 }
 
 TEST(SettingsHostile, BinaryJunkLeavesTheContentOrReplacesIt) {
