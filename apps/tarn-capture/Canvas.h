@@ -1,10 +1,9 @@
 #pragma once
 
+#include <cairo.h>
+
 #include <string>
 #include <vector>
-
-// As declared by cairo, which only the files that draw with it need to see.
-using cairo_t = struct _cairo;
 
 namespace tarn::capture {
 

@@ -21,7 +21,7 @@ constexpr double titleHeight = 130;
 constexpr double sectionGap = 30;
 constexpr double footLine = 28;
 constexpr int instantCount = 8;
-const std::string guessPrefix = "Guessed: ";
+constexpr const char* guessPrefix = "Guessed: ";
 
 constexpr Font titleFont{42, true};
 constexpr Font factsFont{22};
@@ -57,7 +57,7 @@ public:
             text += fmt::format("\nPose {}: {}", i + 1, captionOf(motion_.instants[i]));
         }
         for (const std::string& guess : guesses_) {
-            text += "\n" + guessPrefix + guess;
+            text.append("\n").append(guessPrefix).append(guess);
         }
         return text;
     }

@@ -20,6 +20,24 @@ constexpr double gap = 40; // between the widest figures of neighbouring cells
 constexpr Font headingFont{26, true};
 constexpr Font legendFont{18};
 
+/// What the colours mean, from the right to the left.
+void drawLegend(Canvas& canvas, Point rightEnd) {
+    struct Entry {
+        const char* text;
+        Colour colour;
+    };
+    double x = rightEnd.x;
+    for (const Entry& entry :
+         {Entry{"ground", colours::ground}, Entry{"root", colours::path},
+          Entry{"middle", colourOf(Side::centre)}, Entry{"right limbs", colourOf(Side::right)},
+          Entry{"left limbs", colourOf(Side::left)}}) {
+        canvas.text({x, rightEnd.y}, entry.text, legendFont, Align::right, colours::note);
+        x -= canvas.textWidth(entry.text, legendFont) + 12;
+        canvas.line({x - 24, rightEnd.y - 6}, {x, rightEnd.y - 6}, 6, entry.colour);
+        x -= 54;
+    }
+}
+
 } // namespace
 
 FigureGrid::FigureGrid(const Take& take, const Motion& motion, double width)
@@ -52,9 +70,10 @@ double FigureGrid::height() const {
 Box FigureGrid::cell(Point corner, std::size_t i) const {
     const double width = width_ / figuresPerRow;
     const double height = (reach_.top - reach_.bottom) * scale_ + captionHeight;
-    const auto column = static_cast<double>(i % figuresPerRow);
-    const auto row = static_cast<double>(i / figuresPerRow);
-    return {corner.x + column * width, corner.y + headingHeight + row * height, width, height};
+    const std::size_t column = i % figuresPerRow;
+    const std::size_t row = i / figuresPerRow;
+    return {corner.x + static_cast<double>(column) * width,
+            corner.y + headingHeight + static_cast<double>(row) * height, width, height};
 }
 
 void FigureGrid::draw(Canvas& canvas, Point corner) const {
@@ -91,24 +110,6 @@ void FigureGrid::drawCaption(Canvas& canvas, const Box& cell, std::size_t i) con
     canvas.text({middle, top + 32}, std::to_string(i + 1), {22, true}, Align::centre, colours::ink);
     canvas.text({middle, top + 56}, captionOf(motion_.instants[i]), {18}, Align::centre,
                 colours::note);
-}
-
-/// What the colours mean, from the right to the left.
-void FigureGrid::drawLegend(Canvas& canvas, Point rightEnd) const {
-    struct Entry {
-        const char* text;
-        Colour colour;
-    };
-    double x = rightEnd.x;
-    for (const Entry& entry :
-         {Entry{"ground", colours::ground}, Entry{"root", colours::path},
-          Entry{"middle", colourOf(Side::centre)}, Entry{"right limbs", colourOf(Side::right)},
-          Entry{"left limbs", colourOf(Side::left)}}) {
-        canvas.text({x, rightEnd.y}, entry.text, legendFont, Align::right, colours::note);
-        x -= canvas.textWidth(entry.text, legendFont) + 12;
-        canvas.line({x - 24, rightEnd.y - 6}, {x, rightEnd.y - 6}, 6, entry.colour);
-        x -= 54;
-    }
 }
 
 } // namespace tarn::capture

@@ -32,7 +32,6 @@ private:
     Box cell(Point corner, std::size_t i) const;
     void drawFigure(Canvas& canvas, const Box& cell, const Instant& instant) const;
     void drawCaption(Canvas& canvas, const Box& cell, std::size_t i) const;
-    void drawLegend(Canvas& canvas, Point rightEnd) const;
 
     const Take& take_;
     const Motion& motion_;

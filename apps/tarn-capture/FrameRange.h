@@ -12,9 +12,7 @@ struct FrameRange {
 };
 
 /// All frames of a take.
-inline FrameRange allFrames(int frameCount) {
-    return {0, frameCount - 1};
-}
+inline FrameRange allFrames(int frameCount) { return {0, frameCount - 1}; }
 
 /// Reads "A..B". Throws `UsageError`, which says what the take has, unless both are frames of the
 /// take and A is not after B.

@@ -3,6 +3,7 @@
 #include <cairo-svg.h>
 #include <cairo.h>
 #include <fmt/format.h>
+#include <fontconfig/fontconfig.h>
 
 #include <cmath>
 #include <memory>
@@ -76,6 +77,11 @@ void insertTitle(std::string& svg, const Picture& picture) {
 }
 
 } // namespace
+
+DrawingSession::~DrawingSession() {
+    cairo_debug_reset_static_data(); // lets go of the fonts it got from fontconfig
+    FcFini();
+}
 
 std::string renderPng(const Picture& picture) {
     const Surface surface(

@@ -16,6 +16,16 @@ struct Picture {
     std::function<void(Canvas&)> draw;
 };
 
+/// Frees at its end what the drawing libraries keep for the next picture: fonts, mostly.
+class DrawingSession {
+public:
+    DrawingSession() = default;
+    /// No picture is being drawn.
+    ~DrawingSession();
+    DrawingSession(const DrawingSession&) = delete;
+    DrawingSession& operator=(const DrawingSession&) = delete;
+};
+
 // Both draw on white and return the whole file. Throw `std::runtime_error` when drawing fails.
 
 std::string renderPng(const Picture& picture);

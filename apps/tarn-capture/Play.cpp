@@ -67,6 +67,7 @@ int play(const PlayOptions& options) {
     playWithProgress(take.tracks(), playback, options.realtime);
 
     const Picture sheet = contactSheet(take, recorder.shown());
+    const DrawingSession session;
     OutputFile pngFile(png);
     OutputFile svgFile(svg);
     pngFile.write(renderPng(sheet));

@@ -87,9 +87,7 @@ RootPath::RootPath(const Take& take, const Motion& motion, double width)
     scale_ = std::min(widestScale, (plotHeight_ - 2 * padding) / std::max(across.span(), shortest));
 }
 
-double RootPath::height() const {
-    return headingHeight + plotHeight_ + bottomMargin;
-}
+double RootPath::height() const { return headingHeight + plotHeight_ + bottomMargin; }
 
 RootPath::Place RootPath::placeOf(const Vector3f& position) const {
     const auto x = static_cast<double>(position.x);

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include <cstddef>
-#include <string_view>
 #include <vector>
 
 namespace tarn::capture {
@@ -14,9 +13,7 @@ namespace {
 
 constexpr int deepestIndent = 40;
 
-bool isPosition(kit::Channel channel) {
-    return channel <= kit::Channel::Zposition;
-}
+bool isPosition(kit::Channel channel) { return channel <= kit::Channel::Zposition; }
 
 /// "position XYZ, rotation ZYX"; positions and rotations that alternate keep their order.
 std::string describeChannels(const std::vector<kit::Channel>& channels) {
@@ -42,7 +39,7 @@ std::string describe(const kit::Node& node) {
 
 std::string indent(int level) {
     if (level < deepestIndent) {
-        return std::string(static_cast<std::size_t>(level) * 2, ' ');
+        return fmt::format("{:{}}", "", level * 2);
     }
     return fmt::format("{:{}}({}) ", "", deepestIndent * 2, level);
 }

@@ -19,12 +19,8 @@ std::string lowered(std::string_view text) {
     return result;
 }
 
-bool isLowerLetter(char c) {
-    return c >= 'a' && c <= 'z';
-}
-bool isLetter(char c) {
-    return isLowerLetter(c) || (c >= 'A' && c <= 'Z');
-}
+bool isLowerLetter(char c) { return c >= 'a' && c <= 'z'; }
+bool isLetter(char c) { return isLowerLetter(c) || (c >= 'A' && c <= 'Z'); }
 
 /// Whether `name` starts with `letter` and it stands for itself: "lHand", "L_Hand", "LHand", but
 /// neither "lowerback" nor "Lumbar".

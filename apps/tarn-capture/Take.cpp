@@ -4,17 +4,20 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <limits>
+
 namespace tarn::capture {
 
 Take::Take(const std::filesystem::path& file)
     : data_(kit::readBvh(file)), unit_(guessLengthUnit(bodyHeight())) {}
 
-std::string Take::name() const {
-    return printable(data_.tracks->tracksName());
-}
+std::string Take::name() const { return printable(data_.tracks->tracksName()); }
 
-double Take::secondsAt(int frame) const {
-    return static_cast<double>(frame) / rate();
+double Take::secondsAt(int frame) const { return static_cast<double>(frame) / rate(); }
+
+double Take::bodyHeight() const {
+    return static_cast<double>(std::min(data_.rig->height(), std::numeric_limits<float>::max()));
 }
 
 std::vector<std::string> Take::guesses() const {
@@ -32,8 +35,6 @@ const kit::Pose& Take::pose(int frame) const {
     return data_.tracks->getFrame(frame, kit::poseDataType)->dataAs<kit::Pose>();
 }
 
-kit::Pose Take::restPose() const {
-    return {std::vector<float>(data_.rig->valueCount(), 0.0F)};
-}
+kit::Pose Take::restPose() const { return {std::vector<float>(data_.rig->valueCount(), 0.0F)}; }
 
 } // namespace tarn::capture

@@ -31,8 +31,8 @@ public:
     /// How long the take lasts, to the end of its last frame.
     double duration() const { return secondsAt(frameCount()); }
 
-    /// In the take's unit of length, in its rest pose.
-    double bodyHeight() const { return static_cast<double>(data_.rig->height()); }
+    /// In the take's unit of length, in its rest pose; finite, whatever the file says.
+    double bodyHeight() const;
     const LengthUnit& unit() const { return unit_; }
     /// What the file leaves open and how it was settled, one sentence each.
     std::vector<std::string> guesses() const;

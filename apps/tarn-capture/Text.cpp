@@ -35,9 +35,7 @@ constexpr std::array<LeadRange, 9> leadRanges{{
     {0xF4, 0xF4, 4, 0x80, 0x8F},
 }};
 
-bool isContinuation(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
+bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 bool fits(std::string_view text, const LeadRange& range) {
     if (range.length == 1) {
@@ -86,9 +84,7 @@ std::string validUtf8(std::string_view text) {
     return cleaned(text, [](std::string_view) { return false; });
 }
 
-std::string printable(std::string_view text) {
-    return cleaned(text, isUnprintable);
-}
+std::string printable(std::string_view text) { return cleaned(text, isUnprintable); }
 
 std::string shortened(std::string_view text, std::size_t length) {
     std::size_t characters = 0;

@@ -1,7 +1,9 @@
+#include "ActorDocument.h"
 #include "Errors.h"
 #include "Export.h"
 #include "Info.h"
 #include "Play.h"
+#include "Stream.h"
 
 #include <CLI/CLI.hpp>
 
@@ -17,10 +19,13 @@ namespace {
 
 /// The command line: one object per run, since the commands' options live in it.
 struct CommandLine {
-    CLI::App app{"Shows, plays and converts motion-capture takes (BVH files).", "tarn-capture"};
+    CLI::App app{"Shows, plays, converts and streams motion-capture takes (BVH files).",
+                 "tarn-capture"};
     InfoOptions info;
     PlayOptions play;
     ExportOptions exported;
+    StreamOptions stream;
+    ActorOptions actor;
     std::string format;       ///< of the export
     std::function<int()> run; ///< the chosen command
 };
@@ -78,6 +83,45 @@ void addExport(CommandLine& line) {
     });
 }
 
+void addStream(CommandLine& line) {
+    CLI::App& command =
+        *line.app.add_subcommand("stream", "Stream a take from a replay device to a recorder, and\n"
+                                           "compare the recording with the take");
+    command.add_option("TAKE", line.stream.take, "A BVH file")->required()->type_name("");
+    command
+        .add_option("--rate", line.stream.rate,
+                    "How much faster than the take to stream; 0 for as fast\n"
+                    "as it goes; if not given, 1")
+        ->type_name("F");
+    command
+        .add_option("--frames", line.stream.frames, "How many frames to stream; if not given, all")
+        ->type_name("N");
+    command.callback([&line] { line.run = [&line] { return stream(line.stream); }; });
+}
+
+void addActor(CommandLine& line) {
+    CLI::App& command = *line.app.add_subcommand(
+        "actor", "Show an actor's settings document, set what is in it, or\n"
+                 "check it. A document that is not there is made when\n"
+                 "something is set");
+    command.add_option("FILE", line.actor.file, "An XML file")->required()->type_name("");
+    command.add_option("--name", line.actor.name, "Set the actor's name")->type_name("NAME");
+    command
+        .add_option("--dimension", line.actor.dimensions,
+                    "Set a body dimension, such as Height=1.72")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false);
+    command
+        .add_option("--sensor", line.actor.sensors,
+                    "Set an entry of the sensor map, such as Hips=3")
+        ->type_name("NAME=NUMBER")
+        ->allow_extra_args(false);
+    command.add_flag("--check", line.actor.check,
+                     "List what is wrong with the document, and fail if\n"
+                     "anything is");
+    command.callback([&line] { line.run = [&line] { return actor(line.actor); }; });
+}
+
 void reportUsage(const CommandLine& line, const std::string& reason) {
     std::string program = line.app.get_name();
     for (const CLI::App* command : line.app.get_subcommands()) {
@@ -101,6 +145,8 @@ int run(int argc, const char* const* argv) {
     addInfo(line);
     addPlay(line);
     addExport(line);
+    addStream(line);
+    addActor(line);
     try {
         line.app.parse(argc, argv);
         if (!line.run) {

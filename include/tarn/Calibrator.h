@@ -41,7 +41,8 @@ public:
     void finish();
     void cancel();
 
-    // What a character tells each of its calibrators when a calibration of the whole begins or ends.
+    // What a character tells each of its calibrators when a calibration of the whole begins or
+    // ends.
     void globalStart();
     void globalFinish();
     void globalCancel();
@@ -51,20 +52,21 @@ public:
     /// What `onProgress` last announced; neither begin nor end resets it. 0 at first.
     float currentCalibrateProgress() const;
 
-    /// Hands a frame to `doRawFlushFrame`, then to `doFlushFrame` if the calibrator is calibrating by
-    /// then.
+    /// Hands a frame to `doRawFlushFrame`, then to `doFlushFrame` if the calibrator is calibrating
+    /// by then.
     void flushFrame(std::shared_ptr<Timeline> timeline);
 
-    /// What the calibration is made from, in a layout of the concrete calibrator; an empty pointer if
-    /// it keeps nothing.
+    /// What the calibration is made from, in a layout of the concrete calibrator; an empty pointer
+    /// if it keeps nothing.
     std::shared_ptr<Tracks> calibrationData();
     void setCalibrationData(std::shared_ptr<Tracks> data);
     void truncCalibrationData();
 
     /// The value of a factor; empty if there is no such factor or it cannot be queried.
     std::any queryFactor(int id);
-    /// Sets a factor, then emits `onFactorChanged` if it can also be queried: on every call, whether
-    /// the value differs or not. Does nothing if there is no such factor or it cannot be set.
+    /// Sets a factor, then emits `onFactorChanged` if it can also be queried: on every call,
+    /// whether the value differs or not. Does nothing if there is no such factor or it cannot be
+    /// set.
     void setFactor(int id, const std::any& value);
     bool isFactorQueriable(int id) const;
     bool isFactorSettable(int id) const;

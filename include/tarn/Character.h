@@ -16,10 +16,10 @@
 
 namespace tarn {
 
-/// One performer in a scene: an actor, a solver, devices and calibrators, which are its children and
-/// found by their type, and a take that carries the motion. Whenever the take's current time moves,
-/// the character announces the take's frames of that instant with `onFrame`; while it is calibrating
-/// it also hands them to each of its calibrators.
+/// One performer in a scene: an actor, a solver, devices and calibrators, which are its children
+/// and found by their type, and a take that carries the motion. Whenever the take's current time
+/// moves, the character announces the take's frames of that instant with `onFrame`; while it is
+/// calibrating it also hands them to each of its calibrators.
 ///
 /// Ownership: children are linked, not owned; the take is shared. Give a character whose take lives
 /// on an empty take before you destroy it: its connection to the take is not undone by itself.
@@ -70,13 +70,14 @@ public:
     /// What `addCalibrator` noted; false for a calibrator that was never added.
     bool isCalibratorRequired(Calibrator* calibrator);
 
-    // A calibration run. State is not checked: begun twice, every frame reaches each calibrator twice.
-    // Precondition of all three: the character has a solver.
+    // A calibration run. State is not checked: begun twice, every frame reaches each calibrator
+    // twice. Precondition of all three: the character has a solver.
 
-    /// Emits `onWillCalibrate`, begins with the solver, starts each calibrator and from then on hands
-    /// it every frame.
+    /// Emits `onWillCalibrate`, begins with the solver, starts each calibrator and from then on
+    /// hands it every frame.
     void beginCalibrate();
-    /// Finishes each calibrator, stops the frames, ends with the solver, emits `onCalibrateFinished`.
+    /// Finishes each calibrator, stops the frames, ends with the solver, emits
+    /// `onCalibrateFinished`.
     void endCalibrate();
     /// Cancels each calibrator, stops the frames, cancels with the solver, emits
     /// `onCalibrateCanceled`.
@@ -86,8 +87,8 @@ public:
 
     /// The take; may be empty.
     std::shared_ptr<Tracks> tracks();
-    /// Emits `onWillChangeTracks`, replaces the take, emits `onTracksChanged`. Does nothing if it is
-    /// the same take. The old take is no longer heard by the time of the first signal.
+    /// Emits `onWillChangeTracks`, replaces the take, emits `onTracksChanged`. Does nothing if it
+    /// is the same take. The old take is no longer heard by the time of the first signal.
     void setTracks(std::shared_ptr<Tracks> tracks);
 
     tsignal::Signal<std::string>& onCharacterNameChanged();

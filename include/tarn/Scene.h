@@ -30,8 +30,8 @@ public:
 
     /// Links a character, then emits `onCharacterAdded`. Nothing is checked.
     void addCharacter(Character* character);
-    /// Deselects `character` if it is selected; makes the first other character current if it is the
-    /// current one; then, if it is a character of this scene, emits `onCharacterWillRemove` and
+    /// Deselects `character` if it is selected; makes the first other character current if it is
+    /// the current one; then, if it is a character of this scene, emits `onCharacterWillRemove` and
     /// unlinks it. It is not deleted.
     void removeCharacter(Character* character);
     /// Every child that is a character, in the order in which they were added.

@@ -17,9 +17,9 @@
 
 namespace tarn {
 
-/// Turns input frames into motion. The base files input and output frames into one sequence per data
-/// type, keeps numbered factors, holds a skeleton as a child and announces calibration; a concrete
-/// solver overrides the `do...` operations, most of all `doEvaluate`.
+/// Turns input frames into motion. The base files input and output frames into one sequence per
+/// data type, keeps numbered factors, holds a skeleton as a child and announces calibration; a
+/// concrete solver overrides the `do...` operations, most of all `doEvaluate`.
 ///
 /// Ownership: the skeleton is linked, not owned; sequences are shared.
 /// Threads: only the signals lock; everything else is used from one thread at a time.
@@ -35,8 +35,8 @@ public:
     /// The first child that is a skeleton, or null.
     Skeleton* skeleton() const;
 
-    /// Appends a frame to the input sequence of its data type, which is created on first use. Frames
-    /// stay in the order of arrival. Precondition: `frame` is not empty.
+    /// Appends a frame to the input sequence of its data type, which is created on first use.
+    /// Frames stay in the order of arrival. Precondition: `frame` is not empty.
     void addInput(std::shared_ptr<Frame> frame);
     /// Forgets all inputs; sequences that others hold stay as they are.
     void clearInput();
@@ -54,7 +54,8 @@ public:
     /// Evaluates over a take. What the two integers mean is up to the concrete solver.
     bool evaluate(std::shared_ptr<Tracks> tracks, int first, int second);
 
-    // Calibration is driven from outside, usually by the character; the calls may come in any order.
+    // Calibration is driven from outside, usually by the character; the calls may come in any
+    // order.
 
     /// Emits `onWillCalibrate`, then does the work.
     void beginCalibrate();
@@ -67,8 +68,9 @@ public:
 
     /// The value of a factor; empty if there is no such factor or it cannot be queried.
     std::any queryFactor(int id) const;
-    /// Sets a factor, then emits `onFactorChanged` if it can also be queried: on every call, whether
-    /// the value differs or not. Does nothing if there is no such factor or it cannot be set.
+    /// Sets a factor, then emits `onFactorChanged` if it can also be queried: on every call,
+    /// whether the value differs or not. Does nothing if there is no such factor or it cannot be
+    /// set.
     void setFactor(int id, const std::any& value);
     bool isFactorQueriable(int id) const;
     bool isFactorSettable(int id) const;

@@ -5,7 +5,9 @@
 #include <array>
 #include <cstddef>
 #include <optional>
-#include <utility>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace tarn::kit {
 
@@ -111,6 +113,10 @@ void HierarchyReader::openJoint(const char* place) {
     if (node.name.empty()) {
         scanner_.failExpected(namePlace, "the name of the joint");
     }
+    if (node.name.size() > bvhMaxNameLength) {
+        scanner_.failExpected(namePlace,
+                              "a name of at most " + std::to_string(bvhMaxNameLength) + " bytes");
+    }
     scanner_.expect('{');
 }
 
@@ -202,8 +208,6 @@ std::optional<Channel> HierarchyReader::peekChannel() {
 
 } // namespace
 
-std::shared_ptr<Rig> readHierarchy(TextScanner& scanner) {
-    return HierarchyReader(scanner).read();
-}
+std::shared_ptr<Rig> readHierarchy(TextScanner& scanner) { return HierarchyReader(scanner).read(); }
 
 } // namespace tarn::kit

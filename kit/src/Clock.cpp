@@ -17,9 +17,7 @@ SteadyClock::SteadyClock() = default;
 
 SteadyClock::~SteadyClock() = default;
 
-Clock::Instant SteadyClock::now() const {
-    return std::chrono::steady_clock::now();
-}
+Clock::Instant SteadyClock::now() const { return std::chrono::steady_clock::now(); }
 
 bool SteadyClock::waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& woken,
                             Instant instant, const std::function<bool()>& wake) {
@@ -87,9 +85,7 @@ ManualClock::ManualClock(Instant start) : d_(std::make_unique<PrivateData>(start
 
 ManualClock::~ManualClock() = default;
 
-Clock::Instant ManualClock::now() const {
-    return d_->now.load();
-}
+Clock::Instant ManualClock::now() const { return d_->now.load(); }
 
 bool ManualClock::waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& woken,
                             Instant instant, const std::function<bool()>& wake) {

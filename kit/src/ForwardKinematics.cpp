@@ -20,14 +20,10 @@ struct Transform {
     Vector origin = {0, 0, 0};
 };
 
-bool isPosition(Channel channel) {
-    return channel <= Channel::Zposition;
-}
+bool isPosition(Channel channel) { return channel <= Channel::Zposition; }
 
 /// 0, 1, 2 for x, y, z.
-std::size_t axisOf(Channel channel) {
-    return static_cast<std::size_t>(channel) % 3;
-}
+std::size_t axisOf(Channel channel) { return static_cast<std::size_t>(channel) % 3; }
 
 void move(Vector& point, const Vector& direction, double distance) {
     for (std::size_t i = 0; i < 3; ++i) {

@@ -86,17 +86,11 @@ RecorderNode::RecorderNode(int dataType, int maxFrames) {
     addIFramePort(framePort, [d = d_](std::shared_ptr<Frame> frame) { d->add(std::move(frame)); });
 }
 
-RecorderNode::~RecorderNode() {
-    d_->close();
-}
+RecorderNode::~RecorderNode() { d_->close(); }
 
-int RecorderNode::dataType() const {
-    return d_->dataType;
-}
+int RecorderNode::dataType() const { return d_->dataType; }
 
-int RecorderNode::maxFrames() const {
-    return d_->maxFrames;
-}
+int RecorderNode::maxFrames() const { return d_->maxFrames; }
 
 int RecorderNode::frameCount() const {
     const std::lock_guard<std::mutex> lock(d_->mutex);
@@ -137,12 +131,8 @@ std::shared_ptr<Tracks> RecorderNode::take() const {
     return tracks;
 }
 
-void RecorderNode::clear() {
-    d_->clear();
-}
+void RecorderNode::clear() { d_->clear(); }
 
-tsignal::Signal<>& RecorderNode::onFull() {
-    return d_->onFull;
-}
+tsignal::Signal<>& RecorderNode::onFull() { return d_->onFull; }
 
 } // namespace tarn::kit

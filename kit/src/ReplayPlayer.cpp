@@ -1,10 +1,12 @@
 #include "ReplayPlayer.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cmath>
 #include <exception>
-#include <map>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace tarn::kit {
@@ -72,19 +74,23 @@ ReplayPlayer::ReplayPlayer(const Clock& clock, Output& output, StateListener onS
     : clock_(clock), output_(output), onState_(std::move(onState)) {}
 
 bool ReplayPlayer::handle(const Request& request, Reply& reply) {
-    static const std::map<std::string, Handler> handlers = {
-        {"open", &ReplayPlayer::open},     {"start", &ReplayPlayer::start},
-        {"pause", &ReplayPlayer::pause},   {"stop", &ReplayPlayer::stop},
-        {"seek", &ReplayPlayer::seek},     {"rate", &ReplayPlayer::rate},
+    static constexpr std::array<std::pair<std::string_view, Handler>, 7> handlers = {{
+        {"open", &ReplayPlayer::open},
+        {"start", &ReplayPlayer::start},
+        {"pause", &ReplayPlayer::pause},
+        {"stop", &ReplayPlayer::stop},
+        {"seek", &ReplayPlayer::seek},
+        {"rate", &ReplayPlayer::rate},
         {"status", &ReplayPlayer::status},
-    };
-    const auto handler = handlers.find(request.id());
-    if (handler == handlers.end()) {
-        return false;
+    }};
+    for (const auto& [id, handler] : handlers) {
+        if (id == request.id()) {
+            reply.setResultCode(0);
+            (this->*handler)(request, reply);
+            return true;
+        }
     }
-    reply.setResultCode(0);
-    (this->*handler->second)(request, reply);
-    return true;
+    return false;
 }
 
 std::optional<Clock::Instant> ReplayPlayer::due() const {

@@ -57,21 +57,15 @@ int Rig::addEndSite(int parent, const Vector3f& offset) {
         {d_->joint(parent).name + "_End", parent, offset, {}, d_->valueCount, nullptr});
 }
 
-const std::vector<Node>& Rig::nodes() const noexcept {
-    return d_->nodes;
-}
+const std::vector<Node>& Rig::nodes() const noexcept { return d_->nodes; }
 
 const std::vector<std::unique_ptr<Skeleton>>& Rig::skeletons() const noexcept {
     return d_->skeletons;
 }
 
-int Rig::jointCount() const noexcept {
-    return static_cast<int>(d_->bones.size());
-}
+int Rig::jointCount() const noexcept { return static_cast<int>(d_->bones.size()); }
 
-std::size_t Rig::valueCount() const noexcept {
-    return d_->valueCount;
-}
+std::size_t Rig::valueCount() const noexcept { return d_->valueCount; }
 
 float Rig::height() const {
     if (d_->nodes.empty()) {

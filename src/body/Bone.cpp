@@ -20,13 +20,9 @@ Bone::Bone(const std::string& name) : d_(std::make_unique<PrivateData>()) {
 
 Bone::~Bone() = default;
 
-std::string Bone::name() const {
-    return d_->joint->name();
-}
+std::string Bone::name() const { return d_->joint->name(); }
 
-Joint* Bone::joint() {
-    return d_->joint.get();
-}
+Joint* Bone::joint() { return d_->joint.get(); }
 
 void Bone::addChildBone(Bone* child) {
     assert(child != nullptr);
@@ -40,29 +36,19 @@ void Bone::removeChildBone(Bone* child) {
     joint()->removeChild(child->joint());
 }
 
-Bone* Bone::parentBone() const {
-    return typedParent<Bone>(*this);
-}
+Bone* Bone::parentBone() const { return typedParent<Bone>(*this); }
 
-std::list<Bone*> Bone::childrenBones() const {
-    return typedChildren<Bone>(*this);
-}
+std::list<Bone*> Bone::childrenBones() const { return typedChildren<Bone>(*this); }
 
 void Bone::bindSensor(int sensor) {
     d_->sensor = sensor;
     d_->onSensorBindChanged.emit(sensor);
 }
 
-void Bone::unbindSensor() {
-    bindSensor(-1);
-}
+void Bone::unbindSensor() { bindSensor(-1); }
 
-int Bone::sensorBinded() const {
-    return d_->sensor;
-}
+int Bone::sensorBinded() const { return d_->sensor; }
 
-tsignal::Signal<int>& Bone::onSensorBindChanged() {
-    return d_->onSensorBindChanged;
-}
+tsignal::Signal<int>& Bone::onSensorBindChanged() { return d_->onSensorBindChanged; }
 
 } // namespace tarn

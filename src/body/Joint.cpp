@@ -8,22 +8,14 @@ struct Joint::PrivateData {
     std::string name;
 };
 
-Joint::Joint(const std::string& name) : d_(std::make_unique<PrivateData>()) {
-    d_->name = name;
-}
+Joint::Joint(const std::string& name) : d_(std::make_unique<PrivateData>()) { d_->name = name; }
 
 Joint::~Joint() = default;
 
-std::string Joint::name() const {
-    return d_->name;
-}
+std::string Joint::name() const { return d_->name; }
 
-Joint* Joint::parentJoint() const {
-    return typedParent<Joint>(*this);
-}
+Joint* Joint::parentJoint() const { return typedParent<Joint>(*this); }
 
-std::list<Joint*> Joint::childrenJoints() const {
-    return typedChildren<Joint>(*this);
-}
+std::list<Joint*> Joint::childrenJoints() const { return typedChildren<Joint>(*this); }
 
 } // namespace tarn

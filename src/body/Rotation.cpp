@@ -10,21 +10,13 @@ namespace {
 
 constexpr double pi = 3.141592653589793;
 
-Eigen::Vector3f toEigen(const Vector3f& v) {
-    return {v.x, v.y, v.z};
-}
+Eigen::Vector3f toEigen(const Vector3f& v) { return {v.x, v.y, v.z}; }
 
-Eigen::Quaternionf toEigen(const Quaternionf& q) {
-    return {q.w, q.x, q.y, q.z};
-}
+Eigen::Quaternionf toEigen(const Quaternionf& q) { return {q.w, q.x, q.y, q.z}; }
 
-Vector3f fromEigen(const Eigen::Vector3f& v) {
-    return {v.x(), v.y(), v.z()};
-}
+Vector3f fromEigen(const Eigen::Vector3f& v) { return {v.x(), v.y(), v.z()}; }
 
-Quaternionf fromEigen(const Eigen::Quaternionf& q) {
-    return {q.x(), q.y(), q.z(), q.w()};
-}
+Quaternionf fromEigen(const Eigen::Quaternionf& q) { return {q.x(), q.y(), q.z(), q.w()}; }
 
 // The widths and the order of these steps decide the last bits of an angle, which hosts store.
 float toDegrees(float radians) {
@@ -50,9 +42,7 @@ Quaternionf operator*(const Quaternionf& a, const Quaternionf& b) {
     return fromEigen(toEigen(a) * toEigen(b));
 }
 
-Vector3f operator*(const Vector3f& v, float s) {
-    return {v.x * s, v.y * s, v.z * s};
-}
+Vector3f operator*(const Vector3f& v, float s) { return {v.x * s, v.y * s, v.z * s}; }
 
 Vector3f operator*(const Quaternionf& q, const Vector3f& v) {
     return fromEigen(toEigen(q) * toEigen(v));
@@ -62,9 +52,7 @@ Vector3f operator+(const Vector3f& a, const Vector3f& b) {
     return {a.x + b.x, a.y + b.y, a.z + b.z};
 }
 
-Quaternionf inverse(const Quaternionf& q) {
-    return fromEigen(toEigen(q).inverse());
-}
+Quaternionf inverse(const Quaternionf& q) { return fromEigen(toEigen(q).inverse()); }
 
 EulerAngle toEulerAngle(const Quaternionf& q, const EulerOrder& o) {
     assert(namesAxes(o));

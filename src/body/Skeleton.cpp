@@ -46,29 +46,17 @@ Skeleton::Skeleton(const std::string& name) : d_(std::make_unique<PrivateData>()
 
 Skeleton::~Skeleton() = default;
 
-const std::string& Skeleton::skeletonName() const {
-    return d_->name;
-}
+const std::string& Skeleton::skeletonName() const { return d_->name; }
 
-void Skeleton::setSkeletonName(const std::string& name) {
-    d_->name = name;
-}
+void Skeleton::setSkeletonName(const std::string& name) { d_->name = name; }
 
-Bone* Skeleton::rootBone() const {
-    return d_->root;
-}
+Bone* Skeleton::rootBone() const { return d_->root; }
 
-void Skeleton::setBone(Bone* root) {
-    d_->root = root;
-}
+void Skeleton::setBone(Bone* root) { d_->root = root; }
 
-void Skeleton::addProp(Bone* prop) {
-    d_->props.push_back(prop);
-}
+void Skeleton::addProp(Bone* prop) { d_->props.push_back(prop); }
 
-std::list<Bone*> Skeleton::props() const {
-    return d_->props;
-}
+std::list<Bone*> Skeleton::props() const { return d_->props; }
 
 std::list<Bone*> Skeleton::bones() const {
     std::list<Bone*> found;

@@ -50,17 +50,11 @@ Links findAll(const Links& links, const Predicate& pred) {
 
 Object::Object() : Object(std::string()) {}
 
-Object::Object(const std::string& name) : d_(std::make_unique<PrivateData>()) {
-    d_->name = name;
-}
+Object::Object(const std::string& name) : d_(std::make_unique<PrivateData>()) { d_->name = name; }
 
-Object::~Object() {
-    d_->children.clear();
-}
+Object::~Object() { d_->children.clear(); }
 
-std::string Object::objectName() const {
-    return d_->name;
-}
+std::string Object::objectName() const { return d_->name; }
 
 void Object::setObjectName(const std::string& name) {
     if (name == d_->name) {
@@ -112,17 +106,11 @@ void Object::removeParent(Object* parent) {
     d_->parents.remove(nullptr);
 }
 
-const std::list<Object*>& Object::children() const {
-    return d_->children;
-}
+const std::list<Object*>& Object::children() const { return d_->children; }
 
-const std::list<Object*>& Object::parents() const {
-    return d_->parents;
-}
+const std::list<Object*>& Object::parents() const { return d_->parents; }
 
-Object* Object::parent() const {
-    return d_->parents.empty() ? nullptr : d_->parents.front();
-}
+Object* Object::parent() const { return d_->parents.empty() ? nullptr : d_->parents.front(); }
 
 Object* Object::findChild(std::function<bool(Object*)> pred) const {
     return findFirst(d_->children, pred);
@@ -154,32 +142,18 @@ std::any Object::takeUserObject(const std::string& key) {
     return value;
 }
 
-bool Object::hasUserObject(const std::string& key) {
-    return d_->userObjects.count(key) != 0;
-}
+bool Object::hasUserObject(const std::string& key) { return d_->userObjects.count(key) != 0; }
 
-const std::map<std::string, std::any>& Object::userObjects() {
-    return d_->userObjects;
-}
+const std::map<std::string, std::any>& Object::userObjects() { return d_->userObjects; }
 
-tsignal::Signal<std::string>& Object::onNameChanged() {
-    return d_->onNameChanged;
-}
+tsignal::Signal<std::string>& Object::onNameChanged() { return d_->onNameChanged; }
 
-tsignal::Signal<Object*>& Object::onChildAdded() {
-    return d_->onChildAdded;
-}
+tsignal::Signal<Object*>& Object::onChildAdded() { return d_->onChildAdded; }
 
-tsignal::Signal<Object*>& Object::onChildWillRemove() {
-    return d_->onChildWillRemove;
-}
+tsignal::Signal<Object*>& Object::onChildWillRemove() { return d_->onChildWillRemove; }
 
-tsignal::Signal<Object*>& Object::onParentAdded() {
-    return d_->onParentAdded;
-}
+tsignal::Signal<Object*>& Object::onParentAdded() { return d_->onParentAdded; }
 
-tsignal::Signal<Object*>& Object::onParentWillRemove() {
-    return d_->onParentWillRemove;
-}
+tsignal::Signal<Object*>& Object::onParentWillRemove() { return d_->onParentWillRemove; }
 
 } // namespace tarn

@@ -46,9 +46,7 @@ Sequence::Sequence(int dataType) : d_(std::make_unique<PrivateData>(dataType)) {
 
 Sequence::~Sequence() = default;
 
-int Sequence::dataType() const {
-    return d_->dataType;
-}
+int Sequence::dataType() const { return d_->dataType; }
 
 bool Sequence::addFrame(std::shared_ptr<Frame> frame) {
     assert(frame != nullptr);
@@ -69,9 +67,7 @@ bool Sequence::addFrame(std::shared_ptr<Frame> frame) {
     return true;
 }
 
-int Sequence::frameCount() const {
-    return static_cast<int>(d_->frames.size());
-}
+int Sequence::frameCount() const { return static_cast<int>(d_->frames.size()); }
 
 std::shared_ptr<Frame> Sequence::getFrame(int index) {
     assert(index >= 0);
@@ -79,9 +75,7 @@ std::shared_ptr<Frame> Sequence::getFrame(int index) {
     return position < d_->frames.size() ? d_->frames[position] : nullptr;
 }
 
-const std::pair<Time, Time>& Sequence::getTimeRange() const {
-    return d_->timeRange;
-}
+const std::pair<Time, Time>& Sequence::getTimeRange() const { return d_->timeRange; }
 
 std::shared_ptr<Frame> Sequence::findFrame(const Time& t) {
     return d_->find(t, [&t](const Time& time) { return time == t; });

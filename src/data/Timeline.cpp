@@ -9,9 +9,7 @@ Timeline::Timeline(const Time& time) : time_(time) {}
 
 Timeline::Timeline(const Timeline& other) = default;
 
-Timeline::Timeline(Timeline&& other) noexcept : time_(other.time_) {
-    frames_.swap(other.frames_);
-}
+Timeline::Timeline(Timeline&& other) noexcept : time_(other.time_) { frames_.swap(other.frames_); }
 
 Timeline& Timeline::operator=(const Timeline& other) = default;
 
@@ -23,9 +21,7 @@ Timeline& Timeline::operator=(Timeline&& other) noexcept {
 
 Timeline::~Timeline() = default;
 
-const Time& Timeline::time() const {
-    return time_;
-}
+const Time& Timeline::time() const { return time_; }
 
 void Timeline::addFrame(std::shared_ptr<Frame> frame) {
     assert(frame != nullptr);
@@ -33,16 +29,10 @@ void Timeline::addFrame(std::shared_ptr<Frame> frame) {
     frames_[dataType] = std::move(frame);
 }
 
-std::shared_ptr<Frame> Timeline::frame(int dataType) {
-    return frames_[dataType];
-}
+std::shared_ptr<Frame> Timeline::frame(int dataType) { return frames_[dataType]; }
 
-void Timeline::removeFrame(int dataType) {
-    frames_[dataType].reset();
-}
+void Timeline::removeFrame(int dataType) { frames_[dataType].reset(); }
 
-const std::map<int, std::shared_ptr<Frame>>& Timeline::frames() const {
-    return frames_;
-}
+const std::map<int, std::shared_ptr<Frame>>& Timeline::frames() const { return frames_; }
 
 } // namespace tarn

@@ -22,22 +22,16 @@ Track::Track(int dataType) : d_(std::make_unique<PrivateData>(dataType)) {}
 
 Track::~Track() = default;
 
-int Track::dataType() const {
-    return d_->dataType;
-}
+int Track::dataType() const { return d_->dataType; }
 
-int Track::frameCount() const {
-    return static_cast<int>(d_->frames.size());
-}
+int Track::frameCount() const { return static_cast<int>(d_->frames.size()); }
 
 void Track::setFrameCount(int count) {
     assert(count >= 0);
     d_->frames.resize(static_cast<std::size_t>(count));
 }
 
-std::shared_ptr<Frame> Track::getFrame(int index) {
-    return d_->slot(index);
-}
+std::shared_ptr<Frame> Track::getFrame(int index) { return d_->slot(index); }
 
 void Track::setFrame(int index, std::shared_ptr<Frame> frame) {
     d_->slot(index) = std::move(frame);

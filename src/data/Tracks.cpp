@@ -38,9 +38,7 @@ int offsetOf(const std::vector<Placed<T>>& entries, const std::shared_ptr<T>& it
 
 /// Offsets are free numbers of the host: sums with them are taken in 64 bits, so that none
 /// overflows.
-std::int64_t sum(int a, int b) {
-    return std::int64_t{a} + b;
-}
+std::int64_t sum(int a, int b) { return std::int64_t{a} + b; }
 
 int saturated(std::int64_t value) {
     using Limits = std::numeric_limits<int>;
@@ -109,50 +107,30 @@ Tracks::Tracks() : d_(std::make_unique<PrivateData>()) {}
 
 Tracks::~Tracks() = default;
 
-const std::string& Tracks::tracksName() const {
-    return d_->tracksName;
-}
+const std::string& Tracks::tracksName() const { return d_->tracksName; }
 
-void Tracks::setTracksName(const std::string& name) {
-    d_->tracksName = name;
-}
+void Tracks::setTracksName(const std::string& name) { d_->tracksName = name; }
 
-int Tracks::fps() const {
-    return d_->fps;
-}
+int Tracks::fps() const { return d_->fps; }
 
-void Tracks::setFps(int fps) {
-    d_->fps = fps;
-}
+void Tracks::setFps(int fps) { d_->fps = fps; }
 
-int Tracks::timeLength() const {
-    return d_->timeLength;
-}
+int Tracks::timeLength() const { return d_->timeLength; }
 
-void Tracks::setTimeLength(int length) {
-    d_->timeLength = length;
-}
+void Tracks::setTimeLength(int length) { d_->timeLength = length; }
 
-int Tracks::frameCount() const {
-    return d_->frameCount;
-}
+int Tracks::frameCount() const { return d_->frameCount; }
 
-void Tracks::setFrameCount(int count) {
-    d_->frameCount = count;
-}
+void Tracks::setFrameCount(int count) { d_->frameCount = count; }
 
 void Tracks::addTrack(std::shared_ptr<Track> track, int offset) {
     assert(track != nullptr);
     d_->tracks.emplace_back(std::move(track), offset);
 }
 
-void Tracks::removeTrack(std::shared_ptr<Track> track) {
-    removeEntries(d_->tracks, track);
-}
+void Tracks::removeTrack(std::shared_ptr<Track> track) { removeEntries(d_->tracks, track); }
 
-int Tracks::trackCount() const {
-    return static_cast<int>(d_->tracks.size());
-}
+int Tracks::trackCount() const { return static_cast<int>(d_->tracks.size()); }
 
 std::shared_ptr<Track> Tracks::getTrack(int i) {
     return i >= 0 && i < trackCount() ? d_->tracks[static_cast<std::size_t>(i)].first : nullptr;
@@ -163,9 +141,7 @@ std::shared_ptr<Track> Tracks::findTrack(int dataType) {
     return found == d_->tracks.end() ? nullptr : found->first;
 }
 
-int Tracks::trackOffset(std::shared_ptr<Track> track) {
-    return offsetOf(d_->tracks, track);
-}
+int Tracks::trackOffset(std::shared_ptr<Track> track) { return offsetOf(d_->tracks, track); }
 
 void Tracks::addSubTracks(std::shared_ptr<Tracks> subTracks, int offset) {
     assert(subTracks != nullptr);
@@ -176,9 +152,7 @@ void Tracks::removeSubTracks(std::shared_ptr<Tracks> subTracks) {
     removeEntries(d_->subTracks, subTracks);
 }
 
-int Tracks::subTracksCount() const {
-    return static_cast<int>(d_->subTracks.size());
-}
+int Tracks::subTracksCount() const { return static_cast<int>(d_->subTracks.size()); }
 
 std::shared_ptr<Tracks> Tracks::subTracks(int i) {
     assert(i >= 0);
@@ -241,13 +215,9 @@ void Tracks::setFrame(int index, int dataType, std::shared_ptr<Frame> frame) {
     }
 }
 
-int Tracks::currentTime() const {
-    return d_->currentTime;
-}
+int Tracks::currentTime() const { return d_->currentTime; }
 
-int Tracks::currentFrameIndex() const {
-    return d_->currentTime;
-}
+int Tracks::currentFrameIndex() const { return d_->currentTime; }
 
 void Tracks::setCurrentTime(int t) {
     d_->currentTime = t;
@@ -261,21 +231,13 @@ void Tracks::setCurrentTime(int t) {
     });
 }
 
-std::shared_ptr<Frame> Tracks::currentFrame(int index) {
-    return getFrame(index, d_->currentTime);
-}
+std::shared_ptr<Frame> Tracks::currentFrame(int index) { return getFrame(index, d_->currentTime); }
 
-std::shared_ptr<Timeline> Tracks::currentFrame() {
-    return getFrame(d_->currentTime);
-}
+std::shared_ptr<Timeline> Tracks::currentFrame() { return getFrame(d_->currentTime); }
 
-int Tracks::workRangeBegin() const {
-    return d_->workRangeBegin;
-}
+int Tracks::workRangeBegin() const { return d_->workRangeBegin; }
 
-int Tracks::workRangeEnd() const {
-    return d_->workRangeEnd;
-}
+int Tracks::workRangeEnd() const { return d_->workRangeEnd; }
 
 void Tracks::setWorkRange(int begin, int end) {
     const auto subTracks = d_->subTracks;
@@ -304,21 +266,13 @@ void Tracks::endUpdateTracks() {
     }
 }
 
-int Tracks::tracksVersion() const {
-    return d_->tracksVersion;
-}
+int Tracks::tracksVersion() const { return d_->tracksVersion; }
 
-void Tracks::setTracksVersion(int version) {
-    d_->tracksVersion = version;
-}
+void Tracks::setTracksVersion(int version) { d_->tracksVersion = version; }
 
-const std::map<int, int>& Tracks::frameIndexMap() const {
-    return d_->frameIndexMap;
-}
+const std::map<int, int>& Tracks::frameIndexMap() const { return d_->frameIndexMap; }
 
-void Tracks::setFrameIndexMap(int key, int value) {
-    d_->frameIndexMap[key] = value;
-}
+void Tracks::setFrameIndexMap(int key, int value) { d_->frameIndexMap[key] = value; }
 
 void Tracks::alignTracksByTime() {
     TimeAxis axis;
@@ -352,20 +306,12 @@ void Tracks::alignTracksByTime() {
     setWorkRange(0, d_->timeLength - 1);
 }
 
-tsignal::Signal<int>& Tracks::onCurrentTimeChanged() {
-    return d_->onCurrentTimeChanged;
-}
+tsignal::Signal<int>& Tracks::onCurrentTimeChanged() { return d_->onCurrentTimeChanged; }
 
-tsignal::Signal<int, int>& Tracks::onWillUpdateTracks() {
-    return d_->onWillUpdateTracks;
-}
+tsignal::Signal<int, int>& Tracks::onWillUpdateTracks() { return d_->onWillUpdateTracks; }
 
-tsignal::Signal<int, int>& Tracks::onTracksUpdated() {
-    return d_->onTracksUpdated;
-}
+tsignal::Signal<int, int>& Tracks::onTracksUpdated() { return d_->onTracksUpdated; }
 
-tsignal::Signal<int, int>& Tracks::onWorkRangeChanged() {
-    return d_->onWorkRangeChanged;
-}
+tsignal::Signal<int, int>& Tracks::onWorkRangeChanged() { return d_->onWorkRangeChanged; }
 
 } // namespace tarn

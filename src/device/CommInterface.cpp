@@ -58,13 +58,9 @@ void CommInterface::init(const std::string& type, const std::string& id) {
     d_->id = id;
 }
 
-std::string CommInterface::type() const {
-    return d_->type;
-}
+std::string CommInterface::type() const { return d_->type; }
 
-std::string CommInterface::id() const {
-    return d_->id;
-}
+std::string CommInterface::id() const { return d_->id; }
 
 void CommInterface::asyncRequest(std::shared_ptr<Request> request,
                                  std::function<void(std::shared_ptr<Reply>)> callback) {

@@ -18,30 +18,20 @@ Device::Device(const std::string& type, const std::string& id)
 
 Device::~Device() = default;
 
-void Device::init(const std::string& type, const std::string& id) {
-    CommInterface::init(type, id);
-}
+void Device::init(const std::string& type, const std::string& id) { CommInterface::init(type, id); }
 
-Device::DeviceState Device::state() const {
-    return d_->state;
-}
+Device::DeviceState Device::state() const { return d_->state; }
 
 void Device::setState(DeviceState state) {
     d_->state = state;
     d_->onStateChanged.emit(state);
 }
 
-bool Device::isLost() const {
-    return d_->state == Lost;
-}
+bool Device::isLost() const { return d_->state == Lost; }
 
-bool Device::isReady() const {
-    return d_->state == Ready;
-}
+bool Device::isReady() const { return d_->state == Ready; }
 
-bool Device::isBusy() const {
-    return d_->state == Busy;
-}
+bool Device::isBusy() const { return d_->state == Busy; }
 
 void Device::addCommInterface(CommInterface* channel) {
     addChild(channel);
@@ -63,9 +53,7 @@ std::list<CommInterface*> Device::commInterfaces(const std::string& type) const 
     return found;
 }
 
-tsignal::Signal<Device::DeviceState>& Device::onStateChanged() {
-    return d_->onStateChanged;
-}
+tsignal::Signal<Device::DeviceState>& Device::onStateChanged() { return d_->onStateChanged; }
 
 tsignal::Signal<CommInterface*>& Device::onCommInterfaceAvailable() {
     return d_->onCommInterfaceAvailable;

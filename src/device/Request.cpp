@@ -24,16 +24,10 @@ Request& Request::operator=(Request&& other) noexcept {
 
 Request::~Request() = default;
 
-const std::string& Request::id() const {
-    return id_;
-}
+const std::string& Request::id() const { return id_; }
 
-bool Request::hasData() const {
-    return data_.has_value();
-}
+bool Request::hasData() const { return data_.has_value(); }
 
-const std::any& Request::data() const {
-    return data_;
-}
+const std::any& Request::data() const { return data_; }
 
 } // namespace tarn

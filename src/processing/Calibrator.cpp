@@ -7,7 +7,8 @@
 namespace tarn {
 
 struct Calibrator::PrivateData {
-    /// Connected before anyone else can be, so that slots of the host find flag and progress current.
+    /// Connected before anyone else can be, so that slots of the host find flag and progress
+    /// current.
     PrivateData() {
         onBegin.connect(this, [this] { calibrating = true; });
         onEnd.connect(this, [this] { calibrating = false; });

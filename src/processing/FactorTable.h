@@ -10,14 +10,15 @@
 
 namespace tarn {
 
-/// The numbered tunable parameters of a solver or calibrator. Getters and setters are host code that
-/// may register or remove factors, itself included, so each is kept alive for its call.
+/// The numbered tunable parameters of a solver or calibrator. Getters and setters are host code
+/// that may register or remove factors, itself included, so each is kept alive for its call.
 class FactorTable {
 public:
     using Getter = std::function<std::any()>;
     using Setter = std::function<void(const std::any&)>;
 
-    /// Creates or replaces the getter and the setter of a factor; an empty one leaves what is there.
+    /// Creates or replaces the getter and the setter of a factor; an empty one leaves what is
+    /// there.
     void add(int id, Getter getter, Setter setter) {
         if (getter) {
             getters_[id] = std::make_shared<const Getter>(std::move(getter));
@@ -36,8 +37,8 @@ public:
         return getter != nullptr ? (*getter)() : std::any();
     }
 
-    /// Calls the factor's setter, if it has one, and then announces the factor if it can be queried:
-    /// on every call, since values of unknown type cannot be compared.
+    /// Calls the factor's setter, if it has one, and then announces the factor if it can be
+    /// queried: on every call, since values of unknown type cannot be compared.
     void set(int id, const std::any& value) {
         const auto setter = callable(setters_, id);
         if (setter == nullptr) {

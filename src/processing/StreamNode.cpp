@@ -53,21 +53,13 @@ StreamNode::StreamNode() : d_(std::make_unique<PrivateData>()) {}
 
 StreamNode::~StreamNode() = default;
 
-bool StreamNode::hasIFramePort(int id) const {
-    return hasPort(d_->frameInputs, id);
-}
+bool StreamNode::hasIFramePort(int id) const { return hasPort(d_->frameInputs, id); }
 
-bool StreamNode::hasISequencePort(int id) const {
-    return hasPort(d_->sequenceInputs, id);
-}
+bool StreamNode::hasISequencePort(int id) const { return hasPort(d_->sequenceInputs, id); }
 
-bool StreamNode::hasOFramePort(int id) const {
-    return hasPort(d_->frameOutputs, id);
-}
+bool StreamNode::hasOFramePort(int id) const { return hasPort(d_->frameOutputs, id); }
 
-bool StreamNode::hasOSequencePort(int id) const {
-    return hasPort(d_->sequenceOutputs, id);
-}
+bool StreamNode::hasOSequencePort(int id) const { return hasPort(d_->sequenceOutputs, id); }
 
 std::vector<int> StreamNode::supportIFramePorts() const {
     std::vector<int> ids;

@@ -39,13 +39,9 @@ Actor::Actor() : d_(std::make_unique<PrivateData>()) {}
 
 Actor::~Actor() = default;
 
-std::shared_ptr<Settings> Actor::rootSettings() {
-    return groupOf(*this, rootKey, *this);
-}
+std::shared_ptr<Settings> Actor::rootSettings() { return groupOf(*this, rootKey, *this); }
 
-std::string Actor::actorName() {
-    return rootSettings()->value(nameKey, "");
-}
+std::string Actor::actorName() { return rootSettings()->value(nameKey, ""); }
 
 void Actor::setActorName(const std::string& name) {
     if (name == actorName()) {
@@ -112,9 +108,7 @@ void Actor::setSensorMapSettings(std::shared_ptr<Settings> settings) {
     addSubSettings(sensorMapKey, copy.subSettings(sensorMapKey));
 }
 
-tsignal::Signal<std::string>& Actor::onActorNameChanged() {
-    return d_->onActorNameChanged;
-}
+tsignal::Signal<std::string>& Actor::onActorNameChanged() { return d_->onActorNameChanged; }
 
 tsignal::Signal<std::string, float>& Actor::onBodyDimensionChanged() {
     return d_->onBodyDimensionChanged;
@@ -124,8 +118,6 @@ tsignal::Signal<>& Actor::onBodyDimensionSettingsChanged() {
     return d_->onBodyDimensionSettingsChanged;
 }
 
-tsignal::Signal<std::string, int>& Actor::onSensorMapChanged() {
-    return d_->onSensorMapChanged;
-}
+tsignal::Signal<std::string, int>& Actor::onSensorMapChanged() { return d_->onSensorMapChanged; }
 
 } // namespace tarn

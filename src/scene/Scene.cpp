@@ -49,8 +49,8 @@ void Scene::removeCharacter(Character* character) {
     deselectCharacter(character);
     if (character == d_->currentCharacter) {
         const auto all = characters();
-        const auto other = std::find_if(
-            all.begin(), all.end(), [character](Character* each) { return each != character; });
+        const auto other = std::find_if(all.begin(), all.end(),
+                                        [character](Character* each) { return each != character; });
         setCurrentCharacter(other == all.end() ? nullptr : *other);
     }
     if (contains(characters(), character)) {

@@ -2,8 +2,8 @@
 
 #include <array>
 #include <charconv>
+#include <clocale>
 #include <cstdlib>
-#include <locale.h> // NOLINT(modernize-deprecated-headers): <clocale> lacks locale_t
 
 namespace tarn {
 

@@ -20,17 +20,11 @@ bool isNearly(const Rgb& a, const Rgb& b) {
 Image::Image(const std::string& file)
     : surface_(cairo_image_surface_create_from_png(file.c_str())) {}
 
-bool Image::valid() const {
-    return cairo_surface_status(surface_.get()) == CAIRO_STATUS_SUCCESS;
-}
+bool Image::valid() const { return cairo_surface_status(surface_.get()) == CAIRO_STATUS_SUCCESS; }
 
-int Image::width() const {
-    return cairo_image_surface_get_width(surface_.get());
-}
+int Image::width() const { return cairo_image_surface_get_width(surface_.get()); }
 
-int Image::height() const {
-    return cairo_image_surface_get_height(surface_.get());
-}
+int Image::height() const { return cairo_image_surface_get_height(surface_.get()); }
 
 Rgb Image::at(int x, int y) const {
     const unsigned char* const data = cairo_image_surface_get_data(surface_.get());

@@ -52,9 +52,7 @@ Region cell(int column) {
     return {margin + column * cellWidth, belowLegend, margin + (column + 1) * cellWidth, 660};
 }
 
-Region whole(const Image& image) {
-    return {0, belowLegend, image.width(), image.height()};
-}
+Region whole(const Image& image) { return {0, belowLegend, image.width(), image.height()}; }
 
 TEST_F(Pictures, ShowTheSampleTakes) {
     for (const char* name : {"cmu_131_01_walk", "cmu_60_12_salsa_a", "cmu_61_12_salsa_b"}) {
@@ -209,7 +207,7 @@ TEST_F(Pictures, EscapeNamesInTheirTitle) {
 
 TEST_F(Pictures, CutNamesThatAreTooLong) {
     TakeText take;
-    take.root = std::string(100'000, 'W');
+    take.root = std::string(1000, 'W'); // as long as the reader takes
     const std::string file = directory_ / (std::string(200, 'W') + ".bvh");
     writeFile(file, take.text());
     drawFile(file);
@@ -243,9 +241,9 @@ TEST_F(Pictures, SurviveALongChain) {
 TEST_F(Pictures, SurviveNumbersThatAreTooLarge) {
     const std::string joint =
         "{\nOFFSET 3e38 3e38 3e38\nCHANNELS 3 Xposition Yposition Zposition\n";
-    draw("HIERARCHY\nROOT Head\n" + joint + "JOINT B\n" + joint +
-         "}\n}\nMOTION\nFrames: 3\nFrame Time: 1\n0 0 0 0 0 0\n3e38 3e38 3e38 3e38 3e38 3e38\n"
-         "-3e38 -3e38 -3e38 0 0 0\n");
+    draw("HIERARCHY\nROOT Head\n" + joint + "JOINT B\n" + joint + "JOINT C\n" + joint +
+         "}\n}\n}\nMOTION\nFrames: 3\nFrame Time: 1\n0 0 0 0 0 0 0 0 0\n"
+         "3e38 3e38 3e38 3e38 3e38 3e38 0 0 0\n-3e38 -3e38 -3e38 0 0 0 0 0 0\n");
     expectPictures();
 }
 

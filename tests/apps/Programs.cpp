@@ -142,9 +142,7 @@ Outcome runProgram(const std::string& program, const Arguments& arguments) {
     return {exitCode, readFile(directory / "out"), readFile(directory / "err")};
 }
 
-Outcome capture(const Arguments& arguments) {
-    return runProgram(TARN_CAPTURE_PROGRAM, arguments);
-}
+Outcome capture(const Arguments& arguments) { return runProgram(TARN_CAPTURE_PROGRAM, arguments); }
 
 Outcome captureOnTerminal(const Arguments& arguments, int columns) {
     const TempDirectory directory;

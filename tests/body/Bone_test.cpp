@@ -272,9 +272,7 @@ TEST(Bone, FindsItsKinWhateverTheirObjectNamesAre) {
     EXPECT_EQ(child.name(), "Spine");
 }
 
-TEST(Bone, HasNoSensorAtFirst) {
-    EXPECT_EQ(Bone("Hips").sensorBinded(), -1);
-}
+TEST(Bone, HasNoSensorAtFirst) { EXPECT_EQ(Bone("Hips").sensorBinded(), -1); }
 
 TEST(Bone, BindSensorAnnouncesEveryCallTheSameNumberIncluded) {
     Bone bone("Hips");

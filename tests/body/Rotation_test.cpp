@@ -54,15 +54,9 @@ constexpr Quaternionf identity = {0, 0, 0, 1};
 
 // --- Comparing --------------------------------------------------------------------------------
 
-std::vector<float> parts(const Vector3f& v) {
-    return {v.x, v.y, v.z};
-}
-std::vector<float> parts(const Quaternionf& q) {
-    return {q.x, q.y, q.z, q.w};
-}
-std::vector<float> parts(const EulerAngle& e) {
-    return {e[0], e[1], e[2]};
-}
+std::vector<float> parts(const Vector3f& v) { return {v.x, v.y, v.z}; }
+std::vector<float> parts(const Quaternionf& q) { return {q.x, q.y, q.z, q.w}; }
+std::vector<float> parts(const EulerAngle& e) { return {e[0], e[1], e[2]}; }
 
 template <class T>
 testing::AssertionResult isNear(const T& actual, const T& expected, float tolerance) {
@@ -113,9 +107,7 @@ std::vector<EulerOrder> twelveOrders() {
     return orders;
 }
 
-bool threeAxes(const EulerOrder& o) {
-    return o[0] != o[2];
-}
+bool threeAxes(const EulerOrder& o) { return o[0] != o[2]; }
 
 /// Numbers from -1 to 1, the same ones on every machine.
 class Numbers {

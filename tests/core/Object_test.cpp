@@ -7,9 +7,12 @@
 
 #include <any>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 // Construction, name, host data and destruction. Links: ObjectLinks_test.cpp, ObjectFind_test.cpp.
 
@@ -254,9 +257,9 @@ TEST(ObjectDestruction, TellsNobody) {
 TEST(ObjectDestruction, LeavesTheAddressInTheListsOfOthers) {
     Object parent;
     Object child;
-    auto object = std::make_unique<Object>();
-    const Object* const address = object.get();
-    parent.addChild(object.get());
+    std::optional<Object> object(std::in_place);
+    const Object* const address = &*object;
+    parent.addChild(&*object);
     object->addChild(&child);
 
     object.reset();

@@ -100,8 +100,7 @@ TEST(ScopedConnection, MovesTheConnectionIntoANewOne) {
         ScopedConnection first(counting(calls));
         {
             const ScopedConnection second(std::move(first));
-            // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move): it is empty
-            // now
+            // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move): empty by now
             first.disconnect();
             EXPECT_EQ(calls, 0);
         }

@@ -22,12 +22,8 @@ using tsignal::Signal;
 
 int total = 0; // for the plain functions, which have nowhere else to note their calls
 
-void addToTotal(int value) {
-    total += value;
-}
-int addAndReturn(int value) {
-    return total += value;
-}
+void addToTotal(int value) { total += value; }
+int addAndReturn(int value) { return total += value; }
 
 struct Adder {
     void operator()(int value) const { *sum += value; }

@@ -62,7 +62,7 @@ static_assert(sizeof(Signal<std::shared_ptr<Base>>) == 72);
 static_assert(sizeof(ISlot<int>) == sizeof(void*));
 static_assert(sizeof(FunctorSlot<void, int>) == sizeof(void*) + sizeof(std::function<void(int)>));
 static_assert(sizeof(ObjectFunctorSlot<Base, void, int>) ==
-              sizeof(void*) + sizeof(Base*) + sizeof(std::function<void(int)>));
+              2 * sizeof(void*) + sizeof(std::function<void(int)>));
 
 /// The place of a virtual member function in its class's table.
 template <class Member>

@@ -10,7 +10,6 @@
 #include <utility>
 
 using motion::frameAt;
-using motion::FramePtr;
 using motion::framesOf;
 using motion::sequenceOf;
 using tarn::Sequence;

@@ -13,13 +13,11 @@ using motion::Frames;
 using motion::framesOf;
 using motion::sequenceOf;
 using motion::trackOf;
-using tarn::Frame;
 using tarn::Sequence;
 using tarn::Time;
 using tarn::Track;
 using testing::Each;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::IsNull;
 
 namespace {

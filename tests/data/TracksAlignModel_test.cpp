@@ -148,6 +148,7 @@ private:
     TrackPair randomTrack() {
         std::vector<FramePair> slots;
         const int count = between(0, 9);
+        slots.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) {
             slots.push_back(randomFrame());
         }

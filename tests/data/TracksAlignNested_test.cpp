@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-using motion::framesOf;
 using motion::layoutOf;
 using motion::Log;
 using motion::logWorkRanges;
@@ -17,12 +16,9 @@ using motion::namedFrame;
 using motion::trackOf;
 using tarn::Time;
 using tarn::Tracks;
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::IsNull;
 using testing::Pair;
-using testing::SizeIs;
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <string>
@@ -44,6 +45,7 @@ std::shared_ptr<tarn::Track> trackAt(const std::string& name, const std::vector<
 /// The stored time of each frame index of a take that has no rate of its own.
 std::vector<Time> timesOf(Tracks& take, int count) {
     std::vector<Time> times;
+    times.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         times.push_back(take.getTime(i));
     }
@@ -156,7 +158,7 @@ TEST(TracksAlign, GoesThroughATrackOutOfOrderAsItStands) {
     EXPECT_THAT(take.frameIndexMap(), ElementsAre(Pair(2, 0), Pair(3, 1)));
 }
 
-TEST(TracksAlign, StepsBackOverAsManyFramesAsAreStillToCome) {
+TEST(TracksAlign, HoldsAFrameForAsLongAsTheNextOneIsStillToCome) {
     Tracks take;
     take.addTrack(trackAt("a", {0, 1, 9, 8, 7}), 0);
     take.addTrack(trackAt("b", {0, 1, 2, 3, 7, 8}), 0);

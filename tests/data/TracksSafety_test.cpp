@@ -17,7 +17,6 @@ using motion::takeOfLength;
 using tarn::Tracks;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -43,7 +42,7 @@ std::ostream& operator<<(std::ostream& out, const Announcement& a) { return out 
 class TracksSafety : public testing::TestWithParam<Announcement> {
 protected:
     void announce(int value) { GetParam().announce(take, value); }
-    void onAnnounced(Tracks& of, std::function<void()> slot) {
+    static void onAnnounced(Tracks& of, std::function<void()> slot) {
         GetParam().onAnnounced(of, std::move(slot));
     }
     /// A nested take that logs its name when it is visited.

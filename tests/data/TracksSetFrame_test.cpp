@@ -17,7 +17,6 @@ using tarn::Tracks;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsNull;
-using testing::Pair;
 
 namespace {
 

@@ -14,7 +14,6 @@ using motion::rangeText;
 using motion::takeOfLength;
 using tarn::Tracks;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 

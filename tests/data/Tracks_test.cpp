@@ -10,13 +10,11 @@
 #include <type_traits>
 
 using motion::frameAt;
-using motion::framesOf;
 using motion::Log;
 using motion::logMoves;
 using motion::logWorkRanges;
 using motion::trackOf;
 using tarn::Time;
-using tarn::Track;
 using tarn::Tracks;
 using testing::ElementsAre;
 using testing::IsEmpty;

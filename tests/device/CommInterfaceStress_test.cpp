@@ -47,9 +47,7 @@ private:
     std::optional<Workers> workers_{std::in_place, 3};
 };
 
-std::shared_ptr<Request> ask(int number) {
-    return std::make_shared<Request>("next", number);
-}
+std::shared_ptr<Request> ask(int number) { return std::make_shared<Request>("next", number); }
 
 bool allReleased(const std::vector<std::weak_ptr<Reply>>& replies) {
     return std::all_of(replies.begin(), replies.end(),

@@ -37,9 +37,7 @@ std::string smallBvhWithout(std::size_t first, std::size_t last) {
     return joined(lines);
 }
 
-std::string quoted(const std::string& token) {
-    return "'" + token + "'";
-}
+std::string quoted(const std::string& token) { return "'" + token + "'"; }
 
 const std::string inJoint = "expected OFFSET, CHANNELS, JOINT, End Site or }, found ";
 const std::string frameCount = "expected a number of frames from 0 to 2147483647, found ";
@@ -65,6 +63,14 @@ TEST(BvhErrors, AJointHasAName) {
     expectErrorIn(6, "  JOINT {", 9, "expected the name of the joint, found '{'");
     expectError("HIERARCHY\nROOT ", 2, 6,
                 "expected the name of the joint, found the end of the file");
+}
+
+TEST(BvhErrors, AJointHasANameOfReasonableLength) {
+    const std::string longest(bvhMaxNameLength, 'n');
+    EXPECT_FALSE(errorOf(smallBvhWith(6, "JOINT " + longest)));
+    expectErrorIn(6, "JOINT " + longest + "n", 7,
+                  "expected a name of at most 1000 bytes, found " +
+                      quoted(longest.substr(0, 40) + "..."));
 }
 
 TEST(BvhErrors, ANodeOpensWithABrace) {

@@ -51,9 +51,7 @@ void expectUnreadable(const fs::path& file, const std::string& reason) {
     }
 }
 
-std::string systemReason(int code) {
-    return std::generic_category().message(code);
-}
+std::string systemReason(int code) { return std::generic_category().message(code); }
 
 void expectUnreadable(std::istream& stream, const std::string& reason) {
     try {
@@ -131,9 +129,7 @@ TEST_F(BvhFiles, ThatAreDirectoriesAreRefused) {
     expectUnreadable(directory(), "not a regular file");
 }
 
-TEST_F(BvhFiles, ThatNeverEndAreRefused) {
-    expectUnreadable("/dev/zero", "not a regular file");
-}
+TEST_F(BvhFiles, ThatNeverEndAreRefused) { expectUnreadable("/dev/zero", "not a regular file"); }
 
 TEST(BvhStreams, NameTheirTakeAfterTheGivenName) {
     std::istringstream stream(joined(smallBvh()));

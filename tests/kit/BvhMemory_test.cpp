@@ -48,24 +48,12 @@ void release(void* block) noexcept {
 
 } // namespace
 
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return allocate(size);
-}
-void operator delete(void* block) noexcept {
-    release(block);
-}
-void operator delete[](void* block) noexcept {
-    release(block);
-}
-void operator delete(void* block, std::size_t /*size*/) noexcept {
-    release(block);
-}
-void operator delete[](void* block, std::size_t /*size*/) noexcept {
-    release(block);
-}
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void operator delete(void* block) noexcept { release(block); }
+void operator delete[](void* block) noexcept { release(block); }
+void operator delete(void* block, std::size_t /*size*/) noexcept { release(block); }
+void operator delete[](void* block, std::size_t /*size*/) noexcept { release(block); }
 
 namespace tarn::kit {
 namespace {
@@ -109,6 +97,14 @@ TEST(BvhMemory, OfADeepHierarchyIsBoundedByTheNumberOfNodes) {
         text += "JOINT a{OFFSET 0 0 0";
     }
     EXPECT_LT(peakOf(text), 5 * text.size());
+}
+
+TEST(BvhMemory, OfALongNameIsNotMultipliedByItsEndSites) {
+    std::string text = "HIERARCHY\nROOT " + std::string(100'000, 'n') + "{OFFSET 0 0 0\n";
+    for (int i = 0; i < 9'000; ++i) {
+        text += "End{OFFSET 0 0 0}\n";
+    }
+    EXPECT_LT(peakOf(text + "}\nMOTION\nFrames: 0\nFrame Time: 1\n"), 20 * mebibyte);
 }
 
 TEST(BvhMemory, OfTheShortestRowsIsBoundedByTheFile) {

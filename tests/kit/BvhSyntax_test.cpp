@@ -41,17 +41,13 @@ std::vector<Channel> channelsOf(const std::string& line) {
     return readText(joined(lines)).rig->nodes().at(1).channels;
 }
 
-TEST(BvhSyntax, LinesMayEndInLineFeed) {
-    expectSmall(readText(joined(smallBvh(), "\n")));
-}
+TEST(BvhSyntax, LinesMayEndInLineFeed) { expectSmall(readText(joined(smallBvh(), "\n"))); }
 
 TEST(BvhSyntax, LinesMayEndInCarriageReturnAndLineFeed) {
     expectSmall(readText(joined(smallBvh(), "\r\n")));
 }
 
-TEST(BvhSyntax, LinesMayEndInCarriageReturn) {
-    expectSmall(readText(joined(smallBvh(), "\r")));
-}
+TEST(BvhSyntax, LinesMayEndInCarriageReturn) { expectSmall(readText(joined(smallBvh(), "\r"))); }
 
 TEST(BvhSyntax, LineEndsMayBeMixed) {
     const std::vector<std::string> ends = {"\n", "\r\n", "\r"};
@@ -88,9 +84,7 @@ TEST(BvhSyntax, BlanksMayBeFormFeedsAndVerticalTabs) {
     expectSmall(readText(smallBvhWith(19, "\f1\v2 3\f4")));
 }
 
-TEST(BvhSyntax, BlanksMayEndALine) {
-    expectSmall(readText(joined(smallBvh(), " \t\n")));
-}
+TEST(BvhSyntax, BlanksMayEndALine) { expectSmall(readText(joined(smallBvh(), " \t\n"))); }
 
 TEST(BvhSyntax, AByteOrderMarkIsSkipped) {
     expectSmall(readText("\xEF\xBB\xBF" + joined(smallBvh())));
@@ -191,9 +185,7 @@ TEST(BvhSyntax, NamesMayHoldBlanks) {
     EXPECT_EQ(nameIn("JOINT Left  upper\tleg"), "Left  upper\tleg");
 }
 
-TEST(BvhSyntax, NamesLoseTheBlanksAroundThem) {
-    EXPECT_EQ(nameIn("JOINT \t Leg \t "), "Leg");
-}
+TEST(BvhSyntax, NamesLoseTheBlanksAroundThem) { EXPECT_EQ(nameIn("JOINT \t Leg \t "), "Leg"); }
 
 TEST(BvhSyntax, NamesMayHoldColonsDigitsAndKeywords) {
     EXPECT_EQ(nameIn("JOINT mixamo:Leg 2"), "mixamo:Leg 2");

@@ -27,9 +27,7 @@ using Matrix = std::array<std::array<double, 4>, 4>;
 
 constexpr double pi = 3.14159265358979323846;
 
-Matrix identity() {
-    return {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
-}
+Matrix identity() { return {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}}; }
 
 Matrix operator*(const Matrix& a, const Matrix& b) {
     Matrix product = {};
@@ -212,9 +210,7 @@ std::string joint(const std::string& head, const std::string& offset, const std:
     return head + "\n{\nOFFSET " + offset + "\nCHANNELS " + channels + "\n" + children + "}\n";
 }
 
-std::string endSite(const std::string& offset) {
-    return "End Site\n{\nOFFSET " + offset + "\n}\n";
-}
+std::string endSite(const std::string& offset) { return "End Site\n{\nOFFSET " + offset + "\n}\n"; }
 
 const std::string xyz = "3 Xrotation Yrotation Zrotation";
 const std::string zxy = "3 Zrotation Xrotation Yrotation";

@@ -171,7 +171,7 @@ TEST_F(ReplayClosing, CutsOffAChainOfCallbacksThatGoesOnRegardless) {
     };
     poll();
     replay().destroy();
-    EXPECT_THAT(errors.all(), SizeIs(65)); // the one that waited, and 64 within each other
+    EXPECT_THAT(errors.all(), SizeIs(17)); // the one that waited, and 16 within each other
     EXPECT_THAT(errors.all(), Each(ReplayDevice::Closing));
     poll = nullptr;
     EXPECT_EQ(held.use_count(), 1); // nothing of the chain is left behind

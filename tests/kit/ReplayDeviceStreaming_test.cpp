@@ -269,6 +269,19 @@ TEST_F(ReplayStreaming, StartsANewBeatOneIntervalAfterTheLastFrameWhenTheRateCha
                                              Sent{3, 35ms}, Sent{4, 55ms}));
 }
 
+TEST_F(ReplayStreaming, CountsANewBeatFromWhenTheLastFrameWasDueNotFromWhenItWasSent) {
+    openTake(4);
+    replay().command("start");
+    replay().settle();
+    clock().advance(14ms);
+    replay().settle();
+    replay().command("rate", 2);
+    replay().steps(2);
+    replay().awaitStates(3);
+    EXPECT_THAT(replay().sent(),
+                ElementsAre(Sent{0, 0ms}, Sent{1, 14ms}, Sent{2, 15ms}, Sent{3, 20ms}));
+}
+
 TEST_F(ReplayStreaming, DoesNotCatchUpWithABeatItNeverHad) {
     openTake(4);
     replay().command("rate", 0.1);

@@ -22,7 +22,7 @@ called = "|".join(re.escape(name) for name in sorted(functions))
 scope = r"tarn::(?:kit::)?"
 public = [
     re.compile(rf"{scope}(?:{named})::~?\w+(?:\[abi:\w+\])?\(.*\)(?: const)?(?: &)?"),
-    re.compile(rf"{scope}(?:{named})::operator\S+\(.*\)(?: const)?"),
+    re.compile(rf"{scope}(?:{named})::operator ?\S+\(.*\)(?: const)?"),
     re.compile(rf"(?:vtable|typeinfo|typeinfo name) for {scope}(?:{named})\*?"),
     re.compile(rf"{scope}(?:{called})(?:\[abi:\w+\])?\(.*\)") if called else re.compile(r"(?!)"),
 ]

@@ -174,14 +174,16 @@ TEST(Calibrator, KnowsItsStateBeforeAnySlotOfTheHostRuns) {
     calibrator.onBegin().emit();
 
     // Progress stays what it was last announced to be.
-    EXPECT_EQ(seen, (Entries{"begin on 0.00", "progress on 0.50", "end off 0.50", "begin on 0.50"}));
+    EXPECT_EQ(seen,
+              (Entries{"begin on 0.00", "progress on 0.50", "end off 0.50", "begin on 0.50"}));
     EXPECT_EQ(calibrator.currentCalibrateProgress(), 0.5F);
 }
 
 TEST(Calibrator, OnlyAnnouncesAPreparation) {
     RecordingCalibrator calibrator;
     std::vector<std::pair<int, int>> heard;
-    calibrator.onPrepare().connect([&](int first, int second) { heard.emplace_back(first, second); });
+    calibrator.onPrepare().connect(
+        [&](int first, int second) { heard.emplace_back(first, second); });
 
     calibrator.prepare(10, 20);
 

@@ -43,9 +43,8 @@ TEST(DeviceCalibrator, BindingTheSameDeviceAgainRemovesAndAddsIt) {
     tarn::DeviceCalibrator calibrator;
     calibrator.setDevice(&device);
     std::vector<std::string> heard;
-    calibrator.onChildWillRemove().connect([&](tarn::Object* child) {
-        heard.emplace_back(child == &device ? "removed" : "?");
-    });
+    calibrator.onChildWillRemove().connect(
+        [&](tarn::Object* child) { heard.emplace_back(child == &device ? "removed" : "?"); });
     calibrator.onChildAdded().connect(
         [&](tarn::Object* child) { heard.emplace_back(child == &device ? "added" : "?"); });
 

@@ -43,9 +43,8 @@ TEST(SolverCalibrator, BindingTheSameSolverAgainRemovesAndAddsIt) {
     tarn::SolverCalibrator calibrator;
     calibrator.setSolver(&solver);
     std::vector<std::string> heard;
-    calibrator.onChildWillRemove().connect([&](tarn::Object* child) {
-        heard.emplace_back(child == &solver ? "removed" : "?");
-    });
+    calibrator.onChildWillRemove().connect(
+        [&](tarn::Object* child) { heard.emplace_back(child == &solver ? "removed" : "?"); });
     calibrator.onChildAdded().connect(
         [&](tarn::Object* child) { heard.emplace_back(child == &solver ? "added" : "?"); });
 

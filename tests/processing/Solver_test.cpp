@@ -368,13 +368,14 @@ TEST(SolverFactors, MayReplaceOrRemoveThemselvesWhileTheyRun) {
     EXPECT_EQ(std::any_cast<int>(solver.queryFactor(4)), 0);
     EXPECT_EQ(held.use_count(), 1);
 
-    solver.addFactor(5, [] { return std::any(0); },
-                     [&solver, held](const std::any&) {
-                         // Removing sets first: the inner call finds a setter that does nothing.
-                         solver.addFactor(5, {}, [](const std::any&) {});
-                         solver.removeFactor(5, 0);
-                         *held = 9;
-                     });
+    solver.addFactor(
+        5, [] { return std::any(0); },
+        [&solver, held](const std::any&) {
+            // Removing sets first: the inner call finds a setter that does nothing.
+            solver.addFactor(5, {}, [](const std::any&) {});
+            solver.removeFactor(5, 0);
+            *held = 9;
+        });
     int announced = 0;
     solver.onFactorChanged().connect([&announced](int /*id*/) { ++announced; });
     solver.setFactor(5, 1);

@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -51,8 +50,9 @@ int readInteger(const std::string& text) {
     return actor.sensorMap()["a"];
 }
 
+/// Equality that tells the zeros apart, and not-a-number from numbers only.
 bool isSame(float a, float b) {
-    return std::memcmp(&a, &b, sizeof a) == 0;
+    return std::signbit(a) == std::signbit(b) && (a == b || (std::isnan(a) && std::isnan(b)));
 }
 
 /// Numbers with a decimal comma and grouped thousands, in all of the process, as on the machines of

@@ -14,7 +14,7 @@ using tarn::testing::Entries;
 using tarn::testing::Journal;
 
 /// Notes entries that say whether the character was calibrating at that moment.
-struct Run : Journal {
+struct CalibrationRun : Journal {
     tarn::Character character{"c", "Ada"};
 
     void noteNow(const std::string& what) {
@@ -24,7 +24,7 @@ struct Run : Journal {
 
 class RunSolver : public tarn::Solver {
 public:
-    explicit RunSolver(Run& run) : Solver("", ""), run_(run) {
+    explicit RunSolver(CalibrationRun& run) : Solver("", ""), run_(run) {
         onWillCalibrate().connect([this] { run_.noteNow("solver will"); });
         onCalibrateFinished().connect([this] { run_.noteNow("solver finished"); });
         onCalibrateCanceled().connect([this] { run_.noteNow("solver canceled"); });
@@ -36,12 +36,12 @@ protected:
     void doCancelCalibrate() override { run_.noteNow("solver cancel"); }
 
 private:
-    Run& run_;
+    CalibrationRun& run_;
 };
 
 class RunCalibrator : public tarn::Calibrator {
 public:
-    RunCalibrator(Run& run, std::string name) : run_(run), name_(std::move(name)) {}
+    RunCalibrator(CalibrationRun& run, std::string name) : run_(run), name_(std::move(name)) {}
 
     std::shared_ptr<tarn::Timeline> last;
     std::function<void()> onFlush;
@@ -59,7 +59,7 @@ protected:
     }
 
 private:
-    Run& run_;
+    CalibrationRun& run_;
     std::string name_;
 };
 
@@ -78,7 +78,7 @@ protected:
 
     void move() { take->setCurrentTime(take->currentTime() + 1); }
 
-    Run run;
+    CalibrationRun run;
     tarn::Character& character = run.character;
     RunSolver solver{run};
     RunCalibrator first{run, "first"};
@@ -91,20 +91,18 @@ TEST_F(CharacterCalibration, RunsFromBeginToEndInOrder) {
     EXPECT_EQ(run.take(), Entries{});
 
     character.beginCalibrate();
-    EXPECT_EQ(run.take(), (Entries{"will", "solver will", "solver begin", "first start",
-                                   "second start"}));
+    EXPECT_EQ(run.take(),
+              (Entries{"will", "solver will", "solver begin", "first start", "second start"}));
     EXPECT_TRUE(character.isCalibrating());
 
     move();
-    EXPECT_EQ(run.take(),
-              (Entries{"first frame (calibrating)", "second frame (calibrating)"}));
+    EXPECT_EQ(run.take(), (Entries{"first frame (calibrating)", "second frame (calibrating)"}));
     EXPECT_EQ(first.last, second.last);
 
     character.endCalibrate();
-    EXPECT_EQ(run.take(),
-              (Entries{"first finish (calibrating)", "second finish (calibrating)",
-                       "solver end (calibrating)", "solver finished (calibrating)",
-                       "finished (calibrating)"}));
+    EXPECT_EQ(run.take(), (Entries{"first finish (calibrating)", "second finish (calibrating)",
+                                   "solver end (calibrating)", "solver finished (calibrating)",
+                                   "finished (calibrating)"}));
     EXPECT_FALSE(character.isCalibrating());
     move();
     EXPECT_EQ(run.take(), Entries{});
@@ -116,10 +114,9 @@ TEST_F(CharacterCalibration, IsCanceledInOrder) {
 
     character.cancelCalibrate();
 
-    EXPECT_EQ(run.take(),
-              (Entries{"first cancel (calibrating)", "second cancel (calibrating)",
-                       "solver cancel (calibrating)", "solver canceled (calibrating)",
-                       "canceled (calibrating)"}));
+    EXPECT_EQ(run.take(), (Entries{"first cancel (calibrating)", "second cancel (calibrating)",
+                                   "solver cancel (calibrating)", "solver canceled (calibrating)",
+                                   "canceled (calibrating)"}));
     EXPECT_FALSE(character.isCalibrating());
     move();
     EXPECT_EQ(run.take(), Entries{});
@@ -140,8 +137,8 @@ TEST_F(CharacterCalibration, BegunTwiceFeedsTwiceUntilOneEnd) {
 
 TEST_F(CharacterCalibration, EndedWithoutABeginStillTellsEveryone) {
     character.endCalibrate();
-    EXPECT_EQ(run.take(), (Entries{"first finish", "second finish", "solver end",
-                                   "solver finished", "finished"}));
+    EXPECT_EQ(run.take(), (Entries{"first finish", "second finish", "solver end", "solver finished",
+                                   "finished"}));
     character.cancelCalibrate();
     EXPECT_EQ(run.take(), (Entries{"first cancel", "second cancel", "solver cancel",
                                    "solver canceled", "canceled"}));
@@ -215,8 +212,7 @@ TEST_F(CharacterCalibration, LetsASlotOfTheFrameTakeTheTakeAway) {
 
 TEST_F(CharacterCalibration, DoesNotForgetSlotsOfTheHost) {
     int hostFrames = 0;
-    character.onFrame().connect(
-        [&](const std::shared_ptr<tarn::Timeline>&) { ++hostFrames; });
+    character.onFrame().connect([&](const std::shared_ptr<tarn::Timeline>&) { ++hostFrames; });
     int bound = 0;
     character.onFrame().connect(&character,
                                 [&](const std::shared_ptr<tarn::Timeline>&) { ++bound; });

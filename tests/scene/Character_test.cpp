@@ -22,7 +22,8 @@ public:
     explicit CharacterJournal(tarn::Character& character) {
         character.onCharacterNameChanged().connect(
             [this](const std::string& name) { note("name " + name); });
-        character.onDeviceAdded().connect([this](tarn::Device* d) { noteObject("device added", d); });
+        character.onDeviceAdded().connect(
+            [this](tarn::Device* d) { noteObject("device added", d); });
         character.onDeviceWillRemove().connect(
             [this](tarn::Device* d) { noteObject("device will remove", d); });
         character.onCalibratorAdded().connect(
@@ -117,8 +118,8 @@ TEST(Character, ReplacesItsActorStepByStep) {
                        "parent added to second", "child added second", "actor second"}));
     EXPECT_EQ(character.actor(), &second);
     character.setActor(nullptr);
-    EXPECT_EQ(journal.take(),
-              (Entries{"child will remove second", "parent will remove from second", "actor null"}));
+    EXPECT_EQ(journal.take(), (Entries{"child will remove second", "parent will remove from second",
+                                       "actor null"}));
     EXPECT_THAT(character.children(), IsEmpty());
     character.setActor(nullptr);
     EXPECT_EQ(journal.take(), Entries{});
@@ -160,8 +161,8 @@ TEST(Character, ReplacesItsSolverAsItsActor) {
     EXPECT_EQ(character.solver(), &second);
     EXPECT_EQ(character.actor(), &actor);
     character.setSolver(nullptr);
-    EXPECT_EQ(journal.take(), (Entries{"child will remove second",
-                                       "parent will remove from second", "solver null"}));
+    EXPECT_EQ(journal.take(), (Entries{"child will remove second", "parent will remove from second",
+                                       "solver null"}));
 }
 
 TEST(Character, AnnouncesDevicesAfterTheyCameAndBeforeTheyGo) {

@@ -103,7 +103,8 @@ TEST_F(SceneTest, HoldsTheSelectionUntilItSaysItIsGone) {
     Entries seen;
     const auto notes = [&](const char* when) {
         return [this, &seen, when](tarn::Character* character) {
-            seen.push_back(when + std::string(scene.isCharacterSelected(character) ? " yes" : " no"));
+            seen.push_back(when +
+                           std::string(scene.isCharacterSelected(character) ? " yes" : " no"));
         };
     };
     scene.onWillDeselectCharacter().connect(notes("will"));
@@ -142,9 +143,9 @@ TEST_F(SceneTest, RemovesASelectedCurrentCharacterStepByStep) {
 
     scene.removeCharacter(&a);
 
-    EXPECT_EQ(take(), (Entries{"will deselect a", "deselected a", "will change current a",
-                               "current b", "will remove a", "child will remove",
-                               "parent will remove"}));
+    EXPECT_EQ(take(),
+              (Entries{"will deselect a", "deselected a", "will change current a", "current b",
+                       "will remove a", "child will remove", "parent will remove"}));
     EXPECT_EQ(scene.currentCharacter(), &b);
     EXPECT_THAT(scene.characters(), ElementsAre(&b));
     EXPECT_THAT(a.parents(), IsEmpty());
@@ -233,7 +234,8 @@ TEST_F(SceneTest, AnnouncesItsTextsOnEveryCall) {
     Entries heard;
     scene.onDescriptionChanged().connect(
         [&](const std::string& text) { heard.push_back("description " + text); });
-    scene.onNoteChanged().connect([&](const std::string& text) { heard.push_back("note " + text); });
+    scene.onNoteChanged().connect(
+        [&](const std::string& text) { heard.push_back("note " + text); });
 
     scene.setDescription("x");
     scene.setDescription("x");

@@ -39,8 +39,6 @@ inline std::string nested(int depth, const std::string& name = "a") {
 }
 
 /// "a.a.a", with `names` names.
-inline std::string pathOf(int names) {
-    return "a" + repeated(".a", names - 1);
-}
+inline std::string pathOf(int names) { return "a" + repeated(".a", names - 1); }
 
 } // namespace documents

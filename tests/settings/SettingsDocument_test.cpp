@@ -13,7 +13,6 @@
 using documents::declaration;
 using documents::documentOf;
 using documents::elementsOf;
-using documents::nested;
 using documents::pathOf;
 using tarn::Settings;
 using testing::ElementsAre;
@@ -162,9 +161,7 @@ TEST(SettingsDocument, WhatIsNoContentIsSkipped) {
               "<a>&amp;b;AB&amp;</a>\n");
 }
 
-TEST(SettingsDocument, AnEndTagMayBearAnyName) {
-    EXPECT_EQ(reloaded("<a>1</b>"), "<a>1</a>\n");
-}
+TEST(SettingsDocument, AnEndTagMayBearAnyName) { EXPECT_EQ(reloaded("<a>1</b>"), "<a>1</a>\n"); }
 
 TEST(SettingsDocument, AMalformedDocumentChangesNothing) {
     for (const char* const text :

@@ -31,9 +31,7 @@ namespace {
 const char* const oldDocument = "<Old>1</Old>\n";
 
 /// Fills a store with one value.
-void fill(Settings& settings, const std::string& value = "60") {
-    settings.setValue("Rate", value);
-}
+void fill(Settings& settings, const std::string& value = "60") { settings.setValue("Rate", value); }
 
 mode_t permissionsOf(const std::string& name) {
     struct stat status = {};
@@ -114,6 +112,15 @@ TEST(SettingsFile, ALargeDocumentIsSavedAndLoadedWhole) {
     Settings other;
     ASSERT_TRUE(other.loadSettingsFromFile(directory / "settings.xml"));
     EXPECT_EQ(documentOf(other), documentOf(settings));
+}
+
+TEST(SettingsFile, AnEmptyFileIsAnEmptyDocument) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "settings.xml", "");
+    Settings settings;
+    fill(settings);
+    EXPECT_TRUE(settings.loadSettingsFromFile(directory / "settings.xml"));
+    EXPECT_THAT(settings.values(), IsEmpty());
 }
 
 TEST(SettingsFile, AMissingFileIsNotLoaded) {

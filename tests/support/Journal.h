@@ -6,7 +6,8 @@
 
 namespace tarn::testing {
 
-/// What happened, in order. Tests write a word per call and per announcement, and compare the whole.
+/// What happened, in order. Tests write a word per call and per announcement, and compare the
+/// whole.
 class Journal {
 public:
     void note(std::string entry) { entries_.push_back(std::move(entry)); }

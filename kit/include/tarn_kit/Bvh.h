@@ -32,6 +32,10 @@ struct BvhTake {
 /// host some kilobyte, far more than the few bytes that claim it in a file.
 inline constexpr std::size_t bvhMaxNodes = 10'000;
 
+/// A file with a joint name of more bytes than this is refused: every end site repeats its
+/// parent's.
+inline constexpr std::size_t bvhMaxNameLength = 1'000;
+
 /// Reads a BVH file (text: a hierarchy of joints, then one line of channel values per frame).
 ///
 /// Accepts what real files hold: any order of channels, any order of rotations per joint, position

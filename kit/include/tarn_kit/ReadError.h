@@ -8,7 +8,8 @@
 
 namespace tarn::kit {
 
-/// Why a file could not be read, and where. `what()` is one line: "walk.bvh:12:7: expected ...".
+/// Why a file could not be read, and where. `what()` is one line, "walk.bvh:12:7: expected ...": it
+/// shows control characters as codes such as `\x0a`.
 class TARN_KIT_EXPORT ReadError : public std::runtime_error {
 public:
     /// `line` and `column` count from 1, the column in bytes. Line 0 means the file as a whole (it

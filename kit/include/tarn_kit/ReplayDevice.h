@@ -51,8 +51,8 @@ struct ReplayStatus {
 /// sent as soon as streaming starts, frame n after that n / (rate of the take x factor) seconds
 /// later, counted from the start, so that no error adds up. None is left out: frames that are late,
 /// because a slot or the reading of a file took long, follow at once. "seek" keeps the beat; "rate"
-/// starts a new one, one new interval after the last frame, or at once where that has passed. With
-/// the last frame the take is at its end and the state `Ready`.
+/// starts a new one, one new interval after the last frame was due, or at once where that has
+/// passed. With the last frame the take is at its end and the state `Ready`.
 ///
 /// State: announced when it changes, and only then, before the reply of the command that changes
 /// it. Listeners all hear the same order, also when one of them gives the next command.
@@ -64,12 +64,12 @@ struct ReplayStatus {
 ///
 /// A request that is made on the device's own thread, in a slot or a callback, is answered before
 /// the call returns, ahead of those that wait; so `syncRequest` works there as well. Callbacks that
-/// each make the next request nest, up to 64 deep; from there on a request waits for its turn, so
+/// each make the next request nest, up to 16 deep; from there on a request waits for its turn, so
 /// that chains may go on for ever, but `syncRequest` must not be used that deep.
 ///
 /// Destroying the device ends the streaming, joins its thread and announces nothing. Requests that
 /// wait are answered with the error `Closing` before that, and so are those that their callbacks
-/// make; a chain of requests that goes on regardless is cut off 64 deep: the callback of the last
+/// make; a chain of requests that goes on regardless is cut off 16 deep: the callback of the last
 /// one is released uncalled. Precondition: it is not destroyed on its own thread, nor while slots
 /// and callbacks wait for the thread that destroys it, nor while another thread still makes
 /// requests (one that is blocked in `syncRequest` may be: it gets its answer).

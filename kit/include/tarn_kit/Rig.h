@@ -13,8 +13,9 @@
 
 namespace tarn::kit {
 
-/// What one value of a pose moves: the joint's position along an axis of its parent, or its rotation
-/// about one of its own axes. Positions are in the rig's length unit, rotations in degrees.
+/// What one value of a pose moves: the joint's position along an axis of its parent, or its
+/// rotation about one of its own axes. Positions are in the rig's length unit, rotations in
+/// degrees.
 enum class Channel : std::uint8_t {
     Xposition,
     Yposition,

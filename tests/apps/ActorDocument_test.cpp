@@ -1,0 +1,160 @@
+#include "Programs.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+namespace tarn::tests {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class ActorDocument : public ::testing::Test {
+protected:
+    /// Runs `actor` on the document with further arguments.
+    Outcome actor(const Arguments& more = {}) const {
+        Arguments arguments{"actor", file_};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return capture(arguments);
+    }
+
+    const TempDirectory directory_;
+    const std::string file_ = directory_ / "actor.xml";
+};
+
+const char* const document = R"(<?xml version="1.0" encoding="utf-8"?>
+<MocapActor>
+	<ActorName>Ada</ActorName>
+	<BodyDimension>
+		<Height>1.720000</Height>
+	</BodyDimension>
+	<SensorMap>
+		<Hips>3</Hips>
+	</SensorMap>
+</MocapActor>
+)";
+
+TEST_F(ActorDocument, IsShown) {
+    writeFile(file_, document);
+
+    const Outcome outcome = actor();
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.err, IsEmpty());
+    EXPECT_EQ(outcome.out, file_ + R"(
+  name        Ada
+  dimensions
+    Height  1.720000
+  sensor map
+    Hips  3
+)");
+    EXPECT_EQ(readFile(file_), document);
+}
+
+TEST_F(ActorDocument, IsMadeWhenSomethingIsSet) {
+    const Outcome outcome =
+        actor({"--name", "Ada", "--dimension", "Height=1.72", "--sensor", "Hips=3"});
+
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(readFile(file_), document);
+    EXPECT_THAT(outcome.out,
+                AllOf(HasSubstr("Ada"), HasSubstr("Height  1.72"), HasSubstr("Hips  3")));
+}
+
+TEST_F(ActorDocument, KeepsWhatIsNotSet) {
+    writeFile(file_, document);
+
+    EXPECT_EQ(
+        actor({"--dimension", "ArmLength=0.61", "--dimension", "Height=1.8", "--sensor", "Head=-1"})
+            .exitCode,
+        0);
+
+    const std::string text = readFile(file_);
+    EXPECT_THAT(text, AllOf(HasSubstr("<ActorName>Ada</ActorName>"),
+                            HasSubstr("<Height>1.800000</Height>"),
+                            HasSubstr("<ArmLength>0.610000</ArmLength>"),
+                            HasSubstr("<Hips>3</Hips>"), HasSubstr("<Head>-1</Head>")));
+}
+
+TEST_F(ActorDocument, PassesTheCheckWhenAllIsWell) {
+    writeFile(file_, document);
+    const Outcome outcome = actor({"--check"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.err, IsEmpty());
+}
+
+TEST_F(ActorDocument, IsCheckedKeyByKey) {
+    writeFile(file_, "<MocapActor><BodyDimension><Height>tall</Height><Arm>-1</Arm><Leg>1</Leg>"
+                     "<Leg>2</Leg></BodyDimension><SensorMap><Hips>3.5</Hips></SensorMap>"
+                     "</MocapActor><SensorMap><Head>1</Head></SensorMap>");
+
+    const Outcome outcome = actor({"--check"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    const std::string start = "tarn-capture: " + file_ + ": ";
+    EXPECT_EQ(outcome.err,
+              start + "MocapActor.ActorName: the actor has no name\n" + start +
+                  "MocapActor.BodyDimension.Arm: expected a number from 0 on, found '-1'\n" +
+                  start +
+                  "MocapActor.BodyDimension.Height: expected a number from 0 on, found 'tall'\n" +
+                  start + "MocapActor.BodyDimension.Leg: stands there more than once\n" + start +
+                  "MocapActor.SensorMap.Hips: expected a whole number, found '3.5'\n" + start +
+                  "SensorMap: stands beside MocapActor, where it is not read\n");
+}
+
+TEST_F(ActorDocument, MustBeThereToBeShown) {
+    const Outcome outcome = actor();
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err, "tarn-capture: " + file_ + ": no such file\n");
+}
+
+TEST_F(ActorDocument, MustBeADocumentOfAnActor) {
+    const auto expectFailure = [this](const std::string& text, const std::string& reason) {
+        writeFile(file_, text);
+        for (const Arguments& arguments : {Arguments{}, Arguments{"--name", "Ada"}}) {
+            const Outcome outcome = actor(arguments);
+            EXPECT_EQ(outcome.exitCode, 1);
+            EXPECT_THAT(outcome.err, HasSubstr(file_ + ": " + reason));
+        }
+        EXPECT_EQ(readFile(file_), text);
+    };
+    expectFailure("<MocapActor>", "not a settings document that can be read");
+    expectFailure("junk", "not a settings document that can be read");
+    expectFailure("<Camera/>", "not an actor's document");
+}
+
+TEST_F(ActorDocument, IsLeftAloneWhenTheCommandLineIsAtFault) {
+    writeFile(file_, document);
+    const auto expectUsageError = [this](const Arguments& arguments, const std::string& reason) {
+        const Outcome outcome = actor(arguments);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_THAT(outcome.err, HasSubstr(reason));
+        EXPECT_EQ(readFile(file_), document);
+    };
+    expectUsageError({"--name", "Eve", "--dimension", "Height"}, "expected NAME=VALUE");
+    expectUsageError({"--dimension", "Height=tall"}, "expected NAME=VALUE");
+    expectUsageError({"--dimension", "Height=-1"}, "expected NAME=VALUE");
+    expectUsageError({"--dimension", "=1"}, "expected NAME=VALUE");
+    expectUsageError({"--dimension", "Arm.Left=1"}, "a name must not hold");
+    expectUsageError({"--sensor", "Hips=1.5"}, "expected NAME=NUMBER");
+    expectUsageError({"--sensor", "Left Foot=1"}, "a name must not hold");
+    EXPECT_EQ(capture({"actor"}).exitCode, 2);
+}
+
+TEST_F(ActorDocument, SaysWhenItCannotBeWritten) {
+    const Outcome outcome = capture({"actor", "/dev/full", "--name", "Ada"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("/dev/full: "));
+}
+
+TEST_F(ActorDocument, CommandExplainsItself) {
+    const Outcome outcome = capture({"actor", "--help"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("--name"), HasSubstr("--dimension"),
+                                   HasSubstr("--sensor"), HasSubstr("--check")));
+}
+
+} // namespace
+} // namespace tarn::tests

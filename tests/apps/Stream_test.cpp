@@ -1,0 +1,110 @@
+#include "Programs.h"
+#include "Takes.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+namespace tarn::tests {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+
+class Stream : public ::testing::Test {
+protected:
+    Stream() { writeFile(take_, TakeText().text()); }
+
+    const TempDirectory directory_;
+    const std::string take_ = directory_ / "take.bvh";
+};
+
+TEST_F(Stream, RecordsASampleTakeFrameForFrame) {
+    const std::string take = sampleTake("cmu_131_01_walk");
+
+    const Outcome outcome = capture({"stream", take, "--rate", "0"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.err, IsEmpty());
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr(take + "\n  streamed  994 frames of 994\n"
+                                                    "  lost      0\n  duration  "),
+                                   HasSubstr("  jitter    none: frames were not paced\n"),
+                                   HasSubstr("\n  recording identical to the take\n")));
+}
+
+TEST_F(Stream, KeepsTheBeatOfTheTakeTimesAFactor) {
+    // 3 frames at 25 per second, ten times as fast: the last one is due 8 ms after the first.
+    const Outcome outcome = capture({"stream", take_, "--rate", "10"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, MatchesRegex(".*\n  streamed  3 frames of 3\n"
+                                          "  lost      0\n"
+                                          "  duration  [0-9]+\\.[0-9][0-9][0-9] s\n"
+                                          "  jitter    median [0-9.]+ ms, 99 % within [0-9.]+ ms, "
+                                          "largest [0-9.]+ ms\n"
+                                          "  recording identical to the take\n"));
+}
+
+TEST_F(Stream, StopsAfterAsManyFramesAsAreWanted) {
+    const Outcome outcome = capture({"stream", take_, "--rate", "0", "--frames", "2"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("  streamed  2 frames of 3\n  lost      0\n"),
+                                   HasSubstr("identical")));
+}
+
+TEST_F(Stream, HasNothingToStreamInATakeWithoutFrames) {
+    TakeText take;
+    take.rootPositions.clear();
+    writeFile(take_, take.text());
+
+    const Outcome outcome = capture({"stream", take_});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("  streamed  0 frames of 0\n  lost      0\n"));
+}
+
+TEST_F(Stream, ShowsItsProgressOnATerminalOnly) {
+    EXPECT_THAT(capture({"stream", take_, "--rate", "0"}).err, IsEmpty());
+    EXPECT_THAT(captureOnTerminal({"stream", take_, "--rate", "0"}, 40).err, HasSubstr("100%"));
+}
+
+TEST_F(Stream, FailsOnABadFileWithItsPlace) {
+    writeFile(take_, "HIERARCHY\nROOT\n");
+
+    const Outcome outcome = capture({"stream", take_});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr(take_ + ":2:5: expected the name of the joint"));
+    EXPECT_EQ(capture({"stream", directory_ / "missing.bvh"}).exitCode, 1);
+}
+
+TEST_F(Stream, RefusesWhatMakesNoSense) {
+    const auto expectUsageError = [this](const Arguments& more, const std::string& reason) {
+        Arguments arguments{"stream", take_};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome outcome = capture(arguments);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_THAT(outcome.err, HasSubstr(reason));
+        EXPECT_THAT(outcome.out, IsEmpty());
+    };
+    expectUsageError({"--rate", "-1"}, "--rate must be 0 or greater");
+    expectUsageError({"--rate", "nan"}, "--rate");
+    expectUsageError({"--rate", "inf"}, "--rate");
+    expectUsageError({"--rate", "fast"}, "--rate");
+    expectUsageError({"--frames", "0"}, "--frames must be at least 1");
+    expectUsageError({"--frames", "4"}, "--frames 4 is more than the take has (3 frames)");
+    expectUsageError({"--frames", "many"}, "--frames");
+    EXPECT_EQ(capture({"stream"}).exitCode, 2);
+}
+
+TEST_F(Stream, ExplainsItself) {
+    const Outcome outcome = capture({"stream", "--help"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("--rate"), HasSubstr("--frames")));
+}
+
+} // namespace
+} // namespace tarn::tests
