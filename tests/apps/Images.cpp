@@ -1,6 +1,7 @@
 #include "Images.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -28,8 +29,9 @@ int Image::height() const { return cairo_image_surface_get_height(surface_.get()
 
 Rgb Image::at(int x, int y) const {
     const unsigned char* const data = cairo_image_surface_get_data(surface_.get());
+    const std::ptrdiff_t stride = cairo_image_surface_get_stride(surface_.get());
     std::uint32_t pixel = 0;
-    std::memcpy(&pixel, data + y * cairo_image_surface_get_stride(surface_.get()) + x * 4, 4);
+    std::memcpy(&pixel, data + stride * y + std::ptrdiff_t{4} * x, sizeof pixel);
     return {static_cast<int>((pixel >> 16U) & 0xFFU), static_cast<int>((pixel >> 8U) & 0xFFU),
             static_cast<int>(pixel & 0xFFU)};
 }

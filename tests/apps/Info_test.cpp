@@ -82,11 +82,11 @@ TEST_F(Info, GuessesTheUnitOfLengthFromTheHeightOfTheBody) {
     expectGuess(172.34, "172.3 cm", "centimetres: the body is 172.3 high");
     expectGuess(1725, "1725 mm", "millimetres: the body is 1725 high");
     expectGuess(68, "68 in", "inches: the body is 68 high");
-    const std::string fitsNone = " high fits none of metres, centimetres, millimetres, inches";
     for (const std::string height :
          {"1", "1.15", "2.35", "30", "46", "91", "118", "232", "1190", "2310"}) {
-        expectGuess(std::stod(height), height + (height == "1" ? " unit" : " units"),
-                    "a unit of the take's own: a body " + height + fitsNone);
+        std::string guess = "a unit of the take's own: a body ";
+        guess.append(height).append(" high fits none of metres, centimetres, millimetres, inches");
+        expectGuess(std::stod(height), height + (height == "1" ? " unit" : " units"), guess);
     }
 }
 

@@ -128,7 +128,7 @@ TEST_F(Pictures, TellLeftFromRightByTheNamesOfTheJoints) {
 TEST_F(Pictures, GiveAJointWithoutASideThatOfItsParent) {
     std::string text = TakeText().text();
     const std::size_t leg = text.find("LeftLeg");
-    text.insert(text.find("}", leg), "JOINT foot\n{\nOFFSET 0 0 0.3\nCHANNELS 0\n}\n");
+    text.insert(text.find('}', leg), "JOINT foot\n{\nOFFSET 0 0 0.3\nCHANNELS 0\n}\n");
     draw(TakeText());
     const int without = png().find(leftColour, cell(0)).pixels;
     draw(text);

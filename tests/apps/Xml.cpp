@@ -71,7 +71,7 @@ void checkText(std::string_view text) {
         }
     }
     if (std::any_of(text.begin(), text.end(), [](char c) {
-            return static_cast<unsigned char>(c) < 0x20 && blanks.find(c) == blanks.npos;
+            return static_cast<unsigned char>(c) < 0x20 && blanks.find(c) == std::string_view::npos;
         })) {
         throw Malformed("control character in " + std::string(text.substr(0, 80)));
     }
