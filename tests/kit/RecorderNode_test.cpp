@@ -40,6 +40,7 @@ public:
 /// The indexes of the frames of a take, slot after slot.
 std::vector<unsigned> indexesOf(Tracks& take) {
     std::vector<unsigned> indexes;
+    indexes.reserve(static_cast<std::size_t>(take.timeLength()));
     for (int i = 0; i < take.timeLength(); ++i) {
         indexes.push_back(take.getTrack(0)->getFrame(i)->time().frameIndex());
     }

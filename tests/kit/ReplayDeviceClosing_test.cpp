@@ -180,7 +180,7 @@ TEST_F(ReplayClosing, CutsOffAChainOfCallbacksThatGoesOnRegardless) {
 /// Stops the device's thread where it waits for the next frame, when a request comes.
 class WatchedClock final : public Clock {
 public:
-    Instant now() const override { return Instant(); }
+    Instant now() const override { return {}; }
     bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& woken,
                    Instant /*instant*/, const std::function<bool()>& wake) override {
         woken.wait(lock, wake);
