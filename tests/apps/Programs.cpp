@@ -12,7 +12,7 @@
 #include <array>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -159,7 +159,9 @@ Outcome captureOnTerminal(const Arguments& arguments, int columns) {
 std::string readFile(const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);
     EXPECT_TRUE(stream.is_open()) << file;
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
 }
 
 void writeFile(const fs::path& file, const std::string& text) {
