@@ -82,6 +82,7 @@ TEST(CommInterfaceStress, EveryCallerGetsItsOwnReply) {
     Counter counter;
     std::atomic<int> good{0};
     std::vector<std::thread> threads;
+    threads.reserve(callers);
     for (int caller = 0; caller < callers; ++caller) {
         threads.emplace_back([&, caller] {
             for (int i = 0; i < count; ++i) {

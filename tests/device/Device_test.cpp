@@ -34,7 +34,7 @@ static_assert(Device::Unknown == 0);
 static_assert(Device::Lost == 1);
 static_assert(Device::Ready == 2);
 static_assert(Device::Busy == 3);
-static_assert(Device::DeviceState::Busy == Device::Busy);
+static_assert(std::is_convertible_v<Device::DeviceState, int>);
 
 constexpr auto undefinedState = static_cast<Device::DeviceState>(7);
 

@@ -200,6 +200,7 @@ TEST_F(ReplayThreads, NestTheFirstRequestsOfAChainSoThatItsCallerMayBlock) {
     };
     device.asyncRequest("status", next);
     depths.await(1);
+    EXPECT_TRUE(*device.syncRequest("status")); // its turn comes when the whole chain is over
     EXPECT_THAT(depths.all(), ElementsAre(16));
 }
 
