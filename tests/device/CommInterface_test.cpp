@@ -1,7 +1,7 @@
 #include <tarn/CommInterface.h>
 
 #include "device/DeviceTesting.h"
-#include "processing/VirtualTable.h"
+#include "support/VirtualTable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -62,8 +62,8 @@ struct VirtualProbe : CommInterface {
 };
 
 TEST(CommInterface, HasDoRequestRightBehindTheDestructorInItsTableAndNothingElse) {
-    EXPECT_EQ(processing_testing::tableIndex(&VirtualProbe::doRequest), 2U);
-    EXPECT_EQ(processing_testing::tableIndex(&VirtualProbe::next), 3U);
+    EXPECT_EQ(tarn::testing::tableIndex(&VirtualProbe::doRequest), 2U);
+    EXPECT_EQ(tarn::testing::tableIndex(&VirtualProbe::next), 3U);
 }
 #endif
 

@@ -1,6 +1,6 @@
 #include <tarn/Device.h>
 
-#include "processing/VirtualTable.h"
+#include "support/VirtualTable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -70,8 +70,8 @@ struct VirtualProbe : Device {
 };
 
 TEST(Device, AddsNothingToTheTableOfItsBase) {
-    EXPECT_EQ(processing_testing::tableIndex(&VirtualProbe::doRequest), 2U);
-    EXPECT_EQ(processing_testing::tableIndex(&VirtualProbe::next), 3U);
+    EXPECT_EQ(tarn::testing::tableIndex(&VirtualProbe::doRequest), 2U);
+    EXPECT_EQ(tarn::testing::tableIndex(&VirtualProbe::next), 3U);
 }
 #endif
 

@@ -10,10 +10,22 @@ namespace {
 // copied are part of the binary interface.
 constexpr std::size_t pointer = sizeof(void*);
 
+// A class has the virtual table's pointer and one for its own record beside those of its bases.
 static_assert(sizeof(tarn::Object) == 2 * pointer);
 static_assert(sizeof(tarn::Bone) == 3 * pointer);
 static_assert(sizeof(tarn::Joint) == 3 * pointer);
 static_assert(sizeof(tarn::Skeleton) == 3 * pointer);
+static_assert(sizeof(tarn::Settings) == 3 * pointer);
+static_assert(sizeof(tarn::Actor) == 4 * pointer);
+static_assert(sizeof(tarn::Character) == 4 * pointer);
+static_assert(sizeof(tarn::Scene) == 4 * pointer);
+static_assert(sizeof(tarn::StreamNode) == 3 * pointer);
+static_assert(sizeof(tarn::CommInterface) == 4 * pointer);
+static_assert(sizeof(tarn::Device) == 5 * pointer);
+static_assert(sizeof(tarn::Solver) == 3 * pointer);
+static_assert(sizeof(tarn::Calibrator) == 3 * pointer);
+static_assert(sizeof(tarn::DeviceCalibrator) == 4 * pointer);
+static_assert(sizeof(tarn::SolverCalibrator) == 4 * pointer);
 static_assert(sizeof(tarn::Sequence) == pointer);
 static_assert(sizeof(tarn::Track) == pointer);
 static_assert(sizeof(tarn::Tracks) == pointer);

@@ -1,12 +1,17 @@
 #include <tarn/Calibrator.h>
+#include <tarn/DeviceCalibrator.h>
+#include <tarn/SolverCalibrator.h>
 
 #include "support/Journal.h"
+#include "support/VirtualTable.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -225,5 +230,59 @@ TEST(CalibratorFactors, FollowTheRulesOfASolversFactors) {
     EXPECT_FALSE(calibrator.queryFactor(3).has_value());
     EXPECT_EQ(announced.size(), 1U);
 }
+
+TEST(CalibratorFactors, MayReplaceThemselvesWhileTheyRun) {
+    RecordingCalibrator calibrator;
+    const auto held = std::make_shared<int>(3);
+    calibrator.addFactor(
+        4,
+        [&calibrator, held] {
+            calibrator.addFactor(4, [] { return std::any(0); }, {});
+            return std::any(*held); // still there, though replaced
+        },
+        [&calibrator, held](const std::any& value) {
+            calibrator.addFactor(4, {}, [](const std::any&) {});
+            *held = std::any_cast<int>(value);
+        });
+
+    calibrator.setFactor(4, 7);
+
+    EXPECT_EQ(std::any_cast<int>(calibrator.queryFactor(4)), 7);
+    EXPECT_EQ(std::any_cast<int>(calibrator.queryFactor(4)), 0);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+#ifdef TARN_KNOWN_VIRTUAL_TABLE
+/// The places of the operations in the table of a calibrator class.
+template <class Base>
+struct CalibratorTable : Base {
+    virtual void next() {}
+
+    static std::vector<std::size_t> places() {
+        using Table = CalibratorTable;
+        using tarn::testing::tableIndex;
+        return {tableIndex(&Table::doCheckAvaialbe),
+                tableIndex(&Table::doCalibrate),
+                tableIndex(&Table::doCancelCalibrate),
+                tableIndex(&Table::doFinishCalibrate),
+                tableIndex(&Table::doFlushFrame),
+                tableIndex(&Table::doRawFlushFrame),
+                tableIndex(&Table::doGetCalibrationData),
+                tableIndex(&Table::doSetCalibrationData),
+                tableIndex(&Table::doTruncCalibrationData),
+                tableIndex(&Table::doGlobalStart),
+                tableIndex(&Table::doGlobalCancel),
+                tableIndex(&Table::doGlobalFinish),
+                tableIndex(&Table::next)};
+    }
+};
+
+TEST(Calibrator, KeepsItsOperationsInTheOrderThatPlugInsAreBuiltWith) {
+    const auto inOrder = testing::ElementsAre(2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14);
+    EXPECT_THAT(CalibratorTable<tarn::Calibrator>::places(), inOrder);
+    EXPECT_THAT(CalibratorTable<tarn::DeviceCalibrator>::places(), inOrder);
+    EXPECT_THAT(CalibratorTable<tarn::SolverCalibrator>::places(), inOrder);
+}
+#endif
 
 } // namespace

@@ -1,6 +1,7 @@
 #include <tarn/Solver.h>
 
 #include "support/Journal.h"
+#include "support/VirtualTable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -382,5 +384,29 @@ TEST(SolverFactors, MayReplaceOrRemoveThemselvesWhileTheyRun) {
     EXPECT_EQ(*held, 9);
     EXPECT_EQ(announced, 1); // by the removal; the set itself finds no getter any more
 }
+
+#ifdef TARN_KNOWN_VIRTUAL_TABLE
+struct SolverTable : tarn::Solver {
+    using Take = bool (SolverTable::*)(std::shared_ptr<tarn::Tracks>, int, int);
+    using Live = bool (SolverTable::*)();
+    virtual void next() {}
+
+    static std::vector<std::size_t> places() {
+        using tarn::testing::tableIndex;
+        return {tableIndex(static_cast<Take>(&SolverTable::doEvaluate)),
+                tableIndex(static_cast<Live>(&SolverTable::doEvaluate)),
+                tableIndex(&SolverTable::doBeginCalibrate),
+                tableIndex(&SolverTable::doCancelCalibrate),
+                tableIndex(&SolverTable::doEndCalibrate),
+                tableIndex(&SolverTable::doSaveStatus),
+                tableIndex(&SolverTable::doRestoreStatus),
+                tableIndex(&SolverTable::next)};
+    }
+};
+
+TEST(Solver, KeepsItsOperationsInTheOrderThatPlugInsAreBuiltWith) {
+    EXPECT_THAT(SolverTable::places(), ElementsAre(2, 3, 4, 5, 6, 7, 8, 9));
+}
+#endif
 
 } // namespace

@@ -1,7 +1,7 @@
 #include <tarn/StreamNode.h>
 
 #include "processing/StreamNodeTesting.h"
-#include "processing/VirtualTable.h"
+#include "support/VirtualTable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,7 +31,7 @@ struct VirtualProbe : StreamNode {
 };
 
 TEST(StreamNode, HasNothingButTheDestructorInItsTable) {
-    EXPECT_EQ(processing_testing::tableIndex(&VirtualProbe::next), 2U);
+    EXPECT_EQ(tarn::testing::tableIndex(&VirtualProbe::next), 2U);
 }
 #endif
 

@@ -8,7 +8,7 @@
 #if defined(__GLIBCXX__) && defined(__x86_64__)
 #define TARN_KNOWN_VIRTUAL_TABLE 1
 
-namespace processing_testing {
+namespace tarn::testing {
 
 /// The place of a virtual member function in its class's table.
 template <class Member>
@@ -18,5 +18,5 @@ std::size_t tableIndex(Member member) {
     return (offsetPlusOne - 1) / sizeof(void*);
 }
 
-} // namespace processing_testing
+} // namespace tarn::testing
 #endif
