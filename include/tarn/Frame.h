@@ -15,12 +15,12 @@ public:
     explicit Frame(const Time& time = Time());
     Frame(const Time& time, int dataType, std::any data);
 
-    const Time& time() const;
-    void setTime(const Time& time);
-    int dataType() const;
+    const Time& time() const noexcept { return time_; }
+    void setTime(const Time& time) noexcept { time_ = time; }
+    int dataType() const noexcept { return dataType_; }
 
     /// The payload; empty when none was set.
-    const std::any& data() const;
+    const std::any& data() const noexcept { return data_; }
     /// The payload as a `T`. Throws `std::bad_any_cast` when it is of another type, or empty.
     template <class T>
     const T& dataAs() const {

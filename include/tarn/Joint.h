@@ -29,6 +29,9 @@ public:
     std::list<Joint*> childrenJoints() const;
 
 private:
+    friend class Skeleton; // compares the names of a whole body without copying them
+    const std::string& storedName() const;
+
     struct PrivateData;
     std::unique_ptr<PrivateData> d_;
 };

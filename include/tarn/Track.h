@@ -40,6 +40,8 @@ public:
     void setSequence(std::shared_ptr<Sequence> sequence, int offset);
 
 private:
+    friend class TimeAxis;
+    friend class Tracks;
     struct PrivateData;
     std::unique_ptr<PrivateData> d_;
 };

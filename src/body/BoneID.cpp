@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cstddef>
 #include <string_view>
+#include <unordered_map>
 
 namespace tarn {
 namespace {
@@ -179,6 +180,26 @@ constexpr std::array<std::string_view, boneIDCount> boneNames = {
     "LeftShoulderExtra",
 };
 
+/// Finds bones by name.
+class BoneIndex {
+public:
+    BoneIndex() {
+        for (std::size_t id = 0; id < boneNames.size(); ++id) {
+            ids_.emplace(boneNames[id], static_cast<EBoneID>(id));
+            longest_ = std::max(longest_, boneNames[id].size());
+        }
+    }
+
+    EBoneID find(std::string_view name) const {
+        const auto found = name.size() > longest_ ? ids_.end() : ids_.find(name);
+        return found == ids_.end() ? static_cast<EBoneID>(-1) : found->second;
+    }
+
+private:
+    std::unordered_map<std::string_view, EBoneID> ids_;
+    std::size_t longest_ = 0;
+};
+
 } // namespace
 
 std::string boneIDToBoneName(EBoneID id) {
@@ -187,11 +208,8 @@ std::string boneIDToBoneName(EBoneID id) {
 }
 
 EBoneID boneNameToBoneID(const std::string& name) {
-    const auto* const found = std::find(boneNames.begin(), boneNames.end(), name);
-    if (found == boneNames.end()) {
-        return static_cast<EBoneID>(-1);
-    }
-    return static_cast<EBoneID>(found - boneNames.begin());
+    static const BoneIndex index;
+    return index.find(name);
 }
 
 } // namespace tarn

@@ -14,6 +14,8 @@ Joint::~Joint() = default;
 
 std::string Joint::name() const { return d_->name; }
 
+const std::string& Joint::storedName() const { return d_->name; }
+
 Joint* Joint::parentJoint() const { return typedParent<Joint>(*this); }
 
 std::list<Joint*> Joint::childrenJoints() const { return typedChildren<Joint>(*this); }

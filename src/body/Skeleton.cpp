@@ -1,7 +1,12 @@
 #include <tarn/Skeleton.h>
 
-#include <tarn/Bone.h>
+#include "core/TypedLinks.h"
 
+#include <tarn/Bone.h>
+#include <tarn/Joint.h>
+
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace tarn {
@@ -24,18 +29,17 @@ Bone* takeNext(Pending& pending) {
     return next;
 }
 
-/// Puts `bones` before all that is pending, the first of them next.
-void visitNext(Pending& pending, const std::list<Bone*>& bones) {
-    pending.insert(pending.end(), bones.rbegin(), bones.rend());
-}
-
-Bone* findNamed(const std::list<Bone*>& bones, const std::string& name) {
-    for (Bone* const bone : bones) {
-        if (bone->name() == name) {
-            return bone;
+/// Puts the child bones of `bone` before all that is pending, the first of them next. Returns where
+/// they begin.
+Pending::difference_type visitChildrenNext(Pending& pending, const Bone& bone) {
+    const auto before = static_cast<Pending::difference_type>(pending.size());
+    const std::list<Object*>& children = bone.children();
+    for (auto child = children.rbegin(); child != children.rend(); ++child) {
+        if (Bone* const childBone = asTyped<Bone>(*child)) {
+            pending.push_back(childBone);
         }
     }
-    return nullptr;
+    return before;
 }
 
 } // namespace
@@ -67,23 +71,27 @@ std::list<Bone*> Skeleton::bones() const {
     while (!pending.empty()) {
         Bone* const bone = takeNext(pending);
         found.push_back(bone);
-        visitNext(pending, bone->childrenBones());
+        visitChildrenNext(pending, *bone);
     }
     found.insert(found.end(), d_->props.begin(), d_->props.end());
     return found;
 }
 
 Bone* Skeleton::findBoneByName(const std::string& name) {
-    if (d_->root == nullptr || d_->root->name() == name) {
+    const auto isNamed = [&name](Bone* bone) { return bone->joint()->storedName() == name; };
+    if (d_->root == nullptr || isNamed(d_->root)) {
         return d_->root;
     }
     Pending pending = {d_->root};
     while (!pending.empty()) {
-        const std::list<Bone*> children = takeNext(pending)->childrenBones();
-        if (Bone* const found = findNamed(children, name)) {
-            return found;
+        // All children of a bone are looked at before their own children: the first of them stands
+        // last.
+        const auto children = visitChildrenNext(pending, *takeNext(pending));
+        const auto end = std::make_reverse_iterator(pending.begin() + children);
+        const auto found = std::find_if(pending.rbegin(), end, isNamed);
+        if (found != end) {
+            return *found;
         }
-        visitNext(pending, children);
     }
     return nullptr;
 }

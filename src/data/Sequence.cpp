@@ -82,7 +82,10 @@ std::shared_ptr<Frame> Sequence::findFrame(const Time& t) {
 }
 
 std::shared_ptr<Frame> Sequence::findFirstFrame(const Time& t) {
-    return d_->find(t, [&t](const Time& time) { return time >= t; });
+    const float seconds = t.toSecond();
+    return d_->find(t, [&t, seconds](const Time& time) {
+        return time.toSecond() > seconds || time == t; // `time >= t`, with `t`'s part done once
+    });
 }
 
 void Sequence::sortByTime() {

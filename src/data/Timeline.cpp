@@ -1,6 +1,7 @@
 #include <tarn/Timeline.h>
 
 #include <cassert>
+#include <iterator>
 #include <utility>
 
 namespace tarn {
@@ -26,7 +27,12 @@ const Time& Timeline::time() const { return time_; }
 void Timeline::addFrame(std::shared_ptr<Frame> frame) {
     assert(frame != nullptr);
     const int dataType = frame->dataType();
-    frames_[dataType] = std::move(frame);
+    if (frames_.empty() || std::prev(frames_.end())->first < dataType) {
+        // Takes hand their frames over in ascending order of data type, by habit: no search.
+        frames_.emplace_hint(frames_.end(), dataType, std::move(frame));
+    } else {
+        frames_[dataType] = std::move(frame);
+    }
 }
 
 std::shared_ptr<Frame> Timeline::frame(int dataType) { return frames_[dataType]; }

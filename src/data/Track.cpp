@@ -1,22 +1,11 @@
 #include <tarn/Track.h>
 
+#include "data/TrackData.h"
+
 #include <cassert>
 #include <utility>
-#include <vector>
 
 namespace tarn {
-
-struct Track::PrivateData {
-    explicit PrivateData(int type) : dataType(type) {}
-
-    std::shared_ptr<Frame>& slot(int index) {
-        assert(index >= 0 && static_cast<std::size_t>(index) < frames.size());
-        return frames[static_cast<std::size_t>(index)];
-    }
-
-    std::vector<std::shared_ptr<Frame>> frames;
-    int dataType;
-};
 
 Track::Track(int dataType) : d_(std::make_unique<PrivateData>(dataType)) {}
 

@@ -1,6 +1,7 @@
 #include <tarn/Tracks.h>
 
 #include "data/TimeAxis.h"
+#include "data/TrackData.h"
 
 #include <algorithm>
 #include <cassert>
@@ -74,12 +75,9 @@ struct Tracks::PrivateData {
     /// Lays every track out on `axis`, offsets unchanged.
     void alignTo(const TimeAxis& axis) {
         times.resize(axis.size());
-        std::map<int, int> indexMap;
-        for (auto& [track, offset] : tracks) {
-            track = axis.align(*track, times, indexMap);
-            if (frameIndexMap.empty()) {
-                frameIndexMap = indexMap;
-            }
+        for (auto& entry : tracks) {
+            // An empty map gets the slots of the first track that places a frame.
+            axis.align(entry.first, times, frameIndexMap.empty() ? &frameIndexMap : nullptr);
         }
     }
 
@@ -174,13 +172,14 @@ std::shared_ptr<Frame> Tracks::getFrame(int index, int dataType) {
 
 std::shared_ptr<Timeline> Tracks::getFrame(int index) {
     auto timeline = std::make_shared<Timeline>(getTime(index));
-    for (const auto& entry : d_->tracks) {
-        const int slot = slotAt(entry, index);
-        if (slot < 0) {
+    for (const auto& [track, offset] : d_->tracks) {
+        const auto& frames = track->d_->frames;
+        const std::int64_t slot = std::int64_t{index} - offset;
+        if (slot < 0 || static_cast<std::size_t>(slot) >= frames.size()) {
             continue;
         }
-        if (auto frame = entry.first->getFrame(slot)) {
-            timeline->addFrame(std::move(frame));
+        if (const auto& frame = frames[static_cast<std::size_t>(slot)]) {
+            timeline->addFrame(frame);
         }
     }
     return timeline;
@@ -285,6 +284,7 @@ void Tracks::alignTracksByTime() {
     for (const auto& entry : d_->subTracks) {
         addTimes(*entry.first->d_);
     }
+    axis.complete();
     const auto subTracks = d_->subTracks;
     const int length = static_cast<int>(axis.size());
 

@@ -48,9 +48,8 @@ std::list<CommInterface*> Device::commInterfaces() const {
 }
 
 std::list<CommInterface*> Device::commInterfaces(const std::string& type) const {
-    std::list<CommInterface*> found = commInterfaces();
-    found.remove_if([&type](const CommInterface* channel) { return channel->type() != type; });
-    return found;
+    return typedChildrenWhere<CommInterface>(
+        *this, [&type](const CommInterface* channel) { return channel->type() == type; });
 }
 
 tsignal::Signal<Device::DeviceState>& Device::onStateChanged() { return d_->onStateChanged; }

@@ -2,6 +2,8 @@
 
 #include "core/TypedLinks.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <cassert>
 #include <map>
 #include <utility>
@@ -33,6 +35,10 @@ struct Character::PrivateData {
 };
 
 namespace {
+
+auto hasType(const std::string& type) {
+    return [&type](const Device* device) { return device->type() == type; };
+}
 
 /// Replaces the first child of type `T`; returns false if it is that child already.
 template <class T>
@@ -100,18 +106,11 @@ void Character::removeDevice(Device* device) {
 }
 
 Device* Character::findDevice(const std::string& type) const {
-    for (Device* const device : typedChildren<Device>(*this)) {
-        if (device->type() == type) {
-            return device;
-        }
-    }
-    return nullptr;
+    return typedChildWhere<Device>(*this, hasType(type));
 }
 
 std::list<Device*> Character::findDevices(const std::string& type) {
-    std::list<Device*> found = devices();
-    found.remove_if([&type](const Device* device) { return device->type() != type; });
-    return found;
+    return typedChildrenWhere<Device>(*this, hasType(type));
 }
 
 std::list<Calibrator*> Character::calibrators() { return typedChildren<Calibrator>(*this); }
@@ -138,7 +137,9 @@ void Character::beginCalibrate() {
         calibrator->globalStart();
     }
     d_->onFrame.connect(this, [this](const std::shared_ptr<Timeline>& timeline) {
-        for (Calibrator* const calibrator : calibrators()) {
+        // Taken anew for each frame, without a list: this is what every frame passes.
+        using Calibrators = boost::container::small_vector<Calibrator*, 16>;
+        for (Calibrator* const calibrator : typedChildren<Calibrator, Calibrators>(*this)) {
             calibrator->flushFrame(timeline);
         }
     });

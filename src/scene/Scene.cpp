@@ -30,6 +30,10 @@ struct Scene::PrivateData {
 
 namespace {
 
+auto isNamed(const std::string& name) {
+    return [&name](Character* character) { return character->characterName() == name; };
+}
+
 bool contains(const std::list<Character*>& characters, const Character* character) {
     return std::find(characters.begin(), characters.end(), character) != characters.end();
 }
@@ -62,18 +66,11 @@ void Scene::removeCharacter(Character* character) {
 std::list<Character*> Scene::characters() { return typedChildren<Character>(*this); }
 
 Character* Scene::findCharacter(const std::string& name) const {
-    for (Character* const character : typedChildren<Character>(*this)) {
-        if (character->characterName() == name) {
-            return character;
-        }
-    }
-    return nullptr;
+    return typedChildWhere<Character>(*this, isNamed(name));
 }
 
 std::list<Character*> Scene::findCharacters(const std::string& name) {
-    std::list<Character*> found = characters();
-    found.remove_if([&name](Character* each) { return each->characterName() != name; });
-    return found;
+    return typedChildrenWhere<Character>(*this, isNamed(name));
 }
 
 void Scene::selectCharacter(Character* character) {

@@ -288,7 +288,7 @@ private:
 
 TEST(TracksAlignModel, RandomTakesComeOutAsTheProcedureSaysStepByStep) {
     model::Steps steps;
-    for (unsigned seed = 1; seed <= 300 && !testing::Test::HasFailure(); ++seed) {
+    for (unsigned seed = 1; seed <= 4000 && !testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         World world(seed, steps);
         world.align();
@@ -298,11 +298,11 @@ TEST(TracksAlignModel, RandomTakesComeOutAsTheProcedureSaysStepByStep) {
         world.expectSame();
     }
     // Every step has been put to the test.
-    EXPECT_GT(steps.steppedBackFromTheEnd, 300);
-    EXPECT_GT(steps.emptySlots, 300);
-    EXPECT_GT(steps.beforeTheFirstSlot, 300);
-    EXPECT_GT(steps.shared, 300);
-    EXPECT_GT(steps.held, 300);
-    EXPECT_GT(steps.steppedBackInTime, 300);
-    EXPECT_GT(steps.incomparable, 300);
+    EXPECT_GT(steps.steppedBackFromTheEnd, 4000);
+    EXPECT_GT(steps.emptySlots, 4000);
+    EXPECT_GT(steps.beforeTheFirstSlot, 4000);
+    EXPECT_GT(steps.shared, 4000);
+    EXPECT_GT(steps.held, 4000);
+    EXPECT_GT(steps.steppedBackInTime, 4000);
+    EXPECT_GT(steps.incomparable, 4000);
 }
