@@ -4,8 +4,11 @@
 #include <tarn/Frame.h>
 #include <tarn/Time.h>
 
+#include <cstddef>
 #include <map>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace tarn {
 
@@ -32,12 +35,21 @@ public:
     std::shared_ptr<Frame> frame(int dataType);
     /// Empties the entry of a data type; the entry itself stays, and is created if there was none.
     void removeFrame(int dataType);
-    /// All entries by data type; some may hold an empty pointer.
+    /// All entries by data type; some may hold an empty pointer. The first call turns the entries
+    /// into a map, so it counts as a change to other threads.
     const std::map<int, std::shared_ptr<Frame>>& frames() const;
 
 private:
+    friend class Tracks; // knows how many frames are to come
+    void reserve(std::size_t count) { entries_.reserve(count); }
+    std::shared_ptr<Frame>& entry(int dataType);
+
     Time time_;
-    std::map<int, std::shared_ptr<Frame>> frames_;
+    // A timeline is made for every tick of every take, mostly to be asked for one data type: it is
+    // a sorted list until somebody wants the map. From then on only the map is used.
+    mutable std::vector<std::pair<int, std::shared_ptr<Frame>>> entries_;
+    mutable std::map<int, std::shared_ptr<Frame>> frames_;
+    mutable bool isMap_ = false;
 };
 
 } // namespace tarn

@@ -1,7 +1,7 @@
 #include <tarn/Timeline.h>
 
+#include <algorithm>
 #include <cassert>
-#include <iterator>
 #include <utility>
 
 namespace tarn {
@@ -10,13 +10,15 @@ Timeline::Timeline(const Time& time) : time_(time) {}
 
 Timeline::Timeline(const Timeline& other) = default;
 
-Timeline::Timeline(Timeline&& other) noexcept : time_(other.time_) { frames_.swap(other.frames_); }
+Timeline::Timeline(Timeline&& other) noexcept : Timeline(other.time_) { *this = std::move(other); }
 
 Timeline& Timeline::operator=(const Timeline& other) = default;
 
 Timeline& Timeline::operator=(Timeline&& other) noexcept {
     time_ = other.time_;
+    entries_.swap(other.entries_);
     frames_.swap(other.frames_);
+    std::swap(isMap_, other.isMap_);
     return *this;
 }
 
@@ -27,18 +29,40 @@ const Time& Timeline::time() const { return time_; }
 void Timeline::addFrame(std::shared_ptr<Frame> frame) {
     assert(frame != nullptr);
     const int dataType = frame->dataType();
-    if (frames_.empty() || std::prev(frames_.end())->first < dataType) {
-        // Takes hand their frames over in ascending order of data type, by habit: no search.
-        frames_.emplace_hint(frames_.end(), dataType, std::move(frame));
+    if (!isMap_ && (entries_.empty() || entries_.back().first < dataType)) {
+        entries_.emplace_back(dataType, std::move(frame)); // as takes do, by habit: no search
     } else {
-        frames_[dataType] = std::move(frame);
+        entry(dataType) = std::move(frame);
     }
 }
 
-std::shared_ptr<Frame> Timeline::frame(int dataType) { return frames_[dataType]; }
+std::shared_ptr<Frame> Timeline::frame(int dataType) { return entry(dataType); }
 
-void Timeline::removeFrame(int dataType) { frames_[dataType].reset(); }
+void Timeline::removeFrame(int dataType) { entry(dataType).reset(); }
 
-const std::map<int, std::shared_ptr<Frame>>& Timeline::frames() const { return frames_; }
+const std::map<int, std::shared_ptr<Frame>>& Timeline::frames() const {
+    if (!isMap_) {
+        for (auto& [dataType, frame] : entries_) {
+            frames_.emplace_hint(frames_.end(), dataType, std::move(frame));
+        }
+        entries_ = {};
+        isMap_ = true;
+    }
+    return frames_;
+}
+
+/// The entry of a data type, made empty if there is none.
+std::shared_ptr<Frame>& Timeline::entry(int dataType) {
+    if (isMap_) {
+        return frames_[dataType];
+    }
+    const auto at =
+        std::lower_bound(entries_.begin(), entries_.end(), dataType,
+                         [](const auto& each, int wanted) { return each.first < wanted; });
+    if (at != entries_.end() && at->first == dataType) {
+        return at->second;
+    }
+    return entries_.emplace(at, dataType, nullptr)->second;
+}
 
 } // namespace tarn

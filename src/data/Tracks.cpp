@@ -172,6 +172,7 @@ std::shared_ptr<Frame> Tracks::getFrame(int index, int dataType) {
 
 std::shared_ptr<Timeline> Tracks::getFrame(int index) {
     auto timeline = std::make_shared<Timeline>(getTime(index));
+    timeline->reserve(d_->tracks.size());
     for (const auto& [track, offset] : d_->tracks) {
         const auto& frames = track->d_->frames;
         const std::int64_t slot = std::int64_t{index} - offset;

@@ -5,7 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <any>
+#include <map>
 #include <memory>
+#include <random>
 #include <type_traits>
 #include <utility>
 
@@ -16,6 +19,7 @@ using tarn::Time;
 using tarn::Timeline;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::IsNull;
 using testing::Pair;
 
 namespace {
@@ -25,6 +29,8 @@ static_assert(std::is_nothrow_move_constructible_v<Timeline>);
 static_assert(std::is_nothrow_move_assignable_v<Timeline>);
 static_assert(!std::is_convertible_v<Time, Timeline>,
               "a time is not silently taken for a timeline");
+
+FramePtr typed(int dataType) { return std::make_shared<Frame>(Time(), dataType, std::any()); }
 
 } // namespace
 
@@ -185,6 +191,54 @@ TEST(Timeline, MoveSelfAssignmentChangesNothing) {
     EXPECT_EQ(timeline.time(), Time(3, 30));
     EXPECT_THAT(timeline.frames(), ElementsAre(Pair(4, frame)));
     EXPECT_EQ(frame.use_count(), 2);
+}
+
+TEST(Timeline, TheMapOfAllFramesFollowsLaterChanges) {
+    Timeline timeline;
+    const auto first = typed(5);
+    timeline.addFrame(first);
+
+    const auto& frames = timeline.frames();
+    const auto second = typed(3);
+    timeline.addFrame(second);
+    timeline.addFrame(typed(9));
+    timeline.removeFrame(9);
+    timeline.frame(7);
+
+    EXPECT_THAT(frames,
+                ElementsAre(Pair(3, second), Pair(5, first), Pair(7, IsNull()), Pair(9, IsNull())));
+    EXPECT_EQ(&timeline.frames(), &frames);
+}
+
+TEST(Timeline, IsTheSameWheneverItsFramesAreRead) {
+    for (unsigned seed = 0; seed < 200; ++seed) {
+        std::mt19937 random(seed);
+        Timeline timeline;
+        std::map<int, FramePtr> expected;
+        for (int step = 0; step < 30; ++step) {
+            const int dataType = static_cast<int>(random() % 8) - 2;
+            switch (random() % 4) {
+            case 0:
+                expected[dataType] = typed(dataType);
+                timeline.addFrame(expected[dataType]);
+                break;
+            case 1:
+                EXPECT_EQ(timeline.frame(dataType), expected[dataType]);
+                break;
+            case 2:
+                timeline.removeFrame(dataType);
+                expected[dataType] = nullptr;
+                break;
+            default:
+                if (random() % 8 == 0) {
+                    EXPECT_EQ(timeline.frames(), expected);
+                }
+            }
+        }
+        const Timeline copy = timeline;
+        EXPECT_EQ(copy.frames(), expected) << seed;
+        EXPECT_EQ(timeline.frames(), expected) << seed;
+    }
 }
 
 #ifndef NDEBUG
