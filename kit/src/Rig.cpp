@@ -1,5 +1,7 @@
 #include <tarn_kit/Rig.h>
 
+#include "Kinematics.h"
+
 #include <algorithm>
 #include <cassert>
 #include <utility>
@@ -78,7 +80,7 @@ float Rig::height() const {
         heights.push_back(base + static_cast<double>(node.offset.y));
     }
     const auto [lowest, highest] = std::minmax_element(heights.begin(), heights.end());
-    return static_cast<float>(*highest - *lowest);
+    return toFloat(*highest - *lowest);
 }
 
 } // namespace tarn::kit

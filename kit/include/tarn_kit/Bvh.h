@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <istream>
 #include <memory>
+#include <ostream>
 #include <string>
 
 namespace tarn::kit {
@@ -50,5 +51,19 @@ TARN_KIT_EXPORT BvhTake readBvh(const std::filesystem::path& file);
 /// The same from a stream, read to its end; `name` stands for the file in errors and names the
 /// take.
 TARN_KIT_EXPORT BvhTake readBvh(std::istream& stream, const std::string& name = "stream");
+
+/// Writes a take as a BVH file, such that `readBvh` gives back the same: nodes with their names,
+/// offsets and channels, frame time, and every value of every pose, each with the fewest digits
+/// that read back to it. The poses are those that the take shows from frame index 0 to its length.
+/// A rig whose joints are not each followed by all that is below them reads back in that order.
+/// Memory does not grow with the length.
+///
+/// Throws `std::invalid_argument`, before anything is written, if that cannot be: for a take
+/// without a rig, tracks or a frame time that the reader accepts (from 0.000001 to 2 seconds), a
+/// rig without nodes or with more than `bvhMaxNodes`, frames of a rig without channels, an index
+/// that shows no pose or one that does not fit the rig, a value that is not finite, or a joint name
+/// that cannot be read back: an empty one, a longer one than `bvhMaxNameLength`, one with a line
+/// end or `{` in it, or with blanks around it. A stream that fails is left in that state.
+TARN_KIT_EXPORT void writeBvh(const BvhTake& take, std::ostream& stream);
 
 } // namespace tarn::kit
