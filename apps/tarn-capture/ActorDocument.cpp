@@ -4,7 +4,6 @@
 #include "Text.h"
 
 #include <fmt/format.h>
-#include <tarn/Actor.h>
 
 #include <charconv>
 #include <cmath>
@@ -59,19 +58,6 @@ std::pair<std::string, std::string> assignment(const std::string& text, const ch
                                      option, text));
     }
     return {name, value};
-}
-
-void load(Actor& actor, const std::string& file) {
-    if (!actor.loadSettingsFromFile(file)) {
-        std::error_code error;
-        const bool exists = fs::exists(file, error);
-        throw std::runtime_error(fmt::format(
-            "{}: {}", file, exists ? "not a settings document that can be read" : "no such file"));
-    }
-    if (actor.subSettings("MocapActor") == nullptr) {
-        throw std::runtime_error(
-            fmt::format("{}: not an actor's document: it has no element MocapActor", file));
-    }
 }
 
 /// Where the sensor map is read. An actor makes that group only by loading one.
@@ -152,12 +138,25 @@ std::vector<std::string> problemsOf(Actor& actor) {
 
 } // namespace
 
+void loadActor(Actor& actor, const std::string& file) {
+    if (!actor.loadSettingsFromFile(file)) {
+        std::error_code error;
+        const bool exists = fs::exists(file, error);
+        throw std::runtime_error(fmt::format(
+            "{}: {}", file, exists ? "not a settings document that can be read" : "no such file"));
+    }
+    if (actor.subSettings("MocapActor") == nullptr) {
+        throw std::runtime_error(
+            fmt::format("{}: not an actor's document: it has no element MocapActor", file));
+    }
+}
+
 int actor(const ActorOptions& options) {
     Actor document;
     const bool sets = setsAnything(options);
     std::error_code error;
     if (!sets || fs::exists(options.file, error)) {
-        load(document, options.file);
+        loadActor(document, options.file);
     }
     apply(document, options);
     if (sets && !document.saveSettingsToFile(options.file)) {

@@ -1,10 +1,16 @@
 #pragma once
 
+#include <tarn/Actor.h>
+
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tarn::capture {
+
+/// Loads an actor's settings document. Throws `std::runtime_error`, which names the file, when it
+/// cannot be read or is none.
+void loadActor(Actor& actor, const std::string& file);
 
 struct ActorOptions {
     std::string file;

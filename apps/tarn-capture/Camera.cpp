@@ -6,11 +6,10 @@ namespace tarn::capture {
 
 namespace {
 
-struct Heading {
-    double x, z;
-};
+constexpr double radiansPerDegree = 3.14159265358979323846 / 180;
 
-/// The horizontal direction of the longest way from the start.
+} // namespace
+
 Heading headingOf(const std::vector<Vector3f>& path, double shortest) {
     Heading heading{0, 1};
     double longest = shortest;
@@ -26,21 +25,21 @@ Heading headingOf(const std::vector<Vector3f>& path, double shortest) {
     return heading;
 }
 
-} // namespace
-
-Camera::Camera(const std::vector<Vector3f>& rootPath, double shortest) {
+Camera::Camera(const Heading& heading, double down)
+    : cosine_(std::cos(down * radiansPerDegree)), sine_(std::sin(down * radiansPerDegree)) {
     // The heading is turned out of the picture, towards the eye, by 30 degrees.
     constexpr double cosine = 0.866;
     constexpr double sine = 0.5;
-    const Heading heading = headingOf(rootPath, shortest);
     rightX_ = heading.x * cosine + heading.z * sine;
     rightZ_ = heading.z * cosine - heading.x * sine;
 }
 
 Seen Camera::see(const Vector3f& point) const {
     const auto x = static_cast<double>(point.x);
+    const auto y = static_cast<double>(point.y);
     const auto z = static_cast<double>(point.z);
-    return {x * rightX_ + z * rightZ_, static_cast<double>(point.y), z * rightX_ - x * rightZ_};
+    const double near = z * rightX_ - x * rightZ_; // of the ground below the point
+    return {x * rightX_ + z * rightZ_, y * cosine_ - near * sine_, near * cosine_ + y * sine_};
 }
 
 std::vector<Seen> Camera::see(const std::vector<Vector3f>& points) const {
@@ -50,6 +49,13 @@ std::vector<Seen> Camera::see(const std::vector<Vector3f>& points) const {
         seen.push_back(see(point));
     }
     return seen;
+}
+
+Vector3f Camera::placeAt(double right, double near, double height) const {
+    const double square = rightX_ * rightX_ + rightZ_ * rightZ_; // 1, but for rounding
+    return {static_cast<float>((right * rightX_ - near * rightZ_) / square),
+            static_cast<float>(height),
+            static_cast<float>((right * rightZ_ + near * rightX_) / square)};
 }
 
 bool isFinite(const Vector3f& point) {

@@ -4,6 +4,7 @@
 
 #include <cairo.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace tarn::capture {
@@ -32,6 +33,15 @@ void Canvas::polyline(const std::vector<Point>& points, double width, Colour col
     cairo_stroke(context_);
 }
 
+void Canvas::polylineInPieces(const std::vector<Point>& points, double width, Colour colour) {
+    constexpr std::size_t pieceLength = 100; // steps
+    for (std::size_t i = 0; i + 1 < points.size(); i += pieceLength) {
+        const auto begin = points.begin() + static_cast<std::ptrdiff_t>(i);
+        const std::size_t count = std::min(pieceLength + 1, points.size() - i);
+        polyline({begin, begin + static_cast<std::ptrdiff_t>(count)}, width, colour);
+    }
+}
+
 void Canvas::disc(Point centre, double radius, Colour colour) {
     use(colour);
     cairo_arc(context_, centre.x, centre.y, radius, 0, 2 * pi);
@@ -41,6 +51,14 @@ void Canvas::disc(Point centre, double radius, Colour colour) {
 void Canvas::fill(const Box& box, Colour colour) {
     use(colour);
     cairo_rectangle(context_, box.x, box.y, box.width, box.height);
+    cairo_fill(context_);
+}
+
+void Canvas::polygon(const std::vector<Point>& corners, Colour colour) {
+    use(colour);
+    for (const Point& corner : corners) {
+        cairo_line_to(context_, corner.x, corner.y);
+    }
     cairo_fill(context_);
 }
 
@@ -75,6 +93,14 @@ void Canvas::upwardText(Point at, const std::string& text, Font font, Colour col
     cairo_translate(context_, at.x, at.y);
     cairo_rotate(context_, -pi / 2);
     this->text({0, 0}, text, font, Align::centre, colour);
+    cairo_restore(context_);
+}
+
+void Canvas::clipped(const Box& box, const std::function<void()>& draw) {
+    cairo_save(context_);
+    cairo_rectangle(context_, box.x, box.y, box.width, box.height);
+    cairo_clip(context_);
+    draw();
     cairo_restore(context_);
 }
 

@@ -2,6 +2,7 @@
 
 #include "FigureGrid.h"
 #include "Motion.h"
+#include "PageHead.h"
 #include "RootPath.h"
 #include "Text.h"
 
@@ -14,17 +15,14 @@ namespace tarn::capture {
 
 namespace {
 
-constexpr double pageWidth = 1800;
-constexpr double margin = 60;
-constexpr double contentWidth = pageWidth - 2 * margin;
-constexpr double titleHeight = 130;
+using page::contentWidth;
+using page::margin;
+
 constexpr double sectionGap = 30;
 constexpr double footLine = 28;
 constexpr int instantCount = 8;
 constexpr const char* guessPrefix = "Guessed: ";
 
-constexpr Font titleFont{42, true};
-constexpr Font factsFont{22};
 constexpr Font footFont{17};
 
 std::string factsOf(const Take& take) {
@@ -47,7 +45,7 @@ public:
     ~Sheet() = default;
 
     double height() const {
-        return margin + titleHeight + figures_.height() + sectionGap + path_.height() +
+        return margin + page::headHeight + figures_.height() + sectionGap + path_.height() +
                static_cast<double>(guesses_.size()) * footLine + margin;
     }
 
@@ -64,8 +62,8 @@ public:
 
     void draw(Canvas& canvas) const {
         Point at{margin, margin};
-        drawTitle(canvas, at);
-        at.y += titleHeight;
+        drawPageHead(canvas, at, title_, facts_);
+        at.y += page::headHeight;
         figures_.draw(canvas, at);
         at.y += figures_.height() + sectionGap;
         path_.draw(canvas, at);
@@ -74,12 +72,6 @@ public:
     }
 
 private:
-    void drawTitle(Canvas& canvas, Point at) const {
-        canvas.text({at.x, at.y + titleFont.size}, canvas.fitted(title_, titleFont, contentWidth),
-                    titleFont, Align::left, colours::ink);
-        canvas.text({at.x, at.y + 86}, facts_, factsFont, Align::left, colours::note);
-    }
-
     void drawGuesses(Canvas& canvas, Point at) const {
         for (const std::string& guess : guesses_) {
             at.y += footLine;
@@ -99,7 +91,7 @@ private:
 
 Picture contactSheet(const Take& take, const std::vector<Recorder::Shown>& shown) {
     const auto sheet = std::make_shared<const Sheet>(take, shown);
-    return {pageWidth, sheet->height(), take.name(), sheet->description(),
+    return {page::width, sheet->height(), take.name(), sheet->description(),
             [sheet](Canvas& canvas) { sheet->draw(canvas); }};
 }
 

@@ -3,6 +3,7 @@
 #include "Errors.h"
 #include "FrameRange.h"
 #include "OutputFile.h"
+#include "PositionsCsv.h"
 #include "Take.h"
 #include "Text.h"
 
@@ -23,42 +24,14 @@ using Positions = std::vector<Vector3f>;
 // Numbers are written with the fewest digits that read back to the same value. Both formats are
 // written frame by frame, so that the length of a take costs time and no memory.
 
-/// Quotes a field where a comma, a quote or a line end in it would be taken for the table's own.
-std::string csvField(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        return text;
-    }
-    std::string quoted = "\"";
-    for (const char c : text) {
-        quoted += c == '"' ? "\"\"" : std::string(1, c);
-    }
-    return quoted + "\"";
-}
-
-std::string csvHeader(const Take& take) {
-    std::string line = "frame,time [s]";
-    for (const kit::Node& node : take.rig().nodes()) {
-        for (const char axis : {'x', 'y', 'z'}) {
-            line += "," + csvField(fmt::format("{}.{} [{}]", validUtf8(node.name), axis,
-                                               take.unit().symbol));
-        }
-    }
-    return line + "\n";
-}
-
-std::string csvRow(int frame, double time, const Positions& positions) {
-    std::string line = fmt::format("{},{}", frame, time);
-    for (const Vector3f& at : positions) {
-        fmt::format_to(std::back_inserter(line), ",{},{},{}", at.x, at.y, at.z);
-    }
-    return line + "\n";
-}
-
 void writeCsv(OutputFile& file, const Take& take, FrameRange range) {
-    file.write(csvHeader(take));
+    file.write(csvHeader(take.rig(), take.unit()));
     for (int frame = range.first; frame <= range.last; ++frame) {
-        file.write(csvRow(frame, take.secondsAt(frame),
-                          kit::worldPositions(take.rig(), take.pose(frame))));
+        CsvRow row(frame, take.secondsAt(frame));
+        for (const Vector3f& at : kit::worldPositions(take.rig(), take.pose(frame))) {
+            row.add(at);
+        }
+        file.write(row.finished());
     }
 }
 

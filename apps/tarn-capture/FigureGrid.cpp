@@ -41,7 +41,7 @@ void drawLegend(Canvas& canvas, Point rightEnd) {
 } // namespace
 
 FigureGrid::FigureGrid(const Take& take, const Motion& motion, double width)
-    : take_(take), motion_(motion), camera_(motion.rootPath, take.bodyHeight() / 2),
+    : take_(take), motion_(motion), camera_(headingOf(motion.rootPath, take.bodyHeight() / 2)),
       figure_(take.rig()), width_(width), reach_(reachOf()),
       scale_(std::min((width / figuresPerRow - gap) / reach_.width,
                       tallestFigure / (reach_.top - reach_.bottom))) {}

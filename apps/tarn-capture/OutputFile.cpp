@@ -90,6 +90,15 @@ void OutputFile::fail(int errorNumber) const {
                                          std::generic_category().message(errorNumber)));
 }
 
+void makeDirectory(const fs::path& directory) {
+    std::error_code error;
+    fs::create_directories(directory, error);
+    if (error) {
+        throw std::runtime_error(fmt::format("cannot create the directory '{}': {}",
+                                             directory.string(), error.message()));
+    }
+}
+
 void refuseToOverwrite(const fs::path& input, const fs::path& output, std::string_view option) {
     std::error_code error; // a file that is not there is no other file
     if (fs::equivalent(input, output, error)) {

@@ -39,6 +39,10 @@ private:
     std::unique_ptr<std::FILE, Closer> file_;
 };
 
+/// Creates a directory, and those above it, if it is not there. Throws `std::runtime_error`: one
+/// line that names it.
+void makeDirectory(const std::filesystem::path& directory);
+
 /// Throws `UsageError` if writing to `output` would destroy `input`. `option` is what named
 /// `output`.
 void refuseToOverwrite(const std::filesystem::path& input, const std::filesystem::path& output,

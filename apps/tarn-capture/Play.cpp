@@ -14,8 +14,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <stdexcept>
-#include <system_error>
 
 namespace tarn::capture {
 
@@ -27,15 +25,6 @@ void checkRate(double rate) {
     constexpr double highestRate = 1000;
     if (!(rate > 0 && rate <= highestRate)) { // not-a-number included
         throw UsageError(fmt::format("--rate must be greater than 0 and at most {}", highestRate));
-    }
-}
-
-void makeDirectory(const fs::path& directory) {
-    std::error_code error;
-    fs::create_directories(directory, error);
-    if (error) {
-        throw std::runtime_error(fmt::format("cannot create the directory '{}': {}",
-                                             directory.string(), error.message()));
     }
 }
 

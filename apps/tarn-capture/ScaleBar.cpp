@@ -1,6 +1,7 @@
 #include "ScaleBar.h"
 
 #include <cmath>
+#include <cstdint>
 
 namespace tarn::capture {
 
@@ -12,6 +13,15 @@ double roundLength(double limit) {
         }
     }
     return power;
+}
+
+std::vector<double> multiplesOf(double step, double least, double most) {
+    std::vector<double> values;
+    const auto last = static_cast<std::int64_t>(std::floor(most / step));
+    for (auto i = static_cast<std::int64_t>(std::ceil(least / step)); i <= last; ++i) {
+        values.push_back(static_cast<double>(i) * step);
+    }
+    return values;
 }
 
 void drawScaleBar(Canvas& canvas, Point rightEnd, double width, double scale,

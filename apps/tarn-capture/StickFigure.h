@@ -30,10 +30,19 @@ struct Extent {
 /// what hangs on the head. Nodes whose position is not finite are left out.
 class StickFigure {
 public:
+    /// What is drawn: a line, or a disc around `from`.
+    struct Part {
+        Seen from, to;
+        double radius; ///< of the disc, in the unit of the rig; 0 for a line
+        Side side;
+    };
+
     explicit StickFigure(const kit::Rig& rig);
 
     /// Of the body whose nodes are at `nodes`; all 0 if there is nothing to draw.
     Extent extentOf(const std::vector<Seen>& nodes) const;
+    /// What is drawn of that body but for the dots, far parts first.
+    std::vector<Part> partsOf(const std::vector<Seen>& nodes) const;
     /// Draws that body; `place` turns what is seen into pixels, `scale` of them per unit.
     void draw(Canvas& canvas, const std::vector<Seen>& nodes, double scale,
               const std::function<Point(const Seen&)>& place) const;
@@ -43,15 +52,6 @@ private:
         std::size_t from, to;
         Side side;
     };
-    /// What is drawn: a line, or a disc around `from`.
-    struct Part {
-        Seen from, to;
-        double radius; ///< of the disc, in the unit of the rig; 0 for a line
-        Side side;
-    };
-
-    /// Far ones first.
-    std::vector<Part> partsOf(const std::vector<Seen>& nodes) const;
     Seen headCentre(const std::vector<Seen>& nodes) const;
 
     std::vector<std::size_t> roots_;

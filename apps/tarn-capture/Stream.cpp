@@ -1,5 +1,6 @@
 #include "Stream.h"
 
+#include "DeviceCommand.h"
 #include "Errors.h"
 #include "ProgressBar.h"
 #include "Take.h"
@@ -10,7 +11,6 @@
 #include <tarn_kit/ReplayDevice.h>
 
 #include <algorithm>
-#include <any>
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
@@ -25,16 +25,6 @@ namespace tarn::capture {
 namespace {
 
 using SteadyTime = std::chrono::steady_clock::time_point;
-
-/// Gives the device a command and waits for its answer.
-void command(Device& device, const std::string& id, const std::any& data = {}) {
-    const auto reply = device.syncRequest(std::make_shared<Request>(id, data));
-    if (!*reply) {
-        throw std::runtime_error(reply->errorString().empty()
-                                     ? fmt::format("the device refuses '{}'", id)
-                                     : reply->errorString());
-    }
-}
 
 /// Watches a device stream: notes when each frame comes, pauses the device after the last one that
 /// is wanted, and lets another thread wait for the end.

@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace tarn::capture {
 
-Take::Take(const std::filesystem::path& file)
-    : data_(kit::readBvh(file)), unit_(guessLengthUnit(bodyHeight())) {}
+Take::Take(const std::filesystem::path& file) : Take(kit::readBvh(file)) {}
+
+Take::Take(kit::BvhTake data) : data_(std::move(data)), unit_(guessLengthUnit(bodyHeight())) {}
 
 std::string Take::name() const { return printable(data_.tracks->tracksName()); }
 

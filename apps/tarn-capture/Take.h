@@ -17,15 +17,20 @@ class Take {
 public:
     /// Throws `kit::ReadError` when the file cannot be read or is broken.
     explicit Take(const std::filesystem::path& file);
+    /// A take that has been read already.
+    explicit Take(kit::BvhTake data);
 
     /// The file's name without directory and extension, fit to be printed.
     std::string name() const;
     const kit::Rig& rig() const { return *data_.rig; }
+    std::shared_ptr<const kit::Rig> sharedRig() const { return data_.rig; }
     Tracks& tracks() const { return *data_.tracks; }
 
     int frameCount() const { return data_.tracks->timeLength(); }
     /// Whole frames per second, at least 1.
     int rate() const { return data_.tracks->fps(); }
+    /// Seconds from frame to frame, as the file states them.
+    double frameTime() const { return data_.frameTime; }
     /// When a frame begins, in seconds from the start of the take.
     double secondsAt(int frame) const;
     /// How long the take lasts, to the end of its last frame.

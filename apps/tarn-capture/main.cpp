@@ -3,6 +3,7 @@
 #include "Export.h"
 #include "Info.h"
 #include "Play.h"
+#include "Run.h"
 #include "Stream.h"
 
 #include <CLI/CLI.hpp>
@@ -25,6 +26,7 @@ struct CommandLine {
     PlayOptions play;
     ExportOptions exported;
     StreamOptions stream;
+    RunOptions session;
     ActorOptions actor;
     std::string format;       ///< of the export
     std::function<int()> run; ///< the chosen command
@@ -99,6 +101,32 @@ void addStream(CommandLine& line) {
     command.callback([&line] { line.run = [&line] { return stream(line.stream); }; });
 }
 
+void addRun(CommandLine& line) {
+    CLI::App& command = *line.app.add_subcommand(
+        "run", "Run a capture session: a character per take in one scene,\n"
+               "calibrated, played, solved, recorded, drawn and saved");
+    command.add_option("TAKE", line.session.takes, "BVH files of one clock and one space")
+        ->required()
+        ->type_name("");
+    command
+        .add_option("--out", line.session.out,
+                    "Directory for what comes out, created if it is not\nthere")
+        ->required()
+        ->type_name("DIR");
+    command
+        .add_option("--actor", line.session.actor,
+                    "An actor's settings document that every actor begins\nwith")
+        ->type_name("FILE");
+    command
+        .add_option("--calibrate", line.session.calibrate,
+                    "For how long to calibrate; if not given, 1")
+        ->type_name("SECONDS");
+    command.add_flag("--realtime", line.session.realtime,
+                     "Take as long as the takes last, instead of running as\n"
+                     "fast as it goes");
+    command.callback([&line] { line.run = [&line] { return run(line.session); }; });
+}
+
 void addActor(CommandLine& line) {
     CLI::App& command = *line.app.add_subcommand(
         "actor", "Show an actor's settings document, set what is in it, or\n"
@@ -138,7 +166,7 @@ void flushOutput() {
     }
 }
 
-int run(int argc, const char* const* argv) {
+int runCommandLine(int argc, const char* const* argv) {
     CommandLine line;
     line.app.set_version_flag("--version", "tarn-capture " TARN_CAPTURE_VERSION);
     line.app.require_subcommand(0, 1); // none at all is reported after what is unknown
@@ -146,6 +174,7 @@ int run(int argc, const char* const* argv) {
     addPlay(line);
     addExport(line);
     addStream(line);
+    addRun(line);
     addActor(line);
     try {
         line.app.parse(argc, argv);
@@ -174,7 +203,7 @@ int run(int argc, const char* const* argv) {
 int main(int argc, char** argv) {
     using namespace tarn::capture;
     try {
-        return run(argc, argv);
+        return runCommandLine(argc, argv);
     } catch (const std::exception& error) {
         reportError(error.what());
     } catch (...) {

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <unistd.h>
 
@@ -34,6 +35,9 @@ public:
 
     void open(int stream, const std::string& file, int flags) {
         posix_spawn_file_actions_addopen(&actions_, stream, file.c_str(), flags, 0600);
+    }
+    void use(int stream, int descriptor) {
+        posix_spawn_file_actions_adddup2(&actions_, descriptor, stream);
     }
     const posix_spawn_file_actions_t* actions() const { return &actions_; }
 
@@ -154,6 +158,33 @@ Outcome captureOnTerminal(const Arguments& arguments, int columns) {
     const pid_t child = start(TARN_CAPTURE_PROGRAM, arguments, streams);
     std::string text = terminal.readToEnd(); // first: a full terminal would hold the child up
     return {waitFor(child), readFile(directory / "out"), std::move(text)};
+}
+
+Outcome captureInterrupted(const Arguments& arguments, const std::string& text) {
+    const TempDirectory directory;
+    std::array<int, 2> pipe{};
+    if (::pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe for the test");
+    }
+    Streams streams;
+    streams.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+    streams.use(STDOUT_FILENO, pipe[1]);
+    streams.open(STDERR_FILENO, directory / "err", writing);
+    const pid_t child = start(TARN_CAPTURE_PROGRAM, arguments, streams);
+    ::close(pipe[1]);
+    std::string out;
+    bool interrupted = false;
+    std::array<char, 4096> buffer{};
+    ssize_t count = 0;
+    while ((count = ::read(pipe[0], buffer.data(), buffer.size())) > 0) {
+        out.append(buffer.data(), static_cast<std::size_t>(count));
+        if (!interrupted && out.find(text) != std::string::npos) {
+            interrupted = true;
+            ::kill(child, SIGINT);
+        }
+    }
+    ::close(pipe[0]);
+    return {waitFor(child), std::move(out), readFile(directory / "err")};
 }
 
 std::string readFile(const fs::path& file) {

@@ -39,6 +39,9 @@ Outcome capture(const Arguments& arguments);
 /// Runs tarn-capture with a terminal of so many columns as its standard error.
 Outcome captureOnTerminal(const Arguments& arguments, int columns);
 
+/// Runs tarn-capture until it has printed `text`, and interrupts it then, as Ctrl-C does.
+Outcome captureInterrupted(const Arguments& arguments, const std::string& text);
+
 std::string readFile(const std::filesystem::path& file);
 void writeFile(const std::filesystem::path& file, const std::string& text);
 

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Canvas.h"
+#include "GroundPlan.h"
+#include "GroupMotion.h"
+#include "Performance.h"
+
+#include <cstddef>
+
+namespace tarn::capture {
+
+/// The ways of all roots seen from above, with start and end, and where they were at the instants
+/// of the motion.
+class GroupPaths {
+public:
+    /// The motion must outlive the drawing.
+    GroupPaths(const std::vector<Performance>& performances, const GroupMotion& motion,
+               double width);
+
+    /// In pixels.
+    double height() const;
+    void draw(Canvas& canvas, Point corner) const;
+
+private:
+    void drawLegend(Canvas& canvas, Point corner) const;
+    void drawPath(Canvas& canvas, const Box& plot, std::size_t performer) const;
+    void drawEnds(Canvas& canvas, const Box& plot, std::size_t performer) const;
+
+    const GroupMotion& motion_;
+    GroundPlan plan_;
+    double width_;
+};
+
+} // namespace tarn::capture

@@ -1,0 +1,15 @@
+#include "PageHead.h"
+
+namespace tarn::capture {
+
+void drawPageHead(Canvas& canvas, Point corner, const std::string& title,
+                  const std::string& facts) {
+    constexpr Font titleFont{42, true};
+    constexpr Font factsFont{22};
+    canvas.text({corner.x, corner.y + titleFont.size},
+                canvas.fitted(title, titleFont, page::contentWidth), titleFont, Align::left,
+                colours::ink);
+    canvas.text({corner.x, corner.y + 86}, facts, factsFont, Align::left, colours::note);
+}
+
+} // namespace tarn::capture

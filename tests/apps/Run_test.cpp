@@ -1,0 +1,364 @@
+#include "Images.h"
+#include "Programs.h"
+#include "ReferenceTake.h"
+#include "Takes.h"
+#include "Xml.h"
+
+#include <gmock/gmock.h>
+#include <tarn/Actor.h>
+#include <tarn_kit/Bvh.h>
+#include <tarn_kit/ForwardKinematics.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace tarn::tests {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+const char* const dancerA = "cmu_60_12_salsa_a";
+const char* const dancerB = "cmu_61_12_salsa_b";
+
+class Run : public ::testing::Test {
+protected:
+    Outcome run(Arguments takes, const Arguments& more = {}) const {
+        takes.insert(takes.begin(), "run");
+        takes.insert(takes.end(), {"--out", out_});
+        takes.insert(takes.end(), more.begin(), more.end());
+        return capture(takes);
+    }
+    /// A take of `count` frames at 25 per second.
+    std::string writeTake(const std::string& name, int count) const {
+        TakeText take;
+        take.rootPositions.assign(static_cast<std::size_t>(count), "0 0 0");
+        writeFile(directory_ / name, take.text());
+        return directory_ / name;
+    }
+    std::string output(const std::string& name) const { return out_ + "/" + name; }
+    std::vector<std::string> outputs() const {
+        std::vector<std::string> names;
+        for (const fs::directory_entry& entry : fs::directory_iterator(out_)) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    /// A value of the session's document.
+    std::string session(const std::string& key) const {
+        Settings settings;
+        EXPECT_TRUE(settings.loadSettingsFromFile(output("session.xml")));
+        return settings.value(key, "(not there)");
+    }
+
+    const TempDirectory directory_;
+    const std::string out_ = directory_ / "out";
+};
+
+std::vector<double> numbers(const std::string& line) {
+    std::vector<double> values;
+    std::istringstream stream(line);
+    for (std::string field; std::getline(stream, field, ',');) {
+        values.push_back(std::stod(field));
+    }
+    return values;
+}
+
+double distance(const std::vector<double>& row, std::size_t node, const Vector& other) {
+    const double* const at = row.data() + 2 + 3 * node; // after frame and time
+    return std::hypot(at[0] - other[0], at[1] - other[1], at[2] - other[2]);
+}
+
+/// How far apart a table of positions and a take are at most, in the unit of both.
+double farthest(const std::string& csv, const ReferenceTake& take) {
+    std::istringstream lines(csv);
+    std::string line;
+    std::getline(lines, line); // the names
+    double most = 0;
+    for (std::size_t frame = 0; frame < take.frames.size(); ++frame) {
+        std::getline(lines, line);
+        const auto row = numbers(line);
+        const auto positions = take.positions(frame);
+        for (std::size_t node = 0; node < positions.size(); ++node) {
+            most = std::max(most, distance(row, node, positions[node]));
+        }
+    }
+    return most;
+}
+
+class RunDancers : public Run {
+protected:
+    static void SetUpTestSuite() { session_ = new Session; }
+    static void TearDownTestSuite() {
+        delete session_;
+        session_ = nullptr;
+    }
+
+    struct Session {
+        TempDirectory directory;
+        Outcome outcome =
+            capture({"run", sampleTake(dancerA), sampleTake(dancerB), "--out", directory / "out"});
+    };
+    static const Outcome& outcome() { return session_->outcome; }
+    static std::string result(const std::string& name) {
+        return session_->directory / ("out/" + name);
+    }
+
+private:
+    static const Session* session_;
+};
+const RunDancers::Session* RunDancers::session_ = nullptr;
+
+TEST_F(RunDancers, SolvesAndRecordsEveryFrameOfBoth) {
+    EXPECT_EQ(outcome().exitCode, 0);
+    EXPECT_THAT(outcome().err, IsEmpty());
+    EXPECT_THAT(outcome().out,
+                AllOf(HasSubstr("calibrating over 30 frames\n"), HasSubstr("playing 423 frames\n"),
+                      HasSubstr(std::string(dancerA) + "\n"),
+                      HasSubstr(std::string(dancerB) + "\n"),
+                      HasSubstr("  frames       423 in, 423 out, 0 lost\n"),
+                      HasSubstr("0 missing; rate and jitter not measured"),
+                      HasSubstr("  time         read ")));
+}
+
+TEST_F(RunDancers, FindsDimensionsWithinAPercentOfTheSkeletons) {
+    for (const char* const name : {dancerA, dancerB}) {
+        const auto rig = kit::readBvh(sampleTake(name)).rig;
+        Actor actor;
+        ASSERT_TRUE(actor.loadSettingsFromFile(result(name + std::string(".actor.xml"))));
+        EXPECT_EQ(actor.actorName(), name);
+        const auto height = rig->height();
+        EXPECT_NEAR(actor.bodyDimension("Height", 0), height, 0.01F * height);
+        for (const kit::Node& node : rig->nodes()) {
+            const float length = std::hypot(node.offset.x, node.offset.y, node.offset.z);
+            if (node.parent >= 0 && length > 0) {
+                EXPECT_NEAR(actor.bodyDimension(node.name, 0), length, 0.01F * length) << node.name;
+            }
+        }
+    }
+}
+
+TEST_F(RunDancers, WritesWhereAnIndependentReaderOfTheTakesHasEveryJoint) {
+    for (const char* const name : {dancerA, dancerB}) {
+        const ReferenceTake take(sampleTake(name));
+        ASSERT_EQ(take.frames.size(), 423U);
+        EXPECT_LT(farthest(readFile(result(name + std::string(".csv"))), take), 1e-3) << name;
+    }
+}
+
+TEST_F(RunDancers, WritesMotionFilesThatReadBackToTheSamePoses) {
+    for (const char* const name : {dancerA, dancerB}) {
+        const kit::BvhTake take = kit::readBvh(sampleTake(name));
+        const kit::BvhTake written = kit::readBvh(result(name + std::string(".bvh")));
+        ASSERT_EQ(written.tracks->timeLength(), take.tracks->timeLength());
+        EXPECT_EQ(written.frameTime, take.frameTime);
+        EXPECT_LT(farthest(readFile(result(name + std::string(".csv"))),
+                           ReferenceTake(result(name + std::string(".bvh")))),
+                  1e-3);
+    }
+}
+
+TEST_F(RunDancers, DrawsBothInOnePicture) {
+    for (const char* const picture : {"poses", "motion"}) {
+        const Image png(result(picture + std::string(".png")));
+        ASSERT_TRUE(png.valid());
+        EXPECT_FALSE(png.isBlank({0, 0, png.width(), png.height()}));
+        const std::string svg = readFile(result(picture + std::string(".svg")));
+        EXPECT_EQ(xmlError(svg), "");
+        EXPECT_THAT(svg, AllOf(HasSubstr(dancerA), HasSubstr(dancerB)));
+    }
+}
+
+TEST_F(RunDancers, WritesDownTheSession) {
+    Settings session;
+    ASSERT_TRUE(session.loadSettingsFromFile(result("session.xml")));
+    EXPECT_EQ(session.value("Session.Complete", ""), "yes");
+    EXPECT_EQ(session.value("Session.Rate", ""), "30");
+    EXPECT_EQ(session.value("Session.Frames", ""), "423");
+    const auto files = session.subSettings("Session")->valueList("File");
+    EXPECT_EQ(files.size(), 11U);
+    for (const std::string& file : files) {
+        EXPECT_TRUE(fs::exists(result(file))) << file;
+    }
+    EXPECT_EQ(session.value("Characters.Character2.Name", ""), dancerB);
+    EXPECT_EQ(session.value("Characters.Character2.FramesOut", ""), "423");
+    EXPECT_EQ(session.value("Characters.Character2.FramesLost", ""), "0");
+    EXPECT_EQ(session.value("Characters.Character2.Solver.smoothingWindow", ""), "1");
+    EXPECT_EQ(session.value("Characters.Character1.Dimensions.Length1.Name", ""), "Height");
+}
+
+TEST_F(Run, PlaysTakesOfDifferentLengthsToTheEndOfTheLongest) {
+    const Outcome outcome = run({writeTake("short.bvh", 3), writeTake("long.bvh", 40)});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("calibrating over 25 frames\n"),
+                                   HasSubstr("short\n  frames       3 in, 3 out, 0 lost\n"),
+                                   HasSubstr("long\n  frames       40 in, 40 out, 0 lost\n")));
+    EXPECT_EQ(session("Session.Frames"), "40");
+}
+
+TEST_F(Run, HasNothingToRecordOfATakeWithoutFrames) {
+    const Outcome outcome = run({writeTake("empty.bvh", 0)});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("0 in, 0 out, 0 lost"), HasSubstr("not measured")));
+    EXPECT_EQ(kit::readBvh(output("empty.bvh")).tracks->timeLength(), 0);
+}
+
+TEST_F(Run, TellsPerformersOfTheSameNameApart) {
+    fs::create_directory(directory_ / "b");
+    const Outcome outcome = run({writeTake("take.bvh", 2), writeTake("b/take.bvh", 2)});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outputs(), ElementsAre("motion.png", "motion.svg", "poses.png", "poses.svg",
+                                       "session.xml", "take-2.actor.xml", "take-2.bvh",
+                                       "take-2.csv", "take.actor.xml", "take.bvh", "take.csv"));
+}
+
+TEST_F(Run, WithoutACalibrationLeavesTheActorsAsTheyAre) {
+    const Outcome outcome = run({writeTake("take.bvh", 30)}, {"--calibrate", "0"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out,
+                AllOf(Not(HasSubstr("calibrating")), HasSubstr("  clock        not measured\n"),
+                      HasSubstr("  dimensions   not measured\n")));
+    EXPECT_THAT(readFile(output("take.actor.xml")), Not(HasSubstr("Height")));
+}
+
+TEST_F(Run, BeginsWithTheActorOfADocument) {
+    const std::string document = directory_ / "actor.xml";
+    ASSERT_EQ(capture({"actor", document, "--name", "Ada", "--dimension", "Shoe=0.26",
+                       "--dimension", "Height=9"})
+                  .exitCode,
+              0);
+
+    const Outcome outcome = run({writeTake("take.bvh", 30)}, {"--actor", document});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    Actor actor;
+    ASSERT_TRUE(actor.loadSettingsFromFile(output("take.actor.xml")));
+    EXPECT_EQ(actor.actorName(), "Ada");
+    EXPECT_FLOAT_EQ(actor.bodyDimension("Shoe", 0), 0.26F);
+    EXPECT_NEAR(actor.bodyDimension("Height", 0), 1.75F, 0.0175F);
+}
+
+TEST_F(Run, KeepsTheBeatInRealTimeAndJudgesTheClock) {
+    const Outcome outcome = run({writeTake("take.bvh", 8)}, {"--realtime", "--calibrate", "0.3"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("calibrating over 8 frames\n"),
+                                   HasSubstr(" per second measured, 25 stated; jitter ")));
+}
+
+TEST_F(Run, StopsWhenInterruptedAndKeepsWhatWasRecorded) {
+    const std::string take = writeTake("take.bvh", 5000); // 200 s
+    const Outcome outcome = captureInterrupted(
+        {"run", take, "--out", out_, "--realtime", "--calibrate", "0"}, "playing 5000 frames\n");
+
+    EXPECT_EQ(outcome.exitCode, 130);
+    EXPECT_THAT(outcome.err, AllOf(HasSubstr("interrupted after "), HasSubstr(" of 5000 frames"),
+                                   HasSubstr("marked as not complete")));
+    EXPECT_EQ(session("Session.Complete"), "no");
+    const int frames = std::stoi(session("Session.Frames"));
+    EXPECT_LT(frames, 5000);
+    EXPECT_EQ(kit::readBvh(output("take.bvh")).tracks->timeLength(), frames);
+    EXPECT_EQ(session("Characters.Character1.FramesOut"), std::to_string(frames));
+    EXPECT_EQ(session("Characters.Character1.FramesLost"), "0");
+}
+
+TEST_F(Run, KeepsNothingWhenInterruptedWhileCalibrating) {
+    const std::string take = writeTake("take.bvh", 5000);
+    const Outcome outcome =
+        captureInterrupted({"run", take, "--out", out_, "--realtime", "--calibrate", "100"},
+                           "calibrating over 2500 frames\n");
+
+    EXPECT_EQ(outcome.exitCode, 130);
+    EXPECT_THAT(outcome.err, HasSubstr("interrupted while calibrating; nothing was kept"));
+    EXPECT_THAT(outputs(), IsEmpty());
+}
+
+TEST_F(Run, SaysWhatWasKeptWhenAFileCannotBeWritten) {
+    const std::string take = writeTake("take.bvh", 3);
+    fs::create_directories(output("take.bvh"));
+
+    const Outcome outcome = run({take});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err, "tarn-capture: cannot write '" + output("take.bvh") +
+                               "': Is a directory; kept in " + out_ +
+                               ": take.actor.xml, take.csv\n");
+    EXPECT_THAT(outputs(), ElementsAre("take.actor.xml", "take.bvh", "take.csv"));
+}
+
+TEST_F(Run, SaysThatNothingWasKeptWhenTheFirstFileCannotBeWritten) {
+    const std::string take = writeTake("take.bvh", 3);
+    fs::create_directories(output("take.actor.xml"));
+
+    const Outcome outcome = run({take});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err,
+                AllOf(HasSubstr(output("take.actor.xml")), HasSubstr("; nothing was kept\n")));
+}
+
+TEST_F(Run, RefusesATakeThatCannotBeRead) {
+    const Outcome outcome = run({writeTake("take.bvh", 3), directory_ / "nowhere.bvh"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("nowhere.bvh: No such file or directory"));
+    EXPECT_FALSE(fs::exists(out_));
+}
+
+TEST_F(Run, RefusesTakesOfDifferentRates) {
+    TakeText other;
+    other.frameTime = "0.01";
+    writeFile(directory_ / "other.bvh", other.text());
+
+    const Outcome outcome = run({writeTake("take.bvh", 3), directory_ / "other.bvh"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err,
+                AllOf(HasSubstr("other.bvh: 100 frames per second, but "), HasSubstr(" has 25")));
+}
+
+TEST_F(Run, RefusesToOverwriteATake) {
+    const std::string take = writeTake("take.bvh", 3);
+    const std::string before = readFile(take);
+
+    const Outcome outcome = capture({"run", take, "--out", directory_.path().string()});
+
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(readFile(take), before);
+}
+
+TEST_F(Run, RefusesAnActorThatIsNone) {
+    const std::string take = writeTake("take.bvh", 3);
+    writeFile(directory_ / "actor.xml", "<Cat/>");
+
+    const Outcome outcome = run({take}, {"--actor", directory_ / "actor.xml"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("actor.xml: not an actor's document"));
+    EXPECT_FALSE(fs::exists(out_));
+}
+
+TEST_F(Run, RefusesACalibrationOfNegativeOrEndlessLength) {
+    const std::string take = writeTake("take.bvh", 3);
+    for (const char* const seconds : {"-1", "nan", "inf", "1e9"}) {
+        const Outcome outcome = run({take}, {"--calibrate", seconds});
+        EXPECT_EQ(outcome.exitCode, 2) << seconds;
+        EXPECT_THAT(outcome.err, HasSubstr("--calibrate must be from 0 to 3600 seconds"));
+    }
+}
+
+} // namespace
+} // namespace tarn::tests
