@@ -1,5 +1,7 @@
 #include "BvhHierarchy.h"
 
+#include "BvhFormat.h"
+
 #include <tarn_kit/Bvh.h>
 
 #include <array>
@@ -12,10 +14,6 @@
 namespace tarn::kit {
 
 namespace {
-
-/// In the order of `Channel`.
-constexpr std::array<std::string_view, 6> channelNames = {"Xposition", "Yposition", "Zposition",
-                                                          "Xrotation", "Yrotation", "Zrotation"};
 
 std::optional<Channel> channelNamed(std::string_view name) {
     for (std::size_t i = 0; i < channelNames.size(); ++i) {

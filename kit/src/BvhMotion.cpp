@@ -1,5 +1,7 @@
 #include "BvhMotion.h"
 
+#include "BvhFormat.h"
+
 #include <cmath>
 #include <initializer_list>
 #include <utility>
@@ -11,8 +13,6 @@ namespace {
 
 using Frames = std::vector<std::shared_ptr<Frame>>;
 
-constexpr double shortestFrameTime = 1e-6;
-constexpr double longestFrameTime = 2; // the last one whose rate rounds to 1 frame per second
 /// The part of itself by which a rate may be off a whole number before it counts as rounded.
 constexpr double rateTolerance = 1e-4;
 

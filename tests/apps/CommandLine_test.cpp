@@ -86,7 +86,7 @@ TEST_F(CommandLine, ARateThatCannotBePlayedIsAUsageError) {
     }
     expectUsageError({"play", take_, "--out", out_, "--rate", "fast"},
                      "Could not convert: --rate = fast", "tarn-capture play");
-    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+    EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
 }
 
 TEST_F(CommandLine, FramesThatTheTakeDoesNotHaveAreAUsageErrorThatSaysWhatItHas) {
@@ -97,7 +97,7 @@ TEST_F(CommandLine, FramesThatTheTakeDoesNotHaveAreAUsageErrorThatSaysWhatItHas)
                              "': expected A..B with A not after B; the take has frames 0..2",
                          "tarn-capture export");
     }
-    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+    EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
 }
 
 TEST_F(CommandLine, NoFramesCanBeChosenFromATakeThatHasNone) {
@@ -186,7 +186,7 @@ TEST_F(CommandLine, ABrokenTakeIsReportedWithFileLineAndColumnByEveryCommand) {
         EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
         EXPECT_THAT(outcome.out, IsEmpty());
     }
-    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+    EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
 }
 
 TEST_F(CommandLine, ATakeThatIsNotThereIsReportedByEveryCommand) {
@@ -198,7 +198,7 @@ TEST_F(CommandLine, ATakeThatIsNotThereIsReportedByEveryCommand) {
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_EQ(outcome.err, "tarn-capture: " + missing + ": No such file or directory\n");
     }
-    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+    EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
 }
 
 TEST_F(CommandLine, AReasonIsOneLineWhateverTheFileIsCalled) {

@@ -43,7 +43,7 @@ TEST_F(ExportFile, ReplacesAFileAndLeavesNothingElseBehind) {
     writeFile(out_, "old");
     EXPECT_EQ(exportTo(out_).exitCode, 0);
     EXPECT_THAT(readFile(out_), StartsWith("frame,"));
-    EXPECT_THAT(directory_.entries(), ElementsAre("out.csv", "take.bvh"));
+    EXPECT_THAT(directory_.names(), ElementsAre("out.csv", "take.bvh"));
 }
 
 TEST_F(ExportFile, GoesIntoTheWorkingDirectoryByItsNameAlone) {
@@ -92,7 +92,7 @@ TEST_F(ExportFile, AWriteThatFailsLeavesWhatWasThere) {
                          sampleTake("cmu_131_01_walk") + "' --format json --out '" + out_ + "'"});
     expectFailure(outcome, "cannot write '" + out_ + "': File too large");
     EXPECT_EQ(readFile(out_), "old");
-    EXPECT_THAT(directory_.entries(), ElementsAre("out.csv", "take.bvh"));
+    EXPECT_THAT(directory_.names(), ElementsAre("out.csv", "take.bvh"));
 }
 
 TEST_F(ExportFile, AWriteThatFailsAtItsVeryEndLeavesWhatWasThere) {
@@ -103,7 +103,7 @@ TEST_F(ExportFile, AWriteThatFailsAtItsVeryEndLeavesWhatWasThere) {
                          "' --format csv --out '" + out_ + "'"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(readFile(out_), "old");
-    EXPECT_THAT(directory_.entries(), ElementsAre("out.csv", "take.bvh"));
+    EXPECT_THAT(directory_.names(), ElementsAre("out.csv", "take.bvh"));
 }
 
 TEST_F(ExportFile, AFullDeviceIsAFailure) {
@@ -116,7 +116,7 @@ TEST_F(ExportFile, APlaceThatIsNoFileIsAFailure) {
     const std::string directory = directory_.path().string();
     expectFailure(exportTo(directory), "cannot write '" + directory + "': Is a directory");
     expectFailure(exportTo(""), "cannot write '': No such file or directory");
-    EXPECT_THAT(directory_.entries(), ElementsAre("take.bvh"));
+    EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
 }
 
 } // namespace

@@ -76,7 +76,7 @@ TEST_F(Play, ReplacesPicturesAndLeavesNothingElseBehind) {
     writeFile(out_ + "/poses.svg", "old");
     writeFile(out_ + "/notes.txt", "mine");
     EXPECT_EQ(play().exitCode, 0);
-    EXPECT_THAT(directory_.entries(), ElementsAre("out", "take.bvh"));
+    EXPECT_THAT(directory_.names(), ElementsAre("out", "take.bvh"));
     std::vector<std::string> names;
     for (const fs::directory_entry& entry : fs::directory_iterator(out_)) {
         names.push_back(entry.path().filename().string());

@@ -1,6 +1,5 @@
 #include "Programs.h"
 
-#include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 
@@ -9,11 +8,8 @@
 #include <spawn.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -22,8 +18,6 @@ extern char** environ; // NOLINT(readability-redundant-declaration): not every u
 namespace tarn::tests {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 /// Where the child's three standard streams go.
 class Streams {
@@ -114,28 +108,6 @@ private:
 
 } // namespace
 
-TempDirectory::TempDirectory() {
-    std::string name = (fs::temp_directory_path() / "tarn-capture-test-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("no directory for the test");
-    }
-    path_ = name;
-}
-
-TempDirectory::~TempDirectory() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-}
-
-std::vector<std::string> TempDirectory::entries() const {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(path_)) {
-        names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 Outcome runProgram(const std::string& program, const Arguments& arguments) {
     const TempDirectory directory;
     Streams streams;
@@ -185,18 +157,6 @@ Outcome captureInterrupted(const Arguments& arguments, const std::string& text) 
     }
     ::close(pipe[0]);
     return {waitFor(child), std::move(out), readFile(directory / "err")};
-}
-
-std::string readFile(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    EXPECT_TRUE(stream.is_open()) << file;
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
-void writeFile(const fs::path& file, const std::string& text) {
-    std::ofstream(file, std::ios::binary) << text;
 }
 
 } // namespace tarn::tests

@@ -1,27 +1,15 @@
 #pragma once
 
-#include <filesystem>
+#include "support/TemporaryDirectory.h"
+
 #include <string>
 #include <vector>
 
 namespace tarn::tests {
 
-/// A new directory of its own for one test, removed with all that is in it.
-class TempDirectory {
-public:
-    TempDirectory();
-    ~TempDirectory();
-    TempDirectory(const TempDirectory&) = delete;
-    TempDirectory& operator=(const TempDirectory&) = delete;
-
-    const std::filesystem::path& path() const { return path_; }
-    std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-    /// The names of everything in it, sorted.
-    std::vector<std::string> entries() const;
-
-private:
-    std::filesystem::path path_;
-};
+using TempDirectory = tarn::testing::TemporaryDirectory;
+using tarn::testing::readFile;
+using tarn::testing::writeFile;
 
 /// How a program ended, and what it printed.
 struct Outcome {
@@ -41,8 +29,5 @@ Outcome captureOnTerminal(const Arguments& arguments, int columns);
 
 /// Runs tarn-capture until it has printed `text`, and interrupts it then, as Ctrl-C does.
 Outcome captureInterrupted(const Arguments& arguments, const std::string& text);
-
-std::string readFile(const std::filesystem::path& file);
-void writeFile(const std::filesystem::path& file, const std::string& text);
 
 } // namespace tarn::tests

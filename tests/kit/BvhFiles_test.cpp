@@ -1,9 +1,9 @@
 #include "BvhTesting.h"
+#include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <ios>
@@ -19,24 +19,17 @@ namespace {
 namespace fs = std::filesystem;
 using namespace bvh_testing;
 
-/// A directory of the test's own, gone with it.
+/// A test with a directory of its own.
 class BvhFiles : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string pattern = ::testing::TempDir() + "tarn_bvh_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        directory_ = pattern;
-    }
-    void TearDown() override { fs::remove_all(directory_); }
-
     fs::path write(const std::string& name, const std::string& text) const {
-        std::ofstream(directory_ / name, std::ios::binary) << text;
+        testing::writeFile(directory_ / name, text);
         return directory_ / name;
     }
-    const fs::path& directory() const { return directory_; }
+    const fs::path& directory() const { return directory_.path(); }
 
 private:
-    fs::path directory_;
+    testing::TemporaryDirectory directory_;
 };
 
 /// Expects the file as a whole to be refused.

@@ -12,8 +12,8 @@ namespace tarn::kit {
 namespace {
 
 using namespace replay_testing;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 static_assert(std::is_base_of_v<StreamNode, RecorderNode>);
 static_assert(!std::is_copy_constructible_v<RecorderNode>);

@@ -14,10 +14,10 @@ namespace {
 using namespace replay_testing;
 using namespace std::chrono_literals;
 using device_testing::Gate;
-using testing::Each;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 using Callback = std::function<void(const std::shared_ptr<Reply>&)>;
 

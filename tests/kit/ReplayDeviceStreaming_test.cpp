@@ -13,11 +13,11 @@ namespace {
 
 using namespace replay_testing;
 using namespace std::chrono_literals;
-using testing::Each;
-using testing::ElementsAre;
-using testing::Ge;
-using testing::IsEmpty;
-using testing::SizeIs;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Ge;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 class ReplayStreaming : public ::testing::Test {
 protected:

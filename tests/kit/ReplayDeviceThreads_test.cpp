@@ -17,11 +17,11 @@ namespace {
 
 using namespace replay_testing;
 using namespace std::chrono_literals;
-using testing::AllOf;
-using testing::Each;
-using testing::ElementsAre;
-using testing::Ge;
-using testing::Le;
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Ge;
+using ::testing::Le;
 
 using Callback = std::function<void(const std::shared_ptr<Reply>&)>;
 
@@ -287,7 +287,7 @@ TEST(ReplayStress, KeepsItsWordsUnderCommandsFromManyThreads) {
     EXPECT_TRUE(*replay.command("stop"));
     EXPECT_EQ(replay.status().state, Device::Ready);
     EXPECT_EQ(codes.all().size(), 1U * threadCount * commandsPerThread);
-    EXPECT_THAT(codes.all(), Each(testing::AnyOf(0, ReplayDevice::failed)));
+    EXPECT_THAT(codes.all(), Each(::testing::AnyOf(0, ReplayDevice::failed)));
     EXPECT_THAT(replay.indexes(), Each(AllOf(Ge(0U), Le(49U))));
     EXPECT_EQ(faults, 0);
 }

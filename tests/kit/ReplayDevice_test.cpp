@@ -16,9 +16,9 @@ namespace {
 
 using namespace replay_testing;
 using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 static_assert(std::is_base_of_v<Device, ReplayDevice>);
 static_assert(!std::is_copy_constructible_v<ReplayDevice>);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device/DeviceTesting.h"
+#include "support/TemporaryDirectory.h"
 
 #include <tarn_kit/ReplayDevice.h>
 
@@ -11,7 +12,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -40,11 +40,6 @@ using State = Device::DeviceState;
 class TakeFile {
 public:
     explicit TakeFile(int frames, const std::string& frameTime = "0.01") {
-        std::string pattern = ::testing::TempDir() + "tarn_replay_XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("no directory " + pattern);
-        }
-        directory_ = pattern;
         std::ofstream file(path());
         file << "HIERARCHY\nROOT Hips\n{\n  OFFSET 0 0 0\n  CHANNELS 1 Xposition\n}\n"
              << "MOTION\nFrames: " << frames << "\nFrame Time: " << frameTime << "\n";
@@ -52,14 +47,11 @@ public:
             file << i << "\n";
         }
     }
-    ~TakeFile() { std::filesystem::remove_all(directory_); }
-    TakeFile(const TakeFile&) = delete;
-    TakeFile& operator=(const TakeFile&) = delete;
 
     std::filesystem::path path() const { return directory_ / "take.bvh"; }
 
 private:
-    std::filesystem::path directory_;
+    tarn::testing::TemporaryDirectory directory_;
 };
 
 /// What was heard, in order, on whatever thread.

@@ -97,6 +97,9 @@ TEST(Solver, DoesNothingByItself) {
     EXPECT_FALSE(solver.evaluate());
     EXPECT_FALSE(solver.evaluate(take, 1, 2));
     EXPECT_EQ(take.use_count(), 1);
+    solver.beginCalibrate();
+    solver.endCalibrate();
+    solver.cancelCalibrate();
     solver.saveStatus(nullptr);
     solver.restoreStatus(nullptr);
 }

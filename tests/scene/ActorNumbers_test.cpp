@@ -1,6 +1,6 @@
 #include <tarn/Actor.h>
 
-#include "settings/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,6 +14,9 @@
 #include <random>
 #include <string>
 #include <vector>
+
+using tarn::testing::TemporaryDirectory;
+using tarn::testing::writeFile;
 
 using tarn::Actor;
 using testing::ElementsAre;

@@ -1,7 +1,7 @@
 #include <tarn/Settings.h>
 
 #include "settings/Documents.h"
-#include "settings/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,6 +16,10 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using tarn::testing::readFile;
+using tarn::testing::TemporaryDirectory;
+using tarn::testing::writeFile;
 
 namespace fs = std::filesystem;
 

@@ -1,7 +1,7 @@
 #include <tarn/Settings.h>
 
 #include "settings/Documents.h"
-#include "settings/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,6 +14,9 @@
 #include <random>
 #include <string>
 #include <vector>
+
+using tarn::testing::TemporaryDirectory;
+using tarn::testing::writeFile;
 
 using documents::nested;
 using documents::pathOf;
