@@ -12,9 +12,9 @@ public:
 
     explicit Thinner(int n) : n_(n) {
         addOFramePort(out);
-        addIFramePort(in, [this](std::shared_ptr<tarn::Frame> frame) {
+        addIFramePort(in, [this](const std::shared_ptr<tarn::Frame>& frame) {
             if (count_++ % n_ == 0) {
-                oFramePort(out).emit(std::move(frame));
+                oFramePort(out).emit(frame);
             }
         });
     }

@@ -12,7 +12,8 @@ public:
     Interrupt(const Interrupt&) = delete;
     Interrupt& operator=(const Interrupt&) = delete;
 
-    bool isRequested() const;
+    bool isRequested()
+        const; // NOLINT(readability-convert-member-functions-to-static): of one that lives
 };
 
 } // namespace tarn::capture

@@ -41,6 +41,8 @@ OutputFile::OutputFile(fs::path target) : name_(std::move(target)) {
     if (file_ == nullptr) {
         fail(errno);
     }
+    constexpr std::size_t bufferSize = 1U << 18U; // takes are large, and rows of tables small
+    std::setvbuf(file_.get(), nullptr, _IOFBF, bufferSize);
     if (fs::is_regular_file(status)) {
         fs::permissions(written_, status.permissions(), error);
     }

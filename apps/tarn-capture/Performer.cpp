@@ -149,7 +149,7 @@ void Performer::solve(Timeline& timeline) {
     live_->setFrame(live_->currentTime(), kit::bodyDataType, body);
     if (isRecording_) {
         ++statistics_.framesOut;
-        solved_.emit(std::move(body));
+        solved_.emit(body);
     }
 }
 

@@ -36,16 +36,18 @@ std::string csvHeader(const kit::Rig& rig, const LengthUnit& unit) {
     return line + "\n";
 }
 
-CsvRow::CsvRow(int frame, double seconds) : text_(fmt::format("{},{}", frame, seconds)) {}
+CsvRow::CsvRow(int frame, double seconds) {
+    fmt::format_to(std::back_inserter(text_), "{},{}", frame, seconds);
+}
 
 void CsvRow::add(const Vector3f& position) {
     fmt::format_to(std::back_inserter(text_), FMT_COMPILE(",{},{},{}"), position.x, position.y,
                    position.z);
 }
 
-const std::string& CsvRow::finished() {
-    text_ += '\n';
-    return text_;
+std::string_view CsvRow::finished() {
+    text_.push_back('\n');
+    return {text_.data(), text_.size()};
 }
 
 } // namespace tarn::capture

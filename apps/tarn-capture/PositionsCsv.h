@@ -2,10 +2,12 @@
 
 #include "LengthUnit.h"
 
+#include <fmt/format.h>
 #include <tarn/Rotation.h>
 #include <tarn_kit/Rig.h>
 
 #include <string>
+#include <string_view>
 
 namespace tarn::capture {
 
@@ -20,10 +22,10 @@ public:
     CsvRow(int frame, double seconds);
     void add(const Vector3f& position);
     /// Ends the line and returns it; once.
-    const std::string& finished();
+    std::string_view finished();
 
 private:
-    std::string text_;
+    fmt::memory_buffer text_;
 };
 
 } // namespace tarn::capture

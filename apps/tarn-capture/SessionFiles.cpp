@@ -106,12 +106,12 @@ void SessionFiles::writePictures() {
             {performer->name(), take.sharedRig(), performer->recording(), take.unit()});
     }
     const DrawingSession drawing;
-    const std::pair<const char*, Picture> pictures[] = {
+    const std::vector<std::pair<std::string, Picture>> pictures{
         {"poses", groupSheet(performances, session_.rate())},
         {"motion", motionPlot(performances, session_.rate())}};
     for (const auto& [name, picture] : pictures) {
-        writeText(fmt::format("{}.png", name), renderPng(picture));
-        writeText(fmt::format("{}.svg", name), renderSvg(picture));
+        writeText(name + ".png", renderPng(picture));
+        writeText(name + ".svg", renderSvg(picture));
     }
 }
 

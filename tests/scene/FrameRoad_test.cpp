@@ -106,8 +106,6 @@ protected:
         character.setTracks(nullptr);
         scene.removeCharacter(&character);
     }
-    FrameRoad(const FrameRoad&) = delete;
-    FrameRoad& operator=(const FrameRoad&) = delete;
 
     /// The host: it writes down what it hears and feeds the solver.
     void listen() {
