@@ -104,6 +104,9 @@ protected:
     virtual void doGlobalFinish();
 
 private:
+    friend class Character; // hands every frame to all of its calibrators
+    void flush(const std::shared_ptr<Timeline>& timeline);
+
     struct PrivateData;
     std::unique_ptr<PrivateData> d_;
 };

@@ -58,10 +58,12 @@ bool Calibrator::isCalibrating() const { return d_->calibrating; }
 
 float Calibrator::currentCalibrateProgress() const { return d_->progress; }
 
-void Calibrator::flushFrame(std::shared_ptr<Timeline> timeline) {
+void Calibrator::flushFrame(std::shared_ptr<Timeline> timeline) { flush(timeline); }
+
+void Calibrator::flush(const std::shared_ptr<Timeline>& timeline) {
     doRawFlushFrame(timeline);
-    if (d_->calibrating) {
-        doFlushFrame(std::move(timeline));
+    if (isCalibrating()) { // by now: the raw frame may have begun or ended it
+        doFlushFrame(timeline);
     }
 }
 

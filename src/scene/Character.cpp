@@ -140,7 +140,7 @@ void Character::beginCalibrate() {
         // Taken anew for each frame, without a list: this is what every frame passes.
         using Calibrators = boost::container::small_vector<Calibrator*, 16>;
         for (Calibrator* const calibrator : typedChildren<Calibrator, Calibrators>(*this)) {
-            calibrator->flushFrame(timeline);
+            calibrator->flush(timeline);
         }
     });
     d_->calibrating = true;
