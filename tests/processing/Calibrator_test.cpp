@@ -285,4 +285,28 @@ TEST(Calibrator, KeepsItsOperationsInTheOrderThatPlugInsAreBuiltWith) {
 }
 #endif
 
+TEST(Calibrator, KeepsItsOwnSlotsWhenAHostDisconnectsTheCalibrator) {
+    tarn::Calibrator calibrator;
+    int heard = 0;
+    calibrator.onBegin().connect(&calibrator, [&] { ++heard; });
+
+    calibrator.onBegin().disconnect(&calibrator);
+    calibrator.onBegin().emit();
+
+    EXPECT_EQ(heard, 0);
+    EXPECT_TRUE(calibrator.isCalibrating());
+}
+
+TEST(Calibrator, PassesAnEmptyPointerOnLikeAnyFrame) {
+    RecordingCalibrator calibrator;
+    calibrator.last = calibrator.lastRaw = std::make_shared<tarn::Timeline>();
+    calibrator.onBegin().emit();
+
+    calibrator.flushFrame(nullptr);
+
+    EXPECT_EQ(calibrator.journal.take(), (Entries{"raw", "flush"}));
+    EXPECT_EQ(calibrator.lastRaw, nullptr);
+    EXPECT_EQ(calibrator.last, nullptr);
+}
+
 } // namespace

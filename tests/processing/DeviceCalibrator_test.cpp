@@ -23,6 +23,8 @@ TEST(DeviceCalibrator, BindsNothingAtFirst) {
     EXPECT_FALSE(calibrator.isAvailable());
     EXPECT_FALSE(calibrator.start());
     EXPECT_EQ(calibrator.calibrationData(), nullptr);
+    EXPECT_FALSE(calibrator.isCalibrating());
+    EXPECT_EQ(calibrator.currentCalibrateProgress(), 0.0F);
 }
 
 TEST(DeviceCalibrator, BindsItsLatestDeviceAsItsChild) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,8 @@ TEST(SolverCalibrator, BindsNothingAtFirst) {
     EXPECT_FALSE(calibrator.isAvailable());
     EXPECT_FALSE(calibrator.start());
     EXPECT_EQ(calibrator.calibrationData(), nullptr);
+    EXPECT_FALSE(calibrator.isCalibrating());
+    EXPECT_EQ(calibrator.currentCalibrateProgress(), 0.0F);
 }
 
 TEST(SolverCalibrator, BindsItsLatestSolverAsItsChild) {
@@ -115,6 +118,54 @@ TEST(SolverCalibrator, DoesNotCompareTypes) {
 
     EXPECT_EQ(calibrator.solverType(), "inertial");
     EXPECT_EQ(calibrator.solver(), &solver);
+}
+
+/// Counts what it is asked to do.
+class CountingSolver : public tarn::Solver {
+public:
+    CountingSolver() : Solver("", "") {}
+    int calls = 0;
+
+protected:
+    using Solver::doEvaluate;
+    bool doEvaluate() override {
+        ++calls;
+        return true;
+    }
+    void doBeginCalibrate() override { ++calls; }
+    void doEndCalibrate() override { ++calls; }
+    void doCancelCalibrate() override { ++calls; }
+};
+
+TEST(SolverCalibrator, LeavesItsSolverAlone) {
+    CountingSolver solver;
+    tarn::SolverCalibrator calibrator;
+    calibrator.setSolver(&solver);
+
+    calibrator.globalStart();
+    calibrator.start();
+    calibrator.onBegin().emit();
+    calibrator.flushFrame(std::make_shared<tarn::Timeline>());
+    calibrator.onEnd().emit();
+    calibrator.finish();
+    calibrator.cancel();
+    calibrator.globalFinish();
+    calibrator.globalCancel();
+
+    EXPECT_EQ(solver.calls, 0);
+    EXPECT_TRUE(solver.getOutputs().empty());
+}
+
+TEST(SolverCalibrator, KeepsEveryNullThatItWasGiven) {
+    tarn::Solver solver("", "");
+    tarn::SolverCalibrator calibrator;
+
+    calibrator.setSolver(nullptr);
+    calibrator.setSolver(nullptr);
+    calibrator.setSolver(&solver);
+
+    EXPECT_EQ(calibrator.solver(), &solver);
+    EXPECT_THAT(calibrator.children(), ElementsAre(nullptr, nullptr, &solver));
 }
 
 } // namespace

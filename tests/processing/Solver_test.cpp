@@ -412,4 +412,55 @@ TEST(Solver, KeepsItsOperationsInTheOrderThatPlugInsAreBuiltWith) {
 }
 #endif
 
+TEST(SolverFactors, AreRemovedWhetherTheyCanBeSetOrQueriedOrBoth) {
+    RecordingSolver solver;
+    Factor factor(solver);
+    solver.addFactor(1, factor.getter(), {});
+    solver.addFactor(2, {}, factor.setter());
+    solver.addFactor(3, factor.getter(), factor.setter());
+
+    solver.removeFactor(1, 8);
+    EXPECT_EQ(solver.journal.take(), Entries{});
+    EXPECT_FALSE(solver.isFactorQueriable(1));
+    solver.removeFactor(2, 9);
+    EXPECT_EQ(solver.journal.take(), Entries{"set 9"});
+    EXPECT_FALSE(solver.isFactorSettable(2));
+    EXPECT_TRUE(solver.isFactorQueriable(3));
+    EXPECT_TRUE(solver.isFactorSettable(3));
+}
+
+TEST(SolverFactors, AreStillThereWhileTheirLastValueIsAnnounced) {
+    RecordingSolver solver;
+    Factor factor(solver);
+    solver.addFactor(4, factor.getter(), factor.setter());
+    bool isThere = false;
+    solver.onFactorChanged().connect(
+        [&](int id) { isThere = solver.isFactorQueriable(id) && solver.isFactorSettable(id); });
+
+    solver.removeFactor(4, 8);
+
+    EXPECT_TRUE(isThere);
+}
+
+TEST(SolverFactors, AreAnnouncedIfTheirSetterMakesThemQueriable) {
+    RecordingSolver solver;
+    Factor factor(solver);
+    solver.addFactor(4, {}, [&](const std::any&) { solver.addFactor(4, factor.getter(), {}); });
+
+    solver.setFactor(4, 5);
+
+    EXPECT_EQ(solver.journal.take(), Entries{"changed 4"});
+}
+
+#ifndef NDEBUG
+
+TEST(SolverDeathTest, EmptyFramesAreCaught) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    RecordingSolver solver;
+    EXPECT_DEATH(solver.addInput(nullptr), "frame != nullptr");
+    EXPECT_DEATH(solver.addOutput(nullptr), "frame != nullptr");
+}
+
+#endif
+
 } // namespace

@@ -330,16 +330,133 @@ TEST(Character, AnnouncesWhatItsTakeShowsOnEveryMove) {
     EXPECT_NE(heard[0], heard[1]);
 }
 
-TEST(Character, LeavesItsConnectionBehindWhenItIsDestroyed) {
-    // Hence the advice to take the take away first: then nothing is left.
+TEST(Character, AnnouncesAnActorAndASolverWhereThereWasNone) {
+    tarn::Character character("", "");
+    tarn::Actor actor;
+    tarn::Solver solver("", "");
+    name(actor, "a");
+    name(solver, "s");
+    CharacterJournal journal(character);
+    journal.follow(actor);
+    journal.follow(solver);
+
+    character.setActor(&actor);
+    character.setSolver(&solver);
+
+    EXPECT_EQ(journal.take(), (Entries{"parent added to a", "child added a", "actor a",
+                                       "parent added to s", "child added s", "solver s"}));
+}
+
+TEST(Character, LinksAnActorThatIsAlreadyItsSecondOneOnceMore) {
+    tarn::Character character("", "");
+    tarn::Actor first;
+    tarn::Actor byHand;
+    character.setActor(&first);
+    character.addChild(&byHand);
+
+    character.setActor(&byHand);
+    EXPECT_THAT(character.children(), ElementsAre(&byHand, &byHand));
+    character.setActor(nullptr);
+    EXPECT_THAT(character.children(), IsEmpty());
+}
+
+TEST(Character, RemovesOnlyTheFirstOfSeveralSolversForNull) {
+    tarn::Character character("", "");
+    tarn::Solver first("", "");
+    tarn::Solver byHand("", "");
+    character.setSolver(&first);
+    character.addChild(&byHand);
+    std::vector<tarn::Solver*> heard;
+    character.onSolverChanged().connect([&](tarn::Solver* each) { heard.push_back(each); });
+
+    character.setSolver(nullptr);
+
+    EXPECT_THAT(heard, ElementsAre(nullptr));
+    EXPECT_EQ(character.solver(), &byHand);
+}
+
+TEST(Character, NotesARequirementAfterTheLinkAndForgetsItAfterTheUnlinking) {
+    tarn::Character character("", "");
+    tarn::Calibrator calibrator;
+    std::vector<int> required;
+    const auto look = [&](tarn::Object*) {
+        required.push_back(character.isCalibratorRequired(&calibrator) ? 1 : 0);
+    };
+    calibrator.onParentAdded().connect(look);
+    character.onChildAdded().connect(look);
+    character.onCalibratorAdded().connect(look);
+    character.onCalibratorWillRemove().connect(look);
+    character.onChildWillRemove().connect(look);
+    calibrator.onParentWillRemove().connect(look);
+
+    character.addCalibrator(&calibrator, true);
+    EXPECT_THAT(required, ElementsAre(0, 0, 1));
+    required.clear();
+    character.removeCalibrator(&calibrator);
+    EXPECT_THAT(required, ElementsAre(1, 1, 1));
+    EXPECT_FALSE(character.isCalibratorRequired(&calibrator));
+}
+
+TEST(Character, KeepsTheRequirementOfACalibratorThatWasOnlyUnlinked) {
+    tarn::Character character("", "");
+    tarn::Calibrator calibrator;
+    character.addCalibrator(&calibrator, true);
+
+    character.removeChild(&calibrator);
+
+    EXPECT_THAT(character.calibrators(), IsEmpty());
+    EXPECT_TRUE(character.isCalibratorRequired(&calibrator));
+}
+
+TEST(Character, HoldsTheOldTakeUntilItAnnouncesTheNewOne) {
+    tarn::Character character("", "");
+    const auto a = takeNamed("a");
+    const auto b = takeNamed("b");
+    std::vector<std::shared_ptr<tarn::Tracks>> held;
+    const auto look = [&](const std::shared_ptr<tarn::Tracks>&) {
+        held.push_back(character.tracks());
+    };
+    character.onWillChangeTracks().connect(look);
+    character.onTracksChanged().connect(look);
+
+    character.setTracks(a);
+    character.setTracks(b);
+
+    EXPECT_THAT(held, ElementsAre(nullptr, a, a, b));
+    character.setTracks(nullptr);
+}
+
+TEST(Character, LetsGoOfEverySlotThatIsBoundToItWithATake) {
+    tarn::Character character("", "");
+    tarn::Character other("", "");
+    const auto take = takeNamed("take");
+    character.setTracks(take);
+    other.setTracks(take);
+    int bound = 0;
+    int unbound = 0;
+    int frames = 0;
+    take->onCurrentTimeChanged().connect(&character, [&](int /*index*/) { ++bound; });
+    take->onCurrentTimeChanged().connect([&](int /*index*/) { ++unbound; });
+    other.onFrame().connect([&](const std::shared_ptr<tarn::Timeline>&) { ++frames; });
+
+    character.setTracks(nullptr);
+    take->setCurrentTime(1);
+
+    EXPECT_EQ(bound, 0);
+    EXPECT_EQ(unbound, 1);
+    EXPECT_EQ(frames, 1); // another character of the same take goes on hearing it
+    other.setTracks(nullptr);
+}
+
+TEST(Character, SharesItsTakeOnceAndReleasesItWhenItIsDestroyed) {
     const auto take = takeNamed("take");
     {
         tarn::Character character("", "");
         character.setTracks(take);
-        character.setTracks(nullptr);
+        EXPECT_EQ(take.use_count(), 2); // the connection does not keep the take
     }
-    take->setCurrentTime(1);
     EXPECT_EQ(take.use_count(), 1);
+    take->onCurrentTimeChanged().disconnectAll(); // the destructor does not disconnect
 }
 
 } // namespace

@@ -299,4 +299,141 @@ TEST(SceneLifetime, TellsNobodyThatItIsDestroyed) {
     EXPECT_THAT(character.parents(), ElementsAre(address));
 }
 
+TEST_F(SceneTest, RemovesASelectedCharacterThatIsNotCurrent) {
+    addBoth();
+    scene.selectCharacter(&b);
+    scene.setCurrentCharacter(&a);
+    take();
+
+    scene.removeCharacter(&b);
+
+    EXPECT_EQ(take(),
+              (Entries{"will deselect b", "deselected b", "will remove b", "child will remove"}));
+    EXPECT_EQ(scene.currentCharacter(), &a);
+}
+
+TEST_F(SceneTest, CleansUpAfterAForeignCharacterThatIsOnlySelected) {
+    tarn::Character foreign("3", "foreign");
+    addBoth();
+    scene.setCurrentCharacter(&a);
+    scene.selectCharacter(&foreign);
+    take();
+
+    scene.removeCharacter(&foreign);
+
+    EXPECT_EQ(take(), (Entries{"will deselect foreign", "deselected foreign"}));
+    EXPECT_EQ(scene.currentCharacter(), &a);
+}
+
+TEST_F(SceneTest, CleansUpAfterAForeignCharacterThatIsOnlyCurrent) {
+    tarn::Character foreign("3", "foreign");
+    scene.setCurrentCharacter(&foreign);
+    take();
+    scene.removeCharacter(&foreign);
+    EXPECT_EQ(take(), (Entries{"will change current foreign", "current null"}));
+
+    addBoth();
+    scene.setCurrentCharacter(&foreign);
+    take();
+    scene.removeCharacter(&foreign);
+    EXPECT_EQ(take(), (Entries{"will change current foreign", "current a"}));
+}
+
+TEST_F(SceneTest, DeselectsANullAndPicksTheFirstCharacterButKeepsANullLink) {
+    scene.selectCharacter(nullptr);
+    take();
+    scene.removeCharacter(nullptr);
+    EXPECT_EQ(take(), (Entries{"will deselect null", "deselected null"}));
+
+    scene.addChild(nullptr);
+    scene.selectCharacter(nullptr);
+    addBoth();
+    take();
+    scene.removeCharacter(nullptr);
+    EXPECT_EQ(take(), (Entries{"will deselect null", "deselected null", "will change current null",
+                               "current a"}));
+    EXPECT_THAT(scene.children(), ElementsAre(nullptr, &a, &b)); // null is no character
+}
+
+TEST_F(SceneTest, NeverPicksASecondLinkOfTheSameCharacterAsTheNextCurrentOne) {
+    scene.addCharacter(&a);
+    addBoth();
+    scene.setCurrentCharacter(&a);
+    take();
+
+    scene.removeCharacter(&a);
+    EXPECT_EQ(take(), (Entries{"will change current a", "current b", "will remove a",
+                               "child will remove"}));
+    scene.addCharacter(&b);
+    take();
+    scene.removeCharacter(&b);
+    EXPECT_EQ(take(), (Entries{"will change current b", "current null", "will remove b",
+                               "child will remove"}));
+}
+
+TEST_F(SceneTest, DoesNotRemoveWhatASlotUnlinkedMeanwhile) {
+    addBoth();
+    scene.setCurrentCharacter(&a);
+    take();
+    scene.onCurrentCharacterChanged().connect([this](tarn::Character*) { scene.removeChild(&a); });
+
+    scene.removeCharacter(&a);
+
+    EXPECT_EQ(take(), (Entries{"will change current a", "current b", "child will remove"}));
+}
+
+TEST_F(SceneTest, IsWhatItAnnounces) {
+    Entries seen;
+    const auto see = [&seen](const std::string& what, bool holds) {
+        seen.push_back(what + (holds ? " yes" : " no"));
+    };
+    scene.onSelectedCharacter().connect(
+        [&](tarn::Character* each) { see("selected", scene.isCharacterSelected(each)); });
+    scene.onCurrentCharacterChanged().connect(
+        [&](tarn::Character* each) { see("current", scene.currentCharacter() == each); });
+    scene.onDescriptionChanged().connect(
+        [&](const std::string& text) { see("description", scene.description() == text); });
+    scene.onNoteChanged().connect(
+        [&](const std::string& text) { see("note", scene.note() == text); });
+    scene.onSceneTimeChanged().connect(
+        [&](const tarn::Time& time) { see("time", scene.sceneTime() == time); });
+
+    scene.selectCharacter(&a);
+    scene.setCurrentCharacter(&a);
+    scene.setDescription("x");
+    scene.setNote("y");
+    scene.setNote("y");
+    scene.setSceneTime(tarn::Time(1, 30));
+
+    EXPECT_EQ(seen, (Entries{"selected yes", "current yes", "description yes", "note yes",
+                             "note yes", "time yes"}));
+    EXPECT_EQ(scene.description() + scene.note(), "xy");
+    EXPECT_TRUE(scene.values().empty()); // none of this is kept as settings
+}
+
+TEST_F(SceneTest, AnnouncesATimeThatDiffersInOneFieldOnly) {
+    std::vector<tarn::Time> heard;
+    scene.onSceneTimeChanged().connect([&](const tarn::Time& time) { heard.push_back(time); });
+
+    scene.setSceneTime(tarn::Time(0, 30));
+    scene.setSceneTime(tarn::Time(0, 60));
+    scene.setSceneTime(tarn::Time(1, 60));
+
+    EXPECT_THAT(heard, ElementsAre(tarn::Time(0, 30), tarn::Time(0, 60), tarn::Time(1, 60)));
+}
+
+TEST_F(SceneTest, HoldsTheOldTakeUntilItAnnouncesTheNewOne) {
+    const auto first = std::make_shared<tarn::Tracks>();
+    const auto second = std::make_shared<tarn::Tracks>();
+    std::vector<std::shared_ptr<tarn::Tracks>> held;
+    const auto look = [&](const std::shared_ptr<tarn::Tracks>&) { held.push_back(scene.tracks()); };
+    scene.onWillChangeTracks().connect(look);
+    scene.onTracksChanged().connect(look);
+
+    scene.setTracks(first);
+    scene.setTracks(second);
+
+    EXPECT_THAT(held, ElementsAre(nullptr, first, first, second));
+}
+
 } // namespace
