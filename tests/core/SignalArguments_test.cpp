@@ -14,13 +14,29 @@
 
 namespace {
 
+using signal_testing::cargo;
 using signal_testing::Trace;
 using testing::ElementsAre;
 using testing::Pointer;
 using tsignal::Signal;
 
+using Shared = std::shared_ptr<int>;
+
 struct Moment {
     int index = 0;
+};
+
+/// An argument that counts its copies.
+struct Counted {
+    explicit Counted(int& copies) : copies_(&copies) {}
+    Counted(const Counted& other) : copies_(other.copies_) { ++*copies_; }
+    Counted(Counted&& other) noexcept = default;
+    Counted& operator=(const Counted&) = delete;
+    Counted& operator=(Counted&&) = delete;
+    ~Counted() = default;
+
+private:
+    int* copies_;
 };
 
 TEST(SignalArguments, EverySlotGetsThemInOrder) {
@@ -67,6 +83,55 @@ TEST(SignalArguments, ASharedPointerIsHeldOnceMoreDuringEachCall) {
     EXPECT_EQ(argument.use_count(), 1);
 }
 
+TEST(SignalArguments, WhatASlotDoesToItsSharedPointerDoesNotReachTheNext) {
+    Signal<Shared> signal;
+    const auto argument = std::make_shared<int>(1);
+    const auto other = std::make_shared<int>(2);
+    std::vector<long> counts;
+    std::vector<int*> seen;
+    const auto note = [&](const Shared& held) {
+        counts.push_back(held.use_count());
+        seen.push_back(held.get());
+    };
+    signal.connect([&](Shared own) { note(own); });
+    signal.connect([&](Shared&& own) {
+        note(own);
+        own.reset();
+    });
+    signal.connect([&](Shared&& own) {
+        note(own);
+        own = other;
+    });
+    signal.connect([&](Shared&& own) {
+        note(own);
+        own = Shared(other, argument.get()); // the same pointer, but not the same thing held
+    });
+    signal.connect([&](Shared&& own) {
+        note(own);
+        own = Shared(Shared(), argument.get());
+    });
+    signal.connect(note);
+
+    signal.emit(argument);
+    EXPECT_THAT(counts, ElementsAre(3, 3, 3, 3, 3, 3));
+    EXPECT_THAT(seen, testing::Each(argument.get()));
+    EXPECT_EQ(argument.use_count(), 1);
+    EXPECT_EQ(other.use_count(), 1);
+}
+
+TEST(SignalArguments, ASharedPointerIsHeldNoMoreByTheSlotWhenARemovedSlotGoes) {
+    Signal<Shared> signal;
+    const auto argument = std::make_shared<int>(1);
+    std::vector<long> counts;
+    int object = 0;
+    signal.connect(&object, [&, held = cargo([&] { counts.push_back(argument.use_count()); })](
+                                const Shared& /*held*/) { signal.disconnect(&object); });
+    signal.connect([&](const Shared& held) { counts.push_back(held.use_count()); });
+
+    signal.emit(argument);
+    EXPECT_THAT(counts, ElementsAre(2, 3)); // the caller's and the emission's; the next slot's too
+}
+
 TEST(SignalArguments, ASlotMayKeepItsSharedPointer) {
     Signal<std::shared_ptr<int>> signal;
     std::shared_ptr<int> kept;
@@ -87,6 +152,7 @@ TEST(SignalArguments, WhatASlotDoesToItsCopyDoesNotReachTheNext) {
     signal.connect([&](std::string text) { taken = std::move(text); });
     signal.connect([&](std::string text) { changed = std::move(text.append(", changed")); });
     signal.connect([&](const std::string& text) { last = text; });
+    signal.connect([&](std::string text) { text.clear(); }); // this one's copy is nobody else's
 
     signal.emit(argument);
     EXPECT_EQ(taken, argument);
@@ -161,6 +227,44 @@ TEST(SignalArguments, ANonConstReferenceLetsASlotAnswer) {
     Moment moment{2};
     signal.emit(moment);
     EXPECT_EQ(moment.index, 30);
+}
+
+TEST(SignalArguments, AreNotCopiedWhenNobodyListens) {
+    Signal<Counted> signal;
+    int copies = 0;
+    const Counted argument(copies);
+    signal.emit(argument);
+    EXPECT_EQ(copies, 0);
+
+    const auto disconnect = signal.connect([](const Counted&) {});
+    signal.emit(argument);
+    EXPECT_EQ(copies, 2); // the emission's and the slot's
+    disconnect();
+    signal.emit(argument); // finds nobody, and leaves word of that
+    copies = 0;
+    signal.emit(argument);
+    EXPECT_EQ(copies, 0);
+}
+
+TEST(SignalArguments, AreCopiedAgainOnceSomebodyListens) {
+    Signal<Counted> signal;
+    int copies = 0;
+    int calls = 0;
+    const Counted argument(copies);
+    const auto slot = [&](const Counted&) { ++calls; };
+    signal.connect(slot)();
+    signal.emit(argument);
+    signal.connect(slot);
+    signal.emit(argument);
+    EXPECT_EQ(calls, 1);
+    signal.emitAndDisconnectAll([&] { signal.connect(slot); }, argument);
+    EXPECT_EQ(calls, 2);
+    signal.emit(argument);
+    EXPECT_EQ(calls, 3);
+    signal.emitAndDisconnectAll([] {}, argument);
+    copies = 0;
+    signal.emit(argument);
+    EXPECT_EQ(copies, 0);
 }
 
 TEST(SignalArguments, TheEmissionKeepsItsOwnCopyOfWhatTheSlotsMayChange) {

@@ -35,6 +35,18 @@ TEST(SignalEmitAndDisconnect, CallsEverySlotOnceAndIsDoneThen) {
     EXPECT_FALSE(isLockedForOthers(signal));
 }
 
+TEST(SignalEmitAndDisconnect, ASlotConnectedWhenItIsDoneIsCalledByTheNextEmission) {
+    Signal<> signal;
+    Trace trace;
+    const auto connect = [&] { signal.connect([&] { trace.emplace_back("called"); }); };
+    signal.emitAndDisconnectAll(connect); // without slots
+    signal.emit();
+    EXPECT_THAT(trace, ElementsAre("called"));
+    signal.emitAndDisconnectAll(connect); // with one
+    signal.emit();
+    EXPECT_THAT(trace, ElementsAre("called", "called", "called"));
+}
+
 TEST(SignalEmitAndDisconnect, IsLockedUntilItIsDoneAndReleasesTheSlotsAfterwards) {
     Signal<> signal;
     Trace trace;

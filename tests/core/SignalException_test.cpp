@@ -292,22 +292,41 @@ TEST_F(SignalException, OfAnArgumentsCopyIsNoDifferent) {
     const Disconnector second =
         scarce->connect([&](const ScarceArgument&) { called.emplace_back("second"); });
 
-    int copiesLeft = 1;
+    int copiesLeft = 2; // the emission's own, and the first slot's
     EXPECT_THROW(scarce->emit(ScarceArgument(copiesLeft)), Failure);
     EXPECT_THAT(called, ElementsAre("first"));
     EXPECT_TRUE(isLockedForOthers(*scarce));
     second();
-    copiesLeft = 1;
+    copiesLeft = 2;
     scarce->emit(ScarceArgument(copiesLeft));
     EXPECT_THAT(called, ElementsAre("first", "first"));
 }
 
+TEST_F(SignalException, LeavesASignalThatIsNeverTakenForOneWithoutListeners) {
+    const auto scarce = std::make_unique<Signal<ScarceArgument>>();
+    scarce->connect([](const ScarceArgument&) { throw Failure(); });
+    int copiesLeft = 2;
+    const ScarceArgument argument(copiesLeft);
+    EXPECT_THROW(scarce->emit(argument), Failure);
+    scarce->disconnectAll();
+
+    // An emission that others would have to wait for copies its argument first.
+    EXPECT_THROW(scarce->emit(argument), Failure);
+    copiesLeft = 1;
+    scarce->emit(argument);
+    EXPECT_THROW(scarce->emit(argument), Failure);
+    EXPECT_TRUE(isLockedForOthers(*scarce));
+}
+
 TEST_F(SignalException, WhileTheArgumentsArePassedInLeavesTheSignalUnlocked) {
     const auto scarce = std::make_unique<Signal<ScarceArgument>>();
+    Trace called;
+    scarce->connect([&](const ScarceArgument&) { called.emplace_back("never"); });
     int copiesLeft = 0;
     const ScarceArgument argument(copiesLeft);
 
     EXPECT_THROW(scarce->emit(argument), Failure);
+    EXPECT_THAT(called, IsEmpty());
     EXPECT_FALSE(isLockedForOthers(*scarce));
 }
 

@@ -86,6 +86,62 @@ TEST(SignalThreads, AnEmissionWaitsForTheRunningOne) {
     EXPECT_THAT(trace, testing::ElementsAre(1, 10, 2, 20));
 }
 
+TEST(SignalThreads, AnEmissionWaitsForASlotThatReplacesItself) {
+    Signal<> signal;
+    std::promise<void> aboutToEmit;
+    std::thread other;
+    int calls = 0; // guarded by the signal alone
+    Disconnector disconnect;
+    disconnect = signal.connect([&] {
+        disconnect(); // nobody is connected now, but somebody will be
+        other = std::thread([&] {
+            aboutToEmit.set_value();
+            signal.emit();
+        });
+        aboutToEmit.get_future().wait();
+        signal.connect([&] { ++calls; });
+    });
+
+    signal.emit();
+    other.join();
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(SignalThreads, AnEmissionToNobodySeesWhatTheLastOneToDisconnectDid) {
+    Signal<> signal;
+    int written = 0;
+    std::atomic<bool> isHeard = false;
+    Disconnector disconnect = signal.connect([&] { isHeard = true; });
+
+    std::thread other([&] {
+        written = 1;
+        disconnect();
+    });
+    do { // once it is not heard, the other thread has disconnected
+        isHeard = false;
+        signal.emit();
+    } while (isHeard);
+    EXPECT_EQ(written, 1);
+    signal.emit();
+    other.join();
+}
+
+TEST(SignalThreads, WhoConnectsMissesNoChange) {
+    for (int i = 0; i < rounds; ++i) {
+        Signal<> signal;
+        std::atomic<bool> isChanged = false;
+        bool isTold = false; // guarded by the signal alone
+        std::thread other([&] {
+            isChanged = true;
+            signal.emit();
+        });
+        signal.connect([&] { isTold = true; });
+        const bool isSeen = isChanged;
+        other.join();
+        ASSERT_TRUE(isSeen || isTold);
+    }
+}
+
 TEST(SignalThreads, EmissionsOfOneSignalNeverOverlap) {
     Signal<> signal;
     std::atomic<int> inside = 0;
@@ -207,6 +263,29 @@ TEST(SignalThreads, DisconnectAllMayMeetEmissionsOnOtherThreads) {
         }
     });
     signal.disconnectAll();
+    EXPECT_EQ(alive, 0);
+}
+
+TEST(SignalThreads, CopiesOfADisconnectorMayBeUsedAndDroppedAtOnce) {
+    Signal<> signal;
+    std::atomic<int> alive = 0;
+    for (int i = 0; i < rounds; ++i) {
+        ++alive;
+        int object = 0;
+        const Disconnector disconnect =
+            signal.connect(&object, [held = signal_testing::cargo([&alive] { --alive; })] {});
+        std::vector<Disconnector> copies(threadCount, disconnect);
+        onSeveralThreads([&](int thread) {
+            const Disconnector own =
+                std::exchange(copies[static_cast<std::size_t>(thread)], nullptr);
+            if (thread == 0) {
+                signal.disconnect(&object);
+            } else if (thread % 2 == 0) {
+                own();
+            }
+        });
+        signal.disconnect(&object);
+    }
     EXPECT_EQ(alive, 0);
 }
 
