@@ -39,8 +39,9 @@ void streamToTheEnd(tarn::Device& device) {
                 ended.set_value(); // on the device's thread
             }
         }));
-    device.syncRequest("start");
-    ended.get_future().wait();
+    if (*device.syncRequest("start")) { // one that is refused streams nothing to wait for
+        ended.get_future().wait();
+    }
     device.syncRequest("status"); // answered once the device has left its slots
 }
 
@@ -130,6 +131,11 @@ int main(int argc, char** argv) {
 
     // Stopping: undo links before what they lead to goes.
     ada.setTracks(nullptr);
+    ada.removeCalibrator(&dimensions);
+    dimensions.removeChild(&solver);
+    ada.setSolver(nullptr);
+    ada.removeDevice(&device);
+    ada.setActor(nullptr);
     scene.removeCharacter(&ada);
     device.oFramePort(tarn::kit::ReplayDevice::posePort).disconnectAll(); // ends the tie
 }

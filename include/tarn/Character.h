@@ -67,11 +67,13 @@ public:
     void addCalibrator(Calibrator* calibrator, bool required);
     /// Emits `onCalibratorWillRemove`, whether the calibrator is linked or not, then unlinks it.
     void removeCalibrator(Calibrator* calibrator);
-    /// What `addCalibrator` noted; false for a calibrator that was never added.
+    /// What `addCalibrator` noted, until `removeCalibrator`; false for a calibrator that was never
+    /// added.
     bool isCalibratorRequired(Calibrator* calibrator);
 
     // A calibration run. State is not checked: begun twice, every frame reaches each calibrator
-    // twice. Precondition of all three: the character has a solver.
+    // twice. The end of a run also disconnects slots that were bound to this character on
+    // `onFrame`. Precondition of all three: the character has a solver.
 
     /// Emits `onWillCalibrate`, begins with the solver, starts each calibrator and from then on
     /// hands it every frame.
@@ -88,7 +90,9 @@ public:
     /// The take; may be empty.
     std::shared_ptr<Tracks> tracks();
     /// Emits `onWillChangeTracks`, replaces the take, emits `onTracksChanged`. Does nothing if it
-    /// is the same take. The old take is no longer heard by the time of the first signal.
+    /// is the same take. The old take is no longer heard by the time of the first signal; slots
+    /// that were bound to this character on its `onCurrentTimeChanged` are gone too. Precondition:
+    /// not called from a slot of `onWillChangeTracks`.
     void setTracks(std::shared_ptr<Tracks> tracks);
 
     tsignal::Signal<std::string>& onCharacterNameChanged();
@@ -100,7 +104,7 @@ public:
     tsignal::Signal<Actor*>& onActorChanged();
     /// The new solver, which may be null.
     tsignal::Signal<Solver*>& onSolverChanged();
-    /// What the take shows, each time its current time is set.
+    /// What the take shows, each time its current time is set or an update covers that time.
     tsignal::Signal<std::shared_ptr<Timeline>>& onFrame();
     tsignal::Signal<>& onWillCalibrate();
     tsignal::Signal<>& onCalibrateCanceled();
