@@ -1,8 +1,11 @@
 #include "Interrupt.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <cstddef>
 
 namespace tarn::capture {
 
@@ -14,23 +17,31 @@ constexpr std::array<int, 2> stopSignals{SIGINT, SIGTERM};
 std::atomic<bool> requested{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-extern "C" void request(int /*signal*/) { requested = true; }
+extern "C" void request(int number) {
+    if (requested.exchange(true)) {
+        ::_exit(128 + number); // as a shell reports it
+    }
+}
+
+std::array<struct sigaction, stopSignals.size()> before;
 
 } // namespace
 
 Interrupt::Interrupt() {
     requested = false;
-    struct sigaction action {};
+    struct sigaction action {}; // without SA_RESTART: nothing that waits outlasts the request
     action.sa_handler = request;
-    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-    for (const int number : stopSignals) {
-        ::sigaction(number, &action, nullptr);
+    for (std::size_t i = 0; i < stopSignals.size(); ++i) {
+        ::sigaction(stopSignals.at(i), nullptr, &before.at(i));
+        if (before.at(i).sa_handler != SIG_IGN) { // who ignores them means it
+            ::sigaction(stopSignals.at(i), &action, nullptr);
+        }
     }
 }
 
 Interrupt::~Interrupt() {
-    for (const int number : stopSignals) {
-        std::signal(number, SIG_DFL);
+    for (std::size_t i = 0; i < stopSignals.size(); ++i) {
+        ::sigaction(stopSignals.at(i), &before.at(i), nullptr);
     }
 }
 

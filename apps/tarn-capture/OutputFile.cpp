@@ -26,6 +26,9 @@ fs::path newName(const fs::path& directory, int attempt) {
 OutputFile::OutputFile(fs::path target) : name_(std::move(target)) {
     std::error_code error;
     const fs::file_status status = fs::status(name_, error);
+    if (!fs::status_known(status)) { // a name that cannot be, for example
+        fail(error.value());
+    }
     if (fs::is_directory(status)) {
         fail(EISDIR);
     }
@@ -104,7 +107,8 @@ void makeDirectory(const fs::path& directory) {
 void refuseToOverwrite(const fs::path& input, const fs::path& output, std::string_view option) {
     std::error_code error; // a file that is not there is no other file
     if (fs::equivalent(input, output, error)) {
-        throw UsageError(fmt::format("{}: '{}' is the take itself", option, output.string()));
+        throw UsageError(
+            fmt::format("{}: '{}' is what the command reads", option, output.string()));
     }
 }
 

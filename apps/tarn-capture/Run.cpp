@@ -10,17 +10,24 @@
 #include "Text.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <exception>
+#include <memory>
 #include <stdexcept>
+#include <vector>
 
 namespace tarn::capture {
 
 namespace {
 
 void check(const RunOptions& options) {
+    if (options.out.empty()) {
+        throw UsageError("--out must name a directory");
+    }
     constexpr double longest = 3600;
     if (!(options.calibrate >= 0 && options.calibrate <= longest)) { // not-a-number included
         throw UsageError(fmt::format("--calibrate must be from 0 to {} seconds", longest));
@@ -49,8 +56,8 @@ void announce(const std::string& text) {
 
 /// False if a stop was requested.
 bool calibrate(Session& session, const RunOptions& options, const Interrupt& interrupt) {
-    const int frames = std::min(static_cast<int>(std::ceil(options.calibrate * session.rate())),
-                                session.frameCount());
+    const double wanted = std::ceil(options.calibrate * session.rate());
+    const int frames = static_cast<int>(std::min<double>(wanted, session.frameCount()));
     if (frames == 0) {
         return true;
     }
@@ -70,47 +77,89 @@ bool play(Session& session, const RunOptions& options, const Interrupt& interrup
 
 /// What the directory holds after a failure.
 std::string keptText(const SessionFiles& files, const std::string& directory) {
-    std::string list;
-    for (const std::string& name : files.written()) {
-        list += (list.empty() ? "" : ", ") + name;
+    if (files.written().empty()) {
+        return "nothing was kept";
     }
-    return list.empty() ? "nothing was kept" : fmt::format("kept in {}: {}", directory, list);
+    return fmt::format("kept in {}: {}", directory, fmt::join(files.written(), ", "));
 }
 
-void write(SessionFiles& files, bool complete, const std::string& directory) {
-    try {
-        files.write(complete);
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(fmt::format("{}; {}", error.what(), keptText(files, directory)));
+/// Reads, calibrates and plays; the session is then ready to be written.
+class Runner {
+public:
+    explicit Runner(const RunOptions& options)
+        : options_(options), session_(options.takes), files_(prepared(), options.out, inputs()) {}
+
+    int run() {
+        if (!calibrate(session_, options_, interrupt_)) {
+            reportError("interrupted while calibrating; nothing was kept");
+            return exitInterrupted;
+        }
+        const bool complete = play();
+        write(complete);
+        printSummary(session_, options_.realtime);
+        fmt::print("pictures drawn in {:.3f} s; {} written to {}\n", files_.drawing(),
+                   counted(files_.written().size(), "file"), printable(options_.out));
+        if (!complete) {
+            reportError(fmt::format("interrupted after {} of {} frames; what was recorded is kept "
+                                    "in {}, marked as not complete",
+                                    session_.framesShown(), session_.frameCount(), options_.out));
+            return exitInterrupted;
+        }
+        return exitSuccess;
     }
-}
+
+private:
+    Session& prepared() {
+        prepareActors(session_, options_.actor);
+        return session_;
+    }
+    /// The files that must not be written over.
+    std::vector<std::string> inputs() const {
+        auto files = options_.takes;
+        if (options_.actor) {
+            files.push_back(*options_.actor);
+        }
+        return files;
+    }
+
+    bool play() {
+        try {
+            return capture::play(session_, options_, interrupt_);
+        } catch (const std::exception& error) {
+            files_.write(false, options_.realtime);
+            throw std::runtime_error(
+                fmt::format("{}; {}", error.what(), keptText(files_, options_.out)));
+        }
+    }
+
+    void write(bool complete) {
+        const auto problems = files_.write(complete, options_.realtime);
+        if (!problems.empty()) {
+            throw std::runtime_error(
+                fmt::format("{}; {}", fmt::join(problems, "; "), keptText(files_, options_.out)));
+        }
+    }
+
+    const RunOptions& options_;
+    const Interrupt interrupt_;
+    Session session_;
+    SessionFiles files_;
+};
 
 } // namespace
 
 int run(const RunOptions& options) {
     check(options);
-    const Interrupt interrupt;
-    Session session(options.takes);
-    prepareActors(session, options.actor);
-    SessionFiles files(session, options.out);
-
-    if (!calibrate(session, options, interrupt)) {
-        reportError("interrupted while calibrating; nothing was kept");
-        return exitInterrupted;
-    }
-    const bool complete = play(session, options, interrupt);
-    write(files, complete, options.out);
-
-    printSummary(session, options.realtime);
-    fmt::print("{} written to {}\n", counted(files.written().size(), "file"),
-               printable(options.out));
-    if (!complete) {
-        reportError(fmt::format("interrupted after {} of {} frames; what was recorded is kept in "
-                                "{}, marked as not complete",
-                                session.framesShown(), session.frameCount(), options.out));
-        return exitInterrupted;
-    }
-    return exitSuccess;
+    const auto runner = [&options] {
+        try {
+            return std::make_unique<Runner>(options);
+        } catch (const UsageError&) {
+            throw;
+        } catch (const std::exception& error) {
+            throw std::runtime_error(fmt::format("{}; nothing was kept", error.what()));
+        }
+    }();
+    return runner->run();
 }
 
 } // namespace tarn::capture

@@ -24,12 +24,18 @@ std::shared_ptr<Settings> statusOf(Solver& solver) {
     return status;
 }
 
-void describeClock(Settings& character, const kit::ClockCalibrator& clock) {
+void describeClock(Settings& character, const kit::ClockCalibrator& clock, bool paced) {
     const kit::StreamQuality quality = clock.quality();
+    if (quality.frames == 0) {
+        return;
+    }
+    put(character, "Clock.Missing", static_cast<int>(quality.missing));
+    if (!paced) {
+        return;
+    }
     put(character, "Clock.StatedRate", quality.statedRate);
     put(character, "Clock.MeasuredRate", quality.measuredRate);
     put(character, "Clock.Jitter", quality.jitter);
-    put(character, "Clock.Missing", static_cast<int>(quality.missing));
     character.setValue("Clock.Trusted", clock.isTrusted() ? "yes" : "no");
 }
 
@@ -47,7 +53,7 @@ void describeDimensions(Settings& character, const kit::BodyDimensionCalibrator&
     }
 }
 
-void describe(Performer& performer) {
+void describe(Performer& performer, bool paced) {
     Character& character = performer.character();
     const PerformerStatistics& statistics = performer.statistics();
     character.setValue("Name", character.characterName());
@@ -56,7 +62,7 @@ void describe(Performer& performer) {
     put(character, "FramesOut", statistics.framesOut);
     put(character, "FramesLost", statistics.framesExpected - statistics.framesIn);
     character.addSubSettings("Solver", statusOf(performer.solver()));
-    describeClock(character, performer.clock());
+    describeClock(character, performer.clock(), paced);
     if (performer.dimensions().collectedFrames() > 0) {
         describeDimensions(character, performer.dimensions());
     }
@@ -64,10 +70,11 @@ void describe(Performer& performer) {
 
 } // namespace
 
-void describeSession(Session& session, bool complete, const std::vector<std::string>& files) {
+void describeSession(Session& session, SessionOutcome outcome,
+                     const std::vector<std::string>& files) {
     Scene& scene = session.scene();
     scene.clear();
-    scene.setValue("Session.Complete", complete ? "yes" : "no");
+    scene.setValue("Session.Complete", outcome.complete ? "yes" : "no");
     put(scene, "Session.Rate", session.rate());
     put(scene, "Session.Frames", session.framesShown());
     for (const std::string& file : files) {
@@ -75,10 +82,10 @@ void describeSession(Session& session, bool complete, const std::vector<std::str
     }
     int number = 0;
     for (const auto& performer : session.performers()) {
-        describe(*performer);
+        describe(*performer, outcome.paced);
         // Copied; the pointer owns nothing.
         const std::shared_ptr<Settings> character(std::shared_ptr<void>(), &performer->character());
-        scene.addSubSettings(fmt::format("Characters.Character{}", ++number), character);
+        scene.addSubSettings(fmt::format("Session.Characters.Character{}", ++number), character);
     }
 }
 

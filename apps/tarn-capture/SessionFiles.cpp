@@ -13,13 +13,19 @@
 #include <fmt/format.h>
 #include <tarn_kit/Bvh.h>
 
+#include <exception>
 #include <ostream>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace tarn::capture {
 
 namespace {
+
+namespace fs = std::filesystem;
+
+const char* const sessionName = "session.xml";
 
 const kit::BodyPose& bodyAt(Tracks& recording, int frame) {
     // The take keeps the frame alive.
@@ -43,26 +49,65 @@ kit::BvhTake posesOf(const Take& take, const std::shared_ptr<const kit::Rig>& ri
 
 } // namespace
 
-SessionFiles::SessionFiles(Session& session, std::filesystem::path directory)
+SessionFiles::SessionFiles(Session& session, std::filesystem::path directory,
+                           const std::vector<std::string>& inputs)
     : session_(session), directory_(std::move(directory)) {
-    for (const auto& performer : session_.performers()) {
-        for (const auto& other : session_.performers()) {
-            refuseToOverwrite(performer->file(), path(other->name() + ".bvh"), "--out");
+    for (const std::string& input : inputs) {
+        for (const std::string& name : names()) {
+            refuseToOverwrite(input, path(name), "--out");
         }
     }
     makeDirectory(directory_);
+    for (const std::string& name : names()) {
+        std::error_code error; // where there is one, opening the file tells more
+        const auto type = fs::symlink_status(path(name), error).type();
+        if (error || type == fs::file_type::regular || type == fs::file_type::not_found) {
+            OutputFile(path(name)); // better now than after all has been played
+        }
+    }
 }
 
-void SessionFiles::write(bool complete) {
+std::vector<std::string> SessionFiles::names() const {
+    std::vector<std::string> names{"poses.png", "poses.svg", "motion.png", "motion.svg",
+                                   sessionName};
+    for (const auto& performer : session_.performers()) {
+        for (const char* const ending : {".actor.xml", ".csv", ".bvh"}) {
+            names.push_back(performer->name() + ending);
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> SessionFiles::write(bool complete, bool paced) {
+    // An older session's must not speak for this one, whatever happens next.
+    std::error_code ignored;
+    if (fs::is_regular_file(fs::symlink_status(path(sessionName), ignored))) {
+        fs::remove(path(sessionName), ignored);
+    }
     for (const auto& performer : session_.performers()) {
         const Stopwatch stopwatch(performer->statistics().writing);
-        writeActor(*performer);
         const auto recording = performer->recording();
-        writeCsv(*performer, *recording);
-        writeBvh(*performer, *recording);
+        const std::string name = performer->name();
+        attempt(name + ".actor.xml", [&] { writeActor(*performer); });
+        attempt(name + ".csv", [&] { writeCsv(*performer, *recording); });
+        attempt(name + ".bvh", [&] { writeBvh(*performer, *recording); });
     }
     writePictures();
-    writeSession(complete);
+    const bool isWhole = complete && problems_.empty();
+    attempt(sessionName, [&] { writeSession(isWhole, paced); });
+    return problems_;
+}
+
+void SessionFiles::attempt(const std::string& name, const std::function<void()>& write) {
+    try {
+        write();
+        written_.push_back(name);
+    } catch (const std::runtime_error& error) {
+        problems_.emplace_back(error.what()); // says which file
+    } catch (const std::exception& error) {
+        problems_.push_back(
+            fmt::format("cannot write '{}': {}", path(name).string(), error.what()));
+    }
 }
 
 void SessionFiles::writeActor(Performer& performer) {
@@ -82,7 +127,6 @@ void SessionFiles::writeCsv(Performer& performer, Tracks& recording) {
         file.write(row.finished());
     }
     file.commit();
-    written_.push_back(name);
 }
 
 void SessionFiles::writeBvh(Performer& performer, Tracks& recording) {
@@ -95,10 +139,10 @@ void SessionFiles::writeBvh(Performer& performer, Tracks& recording) {
     kit::writeBvh(posesOf(take, take.sharedRig(), recording), stream);
     stream.flush();
     file.commit();
-    written_.push_back(name);
 }
 
 void SessionFiles::writePictures() {
+    const Stopwatch stopwatch(drawing_);
     std::vector<Performance> performances;
     for (const auto& performer : session_.performers()) {
         const Take& take = performer->take();
@@ -106,37 +150,38 @@ void SessionFiles::writePictures() {
             {performer->name(), take.sharedRig(), performer->recording(), take.unit()});
     }
     const DrawingSession drawing;
-    const std::vector<std::pair<std::string, Picture>> pictures{
-        {"poses", groupSheet(performances, session_.rate())},
-        {"motion", motionPlot(performances, session_.rate())}};
-    for (const auto& [name, picture] : pictures) {
-        writeText(name + ".png", renderPng(picture));
-        writeText(name + ".svg", renderSvg(picture));
-    }
+    const int rate = session_.rate();
+    writePicture("poses", [&] { return groupSheet(performances, rate); });
+    writePicture("motion", [&] { return motionPlot(performances, rate); });
 }
 
-void SessionFiles::writeSession(bool complete) {
-    const std::string name = "session.xml";
+void SessionFiles::writePicture(const std::string& name, const std::function<Picture()>& picture) {
+    const Picture drawn = picture();
+    attempt(name + ".png", [&] { writeText(name + ".png", renderPng(drawn)); });
+    attempt(name + ".svg", [&] { writeText(name + ".svg", renderSvg(drawn)); });
+}
+
+void SessionFiles::writeSession(bool complete, bool paced) {
     auto files = written_;
-    files.push_back(name);
-    describeSession(session_, complete, files);
-    save(session_.scene(), name);
+    files.emplace_back(sessionName);
+    describeSession(session_, {complete, paced}, files);
+    save(session_.scene(), sessionName);
 }
 
 void SessionFiles::save(Settings& settings, const std::string& name) {
-    if (!settings.saveSettingsToFile(path(name).string())) {
-        throw std::runtime_error(fmt::format("cannot write '{}': the directory does not let it be "
-                                             "written, or a name in it is no XML name",
-                                             path(name).string()));
+    std::string document;
+    if (!settings.saveSettingsToString(document)) {
+        throw std::runtime_error(
+            fmt::format("cannot write '{}': it holds a name or a text that XML cannot carry",
+                        path(name).string()));
     }
-    written_.push_back(name);
+    writeText(name, document);
 }
 
 void SessionFiles::writeText(const std::string& name, const std::string& text) {
     OutputFile file(path(name));
     file.write(text);
     file.commit();
-    written_.push_back(name);
 }
 
 } // namespace tarn::capture

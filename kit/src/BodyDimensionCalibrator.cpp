@@ -2,6 +2,7 @@
 
 #include "AnyNumber.h"
 #include "Kinematics.h"
+#include "XmlName.h"
 
 #include <tarn/Character.h>
 #include <tarn_kit/BodyPose.h>
@@ -101,25 +102,12 @@ std::optional<Measurement> measurementOf(const std::vector<MeasuredNode>& nodes,
     }
     Measurement measurement{lengthsOf(nodes, body), 0};
     measurement.height = heightOf(nodes, measurement.lengths);
-    const auto isNumber = [](double length) { return std::isfinite(length); };
+    const auto isNumber = [](double length) { return std::isfinite(toFloat(length)); };
     if (!isNumber(measurement.height) ||
         !std::all_of(measurement.lengths.begin(), measurement.lengths.end(), isNumber)) {
         return std::nullopt;
     }
     return measurement;
-}
-
-bool canBeInKey(char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return byte >= 0x80U || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') ||
-           (c >= 'a' && c <= 'z') || c == '-' || c == ':' || c == '_';
-}
-
-/// The name as a key that settings can hold and a document can carry.
-std::string keyOf(std::string name) {
-    std::replace_if(
-        name.begin(), name.end(), [](char c) { return !canBeInKey(c); }, '_');
-    return name;
 }
 
 } // namespace
@@ -168,7 +156,7 @@ float BodyDimensionCalibrator::PrivateData::progress() const {
 void BodyDimensionCalibrator::PrivateData::writeTo(Actor& actor) const {
     for (const MeasuredNode& node : nodes) {
         if (node.length > 0 && !node.name.empty()) {
-            actor.setBodyDimension(keyOf(node.name), toFloat(node.measured.mean()));
+            actor.setBodyDimension(xmlName(node.name), toFloat(node.measured.mean()));
         }
     }
     actor.setBodyDimension("Height", toFloat(height.mean()));

@@ -116,13 +116,13 @@ TEST_F(CommandLine, ATakeIsNeverOverwritten) {
     const std::string before = readFile(take_);
     const std::string sameFile = directory_ / "./take.bvh";
     expectUsageError({"export", take_, "--format", "csv", "--out", sameFile},
-                     "--out: '" + sameFile + "' is the take itself", "tarn-capture export");
+                     "--out: '" + sameFile + "' is what the command reads", "tarn-capture export");
     EXPECT_EQ(readFile(take_), before);
 
     const std::string oddName = directory_ / "poses.svg";
     writeFile(oddName, before);
     expectUsageError({"play", oddName, "--out", directory_.path().string()},
-                     "--out: '" + oddName + "' is the take itself", "tarn-capture play");
+                     "--out: '" + oddName + "' is what the command reads", "tarn-capture play");
     EXPECT_EQ(readFile(oddName), before);
 }
 

@@ -189,11 +189,11 @@ TEST_F(RunDancers, WritesDownTheSession) {
     for (const std::string& file : files) {
         EXPECT_TRUE(fs::exists(result(file))) << file;
     }
-    EXPECT_EQ(session.value("Characters.Character2.Name", ""), dancerB);
-    EXPECT_EQ(session.value("Characters.Character2.FramesOut", ""), "423");
-    EXPECT_EQ(session.value("Characters.Character2.FramesLost", ""), "0");
-    EXPECT_EQ(session.value("Characters.Character2.Solver.smoothingWindow", ""), "1");
-    EXPECT_EQ(session.value("Characters.Character1.Dimensions.Length1.Name", ""), "Height");
+    EXPECT_EQ(session.value("Session.Characters.Character2.Name", ""), dancerB);
+    EXPECT_EQ(session.value("Session.Characters.Character2.FramesOut", ""), "423");
+    EXPECT_EQ(session.value("Session.Characters.Character2.FramesLost", ""), "0");
+    EXPECT_EQ(session.value("Session.Characters.Character2.Solver.smoothingWindow", ""), "1");
+    EXPECT_EQ(session.value("Session.Characters.Character1.Dimensions.Length1.Name", ""), "Height");
 }
 
 TEST_F(Run, PlaysTakesOfDifferentLengthsToTheEndOfTheLongest) {
@@ -271,8 +271,8 @@ TEST_F(Run, StopsWhenInterruptedAndKeepsWhatWasRecorded) {
     const int frames = std::stoi(session("Session.Frames"));
     EXPECT_LT(frames, 5000);
     EXPECT_EQ(kit::readBvh(output("take.bvh")).tracks->timeLength(), frames);
-    EXPECT_EQ(session("Characters.Character1.FramesOut"), std::to_string(frames));
-    EXPECT_EQ(session("Characters.Character1.FramesLost"), "0");
+    EXPECT_EQ(session("Session.Characters.Character1.FramesOut"), std::to_string(frames));
+    EXPECT_EQ(session("Session.Characters.Character1.FramesLost"), "0");
 }
 
 TEST_F(Run, KeepsNothingWhenInterruptedWhileCalibrating) {
@@ -295,19 +295,107 @@ TEST_F(Run, SaysWhatWasKeptWhenAFileCannotBeWritten) {
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.err, "tarn-capture: cannot write '" + output("take.bvh") +
                                "': Is a directory; kept in " + out_ +
-                               ": take.actor.xml, take.csv\n");
-    EXPECT_THAT(outputs(), ElementsAre("take.actor.xml", "take.bvh", "take.csv"));
+                               ": take.actor.xml, take.csv, poses.png, poses.svg, motion.png, "
+                               "motion.svg, session.xml\n");
+    EXPECT_EQ(session("Session.Complete"), "no");
 }
 
-TEST_F(Run, SaysThatNothingWasKeptWhenTheFirstFileCannotBeWritten) {
+TEST_F(Run, SaysWhichFileCannotHoldATakeAndKeepsTheOthers) {
+    TakeText take;
+    std::string text = take.text();
+    const std::string axes = "Zrotation Xrotation Yrotation";
+    const std::size_t at = text.find(axes);
+    ASSERT_NE(at, std::string::npos) << text;
+    text.replace(at, axes.size(), "Xrotation Yrotation Xrotation");
+    writeFile(directory_ / "odd.bvh", text);
+
+    const Outcome outcome = run({directory_ / "odd.bvh"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(
+        outcome.err,
+        AllOf(HasSubstr("cannot write '" + output("odd.bvh") + "': joint Head turns about "),
+              HasSubstr("; kept in " + out_ + ": odd.actor.xml, odd.csv, poses.png")));
+}
+
+TEST_F(Run, LeavesNoDocumentOfAnOlderSessionBehindAFailure) {
     const std::string take = writeTake("take.bvh", 3);
-    fs::create_directories(output("take.actor.xml"));
+    ASSERT_EQ(run({take}).exitCode, 0);
+    fs::remove(output("motion.png"));
+    fs::create_symlink("/dev/full", output("motion.png"));
 
     const Outcome outcome = run({take});
 
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_THAT(outcome.err,
-                AllOf(HasSubstr(output("take.actor.xml")), HasSubstr("; nothing was kept\n")));
+    EXPECT_THAT(outcome.err, HasSubstr("cannot write '" + output("motion.png") +
+                                       "': No space left on device; kept in "));
+    EXPECT_EQ(session("Session.Complete"), "no");
+}
+
+TEST_F(Run, SeesBeforeItPlaysThatAFileCannotBeMade) {
+    const std::string take = writeTake(std::string(248, 'x') + ".bvh", 3);
+
+    const Outcome outcome = run({take});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.out, IsEmpty());
+    EXPECT_THAT(outcome.err, AllOf(HasSubstr(".actor.xml': File name too long"),
+                                   HasSubstr("; nothing was kept\n")));
+    EXPECT_THAT(outputs(), IsEmpty());
+}
+
+TEST_F(Run, SaysThatNothingWasKeptWhenThereCanBeNoDirectory) {
+    const std::string take = writeTake("take.bvh", 3);
+    writeFile(out_, "a file");
+
+    const Outcome outcome = run({take});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, AllOf(HasSubstr("cannot create the directory '" + out_),
+                                   HasSubstr("; nothing was kept\n")));
+}
+
+TEST_F(Run, WritesOneXmlElementWhateverJointsAreCalled) {
+    TakeText take;
+    take.root = "-9 \xff\x01<h/i.p>";
+    writeFile(directory_ / "take.bvh", take.text());
+
+    const Outcome outcome = run({directory_ / "take.bvh"});
+
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(xmlError(readFile(output("take.actor.xml"))), "");
+    EXPECT_EQ(xmlError(readFile(output("session.xml"))), "");
+}
+
+TEST_F(Run, CalibratesNoLongerThanTheTakeLasts) {
+    TakeText take;
+    take.frameTime = "0.000001";
+    writeFile(directory_ / "take.bvh", take.text());
+
+    const Outcome outcome = run({directory_ / "take.bvh"}, {"--calibrate", "3600"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("calibrating over 3 frames\n"));
+}
+
+TEST_F(Run, RefusesToOverwriteAnythingItReads) {
+    const std::string table = writeTake("take.csv", 3);
+    const std::string before = readFile(table);
+    EXPECT_EQ(capture({"run", table, "--out", directory_.path().string()}).exitCode, 2);
+    EXPECT_EQ(readFile(table), before);
+
+    const std::string take = writeTake("b.bvh", 3);
+    fs::create_directory(out_);
+    ASSERT_EQ(capture({"actor", output("b.actor.xml"), "--name", "Ada"}).exitCode, 0);
+    EXPECT_EQ(run({take}, {"--actor", output("b.actor.xml")}).exitCode, 2);
+    EXPECT_THAT(outputs(), ElementsAre("b.actor.xml"));
+}
+
+TEST_F(Run, NeedsADirectory) {
+    const Outcome outcome = capture({"run", writeTake("take.bvh", 3), "--out", ""});
+
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("--out must name a directory"));
 }
 
 TEST_F(Run, RefusesATakeThatCannotBeRead) {

@@ -141,6 +141,8 @@ TEST(BodyDimensionCalibratorActor, GetsDimensionsUnderNamesThatADocumentCarries)
                   1, {0, -2, 0}, {});
     rig->addJoint("Height", 0, {0, 3, 0}, {});
     rig->addJoint("!>", 0, {0, 0, 7}, {});
+    rig->addJoint("9th", 0, {0, 0, 9}, {});
+    rig->addJoint("\xe5\xb7\xa6\xff\xc0\xaf\xef\xbf\xbf\x01", 0, {0, 0, 10}, {});
     rig->addJoint("", 0, {0, 0, 8}, {});
     rig->addJoint("Twin", 0, {0, 0, 1}, {});
     rig->addJoint("Twin", 0, {0, 0, 2}, {});
@@ -161,9 +163,11 @@ TEST(BodyDimensionCalibratorActor, GetsDimensionsUnderNamesThatADocumentCarries)
                                          -1),
                     2);
     EXPECT_FLOAT_EQ(loaded.bodyDimension("__", -1), 7);
+    EXPECT_FLOAT_EQ(loaded.bodyDimension("_9th", -1), 9);
+    EXPECT_FLOAT_EQ(loaded.bodyDimension("\xe5\xb7\xa6_____", -1), 10);
     EXPECT_FLOAT_EQ(loaded.bodyDimension("Twin", -1), 2);
     EXPECT_FLOAT_EQ(loaded.bodyDimension("Height", -1), 6);
-    EXPECT_EQ(loaded.bodyDimensionSettings()->values().size(), 5U);
+    EXPECT_EQ(loaded.bodyDimensionSettings()->values().size(), 7U);
 }
 
 /// A character that plays a take, whose host feeds and evaluates a solver on each frame.

@@ -37,8 +37,8 @@ struct MeasuredLength {
 /// changes nothing.
 ///
 /// Dimensions: "Height", and per segment that has a length the name of the node at its end, in the
-/// rig's length unit times the solver's scale. What settings cannot hold as a key, or a document
-/// not carry (anything but letters, digits, "-", "_" and ":"), becomes a "_". Of nodes that share a
+/// rig's length unit times the solver's scale. What cannot be in the name of an XML element
+/// becomes a "_", and one is put before what cannot begin one. Of nodes that share a
 /// name the last one counts, one without a name is left out; "Height" is always the body's.
 class TARN_KIT_EXPORT BodyDimensionCalibrator : public SolverCalibrator {
 public:
