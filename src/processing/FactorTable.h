@@ -10,8 +10,88 @@
 
 namespace tarn {
 
-/// The numbered tunable parameters of a solver or calibrator. Getters and setters are host code
-/// that may register or remove factors, itself included, so each is kept alive for its call.
+/// Callables by number. They are host code that may replace or remove any of them, itself included,
+/// or destroy the table: each stays for as long as a call of it lasts. What is taken out while it
+/// runs pays for that; a call as such costs no more than the look-up.
+template <class Function>
+class CallableTable {
+public:
+    struct Entry {
+        Function function;
+        int calls = 0;              ///< how many of it are running
+        std::shared_ptr<void> self; ///< the entry's own node, once it was taken out while it ran
+    };
+
+    /// A call of an entry, for as long as this lives.
+    class Call {
+    public:
+        explicit Call(Entry& entry) : entry_(entry) { ++entry_.calls; }
+        Call(const Call&) = delete;
+        Call& operator=(const Call&) = delete;
+        ~Call() {
+            if (--entry_.calls == 0 && entry_.self != nullptr) {
+                letGo(entry_);
+            }
+        }
+
+    private:
+        // On its own, as it is rare, to keep what is called all the time small.
+        [[gnu::noinline]] static void letGo(Entry& entry) {
+            const std::shared_ptr<void> last = std::move(entry.self);
+        }
+
+        Entry& entry_;
+    };
+
+    CallableTable() = default;
+    CallableTable(const CallableTable&) = delete;
+    CallableTable& operator=(const CallableTable&) = delete;
+    ~CallableTable() {
+        while (!entries_.empty()) {
+            takeOut(entries_.begin());
+        }
+    }
+
+    bool has(int id) const { return entries_.count(id) != 0; }
+
+    /// The entry of a number, to be called within a `Call`; null if there is none.
+    Entry* find(int id) {
+        const auto found = entries_.find(id);
+        return found == entries_.end() ? nullptr : &found->second;
+    }
+
+    /// Creates or replaces an entry.
+    void put(int id, Function function) {
+        Entries fresh;
+        fresh[id].function = std::move(function);
+        const Node old = takeOut(entries_.find(id)); // goes once the new one is in its place
+        entries_.merge(fresh);
+    }
+
+    void remove(int id) { takeOut(entries_.find(id)); }
+
+private:
+    using Entries = std::map<int, Entry>;
+    using Node = typename Entries::node_type;
+
+    /// The node of an entry; none if there is no such entry, or if it runs and so keeps itself.
+    Node takeOut(typename Entries::iterator entry) {
+        if (entry == entries_.end()) {
+            return {};
+        }
+        if (entry->second.calls == 0) {
+            return entries_.extract(entry);
+        }
+        const auto kept = std::make_shared<Node>();
+        *kept = entries_.extract(entry);
+        kept->mapped().self = kept;
+        return {};
+    }
+
+    Entries entries_;
+};
+
+/// The numbered tunable parameters of a solver or calibrator.
 class FactorTable {
 public:
     using Getter = std::function<std::any()>;
@@ -21,55 +101,54 @@ public:
     /// there.
     void add(int id, Getter getter, Setter setter) {
         if (getter) {
-            getters_[id] = std::make_shared<const Getter>(std::move(getter));
+            getters_.put(id, std::move(getter));
         }
         if (setter) {
-            setters_[id] = std::make_shared<const Setter>(std::move(setter));
+            setters_.put(id, std::move(setter));
         }
     }
 
-    bool isQueriable(int id) const { return getters_.count(id) != 0; }
-    bool isSettable(int id) const { return setters_.count(id) != 0; }
+    bool isQueriable(int id) const { return getters_.has(id); }
+    bool isSettable(int id) const { return setters_.has(id); }
 
     /// What the factor's getter returns; an empty value without one.
-    std::any query(int id) const {
-        const auto getter = callable(getters_, id);
-        return getter != nullptr ? (*getter)() : std::any();
+    std::any query(int id) {
+        auto* const getter = getters_.find(id);
+        if (getter == nullptr) {
+            return {};
+        }
+        const CallableTable<Getter>::Call call(*getter);
+        return getter->function();
     }
 
     /// Calls the factor's setter, if it has one, and then announces the factor if it can be
     /// queried: on every call, since values of unknown type cannot be compared.
     void set(int id, const std::any& value) {
-        const auto setter = callable(setters_, id);
+        auto* const setter = setters_.find(id);
         if (setter == nullptr) {
             return;
         }
-        (*setter)(value);
+        const CallableTable<Setter>::Call call(*setter);
+        setter->function(value);
         if (isQueriable(id)) {
-            onChanged_.emit(id);
+            announce(id);
         }
     }
 
     void remove(int id) {
-        setters_.erase(id);
-        getters_.erase(id);
+        setters_.remove(id);
+        getters_.remove(id);
     }
 
     tsignal::Signal<int>& onChanged() { return onChanged_; }
 
 private:
-    template <class Callable>
-    using Callables = std::map<int, std::shared_ptr<const Callable>>;
-
-    template <class Callable>
-    static std::shared_ptr<const Callable> callable(const Callables<Callable>& callables, int id) {
-        const auto found = callables.find(id);
-        return found == callables.end() ? nullptr : found->second;
-    }
+    // On its own, for the same reason: many factors are never announced.
+    [[gnu::noinline]] void announce(int id) { onChanged_.emit(id); }
 
     tsignal::Signal<int> onChanged_;
-    Callables<Getter> getters_;
-    Callables<Setter> setters_;
+    CallableTable<Getter> getters_;
+    CallableTable<Setter> setters_;
 };
 
 } // namespace tarn

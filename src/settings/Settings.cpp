@@ -11,12 +11,23 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 #include <system_error>
 
 namespace tarn {
 
 struct Settings::PrivateData {
-    std::shared_ptr<PropertyTree> tree = std::make_shared<PropertyTree>();
+    /// The node whose children are the store's keys.
+    PropertyTree& tree() {
+        if (shown == nullptr) {
+            own = std::make_unique<PropertyTree>();
+            shown = own.get();
+        }
+        return *shown;
+    }
+
+    std::unique_ptr<PropertyTree> own; ///< made when it is needed: views come and go, and need none
+    PropertyTree* shown = nullptr;     ///< `own`, or the node that a view shows
     tsignal::Signal<std::string, std::string> onSettingChanged;
 };
 
@@ -43,6 +54,28 @@ bool readFile(const std::string& fileName, std::string& content) {
     return file.eof(); // anything but the end of the file that stops it is a failure
 }
 
+/// The node at a path, or null. Found as the tree library finds it, the first child of each name,
+/// without its copies of the path.
+PropertyTree* nodeAt(PropertyTree& tree, std::string_view path) {
+    PropertyTree* node = &tree;
+    while (!path.empty()) {
+        const std::size_t length = std::min(path.find('.'), path.size());
+        const auto child = node->find(std::string(path.substr(0, length)));
+        if (child == node->not_found()) {
+            return nullptr;
+        }
+        node = &child->second;
+        path.remove_prefix(std::min(length + 1, path.size()));
+    }
+    return node;
+}
+
+/// The same, made if it is missing. Precondition: the path names a node to write.
+PropertyTree& nodeMadeAt(PropertyTree& tree, const std::string& path) {
+    PropertyTree* const node = nodeAt(tree, path);
+    return node != nullptr ? *node : tree.put_child(path, PropertyTree());
+}
+
 bool createDirectoryOf(const std::string& fileName) {
     const std::filesystem::path directory = std::filesystem::path(fileName).parent_path();
     std::error_code error;
@@ -60,25 +93,26 @@ Settings::~Settings() = default;
 
 void Settings::setValue(const std::string& key, const std::string& value) {
     if (namesNode(key)) {
-        d_->tree->put(key, value);
+        nodeMadeAt(d_->tree(), key).data() = value;
         d_->onSettingChanged.emit(key, value);
     }
 }
 
 void Settings::addValue(const std::string& key, const std::string& value) {
     if (namesNode(key)) {
-        d_->tree->add(key, value);
+        d_->tree().add(key, value);
         d_->onSettingChanged.emit(key, value);
     }
 }
 
 std::string Settings::value(const std::string& key, const std::string& defaultValue) const {
-    return d_->tree->get_optional<std::string>(key).value_or(defaultValue);
+    const PropertyTree* const node = nodeAt(d_->tree(), key);
+    return node != nullptr ? node->data() : defaultValue;
 }
 
 std::list<std::string> Settings::valueList(const std::string& key) const {
     std::list<std::string> found;
-    for (const auto& [name, child] : *d_->tree) {
+    for (const auto& [name, child] : d_->tree()) {
         if (name == key) {
             found.push_back(child.data());
         }
@@ -88,19 +122,19 @@ std::list<std::string> Settings::valueList(const std::string& key) const {
 
 std::map<std::string, std::string> Settings::values() const {
     std::map<std::string, std::string> found;
-    for (const auto& [name, child] : *d_->tree) {
+    for (const auto& [name, child] : d_->tree()) {
         found[name] = child.data();
     }
     return found;
 }
 
 std::shared_ptr<Settings> Settings::subSettings(const std::string& key) const {
-    const auto node = d_->tree->get_child_optional(key);
-    if (!node) {
+    PropertyTree* const node = nodeAt(d_->tree(), key);
+    if (node == nullptr) {
         return nullptr;
     }
     auto view = std::make_shared<Settings>();
-    view->d_->tree = std::shared_ptr<PropertyTree>(&*node, [](PropertyTree*) {});
+    view->d_->shown = node;
     return view;
 }
 
@@ -109,32 +143,32 @@ void Settings::addSubSettings(const std::string& key, std::shared_ptr<Settings> 
     assert(settings != nullptr);
     if (namesNode(key)) {
         // Copied first: the path may lead through, or replace, what is to be copied.
-        PropertyTree copy = *settings->d_->tree;
-        d_->tree->put_child(key, PropertyTree()).swap(copy);
+        PropertyTree copy = settings->d_->tree();
+        nodeMadeAt(d_->tree(), key).swap(copy);
     }
 }
 
-void Settings::remove(const std::string& key) { d_->tree->erase(key); }
+void Settings::remove(const std::string& key) { d_->tree().erase(key); }
 
-void Settings::clear() { d_->tree->clear(); }
+void Settings::clear() { d_->tree().clear(); }
 
 bool Settings::loadSettingsFromFile(const std::string& fileName) {
     try {
         std::string text;
-        return readFile(fileName, text) && readDocument(text, *d_->tree, maximumDepth);
+        return readFile(fileName, text) && readDocument(text, d_->tree(), maximumDepth);
     } catch (const std::exception&) {
         return false;
     }
 }
 
 bool Settings::loadSettingsFromString(const std::string& text) {
-    return readDocument(text, *d_->tree, maximumDepth);
+    return readDocument(text, d_->tree(), maximumDepth);
 }
 
 bool Settings::saveSettingsToFile(const std::string& fileName) {
     try {
         std::string text;
-        return writeDocument(*d_->tree, text, maximumDepth) && createDirectoryOf(fileName) &&
+        return writeDocument(d_->tree(), text, maximumDepth) && createDirectoryOf(fileName) &&
                replaceFile(fileName, text);
     } catch (const std::exception&) {
         return false;
@@ -142,7 +176,7 @@ bool Settings::saveSettingsToFile(const std::string& fileName) {
 }
 
 bool Settings::saveSettingsToString(std::string& text) {
-    return writeDocument(*d_->tree, text, maximumDepth);
+    return writeDocument(d_->tree(), text, maximumDepth);
 }
 
 tsignal::Signal<std::string, std::string>& Settings::onSettingChanged() {
