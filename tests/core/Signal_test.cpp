@@ -1,4 +1,5 @@
 #include "SignalTesting.h"
+#include "support/VirtualTable.h"
 
 #include <tsignal/Signal.h>
 
@@ -7,7 +8,6 @@
 
 #include <any>
 #include <cstddef>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -52,7 +52,7 @@ static_assert(!std::is_destructible_v<ISlot<int>>,
 static_assert(std::is_same_v<tsignal::Disconnector, std::function<void()>>);
 
 // Signals and slots cross the library's boundary, so their layout is part of the binary interface.
-#if defined(__GLIBCXX__) && defined(__x86_64__)
+#ifdef TARN_KNOWN_VIRTUAL_TABLE
 static_assert(sizeof(Signal<>) == 72);
 static_assert(sizeof(Signal<int>) == 72);
 static_assert(sizeof(Signal<int, int>) == 72);
@@ -64,19 +64,11 @@ static_assert(sizeof(FunctorSlot<void, int>) == sizeof(void*) + sizeof(std::func
 static_assert(sizeof(ObjectFunctorSlot<Base, void, int>) ==
               2 * sizeof(void*) + sizeof(std::function<void(int)>));
 
-/// The place of a virtual member function in its class's table.
-template <class Member>
-std::size_t tableIndex(Member member) {
-    std::size_t offsetPlusOne = 0; // how a pointer to a virtual member function starts on this ABI
-    std::memcpy(&offsetPlusOne, &member, sizeof(offsetPlusOne));
-    return (offsetPlusOne - 1) / sizeof(void*);
-}
-
 TEST(Signal, TheOperationsOfASlotKeepTheirPlacesInTheTable) {
-    EXPECT_EQ(tableIndex(&ISlot<int>::call), 0U);
-    EXPECT_EQ(tableIndex(&ISlot<int>::matchesFunctor), 1U);
-    EXPECT_EQ(tableIndex(&ISlot<int>::matches), 2U);
-    EXPECT_EQ(tableIndex(&ISlot<int>::matchesObject), 3U);
+    EXPECT_EQ(tarn::testing::tableIndex(&ISlot<int>::call), 0U);
+    EXPECT_EQ(tarn::testing::tableIndex(&ISlot<int>::matchesFunctor), 1U);
+    EXPECT_EQ(tarn::testing::tableIndex(&ISlot<int>::matches), 2U);
+    EXPECT_EQ(tarn::testing::tableIndex(&ISlot<int>::matchesObject), 3U);
 }
 #endif
 
