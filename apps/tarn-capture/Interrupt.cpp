@@ -45,6 +45,8 @@ Interrupt::~Interrupt() {
     }
 }
 
+// Asked of one that lives, though the answer is not in it: signal handlers have no object.
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 bool Interrupt::isRequested() const { return requested; }
 
 } // namespace tarn::capture

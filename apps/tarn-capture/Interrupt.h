@@ -12,8 +12,7 @@ public:
     Interrupt(const Interrupt&) = delete;
     Interrupt& operator=(const Interrupt&) = delete;
 
-    bool isRequested()
-        const; // NOLINT(readability-convert-member-functions-to-static): of one that lives
+    bool isRequested() const;
 };
 
 } // namespace tarn::capture

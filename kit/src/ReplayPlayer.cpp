@@ -1,5 +1,7 @@
 #include "ReplayPlayer.h"
 
+#include "AnyNumber.h"
+
 #include <algorithm>
 #include <array>
 #include <cassert>
@@ -21,19 +23,6 @@ std::optional<fs::path> fileIn(const std::any& payload) {
     }
     if (const auto* const name = std::any_cast<std::string>(&payload)) {
         return fs::path(*name);
-    }
-    return std::nullopt;
-}
-
-std::optional<double> numberIn(const std::any& payload) {
-    if (const auto* const number = std::any_cast<double>(&payload)) {
-        return *number;
-    }
-    if (const auto* const number = std::any_cast<float>(&payload)) {
-        return static_cast<double>(*number);
-    }
-    if (const auto* const number = std::any_cast<int>(&payload)) {
-        return *number;
     }
     return std::nullopt;
 }

@@ -137,7 +137,7 @@ void Scene::setTracks(std::shared_ptr<Tracks> tracks) {
     }
     d_->onWillChangeTracks.emit(d_->tracks);
     d_->tracks = tracks;
-    d_->onTracksChanged.emit(std::move(tracks));
+    d_->onTracksChanged.emit(tracks);
 }
 
 tsignal::Signal<Character*>& Scene::onCharacterAdded() { return d_->onCharacterAdded; }
