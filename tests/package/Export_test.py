@@ -34,6 +34,7 @@ def is_public(name):
 
 def is_weak_standard(kind, name):
     """Instances of the standard library's templates, which it makes visible by itself."""
+    name = name.replace("decltype(nullptr)", "nullptr_t")  # as Clang spells it
     name = re.sub(r"^decltype \(.*?\)+ (?=std::)", "", name)
     return kind in "WVu" and re.search(r"(?:^|[\s*&])(?:std|__gnu_cxx)::", name.split("(")[0])
 

@@ -134,6 +134,16 @@ TEST(SettingsFile, AMissingFileIsNotLoaded) {
     EXPECT_TRUE(refusesToLoad(""));
 }
 
+TEST(SettingsFile, ANameThatCannotBeIsNeitherLoadedNorSaved) {
+    Settings settings;
+    settings.setValue("a", "1");
+    const std::string name(5000, 'x');
+    EXPECT_FALSE(settings.loadSettingsFromFile(name));
+    EXPECT_FALSE(settings.saveSettingsToFile(name));
+    EXPECT_FALSE(settings.saveSettingsToFile(name + "/settings.xml"));
+    EXPECT_EQ(settings.value("a", ""), "1");
+}
+
 TEST(SettingsFile, ADirectoryIsNotLoaded) {
     const TemporaryDirectory directory;
     EXPECT_TRUE(refusesToLoad(directory.path().string()));
