@@ -14,10 +14,10 @@
 /// is connected to it.
 ///
 /// How that is fast, and what has to hold for it:
-///  - A connection is one block: the slot with its callable, its links in the list, and the count
-///  of
-///    those who hold it, which are the list and the copies of its disconnector. So connecting takes
-///    two blocks, the other one being the disconnector's, and a disconnector need not search.
+///  - A connection is one block: the slot with its callable, its links in the list, and a count of
+///    its holders, which are the list and the copies of its disconnector. So connecting takes two
+///    blocks, the other one being the disconnector's,
+///    and a disconnector need not search.
 ///  - An emission holds no slot. It is a frame on the stack, known to its signal, that says what it
 ///    is calling and what it calls next. Whoever takes a connection out of the list sees to all
 ///    frames: none goes on to it, and the outermost one that is calling it gets the list's share in
