@@ -1,4 +1,7 @@
-#include <tarn_kit/ReplayDevice.h>
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <tarn_kit/devices/ReplayDevice.h>
 
 #include <algorithm>
 #include <charconv>

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: the tarn_sdk authors
+# SPDX-License-Identifier: Apache-2.0
+
 # What `cmake --install` puts in place: headers, libraries, the CMake package `tarn_sdk` and a
 # pkg-config module per library.
 include(CMakePackageConfigHelpers)

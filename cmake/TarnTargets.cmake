@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: the tarn_sdk authors
+# SPDX-License-Identifier: Apache-2.0
+
 # What every target of this project has in common.
 
 # tarn_target(<target>): C++17 without extensions, hidden symbols, and the project's warnings.

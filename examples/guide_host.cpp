@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The host that docs/guide.md builds step by step.
 #include <tarn/tarn.h>
-#include <tarn_kit/BodyDimensionCalibrator.h>
-#include <tarn_kit/Bvh.h>
-#include <tarn_kit/ForwardKinematicsSolver.h>
-#include <tarn_kit/RecorderNode.h>
-#include <tarn_kit/ReplayDevice.h>
+#include <tarn_kit/devices/ReplayDevice.h>
+#include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/processing/BodyDimensionCalibrator.h>
+#include <tarn_kit/processing/ForwardKinematicsSolver.h>
+#include <tarn_kit/session/RecorderNode.h>
 
 #include <algorithm>
 #include <future>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A calibrator: hears every frame of its character's take, and uses those of a calibration run.
 #include <tarn/Calibrator.h>
 #include <tarn/Character.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A device: answers commands, follows them with its state, and sends frames out of a port.
 #include <tarn/Device.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A node: takes frames in at one port and sends others out of another; hosts tie nodes together.
 #include <tarn/StreamNode.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A solver: takes input frames, puts out motion, and has a factor that a host can turn.
 #include <tarn/Solver.h>
 

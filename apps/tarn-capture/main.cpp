@@ -1,10 +1,13 @@
-#include "ActorDocument.h"
-#include "Errors.h"
-#include "Export.h"
-#include "Info.h"
-#include "Play.h"
-#include "Run.h"
-#include "Stream.h"
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/ActorDocument.h"
+#include "commands/Export.h"
+#include "commands/Info.h"
+#include "commands/Play.h"
+#include "commands/Run.h"
+#include "commands/Stream.h"
+#include "support/Errors.h"
 
 #include <CLI/CLI.hpp>
 

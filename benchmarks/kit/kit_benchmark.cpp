@@ -1,11 +1,14 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How fast motion files are read and bodies solved, and how much memory a loaded take needs.
 #include "Ratios.h"
 #include "kit/SampleTake.h"
 
-#include <tarn_kit/Bvh.h>
-#include <tarn_kit/ForwardKinematics.h>
-#include <tarn_kit/ForwardKinematicsSolver.h>
-#include <tarn_kit/RecorderNode.h>
+#include <tarn_kit/body/ForwardKinematics.h>
+#include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/processing/ForwardKinematicsSolver.h>
+#include <tarn_kit/session/RecorderNode.h>
 
 #include <fmt/format.h>
 

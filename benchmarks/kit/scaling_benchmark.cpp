@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How cost grows with frames, tracks and characters: the time for so many units in one go against
 // the time for as many of them in small portions. A ratio of 1 is linear growth.
 #include "Ratios.h"
@@ -5,8 +8,8 @@
 #include <tarn/Character.h>
 #include <tarn/Scene.h>
 #include <tarn/Tracks.h>
-#include <tarn_kit/Bvh.h>
-#include <tarn_kit/ForwardKinematicsSolver.h>
+#include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/processing/ForwardKinematicsSolver.h>
 
 #include <fmt/format.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What look-ups cost: bones by name, objects by type, and factors, ports and user objects beside
 // the maps that they are kept in.
 #include "Ratios.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Documents made to be slow or large to load: the time and the memory that twice the document takes
 // against what the document takes. A ratio of 2 is linear growth.
 #include "Ratios.h"

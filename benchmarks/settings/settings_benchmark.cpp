@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a settings store costs beside the calls of the tree library that it makes, and its loads and
 // saves beside the library's parser and writer. The disk is left out.
 #include "Ratios.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How fast takes are aligned, shown and searched, against the same done literally; and what one
 // tick of a character costs beside the look-up that it consists of.
 #include "Ratios.h"

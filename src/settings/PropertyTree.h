@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Boost marks its exceptions visible even where everything else is hidden; nothing of it may leave

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Programs.h"
 #include "Takes.h"
 
@@ -210,7 +213,7 @@ TEST_F(CommandLine, AReasonIsOneLineWhateverTheFileIsCalled) {
 TEST_F(CommandLine, OutputThatDoesNotArriveIsAFailure) {
     for (const std::string& command : {"info '" + take_ + "'", std::string("--help")}) {
         const Outcome outcome =
-            runProgram("sh", {"-c", "'" TARN_CAPTURE_PROGRAM "' " + command + " > /dev/full"});
+            runProgram("sh", {"-c", "'" + captureProgram() + "' " + command + " > /dev/full"});
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_EQ(outcome.err, "tarn-capture: cannot write to standard output\n");
     }

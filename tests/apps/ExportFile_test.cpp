@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Programs.h"
 #include "Takes.h"
 
@@ -48,8 +51,7 @@ TEST_F(ExportFile, ReplacesAFileAndLeavesNothingElseBehind) {
 
 TEST_F(ExportFile, GoesIntoTheWorkingDirectoryByItsNameAlone) {
     const Outcome outcome =
-        runProgram("sh", {"-c", "cd '" + directory_.path().string() +
-                                    "' && '" TARN_CAPTURE_PROGRAM
+        runProgram("sh", {"-c", "cd '" + directory_.path().string() + "' && '" + captureProgram() +
                                     "' export take.bvh --format csv --out out.csv"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(readFile(out_), StartsWith("frame,"));
@@ -88,7 +90,7 @@ TEST_F(ExportFile, AWriteThatFailsLeavesWhatWasThere) {
     writeFile(out_, "old");
     // A file may have 200 blocks of 512 bytes; the take needs more.
     const Outcome outcome = runProgram(
-        "sh", {"-c", "trap '' XFSZ; ulimit -f 200; exec '" TARN_CAPTURE_PROGRAM "' export '" +
+        "sh", {"-c", "trap '' XFSZ; ulimit -f 200; exec '" + captureProgram() + "' export '" +
                          sampleTake("cmu_131_01_walk") + "' --format json --out '" + out_ + "'"});
     expectFailure(outcome, "cannot write '" + out_ + "': File too large");
     EXPECT_EQ(readFile(out_), "old");
@@ -98,9 +100,9 @@ TEST_F(ExportFile, AWriteThatFailsLeavesWhatWasThere) {
 TEST_F(ExportFile, AWriteThatFailsAtItsVeryEndLeavesWhatWasThere) {
     writeFile(out_, "old");
     // So little is written that it is still buffered when the file is closed.
-    const Outcome outcome = runProgram(
-        "sh", {"-c", "trap '' XFSZ; ulimit -f 0; exec '" TARN_CAPTURE_PROGRAM "' export '" + take_ +
-                         "' --format csv --out '" + out_ + "'"});
+    const Outcome outcome =
+        runProgram("sh", {"-c", "trap '' XFSZ; ulimit -f 0; exec '" + captureProgram() +
+                                    "' export '" + take_ + "' --format csv --out '" + out_ + "'"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(readFile(out_), "old");
     EXPECT_THAT(directory_.names(), ElementsAre("out.csv", "take.bvh"));

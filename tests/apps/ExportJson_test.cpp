@@ -1,11 +1,14 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Programs.h"
 #include "ReferenceTake.h"
 #include "Takes.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
-#include <tarn_kit/Bvh.h>
-#include <tarn_kit/ForwardKinematics.h>
+#include <tarn_kit/body/ForwardKinematics.h>
+#include <tarn_kit/files/Bvh.h>
 
 #include <string>
 #include <vector>

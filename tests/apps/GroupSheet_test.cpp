@@ -1,9 +1,12 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Images.h"
 #include "Performances.h"
 
-#include <GroupMotion.h>
-#include <GroupSheet.h>
-#include <Picture.h>
+#include "drawing/GroupMotion.h"
+#include "drawing/GroupSheet.h"
+#include "drawing/Picture.h"
 #include <gmock/gmock.h>
 
 #include <unistd.h>

@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Performances.h"
 
-#include <CurvePanel.h>
-#include <JointCurves.h>
-#include <MotionPlot.h>
-#include <Picture.h>
-#include <TrackedJoints.h>
+#include "drawing/CurvePanel.h"
+#include "drawing/JointCurves.h"
+#include "drawing/MotionPlot.h"
+#include "drawing/Picture.h"
+#include "drawing/TrackedJoints.h"
 #include <gmock/gmock.h>
 
 #include <cmath>

@@ -1,7 +1,10 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
-#include <Performance.h>
-#include <tarn_kit/BodyPose.h>
+#include "drawing/Performance.h"
+#include <tarn_kit/body/BodyPose.h>
 
 #include <cstddef>
 #include <functional>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Programs.h"
 #include "Takes.h"
 
@@ -192,9 +195,9 @@ TEST_F(Play, AWriteThatFailsLeavesThePicturesThatWereThere) {
     fs::create_directory(out_);
     writeFile(out_ + "/poses.png", "old");
     writeFile(out_ + "/poses.svg", "old");
-    const Outcome outcome = runProgram(
-        "sh", {"-c", "trap '' XFSZ; ulimit -f 8; exec '" TARN_CAPTURE_PROGRAM "' play '" + take_ +
-                         "' --out '" + out_ + "'"});
+    const Outcome outcome =
+        runProgram("sh", {"-c", "trap '' XFSZ; ulimit -f 8; exec '" + captureProgram() +
+                                    "' play '" + take_ + "' --out '" + out_ + "'"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_THAT(outcome.err, HasSubstr("cannot write '" + out_ + "/poses.png': File too large"));
     EXPECT_EQ(readFile(out_ + "/poses.png"), "old");

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Programs.h"
 
 #include <sys/ioctl.h>
@@ -118,7 +121,9 @@ Outcome runProgram(const std::string& program, const Arguments& arguments) {
     return {exitCode, readFile(directory / "out"), readFile(directory / "err")};
 }
 
-Outcome capture(const Arguments& arguments) { return runProgram(TARN_CAPTURE_PROGRAM, arguments); }
+std::string captureProgram() { return TARN_CAPTURE_PROGRAM; }
+
+Outcome capture(const Arguments& arguments) { return runProgram(captureProgram(), arguments); }
 
 Outcome captureOnTerminal(const Arguments& arguments, int columns) {
     const TempDirectory directory;
@@ -127,7 +132,7 @@ Outcome captureOnTerminal(const Arguments& arguments, int columns) {
     streams.open(STDIN_FILENO, "/dev/null", O_RDONLY);
     streams.open(STDOUT_FILENO, directory / "out", writing);
     streams.open(STDERR_FILENO, terminal.name(), O_WRONLY | O_NOCTTY);
-    const pid_t child = start(TARN_CAPTURE_PROGRAM, arguments, streams);
+    const pid_t child = start(captureProgram(), arguments, streams);
     std::string text = terminal.readToEnd(); // first: a full terminal would hold the child up
     return {waitFor(child), readFile(directory / "out"), std::move(text)};
 }
@@ -142,7 +147,7 @@ Outcome captureInterrupted(const Arguments& arguments, const std::string& text) 
     streams.open(STDIN_FILENO, "/dev/null", O_RDONLY);
     streams.use(STDOUT_FILENO, pipe[1]);
     streams.open(STDERR_FILENO, directory / "err", writing);
-    const pid_t child = start(TARN_CAPTURE_PROGRAM, arguments, streams);
+    const pid_t child = start(captureProgram(), arguments, streams);
     ::close(pipe[1]);
     std::string out;
     bool interrupted = false;

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 #include "support/TemporaryDirectory.h"
@@ -22,6 +25,8 @@ using Arguments = std::vector<std::string>;
 
 /// Runs a program, found in PATH if its name has no slash, with nothing on its standard input.
 Outcome runProgram(const std::string& program, const Arguments& arguments);
+/// Where tarn-capture is.
+std::string captureProgram();
 /// Runs tarn-capture.
 Outcome capture(const Arguments& arguments);
 /// Runs tarn-capture with a terminal of so many columns as its standard error.

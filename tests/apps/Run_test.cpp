@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Images.h"
 #include "Programs.h"
 #include "ReferenceTake.h"
@@ -6,8 +9,8 @@
 
 #include <gmock/gmock.h>
 #include <tarn/Actor.h>
-#include <tarn_kit/Bvh.h>
-#include <tarn_kit/ForwardKinematics.h>
+#include <tarn_kit/body/ForwardKinematics.h>
+#include <tarn_kit/files/Bvh.h>
 
 #include <algorithm>
 #include <cmath>

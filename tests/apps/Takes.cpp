@@ -1,4 +1,8 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Takes.h"
+#include "support/Samples.h"
 
 namespace tarn::tests {
 
@@ -44,7 +48,7 @@ std::string chainTake(int joints) {
 }
 
 std::string sampleTake(const std::string& name) {
-    return std::string(TARN_EXAMPLE_DATA) + "/" + name + ".bvh";
+    return testing::samplePath(name + ".bvh").string();
 }
 
 } // namespace tarn::tests

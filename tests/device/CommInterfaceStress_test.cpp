@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Some thousand requests, finished by threads of the channel's own, many of them twice.
 #include "device/DeviceTesting.h"
 

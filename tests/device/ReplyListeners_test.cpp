@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Whom a finished reply tells, and what it leaves behind.
 #include "core/SignalTesting.h"
 

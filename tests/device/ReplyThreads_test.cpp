@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A reply that is finished by threads other than its listeners' own.
 #include "core/SignalTesting.h"
 #include "device/DeviceTesting.h"

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: the tarn_sdk authors
+# SPDX-License-Identifier: Apache-2.0
+
 # cmake -DEXPECTED=... -P prints.cmake -- PROGRAM ARGUMENTS...: fails unless PROGRAM succeeds and prints
 # what the file EXPECTED holds, and nothing on standard error.
 set(command)

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: the tarn_sdk authors
+# SPDX-License-Identifier: Apache-2.0
+
 """A library exports its public classes and functions, and nothing else.
 
 usage: Export_test.py LIBRARY HEADER_DIR
@@ -10,7 +13,7 @@ import sys
 
 library, header_dir = sys.argv[1:]
 headers = "\n".join(path.read_text(encoding="utf-8")
-                    for path in pathlib.Path(header_dir).glob("*.h") if path.stem != "Export")
+                    for path in pathlib.Path(header_dir).rglob("*.h") if path.stem != "Export")
 export = r"TARN(?:_KIT)?_EXPORT"
 classes = set(re.findall(rf"class {export} (\w+)", headers))
 functions = set(re.findall(rf"^{export} [^;{{(]*?(operator\S|\w+)\(", headers, re.MULTILINE))

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: the tarn_sdk authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Every piece of code in the guide stands, in order, in the program that it explains, and every file
 that the documents link to is there.
 

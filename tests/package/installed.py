@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: the tarn_sdk authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Builds and runs programs against an installed prefix, the way a host without CMake does."""
 
 import os

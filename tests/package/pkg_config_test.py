@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: the tarn_sdk authors
+# SPDX-License-Identifier: Apache-2.0
+
 """A host built with pkg-config and the bare compiler.
 
 usage: pkg_config_test.py COMPILER PREFIX WORK_DIR

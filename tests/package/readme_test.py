@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: the tarn_sdk authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Builds and runs the host application that the README shows, from the README's own text.
 
 The first ```cpp block is the program, the first ```text block after it is what it prints.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What flows through tied ports, and what unties them.
 #include "core/SignalTesting.h"
 #include "processing/StreamNodeTesting.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 /// Marks what `libtarn_kit` exports; everything else in the library is hidden.

@@ -1,8 +1,11 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a host does first: includes everything, links objects, hears a take move. Exits 0 when all
 // of it works. With the kit it also reads a take.
 #include <tarn/tarn.h>
 #ifdef WITH_KIT
-#include <tarn_kit/Bvh.h>
+#include <tarn_kit/files/Bvh.h>
 
 #include <sstream>
 #endif

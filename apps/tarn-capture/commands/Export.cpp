@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/Export.h"
+
+#include "session/PositionsCsv.h"
+#include "session/Take.h"
+#include "support/Errors.h"
+#include "support/FrameRange.h"
+#include "support/OutputFile.h"
+#include "support/Text.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <tarn_kit/body/ForwardKinematics.h>
+
+#include <cmath>
+#include <iterator>
+
+namespace tarn::capture {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Positions = std::vector<Vector3f>;
+
+// Numbers are written with the fewest digits that read back to the same value. Both formats are
+// written frame by frame, so that the length of a take costs time and no memory.
+
+void writeCsv(OutputFile& file, const Take& take, FrameRange range) {
+    file.write(csvHeader(take.rig(), take.unit()));
+    for (int frame = range.first; frame <= range.last; ++frame) {
+        CsvRow row(frame, take.secondsAt(frame));
+        for (const Vector3f& at : kit::worldPositions(take.rig(), take.pose(frame))) {
+            row.add(at);
+        }
+        file.write(row.finished());
+    }
+}
+
+Json jsonNodes(const kit::Rig& rig) {
+    Json nodes = Json::array();
+    for (const kit::Node& node : rig.nodes()) {
+        nodes.push_back({{"name", validUtf8(node.name)},
+                         {"parent", node.parent < 0 ? Json() : Json(node.parent)},
+                         {"end_site", node.isEndSite()}});
+    }
+    return nodes;
+}
+
+/// JSON has no number for what does not fit a float.
+std::string jsonNumber(float value) {
+    return std::isfinite(value) ? fmt::to_string(value) : "null";
+}
+
+std::string jsonPose(int frame, double time, const Positions& positions) {
+    std::string text = fmt::format(R"({{"frame": {}, "time": {}, "positions": [)", frame, time);
+    const char* separator = "";
+    for (const Vector3f& at : positions) {
+        fmt::format_to(std::back_inserter(text), "{}[{}, {}, {}]", std::exchange(separator, ", "),
+                       jsonNumber(at.x), jsonNumber(at.y), jsonNumber(at.z));
+    }
+    return text + "]}";
+}
+
+void writeJson(OutputFile& file, const Take& take, FrameRange range) {
+    file.write(fmt::format("{{\"rate\": {},\n\"unit\": {},\n\"nodes\": {},\n\"poses\": [",
+                           take.rate(), Json(take.unit().symbol).dump(),
+                           jsonNodes(take.rig()).dump()));
+    const char* separator = "\n";
+    for (int frame = range.first; frame <= range.last; ++frame) {
+        file.write(std::exchange(separator, ",\n"));
+        file.write(jsonPose(frame, take.secondsAt(frame),
+                            kit::worldPositions(take.rig(), take.pose(frame))));
+    }
+    file.write("\n]}\n");
+}
+
+} // namespace
+
+int exportPositions(const ExportOptions& options) {
+    const Take take(options.take);
+    const FrameRange range = options.frames ? parseFrameRange(*options.frames, take.frameCount())
+                                            : allFrames(take.frameCount());
+    refuseToOverwrite(options.take, options.out, "--out");
+    OutputFile file(options.out);
+    if (options.format == ExportFormat::csv) {
+        writeCsv(file, take, range);
+    } else {
+        writeJson(file, take, range);
+    }
+    file.commit();
+    return exitSuccess;
+}
+
+} // namespace tarn::capture

@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/Info.h"
+
+#include "session/Take.h"
+#include "support/Errors.h"
+#include "support/SkeletonTree.h"
+#include "support/Text.h"
+
+#include <fmt/core.h>
+#include <tarn_kit/files/ReadError.h>
+
+#include <cstddef>
+#include <utility>
+
+namespace tarn::capture {
+
+namespace {
+
+/// One line of the report: a label and what it labels, in columns.
+void printFact(const char* label, const std::string& fact) {
+    fmt::print("  {:<12} {}\n", label, fact);
+}
+
+void printLength(const Take& take) {
+    const Time end(static_cast<unsigned>(take.frameCount()), static_cast<unsigned>(take.rate()));
+    printFact("length", fmt::format("{} ({:.3f} s)", to_string(end), take.duration()));
+}
+
+void printGuesses(const Take& take) {
+    fmt::print("  guesses\n");
+    for (const std::string& guess : take.guesses()) {
+        fmt::print("    {}\n", guess);
+    }
+}
+
+void printSkeleton(const kit::Rig& rig) {
+    const auto joints = static_cast<std::size_t>(rig.jointCount());
+    printFact("skeleton", fmt::format("{}, {}, {}", counted(joints, "joint"),
+                                      counted(rig.nodes().size() - joints, "end site"),
+                                      counted(rig.skeletons().size(), "root")));
+    fmt::print("{}", skeletonTree(rig, "    "));
+}
+
+void printTake(const std::string& file, const Take& take) {
+    fmt::print("{}\n", printable(file));
+    printFact("frames", std::to_string(take.frameCount()));
+    printFact("rate", counted(static_cast<std::size_t>(take.rate()), "frame") + " per second");
+    printLength(take);
+    printFact("body height", lengthText(take.bodyHeight(), take.unit()));
+    printGuesses(take);
+    printSkeleton(take.rig());
+}
+
+} // namespace
+
+int info(const InfoOptions& options) {
+    int exitCode = exitSuccess;
+    const char* separator = "";
+    for (const std::string& file : options.takes) {
+        try {
+            const Take take(file);
+            fmt::print("{}", std::exchange(separator, "\n"));
+            printTake(file, take);
+        } catch (const kit::ReadError& error) {
+            reportError(error.what());
+            exitCode = exitFailure;
+        }
+    }
+    return exitCode;
+}
+
+} // namespace tarn::capture

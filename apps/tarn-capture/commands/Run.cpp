@@ -1,0 +1,168 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/Run.h"
+
+#include "commands/ActorDocument.h"
+#include "session/Session.h"
+#include "session/SessionFiles.h"
+#include "session/SessionSummary.h"
+#include "support/Errors.h"
+#include "support/Interrupt.h"
+#include "support/ProgressBar.h"
+#include "support/Text.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace tarn::capture {
+
+namespace {
+
+void check(const RunOptions& options) {
+    if (options.out.empty()) {
+        throw UsageError("--out must name a directory");
+    }
+    constexpr double longest = 3600;
+    if (!(options.calibrate >= 0 && options.calibrate <= longest)) { // not-a-number included
+        throw UsageError(fmt::format("--calibrate must be from 0 to {} seconds", longest));
+    }
+}
+
+/// Every actor is named after its character, unless there is one performer and a document that
+/// names it.
+void prepareActors(const Session& session, const std::optional<std::string>& document) {
+    for (const auto& performer : session.performers()) {
+        Actor& actor = performer->actor();
+        if (document) {
+            loadActor(actor, *document);
+        }
+        if (actor.actorName().empty() || session.performers().size() > 1) {
+            actor.setActorName(performer->name());
+        }
+    }
+}
+
+/// Says at once what is going on: what follows may take as long as the takes last.
+void announce(const std::string& text) {
+    fmt::print("{}\n", text);
+    std::fflush(stdout);
+}
+
+/// False if a stop was requested.
+bool calibrate(Session& session, const RunOptions& options, const Interrupt& interrupt) {
+    const double wanted = std::ceil(options.calibrate * session.rate());
+    const int frames = static_cast<int>(std::min<double>(wanted, session.frameCount()));
+    if (frames == 0) {
+        return true;
+    }
+    announce(
+        fmt::format("calibrating over {}", counted(static_cast<std::size_t>(frames), "frame")));
+    ProgressBar bar(stderr, frames);
+    return session.calibrate(frames, options.realtime, interrupt, [&bar] { bar.advance(); });
+}
+
+/// False if a stop was requested.
+bool play(Session& session, const RunOptions& options, const Interrupt& interrupt) {
+    announce(fmt::format("playing {}",
+                         counted(static_cast<std::size_t>(session.frameCount()), "frame")));
+    ProgressBar bar(stderr, std::max(session.frameCount(), 1));
+    return session.play(options.realtime, interrupt, [&bar] { bar.advance(); });
+}
+
+/// What the directory holds after a failure.
+std::string keptText(const SessionFiles& files, const std::string& directory) {
+    if (files.written().empty()) {
+        return "nothing was kept";
+    }
+    return fmt::format("kept in {}: {}", directory, fmt::join(files.written(), ", "));
+}
+
+/// Reads, calibrates and plays; the session is then ready to be written.
+class Runner {
+public:
+    explicit Runner(const RunOptions& options)
+        : options_(options), session_(options.takes), files_(prepared(), options.out, inputs()) {}
+
+    int run() {
+        if (!calibrate(session_, options_, interrupt_)) {
+            reportError("interrupted while calibrating; nothing was kept");
+            return exitInterrupted;
+        }
+        const bool complete = play();
+        write(complete);
+        printSummary(session_, options_.realtime);
+        fmt::print("pictures drawn in {:.3f} s; {} written to {}\n", files_.drawing(),
+                   counted(files_.written().size(), "file"), printable(options_.out));
+        if (!complete) {
+            reportError(fmt::format("interrupted after {} of {} frames; what was recorded is kept "
+                                    "in {}, marked as not complete",
+                                    session_.framesShown(), session_.frameCount(), options_.out));
+            return exitInterrupted;
+        }
+        return exitSuccess;
+    }
+
+private:
+    Session& prepared() {
+        prepareActors(session_, options_.actor);
+        return session_;
+    }
+    /// The files that must not be written over.
+    std::vector<std::string> inputs() const {
+        auto files = options_.takes;
+        if (options_.actor) {
+            files.push_back(*options_.actor);
+        }
+        return files;
+    }
+
+    bool play() {
+        try {
+            return capture::play(session_, options_, interrupt_);
+        } catch (const std::exception& error) {
+            files_.write(false, options_.realtime);
+            throw std::runtime_error(
+                fmt::format("{}; {}", error.what(), keptText(files_, options_.out)));
+        }
+    }
+
+    void write(bool complete) {
+        const auto problems = files_.write(complete, options_.realtime);
+        if (!problems.empty()) {
+            throw std::runtime_error(
+                fmt::format("{}; {}", fmt::join(problems, "; "), keptText(files_, options_.out)));
+        }
+    }
+
+    const RunOptions& options_;
+    const Interrupt interrupt_;
+    Session session_;
+    SessionFiles files_;
+};
+
+} // namespace
+
+int run(const RunOptions& options) {
+    check(options);
+    const auto runner = [&options] {
+        try {
+            return std::make_unique<Runner>(options);
+        } catch (const UsageError&) {
+            throw;
+        } catch (const std::exception& error) {
+            throw std::runtime_error(fmt::format("{}; nothing was kept", error.what()));
+        }
+    }();
+    return runner->run();
+}
+
+} // namespace tarn::capture

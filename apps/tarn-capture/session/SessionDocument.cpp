@@ -1,0 +1,95 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "session/SessionDocument.h"
+
+#include "support/Text.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+
+namespace tarn::capture {
+
+namespace {
+
+void put(Settings& settings, const std::string& key, int value) {
+    settings.setValue(key, std::to_string(value));
+}
+
+void put(Settings& settings, const std::string& key, double value) {
+    settings.setValue(key, fmt::format("{:.6f}", value));
+}
+
+std::shared_ptr<Settings> statusOf(Solver& solver) {
+    auto status = std::make_shared<Settings>();
+    solver.saveStatus(status.get());
+    return status;
+}
+
+void describeClock(Settings& character, const kit::ClockCalibrator& clock, bool paced) {
+    const kit::StreamQuality quality = clock.quality();
+    if (quality.frames == 0) {
+        return;
+    }
+    put(character, "Clock.Missing", static_cast<int>(quality.missing));
+    if (!paced) {
+        return;
+    }
+    put(character, "Clock.StatedRate", quality.statedRate);
+    put(character, "Clock.MeasuredRate", quality.measuredRate);
+    put(character, "Clock.Jitter", quality.jitter);
+    character.setValue("Clock.Trusted", clock.isTrusted() ? "yes" : "no");
+}
+
+/// A list: names of joints need not be names of elements.
+void describeDimensions(Settings& character, const kit::BodyDimensionCalibrator& dimensions) {
+    auto lengths = dimensions.segments();
+    lengths.insert(lengths.begin(), dimensions.height());
+    for (const kit::MeasuredLength& length : lengths) {
+        const auto entry = std::make_shared<Settings>();
+        entry->setValue("Name", printable(length.name));
+        put(*entry, "Mean", length.mean);
+        put(*entry, "Spread", length.spread);
+        const std::string key = fmt::format("Dimensions.Length{}", &length - lengths.data() + 1);
+        character.addSubSettings(key, entry);
+    }
+}
+
+void describe(Performer& performer, bool paced) {
+    Character& character = performer.character();
+    const PerformerStatistics& statistics = performer.statistics();
+    character.setValue("Name", character.characterName());
+    character.setValue("Take", printable(performer.file()));
+    put(character, "FramesIn", statistics.framesIn);
+    put(character, "FramesOut", statistics.framesOut);
+    put(character, "FramesLost", statistics.framesExpected - statistics.framesIn);
+    character.addSubSettings("Solver", statusOf(performer.solver()));
+    describeClock(character, performer.clock(), paced);
+    if (performer.dimensions().collectedFrames() > 0) {
+        describeDimensions(character, performer.dimensions());
+    }
+}
+
+} // namespace
+
+void describeSession(Session& session, SessionOutcome outcome,
+                     const std::vector<std::string>& files) {
+    Scene& scene = session.scene();
+    scene.clear();
+    scene.setValue("Session.Complete", outcome.complete ? "yes" : "no");
+    put(scene, "Session.Rate", session.rate());
+    put(scene, "Session.Frames", session.framesShown());
+    for (const std::string& file : files) {
+        scene.addValue("Session.File", file);
+    }
+    int number = 0;
+    for (const auto& performer : session.performers()) {
+        describe(*performer, outcome.paced);
+        // Copied; the pointer owns nothing.
+        const std::shared_ptr<Settings> character(std::shared_ptr<void>(), &performer->character());
+        scene.addSubSettings(fmt::format("Session.Characters.Character{}", ++number), character);
+    }
+}
+
+} // namespace tarn::capture

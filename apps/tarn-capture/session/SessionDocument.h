@@ -1,0 +1,35 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "session/Session.h"
+
+#include <string>
+#include <vector>
+
+namespace tarn::capture {
+
+struct SessionOutcome {
+    bool complete; ///< it came to its end
+    bool paced;    ///< the devices kept the rate of their takes, so that their clocks say something
+};
+
+/// Writes down in the settings of the scene and its characters what the session was, for the scene
+/// to be saved:
+///
+///     Session
+///         Complete        "yes", or "no" for one that was stopped
+///         Rate            frames per second
+///         Frames          how many were shown
+///         File            repeated: the files that belong to it
+///         Characters
+///             Character1  and so on, in the order of the takes
+///                 Name, Take, FramesIn, FramesOut, FramesLost
+///                 Solver      its status
+///                 Clock       what its calibrator measured
+///                 Dimensions  mean and spread of each length
+void describeSession(Session& session, SessionOutcome outcome,
+                     const std::vector<std::string>& files);
+
+} // namespace tarn::capture

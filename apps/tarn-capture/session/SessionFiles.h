@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "drawing/Picture.h"
+#include "session/Session.h"
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tarn::capture {
+
+/// The files that a session leaves in a directory: per performer NAME.csv, NAME.bvh and
+/// NAME.actor.xml, and for all of them poses and motion as .png and .svg, and session.xml, which
+/// lists the others. Each is complete or not there.
+class SessionFiles {
+public:
+    /// Makes the directory, and sees whether each of the files can be made in it. Throws
+    /// `UsageError` if one of `inputs` would be overwritten, and `std::runtime_error` if there can
+    /// be no such directory or file.
+    SessionFiles(Session& session, std::filesystem::path directory,
+                 const std::vector<std::string>& inputs);
+
+    /// Writes everything that can be written and returns what could not, a sentence per file.
+    /// `complete` says whether the session came to its end, `paced` whether the devices kept the
+    /// rate of their takes.
+    std::vector<std::string> write(bool complete, bool paced);
+
+    /// The names of the files that have been written.
+    const std::vector<std::string>& written() const { return written_; }
+    /// How many seconds the pictures took.
+    double drawing() const { return drawing_; }
+
+private:
+    std::vector<std::string> names() const;
+    /// Does what writes a file, and notes whether that worked.
+    void attempt(const std::string& name, const std::function<void()>& write);
+
+    void writeActor(Performer& performer);
+    void writeCsv(Performer& performer, Tracks& recording);
+    void writeBvh(Performer& performer, Tracks& recording);
+    void writePictures();
+    void writePicture(const std::string& name, const std::function<Picture()>& picture);
+    void writeSession(bool complete, bool paced);
+    void save(Settings& settings, const std::string& name);
+    void writeText(const std::string& name, const std::string& text);
+
+    std::filesystem::path path(const std::string& name) const { return directory_ / name; }
+
+    Session& session_;
+    std::filesystem::path directory_;
+    std::vector<std::string> written_;
+    std::vector<std::string> problems_;
+    double drawing_ = 0;
+};
+
+} // namespace tarn::capture

@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <stdexcept>
+#include <string_view>
+
+namespace tarn::capture {
+
+/// How the program ends. Scripts rely on these numbers.
+enum ExitCode : int {
+    exitSuccess = 0,
+    exitFailure = 1,       ///< the input is at fault, or the output cannot be written
+    exitUsage = 2,         ///< the command line is at fault
+    exitInterrupted = 130, ///< Ctrl-C; as shells have it
+};
+
+/// The command line asks for something that cannot be; `what()` says what and is one line.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Prints the reason of a failure on standard error, as one line whatever `reason` holds.
+void reportError(std::string_view reason);
+
+} // namespace tarn::capture

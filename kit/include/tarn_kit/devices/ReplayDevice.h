@@ -1,0 +1,113 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn/Device.h>
+#include <tarn_kit/Export.h>
+#include <tarn_kit/devices/Clock.h>
+#include <tarn_kit/files/Bvh.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace tarn::kit {
+
+/// What a `ReplayDevice` answers to "status".
+struct ReplayStatus {
+    Device::DeviceState state = Device::Lost;
+    std::filesystem::path file; ///< as it was given to "open"; empty while no take is open
+    int nextFrame = 0;          ///< the frame to be sent next; `frameCount` at the end of the take
+    int frameCount = 0;
+    int rate = 0;                ///< of the take, in frames per second
+    double factor = 1;           ///< how much faster than that; 0 for as fast as it can
+    std::int64_t framesSent = 0; ///< since the take was opened
+};
+
+/// A device that replays a take from a BVH file: frame after frame out of its output frame port
+/// `posePort`, each at its time. Its type is "replay". It starts in the state `Lost`: it has no
+/// take.
+///
+/// | command  | payload     | what it does                                              | then  |
+/// |----------|-------------|-----------------------------------------------------------|-------|
+/// | "open"   | file name   | reads a take, which replaces the one before               | Ready |
+/// | "start"  |             | streams from the current frame; at the end, from frame 0  | Busy  |
+/// | "pause"  |             | stops streaming, stays at the current frame               | Ready |
+/// | "stop"   |             | stops streaming, goes back to frame 0                     | Ready |
+/// | "seek"   | frame index | makes that the frame to be sent next                      |       |
+/// | "rate"   | factor      | replays so much faster; 0 for as fast as it can           |       |
+/// | "status" |             | replies with a `ReplayStatus`                             |       |
+///
+/// A file name is a `std::string` or a `std::filesystem::path` (a `const char*` is refused: what it
+/// points to may be gone when the device reads it). The reply to "open" has the `BvhTake` as its
+/// payload; what the host does to its tracks does not concern the device. A frame index is an
+/// `int`. A factor is a `double`, a `float` or an `int`; it is 1 at first and outlives "open" and
+/// "stop". A command that finds things as it wants them ("pause" when nothing streams) succeeds.
+///
+/// A command that fails changes nothing: a take that streams goes on. Its reply has the result code
+/// `failed`, with an `Error` and a text that says what was expected. A command that the device does
+/// not know gets the result code 1.
+///
+/// Frames: each is sent once, in order, shared with the take, stamped as in the take. The first is
+/// sent as soon as streaming starts, frame n after that n / (rate of the take x factor) seconds
+/// later, counted from the start, so that no error adds up. None is left out: frames that are late,
+/// because a slot or the reading of a file took long, follow at once. "seek" keeps the beat; "rate"
+/// starts a new one, one new interval after the last frame was due, or at once where that has
+/// passed. With the last frame the take is at its end and the state `Ready`.
+///
+/// State: announced when it changes, and only then, before the reply of the command that changes
+/// it. Listeners all hear the same order, also when one of them gives the next command.
+///
+/// Threads: the device has a thread of its own, on which it carries out commands, one after the
+/// other, and on which slots and callbacks run; they must not throw. Requests may be made from any
+/// thread. `state()` and the tests on it are for the device's own thread; other threads follow
+/// `onStateChanged` or ask for "status".
+///
+/// A request that is made on the device's own thread, in a slot or a callback, is answered before
+/// the call returns, ahead of those that wait; so `syncRequest` works there as well. Callbacks that
+/// each make the next request nest, up to 16 deep; from there on a request waits for its turn, so
+/// that chains may go on for ever, but `syncRequest` must not be used that deep.
+///
+/// Destroying the device ends the streaming, joins its thread and announces nothing. Requests that
+/// wait are answered with the error `Closing` before that, and so are those that their callbacks
+/// make; a chain of requests that goes on regardless is cut off 16 deep: the callback of the last
+/// one is released uncalled. Precondition: it is not destroyed on its own thread, nor while slots
+/// and callbacks wait for the thread that destroys it, nor while another thread still makes
+/// requests (one that is blocked in `syncRequest` may be: it gets its answer).
+class TARN_KIT_EXPORT ReplayDevice final : public Device {
+public:
+    /// The output frame port: frames of the data type `poseDataType`.
+    static constexpr int posePort = 0;
+
+    /// The result code of a command that failed.
+    static constexpr int failed = 2;
+
+    /// Why a command failed: the error code of its reply.
+    enum Error : int {
+        NoTake = 1,     ///< there is nothing to start, pause, stop or seek in
+        BadPayload = 2, ///< not of a type that the command takes
+        BadFile = 3,    ///< cannot be read or is broken; the text is that of the `ReadError`
+        BadIndex = 4,   ///< the take has no such frame
+        BadFactor = 5,  ///< negative or not finite
+        Closing = 6,    ///< the device is being destroyed
+    };
+
+    /// `id` tells the device from others of its kind. Its time comes from `clock`.
+    /// Throws `std::system_error` if no thread can be started. Precondition: `clock` is not empty.
+    explicit ReplayDevice(const std::string& id,
+                          std::shared_ptr<Clock> clock = std::make_shared<SteadyClock>());
+    ~ReplayDevice() override;
+    ReplayDevice(const ReplayDevice&) = delete;
+    ReplayDevice& operator=(const ReplayDevice&) = delete;
+
+protected:
+    void doRequest(std::shared_ptr<Request> request, std::shared_ptr<Reply> reply) override;
+
+private:
+    struct PrivateData;
+    std::unique_ptr<PrivateData> d_;
+};
+
+} // namespace tarn::kit

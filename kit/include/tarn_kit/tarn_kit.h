@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+/// Everything of the kit.
+
+#include <tarn/tarn.h>
+#include <tarn_kit/Export.h>
+#include <tarn_kit/body/BodyPose.h>
+#include <tarn_kit/body/ForwardKinematics.h>
+#include <tarn_kit/body/Rig.h>
+#include <tarn_kit/devices/Clock.h>
+#include <tarn_kit/devices/ReplayDevice.h>
+#include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/files/ReadError.h>
+#include <tarn_kit/processing/BodyDimensionCalibrator.h>
+#include <tarn_kit/processing/ClockCalibrator.h>
+#include <tarn_kit/processing/ForwardKinematicsSolver.h>
+#include <tarn_kit/session/RecorderNode.h>

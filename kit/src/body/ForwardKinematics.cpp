@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <tarn_kit/body/ForwardKinematics.h>
+
+#include "body/Kinematics.h"
+
+namespace tarn::kit {
+
+std::vector<Vector3f> worldPositions(const Rig& rig, const Pose& pose) {
+    Transforms transforms;
+    setLocal(rig, pose, transforms);
+    makeWorld(rig, transforms);
+    std::vector<Vector3f> positions;
+    positions.reserve(transforms.size());
+    for (const Transform& transform : transforms) {
+        positions.push_back(toVector3f(transform.position));
+    }
+    return positions;
+}
+
+} // namespace tarn::kit

@@ -1,0 +1,230 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "devices/ReplayPlayer.h"
+
+#include "processing/AnyNumber.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cmath>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace tarn::kit {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::optional<fs::path> fileIn(const std::any& payload) {
+    if (const auto* const path = std::any_cast<fs::path>(&payload)) {
+        return *path;
+    }
+    if (const auto* const name = std::any_cast<std::string>(&payload)) {
+        return fs::path(*name);
+    }
+    return std::nullopt;
+}
+
+/// Nothing when the file cannot be read: then the reply says why.
+std::optional<BvhTake> read(const fs::path& file, Reply& reply) {
+    try {
+        return readBvh(file);
+    } catch (const std::exception& error) {
+        fail(reply, ReplayDevice::BadFile, error.what());
+        return std::nullopt;
+    }
+}
+
+std::vector<std::shared_ptr<Frame>> framesOf(Tracks& take) {
+    std::vector<std::shared_ptr<Frame>> frames;
+    frames.reserve(static_cast<std::size_t>(take.timeLength()));
+    for (int i = 0; i < take.timeLength(); ++i) {
+        frames.push_back(take.getFrame(i, poseDataType));
+    }
+    return frames;
+}
+
+} // namespace
+
+void fail(Reply& reply, ReplayDevice::Error error, const std::string& text) {
+    reply.setResultCode(ReplayDevice::failed);
+    reply.setError(error, text);
+}
+
+Clock::Duration Beat::intervals(std::int64_t count, double ticksPerSecond) {
+    constexpr double longest = 1e18; // some 30 years: sums of instants stay far from overflow
+    const double nanoseconds = static_cast<double>(count) * 1e9 / ticksPerSecond;
+    return Clock::Duration(std::llround(std::min(nanoseconds, longest)));
+}
+
+ReplayPlayer::ReplayPlayer(const Clock& clock, Output& output, StateListener onState)
+    : clock_(clock), output_(output), onState_(std::move(onState)) {}
+
+bool ReplayPlayer::handle(const Request& request, Reply& reply) {
+    static constexpr std::array<std::pair<std::string_view, Handler>, 7> handlers = {{
+        {"open", &ReplayPlayer::open},
+        {"start", &ReplayPlayer::start},
+        {"pause", &ReplayPlayer::pause},
+        {"stop", &ReplayPlayer::stop},
+        {"seek", &ReplayPlayer::seek},
+        {"rate", &ReplayPlayer::rate},
+        {"status", &ReplayPlayer::status},
+    }};
+    for (const auto& [id, handler] : handlers) {
+        if (id == request.id()) {
+            reply.setResultCode(0);
+            (this->*handler)(request, reply);
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<Clock::Instant> ReplayPlayer::due() const {
+    if (state_ != Device::Busy) {
+        return std::nullopt;
+    }
+    return factor_ > 0 ? beat_.due() : Clock::Instant::min();
+}
+
+void ReplayPlayer::sendNext() {
+    assert(state_ == Device::Busy);
+    if (!isAtEnd()) {
+        // All is up to date before the slots run: they may give commands.
+        const std::shared_ptr<Frame> frame = frames_[next_];
+        lastTick_ = factor_ > 0 ? beat_.due() : clock_.now();
+        beat_.next();
+        ++next_;
+        ++framesSent_;
+        output_.emit(frame);
+    }
+    if (state_ == Device::Busy && isAtEnd()) {
+        enter(Device::Ready);
+    }
+}
+
+void ReplayPlayer::open(const Request& request, Reply& reply) {
+    const std::optional<fs::path> file = fileIn(request.data());
+    if (!file) {
+        fail(reply, ReplayDevice::BadPayload,
+             "\"open\" takes a file name, as std::string or std::filesystem::path");
+        return;
+    }
+    if (const std::optional<BvhTake> take = read(*file, reply)) {
+        load(*file, *take);
+        reply.setData(*take);
+    }
+}
+
+void ReplayPlayer::load(const fs::path& file, const BvhTake& take) {
+    file_ = file;
+    frames_ = framesOf(*take.tracks);
+    rate_ = take.tracks->fps();
+    next_ = 0;
+    framesSent_ = 0;
+    enter(Device::Ready);
+}
+
+void ReplayPlayer::start(const Request& /*request*/, Reply& reply) {
+    if (!hasTake(reply) || state_ == Device::Busy) {
+        return;
+    }
+    if (isAtEnd()) {
+        next_ = 0;
+    }
+    lastTick_.reset();
+    beat_ = Beat(clock_.now(), ticksPerSecond());
+    enter(Device::Busy);
+}
+
+void ReplayPlayer::pause(const Request& /*request*/, Reply& reply) {
+    if (hasTake(reply)) {
+        enter(Device::Ready);
+    }
+}
+
+void ReplayPlayer::stop(const Request& /*request*/, Reply& reply) {
+    if (hasTake(reply)) {
+        next_ = 0;
+        enter(Device::Ready);
+    }
+}
+
+void ReplayPlayer::seek(const Request& request, Reply& reply) {
+    if (!hasTake(reply)) {
+        return;
+    }
+    const int* const index = std::any_cast<int>(&request.data());
+    if (index == nullptr) {
+        fail(reply, ReplayDevice::BadPayload, "\"seek\" takes a frame index, as int");
+    } else if (*index < 0 || static_cast<std::size_t>(*index) >= frames_.size()) {
+        fail(reply, ReplayDevice::BadIndex,
+             "expected a frame index from 0 to below " + std::to_string(frames_.size()) +
+                 ", found " + std::to_string(*index));
+    } else {
+        next_ = static_cast<std::size_t>(*index);
+    }
+}
+
+void ReplayPlayer::rate(const Request& request, Reply& reply) {
+    const std::optional<double> factor = numberIn(request.data());
+    if (!factor) {
+        fail(reply, ReplayDevice::BadPayload, "\"rate\" takes a factor, as double, float or int");
+        return;
+    }
+    if (!std::isfinite(*factor) || *factor < 0) {
+        fail(reply, ReplayDevice::BadFactor,
+             "expected a factor that is 0 or greater, found " + std::to_string(*factor));
+        return;
+    }
+    factor_ = *factor;
+    if (state_ == Device::Busy && factor_ > 0) {
+        Clock::Instant origin = clock_.now();
+        if (lastTick_) {
+            origin = std::max(origin, *lastTick_ + Beat::intervals(1, ticksPerSecond()));
+        }
+        beat_ = Beat(origin, ticksPerSecond());
+    }
+}
+
+void ReplayPlayer::status(const Request& /*request*/, Reply& reply) {
+    ReplayStatus status;
+    status.state = state_;
+    status.file = file_;
+    status.nextFrame = static_cast<int>(next_);
+    status.frameCount = static_cast<int>(frames_.size());
+    status.rate = rate_;
+    status.factor = factor_;
+    status.framesSent = framesSent_;
+    reply.setData(status);
+}
+
+bool ReplayPlayer::hasTake(Reply& reply) const {
+    if (state_ == Device::Lost) {
+        fail(reply, ReplayDevice::NoTake, "no take is open");
+        return false;
+    }
+    return true;
+}
+
+void ReplayPlayer::enter(Device::DeviceState state) {
+    if (state == state_) {
+        return;
+    }
+    state_ = state;
+    announcements_.push_back(state);
+    if (announcements_.size() > 1) {
+        return; // a listener gave the command: all of them hear of the change before it first
+    }
+    while (!announcements_.empty()) {
+        onState_(announcements_.front());
+        announcements_.pop_front();
+    }
+}
+
+} // namespace tarn::kit

@@ -1,0 +1,285 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "kit/devices/ReplayTesting.h"
+#include "support/Samples.h"
+
+#include <tarn_kit/session/RecorderNode.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <type_traits>
+
+namespace tarn::kit {
+namespace {
+
+using namespace replay_testing;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+static_assert(std::is_base_of_v<StreamNode, RecorderNode>);
+static_assert(!std::is_copy_constructible_v<RecorderNode>);
+
+constexpr int dataType = 7;
+
+FramePtr frameAt(unsigned index, int type = dataType) {
+    return std::make_shared<Frame>(Time(index, 60), type, std::any());
+}
+
+/// Something to tie a recorder to.
+class Source : public StreamNode {
+public:
+    Source() { addOFramePort(3); }
+    tsignal::Signal<FramePtr>& output() { return oFramePort(3); }
+    /// Frames with these indexes.
+    void send(std::initializer_list<unsigned> indexes) {
+        for (const unsigned index : indexes) {
+            output().emit(frameAt(index));
+        }
+    }
+};
+
+/// The indexes of the frames of a take, slot after slot.
+std::vector<unsigned> indexesOf(Tracks& take) {
+    std::vector<unsigned> indexes;
+    indexes.reserve(static_cast<std::size_t>(take.timeLength()));
+    for (int i = 0; i < take.timeLength(); ++i) {
+        indexes.push_back(take.getTrack(0)->getFrame(i)->time().frameIndex());
+    }
+    return indexes;
+}
+
+class Recorder : public ::testing::Test {
+protected:
+    Recorder() {
+        recorder_->onFull().connect([this] { ++fullCount_; });
+        EXPECT_TRUE(recorder_->tieToIFramePort(RecorderNode::framePort, source_.output()));
+    }
+    Source& source() { return source_; }
+    RecorderNode& recorder() { return *recorder_; }
+    void destroy() { recorder_.reset(); }
+    int fullCount() const { return fullCount_; }
+
+private:
+    Source source_;
+    int fullCount_ = 0;
+    std::unique_ptr<RecorderNode> recorder_ = std::make_unique<RecorderNode>(dataType, 4);
+};
+
+TEST_F(Recorder, HasOneInputPort) {
+    EXPECT_THAT(recorder().supportIFramePorts(), ElementsAre(RecorderNode::framePort));
+    EXPECT_THAT(recorder().supportOFramePorts(), IsEmpty());
+    EXPECT_EQ(recorder().dataType(), dataType);
+    EXPECT_EQ(recorder().maxFrames(), 4);
+}
+
+TEST_F(Recorder, GivesAnEmptyTakeBeforeAnythingArrived) {
+    const auto take = recorder().take();
+    EXPECT_EQ(take->trackCount(), 1);
+    EXPECT_EQ(take->getTrack(0)->dataType(), dataType);
+    EXPECT_EQ(take->getTrack(0)->frameCount(), 0);
+    EXPECT_EQ(take->timeLength(), 0);
+    EXPECT_EQ(take->fps(), 0);
+    EXPECT_EQ(take->workRangeBegin(), 0);
+    EXPECT_EQ(take->workRangeEnd(), 0);
+    EXPECT_EQ(recorder().frameCount(), 0);
+    EXPECT_FALSE(recorder().isFull());
+}
+
+TEST_F(Recorder, RecordsFramesInTheOrderInWhichTheyArrive) {
+    source().send({2, 0, 0});
+    EXPECT_EQ(recorder().frameCount(), 3);
+    const auto take = recorder().take();
+    EXPECT_THAT(indexesOf(*take), ElementsAre(2, 0, 0));
+    EXPECT_EQ(take->trackOffset(take->getTrack(0)), 0);
+    EXPECT_EQ(take->timeLength(), 3);
+    EXPECT_EQ(take->frameCount(), 3);
+    EXPECT_EQ(take->fps(), 60);
+    EXPECT_EQ(take->workRangeBegin(), 0);
+    EXPECT_EQ(take->workRangeEnd(), 2);
+}
+
+TEST_F(Recorder, SharesTheFrames) {
+    const FramePtr frame = frameAt(5);
+    source().output().emit(frame);
+    EXPECT_EQ(recorder().take()->getFrame(0, dataType), frame);
+}
+
+TEST_F(Recorder, PassesOverWhatIsNotItsDataType) {
+    source().send({0});
+    source().output().emit(frameAt(1, dataType + 1));
+    source().output().emit(std::make_shared<Frame>());
+    source().output().emit(nullptr);
+    source().send({2});
+    EXPECT_THAT(indexesOf(*recorder().take()), ElementsAre(0, 2));
+    EXPECT_EQ(recorder().foreignFrames(), 3);
+    EXPECT_EQ(recorder().lostFrames(), 0);
+}
+
+TEST_F(Recorder, RefusesFramesBeyondItsBoundAndSaysSoOnce) {
+    source().send({0, 1, 2});
+    EXPECT_FALSE(recorder().isFull());
+    source().send({3});
+    EXPECT_TRUE(recorder().isFull());
+    EXPECT_EQ(fullCount(), 0);
+    source().send({4});
+    EXPECT_EQ(fullCount(), 1);
+    source().send({5, 6});
+    EXPECT_EQ(fullCount(), 1);
+    EXPECT_EQ(recorder().lostFrames(), 3);
+    EXPECT_EQ(recorder().frameCount(), 4);
+    EXPECT_THAT(indexesOf(*recorder().take()), ElementsAre(0, 1, 2, 3));
+}
+
+TEST_F(Recorder, PassesOverOtherDataTypesWhenItIsFullToo) {
+    source().send({0, 1, 2, 3});
+    source().output().emit(frameAt(4, dataType + 1));
+    EXPECT_EQ(fullCount(), 0);
+    EXPECT_EQ(recorder().lostFrames(), 0);
+    EXPECT_EQ(recorder().foreignFrames(), 1);
+}
+
+TEST_F(Recorder, LetsGoOfWhatItRefuses) {
+    source().send({0, 1, 2, 3});
+    const FramePtr frame = frameAt(4);
+    source().output().emit(frame);
+    EXPECT_EQ(frame.use_count(), 1);
+}
+
+TEST_F(Recorder, MayHaveABoundOfNothing) {
+    RecorderNode recorder(dataType, 0);
+    int fullCount = 0;
+    recorder.onFull().connect([&] { ++fullCount; });
+    recorder.tieToIFramePort(RecorderNode::framePort, source().output());
+    EXPECT_TRUE(recorder.isFull());
+    source().send({0});
+    EXPECT_EQ(fullCount, 1);
+    EXPECT_EQ(recorder.take()->timeLength(), 0);
+}
+
+TEST_F(Recorder, StartsAfreshWhenItIsCleared) {
+    const FramePtr frame = frameAt(0);
+    source().output().emit(frame);
+    source().output().emit(nullptr);
+    source().send({1, 2, 3, 4});
+    recorder().clear();
+    EXPECT_EQ(frame.use_count(), 1);
+    EXPECT_EQ(recorder().frameCount(), 0);
+    EXPECT_EQ(recorder().lostFrames(), 0);
+    EXPECT_EQ(recorder().foreignFrames(), 0);
+    EXPECT_FALSE(recorder().isFull());
+    source().send({5, 6, 7, 8, 9});
+    EXPECT_THAT(indexesOf(*recorder().take()), ElementsAre(5, 6, 7, 8));
+    EXPECT_EQ(fullCount(), 2);
+}
+
+TEST_F(Recorder, GivesATakeThatStaysAsItIs) {
+    source().send({0, 1});
+    const auto take = recorder().take();
+    source().send({2});
+    EXPECT_THAT(indexesOf(*take), ElementsAre(0, 1));
+    recorder().clear();
+    EXPECT_THAT(indexesOf(*take), ElementsAre(0, 1));
+    take->getTrack(0)->setFrameCount(0);
+    source().send({3});
+    EXPECT_THAT(indexesOf(*recorder().take()), ElementsAre(3));
+}
+
+TEST_F(Recorder, LetsASlotOfFullTakeWhatIsThereAndClear) {
+    std::vector<std::vector<unsigned>> takes;
+    recorder().onFull().connect([&] {
+        takes.push_back(indexesOf(*recorder().take()));
+        recorder().clear();
+    });
+    source().send({0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+    EXPECT_THAT(takes, ElementsAre(ElementsAre(0, 1, 2, 3), ElementsAre(5, 6, 7, 8)));
+    EXPECT_THAT(indexesOf(*recorder().take()), ElementsAre(10));
+}
+
+TEST_F(Recorder, MayBeDestroyedWhileItIsTied) {
+    const FramePtr frame = frameAt(0);
+    source().output().emit(frame);
+    source().send({1, 2, 3});
+    destroy();
+    EXPECT_EQ(frame.use_count(), 1);
+    source().output().emit(frame);
+    source().send({4});
+    EXPECT_EQ(frame.use_count(), 1);
+    EXPECT_EQ(fullCount(), 0);
+}
+
+TEST_F(Recorder, MayBeDestroyedByASlotOfFull) {
+    int later = 0;
+    recorder().onFull().connect([this] { destroy(); });
+    recorder().onFull().connect([&] { ++later; });
+    source().send({0, 1, 2, 3, 4, 5});
+    EXPECT_EQ(fullCount(), 1);
+    EXPECT_EQ(later, 0);
+}
+
+TEST_F(Recorder, IsSilentOnceItIsDestroyedOnAnotherThread) {
+    std::thread sending([this] {
+        for (unsigned i = 0; i < 1000; ++i) {
+            source().send({i});
+        }
+    });
+    destroy();
+    const int heard = fullCount();
+    sending.join();
+    EXPECT_EQ(fullCount(), heard);
+}
+
+TEST_F(Recorder, IsReadWhileItRecords) {
+    constexpr unsigned frames = 1000;
+    RecorderNode recorder(dataType, frames / 2);
+    recorder.tieToIFramePort(RecorderNode::framePort, source().output());
+    std::thread sending([this] {
+        for (unsigned i = 0; i < frames; ++i) {
+            source().send({i});
+        }
+    });
+    while (recorder.lostFrames() < frames / 2) {
+        const auto take = recorder.take();
+        EXPECT_EQ(indexesOf(*take), upTo(static_cast<unsigned>(take->timeLength())));
+    }
+    sending.join();
+    EXPECT_EQ(indexesOf(*recorder.take()), upTo(frames / 2));
+}
+
+TEST(RecorderOfAReplay, RecordsTheTakeFrameForFrame) {
+    ReplayDevice device("replay 1");
+    RecorderNode recorder(poseDataType, 10'000);
+    recorder.tieToIFramePort(RecorderNode::framePort, device.oFramePort(ReplayDevice::posePort));
+    Heard<State> states;
+    device.onStateChanged().connect([&](State state) { states.add(state); });
+    const std::string file = tarn::testing::samplePath("cmu_131_01_walk.bvh").string();
+    const auto take =
+        device.syncRequest(std::make_shared<Request>("open", file))->dataAs<BvhTake>().tracks;
+    device.syncRequest(std::make_shared<Request>("rate", 0));
+    device.syncRequest("start");
+    states.await(3);
+
+    const auto recorded = recorder.take();
+    ASSERT_EQ(recorded->timeLength(), 994);
+    ASSERT_EQ(recorded->timeLength(), take->timeLength());
+    for (int i = 0; i < take->timeLength(); ++i) {
+        EXPECT_EQ(recorded->getFrame(i, poseDataType), take->getFrame(i, poseDataType));
+        EXPECT_EQ(recorded->getTime(i), take->getTime(i));
+    }
+    EXPECT_EQ(recorded->fps(), take->fps());
+    EXPECT_EQ(recorded->frameCount(), take->frameCount());
+    EXPECT_EQ(recorded->workRangeEnd(), take->workRangeEnd());
+    EXPECT_EQ(recorder.lostFrames() + recorder.foreignFrames(), 0);
+}
+
+#ifndef NDEBUG
+TEST(RecorderDeathTest, HasNoNegativeBound) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(RecorderNode(dataType, -1), "maxFrames");
+}
+#endif
+
+} // namespace
+} // namespace tarn::kit
