@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "Images.h"
-#include "Programs.h"
-#include "Takes.h"
-#include "Xml.h"
+#include "apps/support/Programs.h"
+#include "apps/support/Takes.h"
+#include "apps/support/Xml.h"
 
 #include <gmock/gmock.h>
 

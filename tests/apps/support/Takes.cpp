@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Takes.h"
+#include "apps/support/Takes.h"
 #include "support/Samples.h"
 
 namespace tarn::tests {

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Programs.h"
+#include "apps/support/Programs.h"
 
 #include <gmock/gmock.h>
 

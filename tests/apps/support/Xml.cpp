@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Xml.h"
+#include "apps/support/Xml.h"
 
 #include <algorithm>
 #include <array>

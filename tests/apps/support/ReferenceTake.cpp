@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "ReferenceTake.h"
+#include "apps/support/ReferenceTake.h"
 
 #include <cmath>
 #include <fstream>

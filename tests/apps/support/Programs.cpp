@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Programs.h"
+#include "apps/support/Programs.h"
 
 #include <sys/ioctl.h>
 #include <sys/wait.h>
@@ -42,6 +42,30 @@ private:
     posix_spawn_file_actions_t actions_{};
 };
 
+/// How a child begins: with the default handling of every signal and none held back, whatever the
+/// shell that started the tests had in mind for them. One that runs jobs in the background lets
+/// them ignore Ctrl-C, and a child would inherit that.
+class Beginning {
+public:
+    Beginning() {
+        posix_spawnattr_init(&attributes_);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+        sigset_t signals;
+        ::sigfillset(&signals);
+        posix_spawnattr_setsigdefault(&attributes_, &signals);
+        ::sigemptyset(&signals);
+        posix_spawnattr_setsigmask(&attributes_, &signals);
+    }
+    ~Beginning() { posix_spawnattr_destroy(&attributes_); }
+    Beginning(const Beginning&) = delete;
+    Beginning& operator=(const Beginning&) = delete;
+
+    const posix_spawnattr_t* attributes() const { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_{};
+};
+
 pid_t start(const std::string& program, const Arguments& arguments, const Streams& streams) {
     Arguments words{program};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -51,9 +75,10 @@ pid_t start(const std::string& program, const Arguments& arguments, const Stream
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
+    const Beginning beginning;
     pid_t child = 0;
-    if (posix_spawnp(&child, program.c_str(), streams.actions(), nullptr, argv.data(), environ) !=
-        0) {
+    if (posix_spawnp(&child, program.c_str(), streams.actions(), beginning.attributes(),
+                     argv.data(), environ) != 0) {
         throw std::runtime_error("cannot start " + program);
     }
     return child;

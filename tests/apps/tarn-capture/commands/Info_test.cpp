@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Programs.h"
-#include "Takes.h"
+#include "apps/support/Programs.h"
+#include "apps/support/Takes.h"
 
 #include <gmock/gmock.h>
 
