@@ -4,9 +4,9 @@
 #include "commands/ActorDocument.h"
 
 #include "support/Errors.h"
-#include "support/Text.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <charconv>
 #include <cmath>
@@ -92,17 +92,17 @@ void apply(Actor& actor, const ActorOptions& options) {
 }
 
 void show(Actor& actor, const std::string& file) {
-    fmt::print("{}\n  name        {}\n", printable(file), printable(actor.actorName()));
+    fmt::print("{}\n  name        {}\n", kit::printable(file), kit::printable(actor.actorName()));
     fmt::print("  dimensions\n");
     if (const auto group = actor.rootSettings()->subSettings(dimensionsGroup)) {
         for (const auto& [name, text] : group->values()) {
-            fmt::print("    {}  {:.6f}\n", printable(name), actor.bodyDimension(name, 0));
+            fmt::print("    {}  {:.6f}\n", kit::printable(name), actor.bodyDimension(name, 0));
         }
     }
     fmt::print("  sensor map\n");
     if (actor.rootSettings()->subSettings(sensorsGroup) != nullptr) {
         for (const auto& [name, number] : actor.sensorMap()) {
-            fmt::print("    {}  {}\n", printable(name), number);
+            fmt::print("    {}  {}\n", kit::printable(name), number);
         }
     }
 }

@@ -8,11 +8,11 @@
 #include "support/Errors.h"
 #include "support/FrameRange.h"
 #include "support/OutputFile.h"
-#include "support/Text.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <tarn_kit/body/ForwardKinematics.h>
+#include <tarn_kit/files/Text.h>
 
 #include <cmath>
 #include <iterator>
@@ -41,7 +41,7 @@ void writeCsv(OutputFile& file, const Take& take, FrameRange range) {
 Json jsonNodes(const kit::Rig& rig) {
     Json nodes = Json::array();
     for (const kit::Node& node : rig.nodes()) {
-        nodes.push_back({{"name", validUtf8(node.name)},
+        nodes.push_back({{"name", kit::validUtf8(node.name)},
                          {"parent", node.parent < 0 ? Json() : Json(node.parent)},
                          {"end_site", node.isEndSite()}});
     }

@@ -6,10 +6,10 @@
 #include "session/Take.h"
 #include "support/Errors.h"
 #include "support/SkeletonTree.h"
-#include "support/Text.h"
 
 #include <fmt/core.h>
 #include <tarn_kit/files/ReadError.h>
+#include <tarn_kit/files/Text.h>
 
 #include <cstddef>
 #include <utility>
@@ -37,18 +37,18 @@ void printGuesses(const Take& take) {
 
 void printSkeleton(const kit::Rig& rig) {
     const auto joints = static_cast<std::size_t>(rig.jointCount());
-    printFact("skeleton", fmt::format("{}, {}, {}", counted(joints, "joint"),
-                                      counted(rig.nodes().size() - joints, "end site"),
-                                      counted(rig.skeletons().size(), "root")));
+    printFact("skeleton", fmt::format("{}, {}, {}", kit::counted(joints, "joint"),
+                                      kit::counted(rig.nodes().size() - joints, "end site"),
+                                      kit::counted(rig.skeletons().size(), "root")));
     fmt::print("{}", skeletonTree(rig, "    "));
 }
 
 void printTake(const std::string& file, const Take& take) {
-    fmt::print("{}\n", printable(file));
+    fmt::print("{}\n", kit::printable(file));
     printFact("frames", std::to_string(take.frameCount()));
-    printFact("rate", counted(static_cast<std::size_t>(take.rate()), "frame") + " per second");
+    printFact("rate", kit::counted(static_cast<std::size_t>(take.rate()), "frame") + " per second");
     printLength(take);
-    printFact("body height", lengthText(take.bodyHeight(), take.unit()));
+    printFact("body height", kit::lengthText(take.bodyHeight(), take.unit()));
     printGuesses(take);
     printSkeleton(take.rig());
 }

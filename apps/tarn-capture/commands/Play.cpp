@@ -10,9 +10,9 @@
 #include "support/Errors.h"
 #include "support/OutputFile.h"
 #include "support/ProgressBar.h"
-#include "support/Text.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -67,8 +67,8 @@ int play(const PlayOptions& options) {
     pngFile.commit();
     svgFile.commit();
     const auto steps = static_cast<std::size_t>(playback.stepCount());
-    fmt::print("{} shown, {:.3f} s at {} per second: {}, {}\n", counted(steps, "frame"),
-               take.duration(), rate, printable(png.string()), printable(svg.string()));
+    fmt::print("{} shown, {:.3f} s at {} per second: {}, {}\n", kit::counted(steps, "frame"),
+               take.duration(), rate, kit::printable(png.string()), kit::printable(svg.string()));
     return exitSuccess;
 }
 

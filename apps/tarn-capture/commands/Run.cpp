@@ -10,10 +10,10 @@
 #include "support/Errors.h"
 #include "support/Interrupt.h"
 #include "support/ProgressBar.h"
-#include "support/Text.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <cmath>
@@ -64,8 +64,8 @@ bool calibrate(Session& session, const RunOptions& options, const Interrupt& int
     if (frames == 0) {
         return true;
     }
-    announce(
-        fmt::format("calibrating over {}", counted(static_cast<std::size_t>(frames), "frame")));
+    announce(fmt::format("calibrating over {}",
+                         kit::counted(static_cast<std::size_t>(frames), "frame")));
     ProgressBar bar(stderr, frames);
     return session.calibrate(frames, options.realtime, interrupt, [&bar] { bar.advance(); });
 }
@@ -73,7 +73,7 @@ bool calibrate(Session& session, const RunOptions& options, const Interrupt& int
 /// False if a stop was requested.
 bool play(Session& session, const RunOptions& options, const Interrupt& interrupt) {
     announce(fmt::format("playing {}",
-                         counted(static_cast<std::size_t>(session.frameCount()), "frame")));
+                         kit::counted(static_cast<std::size_t>(session.frameCount()), "frame")));
     ProgressBar bar(stderr, std::max(session.frameCount(), 1));
     return session.play(options.realtime, interrupt, [&bar] { bar.advance(); });
 }
@@ -101,7 +101,7 @@ public:
         write(complete);
         printSummary(session_, options_.realtime);
         fmt::print("pictures drawn in {:.3f} s; {} written to {}\n", files_.drawing(),
-                   counted(files_.written().size(), "file"), printable(options_.out));
+                   kit::counted(files_.written().size(), "file"), kit::printable(options_.out));
         if (!complete) {
             reportError(fmt::format("interrupted after {} of {} frames; what was recorded is kept "
                                     "in {}, marked as not complete",

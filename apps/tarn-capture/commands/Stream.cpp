@@ -7,10 +7,10 @@
 #include "session/Take.h"
 #include "support/Errors.h"
 #include "support/ProgressBar.h"
-#include "support/Text.h"
 
 #include <fmt/format.h>
 #include <tarn_kit/devices/ReplayDevice.h>
+#include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/RecorderNode.h>
 
 #include <algorithm>
@@ -138,7 +138,7 @@ int framesToStream(const StreamOptions& options, const Take& take) {
     if (options.frames && *options.frames > take.frameCount()) {
         throw UsageError(
             fmt::format("--frames {} is more than the take has ({})", *options.frames,
-                        counted(static_cast<std::size_t>(take.frameCount()), "frame")));
+                        kit::counted(static_cast<std::size_t>(take.frameCount()), "frame")));
     }
     return options.frames.value_or(take.frameCount());
 }
@@ -175,8 +175,8 @@ int stream(const StreamOptions& options) {
     }
 
     const auto streamed = static_cast<std::size_t>(recorder.frameCount());
-    fmt::print("{}\n", printable(options.take));
-    fmt::print("  streamed  {} of {}\n", counted(streamed, "frame"), take.frameCount());
+    fmt::print("{}\n", kit::printable(options.take));
+    fmt::print("  streamed  {} of {}\n", kit::counted(streamed, "frame"), take.frameCount());
     fmt::print("  lost      {}\n",
                static_cast<std::int64_t>(count) - recorder.frameCount() + recorder.lostFrames());
     fmt::print("  duration  {:.3f} s\n",

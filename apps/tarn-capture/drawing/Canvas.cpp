@@ -3,9 +3,8 @@
 
 #include "drawing/Canvas.h"
 
-#include "support/Text.h"
-
 #include <cairo.h>
+#include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -116,10 +115,10 @@ double Canvas::textWidth(const std::string& text, Font font) {
 
 std::string Canvas::fitted(const std::string& text, Font font, double width) {
     constexpr std::size_t mostCharacters = 200; // more never fit, and measuring them costs time
-    std::string result = shortened(text, mostCharacters);
+    std::string result = kit::shortened(text, mostCharacters);
     for (std::size_t length = mostCharacters; length > 1 && textWidth(result, font) > width;
          --length) {
-        result = shortened(text, length);
+        result = kit::shortened(text, length);
     }
     return result;
 }

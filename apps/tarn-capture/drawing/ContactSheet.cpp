@@ -7,9 +7,9 @@
 #include "drawing/Motion.h"
 #include "drawing/PageHead.h"
 #include "drawing/RootPath.h"
-#include "support/Text.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <memory>
 #include <string>
@@ -31,9 +31,9 @@ constexpr Font footFont{17};
 std::string factsOf(const Take& take) {
     const auto joints = static_cast<std::size_t>(take.rig().jointCount());
     return fmt::format("{} at {} per second, {:.3f} s; {}; body height {}",
-                       counted(static_cast<std::size_t>(take.frameCount()), "frame"), take.rate(),
-                       take.duration(), counted(joints, "joint"),
-                       lengthText(take.bodyHeight(), take.unit()));
+                       kit::counted(static_cast<std::size_t>(take.frameCount()), "frame"),
+                       take.rate(), take.duration(), kit::counted(joints, "joint"),
+                       kit::lengthText(take.bodyHeight(), take.unit()));
 }
 
 /// The content of the page. Not to be moved: its parts refer to each other.

@@ -52,8 +52,8 @@ double shortestSpan(double bodyHeight, const Range& x, const Range& z) {
 
 } // namespace
 
-GroundPlan::GroundPlan(const std::vector<Vector3f>& positions, double bodyHeight, LengthUnit unit,
-                       double width)
+GroundPlan::GroundPlan(const std::vector<Vector3f>& positions, double bodyHeight,
+                       kit::LengthUnit unit, double width)
     : unit_(std::move(unit)), width_(width) {
     Range x;
     Range z;

@@ -4,9 +4,9 @@
 #pragma once
 
 #include "drawing/Canvas.h"
-#include "support/LengthUnit.h"
 
 #include <tarn/Rotation.h>
+#include <tarn_kit/body/LengthUnit.h>
 
 #include <string>
 #include <vector>
@@ -18,7 +18,7 @@ namespace tarn::capture {
 class GroundPlan {
 public:
     /// Shows all of `positions` that are finite, but the sway of a body that stands stays small.
-    GroundPlan(const std::vector<Vector3f>& positions, double bodyHeight, LengthUnit unit,
+    GroundPlan(const std::vector<Vector3f>& positions, double bodyHeight, kit::LengthUnit unit,
                double width);
 
     /// In pixels, all included.
@@ -46,7 +46,7 @@ private:
     void drawGrid(Canvas& canvas, const Box& plot) const;
     void drawAxisNames(Canvas& canvas, const Box& plot) const;
 
-    LengthUnit unit_;
+    kit::LengthUnit unit_;
     double width_;
     bool zToTheRight_; ///< then X points up; otherwise X to the right and Z down
     Place centre_{0, 0};

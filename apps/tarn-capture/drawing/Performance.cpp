@@ -3,10 +3,9 @@
 
 #include "drawing/Performance.h"
 
-#include "support/Text.h"
-
 #include <fmt/format.h>
 #include <tarn_kit/body/BodyPose.h>
+#include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <any>
@@ -44,8 +43,8 @@ double bodyHeightOf(const std::vector<Performance>& performances) {
     return static_cast<double>(std::min(height, std::numeric_limits<float>::max()));
 }
 
-LengthUnit unitOf(const std::vector<Performance>& performances) {
-    return performances.empty() ? LengthUnit{"unit", ""} : performances.front().unit;
+kit::LengthUnit unitOf(const std::vector<Performance>& performances) {
+    return performances.empty() ? kit::LengthUnit{"unit", ""} : performances.front().unit;
 }
 
 std::string namesText(const std::vector<Performance>& performances) {
@@ -59,8 +58,8 @@ std::string namesText(const std::vector<Performance>& performances) {
 std::string factsText(const std::vector<Performance>& performances, int rate) {
     const int frames = frameCountOf(performances);
     return fmt::format("{}; {} at {} per second, {:.3f} s",
-                       counted(performances.size(), "performer"),
-                       counted(static_cast<std::size_t>(frames), "frame"), rate,
+                       kit::counted(performances.size(), "performer"),
+                       kit::counted(static_cast<std::size_t>(frames), "frame"), rate,
                        static_cast<double>(frames) / rate);
 }
 

@@ -3,10 +3,9 @@
 
 #pragma once
 
-#include "support/LengthUnit.h"
-
 #include <tarn/Rotation.h>
 #include <tarn/Tracks.h>
+#include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/body/Rig.h>
 
 #include <memory>
@@ -21,7 +20,7 @@ struct Performance {
     std::shared_ptr<const kit::Rig> rig;
     /// Frames of `kit::bodyDataType`, by their index in the session; slots may be empty.
     std::shared_ptr<Tracks> solved;
-    LengthUnit unit;
+    kit::LengthUnit unit;
 };
 
 /// Where the nodes of the rig are at a frame of the session; nothing if no body is there, or one of
@@ -33,7 +32,7 @@ int frameCountOf(const std::vector<Performance>& performances);
 /// How high the tallest rig is, finite.
 double bodyHeightOf(const std::vector<Performance>& performances);
 /// All performers share one space: the unit of the first one.
-LengthUnit unitOf(const std::vector<Performance>& performances);
+kit::LengthUnit unitOf(const std::vector<Performance>& performances);
 
 /// The performers' names in one line, for the head of a page.
 std::string namesText(const std::vector<Performance>& performances);

@@ -4,9 +4,9 @@
 #include "drawing/RootPath.h"
 
 #include "drawing/PathLabels.h"
-#include "support/Text.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <vector>
 
@@ -32,7 +32,7 @@ RootPath::RootPath(const Take& take, const Motion& motion, double width)
 double RootPath::height() const { return plan_.height(); }
 
 void RootPath::draw(Canvas& canvas, Point corner) const {
-    const std::string root = printable(take_.rig().nodes().front().name);
+    const std::string root = kit::printable(take_.rig().nodes().front().name);
     plan_.draw(canvas, corner, fmt::format("Path of {}, seen from above", root));
     drawMarks(canvas, plan_.plot(corner));
     plan_.drawFrame(canvas, corner);

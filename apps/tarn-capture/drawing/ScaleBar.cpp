@@ -28,7 +28,7 @@ std::vector<double> multiplesOf(double step, double least, double most) {
 }
 
 void drawScaleBar(Canvas& canvas, Point rightEnd, double width, double scale,
-                  const LengthUnit& unit) {
+                  const kit::LengthUnit& unit) {
     const double length = roundLength(width / scale);
     const double pixels = length * scale;
     const Point leftEnd{rightEnd.x - pixels, rightEnd.y};
@@ -37,7 +37,7 @@ void drawScaleBar(Canvas& canvas, Point rightEnd, double width, double scale,
     for (const Point& end : {leftEnd, rightEnd}) {
         canvas.line({end.x, end.y - tick}, {end.x, end.y + tick}, 2.5, colours::ink);
     }
-    canvas.text({rightEnd.x - pixels / 2, rightEnd.y - 12}, lengthText(length, unit), {18},
+    canvas.text({rightEnd.x - pixels / 2, rightEnd.y - 12}, kit::lengthText(length, unit), {18},
                 Align::centre, colours::ink);
 }
 

@@ -4,7 +4,8 @@
 #pragma once
 
 #include "drawing/Canvas.h"
-#include "support/LengthUnit.h"
+
+#include <tarn_kit/body/LengthUnit.h>
 
 #include <vector>
 
@@ -21,6 +22,6 @@ std::vector<double> multiplesOf(double step, double least, double most);
 /// Draws a bar of a round length with its length written above it. `scale` is in pixels per unit;
 /// the bar is at most `width` pixels wide and ends at `rightEnd`.
 void drawScaleBar(Canvas& canvas, Point rightEnd, double width, double scale,
-                  const LengthUnit& unit);
+                  const kit::LengthUnit& unit);
 
 } // namespace tarn::capture

@@ -4,7 +4,8 @@
 #include "drawing/TrackedJoints.h"
 
 #include "drawing/StickFigure.h"
-#include "support/Text.h"
+
+#include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <array>
@@ -79,7 +80,7 @@ std::vector<TrackedJoint> chainEnds(const Nodes& nodes) {
     std::vector<TrackedJoint> ends;
     for (std::size_t i = 0; i < nodes.size() && ends.size() < endStyles.size(); ++i) {
         if (!isParent[i] && nodes[i].parent >= 0) {
-            ends.push_back({printable(nodes[i].name), i, endStyles.at(ends.size())});
+            ends.push_back({kit::printable(nodes[i].name), i, endStyles.at(ends.size())});
         }
     }
     return ends;
@@ -100,7 +101,7 @@ std::vector<TrackedJoint> trackedJoints(const kit::Rig& rig) {
         joints.begin(), joints.end(), [](const TrackedJoint& joint) { return joint.node == 0; });
     if (!rootIsTracked) {
         joints.insert(joints.begin(),
-                      {"root (" + printable(nodes.front().name) + ")", 0, rootStyle});
+                      {"root (" + kit::printable(nodes.front().name) + ")", 0, rootStyle});
     }
     return joints;
 }

@@ -3,10 +3,9 @@
 
 #include "session/PositionsCsv.h"
 
-#include "support/Text.h"
-
 #include <fmt/compile.h>
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <iterator>
 
@@ -28,12 +27,12 @@ std::string csvField(const std::string& text) {
 
 } // namespace
 
-std::string csvHeader(const kit::Rig& rig, const LengthUnit& unit) {
+std::string csvHeader(const kit::Rig& rig, const kit::LengthUnit& unit) {
     std::string line = "frame,time [s]";
     for (const kit::Node& node : rig.nodes()) {
         for (const char axis : {'x', 'y', 'z'}) {
-            line +=
-                "," + csvField(fmt::format("{}.{} [{}]", validUtf8(node.name), axis, unit.symbol));
+            line += "," + csvField(fmt::format("{}.{} [{}]", kit::validUtf8(node.name), axis,
+                                               unit.symbol));
         }
     }
     return line + "\n";

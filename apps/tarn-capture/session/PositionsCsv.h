@@ -3,10 +3,9 @@
 
 #pragma once
 
-#include "support/LengthUnit.h"
-
 #include <fmt/format.h>
 #include <tarn/Rotation.h>
+#include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/body/Rig.h>
 
 #include <string>
@@ -17,7 +16,7 @@ namespace tarn::capture {
 // A table of where every node of a rig is, frame by frame: frame, time, then x, y and z of each
 // node. Numbers are written with the fewest digits that read back to the same value.
 
-std::string csvHeader(const kit::Rig& rig, const LengthUnit& unit);
+std::string csvHeader(const kit::Rig& rig, const kit::LengthUnit& unit);
 
 /// One line of the table, to which the nodes are added in order.
 class CsvRow {

@@ -3,9 +3,8 @@
 
 #include "session/Session.h"
 
-#include "support/Text.h"
-
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -18,7 +17,7 @@ namespace {
 
 /// The name of a take's file, with a number added where another performer has it already.
 std::string uniqueName(const std::string& file, std::set<std::string>& taken) {
-    const std::string stem = printable(std::filesystem::path(file).stem().string());
+    const std::string stem = kit::printable(std::filesystem::path(file).stem().string());
     std::string name = stem;
     for (int i = 2; !taken.insert(name).second; ++i) {
         name = fmt::format("{}-{}", stem, i);

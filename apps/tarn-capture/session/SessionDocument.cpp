@@ -3,9 +3,8 @@
 
 #include "session/SessionDocument.h"
 
-#include "support/Text.h"
-
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <memory>
 
@@ -48,7 +47,7 @@ void describeDimensions(Settings& character, const kit::BodyDimensionCalibrator&
     lengths.insert(lengths.begin(), dimensions.height());
     for (const kit::MeasuredLength& length : lengths) {
         const auto entry = std::make_shared<Settings>();
-        entry->setValue("Name", printable(length.name));
+        entry->setValue("Name", kit::printable(length.name));
         put(*entry, "Mean", length.mean);
         put(*entry, "Spread", length.spread);
         const std::string key = fmt::format("Dimensions.Length{}", &length - lengths.data() + 1);
@@ -60,7 +59,7 @@ void describe(Performer& performer, bool paced) {
     Character& character = performer.character();
     const PerformerStatistics& statistics = performer.statistics();
     character.setValue("Name", character.characterName());
-    character.setValue("Take", printable(performer.file()));
+    character.setValue("Take", kit::printable(performer.file()));
     put(character, "FramesIn", statistics.framesIn);
     put(character, "FramesOut", statistics.framesOut);
     put(character, "FramesLost", statistics.framesExpected - statistics.framesIn);

@@ -3,9 +3,8 @@
 
 #include "session/SessionSummary.h"
 
-#include "support/Text.h"
-
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <string>
 #include <utility>
@@ -35,8 +34,8 @@ std::string clockText(const kit::ClockCalibrator& clock, bool paced) {
                        quality.missing, clock.isTrusted() ? "trusted" : "not trusted");
 }
 
-std::string lengthWithSpread(const kit::MeasuredLength& length, const LengthUnit& unit) {
-    return fmt::format("{} ± {:.2g}", lengthText(length.mean, unit), length.spread);
+std::string lengthWithSpread(const kit::MeasuredLength& length, const kit::LengthUnit& unit) {
+    return fmt::format("{} ± {:.2g}", kit::lengthText(length.mean, unit), length.spread);
 }
 
 /// Without the blanks that fill its last column.
@@ -44,7 +43,7 @@ void printLine(const std::string& line) {
     fmt::print("  {}\n", line.substr(0, line.find_last_not_of(' ') + 1));
 }
 
-void printDimensions(const kit::BodyDimensionCalibrator& dimensions, const LengthUnit& unit) {
+void printDimensions(const kit::BodyDimensionCalibrator& dimensions, const kit::LengthUnit& unit) {
     if (dimensions.collectedFrames() == 0) {
         printFact("dimensions", "not measured");
         return;
@@ -53,11 +52,11 @@ void printDimensions(const kit::BodyDimensionCalibrator& dimensions, const Lengt
     printFact(
         "dimensions",
         fmt::format("mean ± spread over {}",
-                    counted(static_cast<std::size_t>(dimensions.collectedFrames()), "frame")));
+                    kit::counted(static_cast<std::size_t>(dimensions.collectedFrames()), "frame")));
     std::string line;
     std::size_t column = 0;
     for (const kit::MeasuredLength& length : dimensions.segments()) {
-        line += fmt::format("  {:<16} {:<22}", shortened(printable(length.name), 16),
+        line += fmt::format("  {:<16} {:<22}", kit::shortened(kit::printable(length.name), 16),
                             lengthWithSpread(length, unit));
         if (++column % columns == 0) {
             printLine(std::exchange(line, {}));

@@ -3,9 +3,8 @@
 
 #include "session/Take.h"
 
-#include "support/Text.h"
-
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <limits>
@@ -15,9 +14,9 @@ namespace tarn::capture {
 
 Take::Take(const std::filesystem::path& file) : Take(kit::readBvh(file)) {}
 
-Take::Take(kit::BvhTake data) : data_(std::move(data)), unit_(guessLengthUnit(bodyHeight())) {}
+Take::Take(kit::BvhTake data) : data_(std::move(data)), unit_(kit::guessLengthUnit(bodyHeight())) {}
 
-std::string Take::name() const { return printable(data_.tracks->tracksName()); }
+std::string Take::name() const { return kit::printable(data_.tracks->tracksName()); }
 
 double Take::secondsAt(int frame) const { return static_cast<double>(frame) / rate(); }
 
@@ -26,7 +25,7 @@ double Take::bodyHeight() const {
 }
 
 std::vector<std::string> Take::guesses() const {
-    std::vector<std::string> guesses{"Y is up", describeGuess(unit_, bodyHeight())};
+    std::vector<std::string> guesses{"Y is up", kit::describeGuess(unit_, bodyHeight())};
     if (data_.rateRounded) {
         guesses.push_back(fmt::format("the rate is {} frames per second, rounded from {:.3f}: the "
                                       "file says {} s from frame to frame",

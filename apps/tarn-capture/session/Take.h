@@ -3,8 +3,7 @@
 
 #pragma once
 
-#include "support/LengthUnit.h"
-
+#include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/files/Bvh.h>
 
 #include <cstddef>
@@ -41,7 +40,7 @@ public:
 
     /// In the take's unit of length, in its rest pose; finite, whatever the file says.
     double bodyHeight() const;
-    const LengthUnit& unit() const { return unit_; }
+    const kit::LengthUnit& unit() const { return unit_; }
     /// What the file leaves open and how it was settled, one sentence each.
     std::vector<std::string> guesses() const;
 
@@ -52,7 +51,7 @@ public:
 
 private:
     kit::BvhTake data_;
-    LengthUnit unit_;
+    kit::LengthUnit unit_;
 };
 
 } // namespace tarn::capture

@@ -3,9 +3,8 @@
 
 #include "support/Errors.h"
 
-#include "support/Text.h"
-
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <cstdio>
 
@@ -14,7 +13,7 @@ namespace tarn::capture {
 void reportError(std::string_view reason) {
     std::fflush(stdout); // on a terminal, what was printed before comes before
     // Nobody is left to tell when this fails.
-    std::fputs(fmt::format("tarn-capture: {}\n", printable(reason)).c_str(), stderr);
+    std::fputs(fmt::format("tarn-capture: {}\n", kit::printable(reason)).c_str(), stderr);
 }
 
 } // namespace tarn::capture

@@ -4,7 +4,6 @@
 #include "support/FrameRange.h"
 
 #include "support/Errors.h"
-#include "support/Text.h"
 
 #include <fmt/format.h>
 

@@ -3,9 +3,8 @@
 
 #include "support/SkeletonTree.h"
 
-#include "support/Text.h"
-
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <cstddef>
 #include <vector>
@@ -33,7 +32,7 @@ std::string describeChannels(const std::vector<kit::Channel>& channels) {
 }
 
 std::string describe(const kit::Node& node) {
-    const std::string name = printable(node.name);
+    const std::string name = kit::printable(node.name);
     if (node.isEndSite()) {
         return name + "  (end site)";
     }

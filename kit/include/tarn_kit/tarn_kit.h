@@ -9,11 +9,13 @@
 #include <tarn_kit/Export.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/ForwardKinematics.h>
+#include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/body/Rig.h>
 #include <tarn_kit/devices/Clock.h>
 #include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/ReadError.h>
+#include <tarn_kit/files/Text.h>
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>
 #include <tarn_kit/processing/ClockCalibrator.h>
 #include <tarn_kit/processing/ForwardKinematicsSolver.h>

@@ -3,6 +3,8 @@
 
 #include "files/XmlName.h"
 
+#include "files/Utf8.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -46,45 +48,19 @@ bool isStart(std::uint32_t character) {
     return isIn(starts, character) || (character >= 0x10000 && character <= 0xEFFFF);
 }
 
-/// The first character of a text.
-struct Character {
-    std::uint32_t code;
-    std::size_t length; ///< in bytes; 1, with a code of 0, for what is no UTF-8
-};
-
-Character firstOf(std::string_view text) {
-    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const std::uint32_t lead = byte(0);
-    if (lead < 0x80) {
-        return {lead, 1};
-    }
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    constexpr std::array<std::uint32_t, 5> least{0, 0, 0x80, 0x800, 0x10000};
-    constexpr Character broken{0, 1};
-    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
-        return broken;
-    }
-    std::uint32_t code = lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0U) != 0x80U) {
-            return broken;
-        }
-        code = code << 6U | (byte(i) & 0x3FU);
-    }
-    return code < least[length] ? broken : Character{code, length};
-}
-
 } // namespace
 
 std::string xmlName(std::string_view text) {
     std::string name;
-    if (text.empty() || (!isStart(firstOf(text).code) && isIn(others, firstOf(text).code))) {
+    const std::uint32_t first = text.empty() ? 0 : codePoint(firstCharacter(text));
+    if (text.empty() || (!isStart(first) && isIn(others, first))) {
         name = "_";
     }
     while (!text.empty()) {
-        const auto [code, length] = firstOf(text);
-        name += isStart(code) || isIn(others, code) ? std::string(text.substr(0, length)) : "_";
-        text.remove_prefix(length);
+        const std::string_view character = firstCharacter(text);
+        const std::uint32_t code = codePoint(character);
+        name += isStart(code) || isIn(others, code) ? character : "_";
+        text.remove_prefix(std::max<std::size_t>(character.size(), 1));
     }
     return name;
 }

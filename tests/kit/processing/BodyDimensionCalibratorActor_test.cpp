@@ -173,6 +173,30 @@ TEST(BodyDimensionCalibratorActor, GetsDimensionsUnderNamesThatADocumentCarries)
     EXPECT_EQ(loaded.bodyDimensionSettings()->values().size(), 7U);
 }
 
+TEST(BodyDimensionCalibratorActor, GetsDimensionsUnderNamesInAnyScript) {
+    // Letters of three and four bytes, at the start, inside and at the end; and one cut off.
+    const std::vector<std::string> names{"\xE5\xB7\xA6", "Arm\xE6\x89\x8B", "\xF0\xA0\xAE\xB7Knie",
+                                         "Fu\xF0\xA0\xAE\xB7", "x\xF0\xA0\xAE"};
+    const auto rig = std::make_shared<Rig>();
+    rig->addJoint("Hips", -1, {}, {});
+    for (const std::string& name : names) {
+        rig->addJoint(name, 0, {0, static_cast<float>(rig->nodes().size()), 0}, {});
+    }
+    Studio studio;
+    ForwardKinematicsSolver solver("solver", rig);
+    studio.calibrator.setSolver(&solver);
+    studio.calibrator.start();
+    solver.addInput(poseFrame(0, {}));
+    ASSERT_TRUE(solver.evaluate());
+    studio.flush(0);
+    studio.calibrator.finish();
+    studio.calibrator.setSolver(&studio.solver);
+    for (std::size_t i = 0; i + 1 < names.size(); ++i) {
+        EXPECT_FLOAT_EQ(studio.dimension(names[i]), static_cast<float>(i + 1)) << names[i];
+    }
+    EXPECT_FLOAT_EQ(studio.dimension("x___"), 5);
+}
+
 /// A character that plays a take, whose host feeds and evaluates a solver on each frame.
 struct Session {
     explicit Session(const BvhTake& sample) : take(sample), solver("solver", sample.rig) {

@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "support/LengthUnit.h"
-
-#include <fmt/format.h>
+#include <tarn_kit/body/LengthUnit.h>
 
 #include <array>
+#include <charconv>
 
-namespace tarn::capture {
+namespace tarn::kit {
 
 namespace {
 
@@ -24,6 +23,14 @@ constexpr std::array<PlausibleHeights, 4> plausibleHeights{{
     {"mm", "millimetres", 1200, 2300},
 }};
 
+/// In four significant digits, with a point whatever the locale.
+std::string numberText(double number) {
+    std::array<char, 32> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number,
+                                   std::chars_format::general, 4);
+    return {text.data(), end.ptr};
+}
+
 } // namespace
 
 LengthUnit guessLengthUnit(double bodyHeight) {
@@ -36,18 +43,18 @@ LengthUnit guessLengthUnit(double bodyHeight) {
 }
 
 std::string describeGuess(const LengthUnit& unit, double bodyHeight) {
+    const std::string height = numberText(bodyHeight);
     if (unit.known()) {
-        return fmt::format("lengths are in {}: the body is {:.4g} high", unit.name, bodyHeight);
+        return "lengths are in " + unit.name + ": the body is " + height + " high";
     }
-    return fmt::format("lengths are in a unit of the take's own: a body {:.4g} high fits none of "
-                       "metres, centimetres, millimetres, inches",
-                       bodyHeight);
+    return "lengths are in a unit of the take's own: a body " + height +
+           " high fits none of metres, centimetres, millimetres, inches";
 }
 
 std::string lengthText(double length, const LengthUnit& unit) {
-    const std::string number = fmt::format("{:.4g}", length);
+    const std::string number = numberText(length);
     const bool plural = !unit.known() && number != "1";
-    return fmt::format("{} {}{}", number, unit.symbol, plural ? "s" : "");
+    return number + " " + unit.symbol + (plural ? "s" : "");
 }
 
-} // namespace tarn::capture
+} // namespace tarn::kit
