@@ -7,10 +7,14 @@
 
 #include <tarn/tarn.h>
 #include <tarn_kit/Export.h>
+#include <tarn_kit/body/Analog.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/ForwardKinematics.h>
 #include <tarn_kit/body/LengthUnit.h>
+#include <tarn_kit/body/Markers.h>
 #include <tarn_kit/body/Rig.h>
+#include <tarn_kit/body/RigidBodies.h>
+#include <tarn_kit/body/SharedArray.h>
 #include <tarn_kit/devices/Clock.h>
 #include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Bvh.h>
