@@ -165,7 +165,7 @@ Place placeOf(const Joint& joint, const float* value) {
 
 struct HandWritten {
     explicit HandWritten(const kit::Rig& rig) : places(rig.nodes().size()) {
-        for (const kit::Node& node : rig.nodes()) {
+        for (const kit::RigNode& node : rig.nodes()) {
             Joint joint{node.parent, {}, static_cast<int>(node.channels.size()), {}};
             joint.offset = {static_cast<double>(node.offset.x), static_cast<double>(node.offset.y),
                             static_cast<double>(node.offset.z)};

@@ -40,7 +40,7 @@ void writeCsv(OutputFile& file, const Take& take, FrameRange range) {
 
 Json jsonNodes(const kit::Rig& rig) {
     Json nodes = Json::array();
-    for (const kit::Node& node : rig.nodes()) {
+    for (const kit::RigNode& node : rig.nodes()) {
         nodes.push_back({{"name", kit::validUtf8(node.name)},
                          {"parent", node.parent < 0 ? Json() : Json(node.parent)},
                          {"end_site", node.isEndSite()}});

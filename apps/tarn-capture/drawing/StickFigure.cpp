@@ -45,9 +45,9 @@ bool namesSide(std::string_view name, const std::string& word) {
 }
 
 /// The side of each node, in order; inherited where the name gives none.
-std::vector<Side> sidesOf(const std::vector<kit::Node>& nodes) {
+std::vector<Side> sidesOf(const std::vector<kit::RigNode>& nodes) {
     std::vector<Side> sides;
-    for (const kit::Node& node : nodes) {
+    for (const kit::RigNode& node : nodes) {
         const Side named = node.isEndSite() ? Side::centre : sideOf(node.name);
         const bool inherits = named == Side::centre && node.parent >= 0;
         sides.push_back(inherits ? sides[static_cast<std::size_t>(node.parent)] : named);
@@ -82,7 +82,7 @@ Colour colourOf(Side side) {
 }
 
 StickFigure::StickFigure(const kit::Rig& rig) {
-    const std::vector<kit::Node>& nodes = rig.nodes();
+    const std::vector<kit::RigNode>& nodes = rig.nodes();
     const std::vector<Side> sides = sidesOf(nodes);
     std::vector<bool> belongsToHead(nodes.size(), false);
     for (std::size_t i = 0; i < nodes.size(); ++i) {

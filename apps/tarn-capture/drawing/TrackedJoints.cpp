@@ -18,7 +18,7 @@ namespace tarn::capture {
 
 namespace {
 
-using Nodes = std::vector<kit::Node>;
+using Nodes = std::vector<kit::RigNode>;
 
 constexpr CurveStyle headStyle{colours::ink, 2.5, CurveSign::none};
 constexpr CurveStyle rootStyle{colours::path, 5, CurveSign::none};
@@ -72,7 +72,7 @@ std::vector<TrackedJoint> namedParts(const Nodes& nodes) {
 /// Nodes without children, but no roots.
 std::vector<TrackedJoint> chainEnds(const Nodes& nodes) {
     std::vector<bool> isParent(nodes.size(), false);
-    for (const kit::Node& node : nodes) {
+    for (const kit::RigNode& node : nodes) {
         if (node.parent >= 0) {
             isParent[static_cast<std::size_t>(node.parent)] = true;
         }

@@ -29,7 +29,7 @@ std::string csvField(const std::string& text) {
 
 std::string csvHeader(const kit::Rig& rig, const kit::LengthUnit& unit) {
     std::string line = "frame,time [s]";
-    for (const kit::Node& node : rig.nodes()) {
+    for (const kit::RigNode& node : rig.nodes()) {
         for (const char axis : {'x', 'y', 'z'}) {
             line += "," + csvField(fmt::format("{}.{} [{}]", kit::validUtf8(node.name), axis,
                                                unit.symbol));

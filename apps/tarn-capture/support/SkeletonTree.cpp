@@ -31,7 +31,7 @@ std::string describeChannels(const std::vector<kit::Channel>& channels) {
     return text;
 }
 
-std::string describe(const kit::Node& node) {
+std::string describe(const kit::RigNode& node) {
     const std::string name = kit::printable(node.name);
     if (node.isEndSite()) {
         return name + "  (end site)";
@@ -52,7 +52,7 @@ std::string skeletonTree(const kit::Rig& rig, const std::string& margin) {
     std::string text;
     std::vector<int> levels;
     levels.reserve(rig.nodes().size());
-    for (const kit::Node& node : rig.nodes()) {
+    for (const kit::RigNode& node : rig.nodes()) {
         levels.push_back(node.parent < 0 ? 0 : levels[static_cast<std::size_t>(node.parent)] + 1);
         text += margin + indent(levels.back()) + describe(node) + "\n";
     }

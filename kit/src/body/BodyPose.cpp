@@ -31,7 +31,7 @@ bool turnsAbout(const RotationOrder& order, std::size_t axis) {
     return std::find(order.axes.begin(), end, axis) != end;
 }
 
-RotationOrder orderOf(const Node& node) {
+RotationOrder orderOf(const RigNode& node) {
     RotationOrder order;
     for (const Channel channel : node.channels) {
         if (isPosition(channel)) {
@@ -130,7 +130,7 @@ Transform relativeTo(const Transform& parent, const Transform& child) {
 }
 
 /// Writes the node's values, given where it is relative to its parent.
-void setValues(const Node& node, const Transform& local, float* value) {
+void setValues(const RigNode& node, const Transform& local, float* value) {
     const Vector angles = anglesOf(local.rotation, orderOf(node));
     Vector position = local.position - toVector(node.offset);
     std::size_t nextAngle = 0;
@@ -153,7 +153,7 @@ Pose poseOf(const Rig& rig, const BodyPose& body) {
     Transforms world;
     world.reserve(body.segments.size());
     for (const Segment& segment : body.segments) {
-        const Node& node = rig.nodes()[world.size()];
+        const RigNode& node = rig.nodes()[world.size()];
         world.push_back(transformOf(segment));
         const Transform parent =
             node.parent < 0 ? Transform() : world[static_cast<std::size_t>(node.parent)];

@@ -41,7 +41,7 @@ void turn(Rotation& rotation, std::size_t axis, double degrees) {
 }
 
 /// Positions count along the parent's axes, wherever in the list of channels they stand.
-Transform localOf(const Node& node, const float* value) {
+Transform localOf(const RigNode& node, const float* value) {
     Transform local;
     local.position = toVector(node.offset);
     for (const Channel channel : node.channels) {
@@ -59,7 +59,7 @@ Transform localOf(const Node& node, const float* value) {
 
 void setLocal(const Rig& rig, const Pose& pose, Transforms& transforms) {
     assert(pose.values.size() == rig.valueCount());
-    const std::vector<Node>& nodes = rig.nodes();
+    const std::vector<RigNode>& nodes = rig.nodes();
     transforms.resize(nodes.size());
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         transforms[i] = localOf(nodes[i], pose.values.data() + nodes[i].firstValue);
@@ -67,7 +67,7 @@ void setLocal(const Rig& rig, const Pose& pose, Transforms& transforms) {
 }
 
 void makeWorld(const Rig& rig, Transforms& transforms) {
-    const std::vector<Node>& nodes = rig.nodes();
+    const std::vector<RigNode>& nodes = rig.nodes();
     assert(transforms.size() == nodes.size());
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         if (nodes[i].parent >= 0) {

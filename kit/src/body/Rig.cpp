@@ -12,14 +12,14 @@
 namespace tarn::kit {
 
 struct Rig::PrivateData {
-    std::vector<Node> nodes;
+    std::vector<RigNode> nodes;
     std::vector<std::unique_ptr<Bone>> bones;
     std::vector<std::unique_ptr<Skeleton>> skeletons;
     std::size_t valueCount = 0;
 
     bool isJoint(int index) const;
-    Node& joint(int index) { return nodes[static_cast<std::size_t>(index)]; }
-    int append(Node node);
+    RigNode& joint(int index) { return nodes[static_cast<std::size_t>(index)]; }
+    int append(RigNode node);
     void link(Bone* bone, int parent);
 };
 
@@ -28,7 +28,7 @@ bool Rig::PrivateData::isJoint(int index) const {
            !nodes[static_cast<std::size_t>(index)].isEndSite();
 }
 
-int Rig::PrivateData::append(Node node) {
+int Rig::PrivateData::append(RigNode node) {
     valueCount += node.channels.size();
     nodes.push_back(std::move(node));
     return static_cast<int>(nodes.size()) - 1;
@@ -62,7 +62,7 @@ int Rig::addEndSite(int parent, const Vector3f& offset) {
         {d_->joint(parent).name + "_End", parent, offset, {}, d_->valueCount, nullptr});
 }
 
-const std::vector<Node>& Rig::nodes() const noexcept { return d_->nodes; }
+const std::vector<RigNode>& Rig::nodes() const noexcept { return d_->nodes; }
 
 const std::vector<std::unique_ptr<Skeleton>>& Rig::skeletons() const noexcept {
     return d_->skeletons;
@@ -78,7 +78,7 @@ float Rig::height() const {
     }
     std::vector<double> heights;
     heights.reserve(d_->nodes.size());
-    for (const Node& node : d_->nodes) {
+    for (const RigNode& node : d_->nodes) {
         const double base = node.parent < 0 ? 0 : heights[static_cast<std::size_t>(node.parent)];
         heights.push_back(base + static_cast<double>(node.offset.y));
     }

@@ -19,7 +19,7 @@ namespace tarn::kit {
 
 namespace {
 
-using Nodes = std::vector<Node>;
+using Nodes = std::vector<RigNode>;
 
 [[noreturn]] void refuse(const std::string& reason) {
     throw std::invalid_argument("no BVH file can hold this take: " + reason);
@@ -38,7 +38,7 @@ bool isFinite(const Vector3f& v) {
     return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
 }
 
-void checkNode(const Node& node, std::size_t index) {
+void checkNode(const RigNode& node, std::size_t index) {
     if (!node.isEndSite() && !isReadable(node.name)) {
         refuse("the name of node " + std::to_string(index) + " could not be read back");
     }
@@ -165,7 +165,7 @@ void appendChannels(std::string& text, const std::vector<Channel>& channels) {
 }
 
 /// All of a node but its closing brace and what is inside.
-void appendNode(std::string& text, const Node& node, std::size_t depth) {
+void appendNode(std::string& text, const RigNode& node, std::size_t depth) {
     appendIndent(text, depth);
     if (node.isEndSite()) {
         text += "End Site\n";
@@ -216,7 +216,7 @@ std::string headText(const BvhTake& take, const std::vector<Place>& order) {
 std::vector<std::size_t> valueOrder(const Nodes& nodes, const std::vector<Place>& order) {
     std::vector<std::size_t> values;
     for (const Place& place : order) {
-        const Node& node = nodes[place.node];
+        const RigNode& node = nodes[place.node];
         for (std::size_t i = 0; i < node.channels.size(); ++i) {
             values.push_back(node.firstValue + i);
         }

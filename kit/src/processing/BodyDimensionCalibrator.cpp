@@ -59,7 +59,7 @@ struct Measurement {
 std::vector<MeasuredNode> nodesOf(const Rig& rig) {
     std::vector<MeasuredNode> nodes;
     nodes.reserve(rig.nodes().size());
-    for (const Node& node : rig.nodes()) {
+    for (const RigNode& node : rig.nodes()) {
         const double length = node.parent < 0 ? 0 : lengthOf(toVector(node.offset));
         nodes.push_back({node.name, node.parent, static_cast<double>(node.offset.y), length, {}});
     }

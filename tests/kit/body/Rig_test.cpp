@@ -37,7 +37,7 @@ TEST(Rig, GivesTheIndexOfEachNodeItAdds) {
 TEST(Rig, KeepsWhatAJointIsMadeOf) {
     Rig rig;
     rig.addJoint("Hips", -1, {1, 2, 3}, {Channel::Yposition, Channel::Zrotation});
-    const Node& node = rig.nodes().at(0);
+    const RigNode& node = rig.nodes().at(0);
     EXPECT_EQ(node.name, "Hips");
     EXPECT_EQ(node.parent, -1);
     EXPECT_EQ(node.offset.x, 1.0F);
@@ -51,7 +51,7 @@ TEST(Rig, NamesAnEndSiteAfterItsParent) {
     Rig rig;
     rig.addJoint("Hand", -1, {}, {Channel::Xrotation});
     rig.addEndSite(0, {4, 5, 6});
-    const Node& node = rig.nodes().at(1);
+    const RigNode& node = rig.nodes().at(1);
     EXPECT_EQ(node.name, "Hand_End");
     EXPECT_EQ(node.parent, 0);
     EXPECT_EQ(node.offset.z, 6.0F);

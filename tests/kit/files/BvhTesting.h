@@ -94,7 +94,7 @@ inline std::vector<std::vector<float>> valuesOf(const BvhTake& take) {
 inline std::vector<std::string> namesOf(const tarn::kit::Rig& rig) {
     std::vector<std::string> names;
     names.reserve(rig.nodes().size());
-    for (const tarn::kit::Node& node : rig.nodes()) {
+    for (const tarn::kit::RigNode& node : rig.nodes()) {
         names.push_back(node.name);
     }
     return names;

@@ -27,7 +27,7 @@ using Channels = std::vector<Channel>;
 
 bool isSame(const Vector3f& a, const Vector3f& b) { return a.x == b.x && a.y == b.y && a.z == b.z; }
 
-void expectSameNode(const Node& actual, const Node& expected) {
+void expectSameNode(const RigNode& actual, const RigNode& expected) {
     EXPECT_EQ(actual.name, expected.name);
     EXPECT_EQ(actual.parent, expected.parent) << expected.name;
     EXPECT_TRUE(isSame(actual.offset, expected.offset)) << expected.name;

@@ -247,7 +247,7 @@ TEST(BodyDimensionCalibratorActor, IsMeasuredInARunThatTheCharacterDrives) {
         const float height = take.rig->height();
         EXPECT_NEAR(session.actor.bodyDimension("Height", 0), height, 0.01F * height);
         int segments = 0;
-        for (const Node& node : take.rig->nodes()) {
+        for (const RigNode& node : take.rig->nodes()) {
             const float length = std::hypot(node.offset.x, node.offset.y, node.offset.z);
             if (node.parent >= 0 && length > 0) {
                 ++segments;

@@ -46,7 +46,7 @@ struct Local {
     Point place = {};
 };
 
-Local localOf(const Node& node, const Pose& pose) {
+Local localOf(const RigNode& node, const Pose& pose) {
     Local local;
     local.place = {static_cast<double>(node.offset.x), static_cast<double>(node.offset.y),
                    static_cast<double>(node.offset.z)};
@@ -65,7 +65,7 @@ Local localOf(const Node& node, const Pose& pose) {
 }
 
 /// The mean of a node over some poses, of which the last counts as the newest.
-Local meanOf(const Node& node, const std::vector<Pose>& poses) {
+Local meanOf(const RigNode& node, const std::vector<Pose>& poses) {
     const Local newest = localOf(node, poses.back());
     Local mean = {{0, 0, 0, 0}, {}};
     for (const Pose& pose : poses) {
@@ -103,7 +103,7 @@ Point times(const Matrix& m, const Point& v) {
 std::vector<Point> expectedPositions(const Rig& rig, const std::vector<Pose>& poses) {
     std::vector<Quaternion> turns;
     std::vector<Point> places;
-    for (const Node& node : rig.nodes()) {
+    for (const RigNode& node : rig.nodes()) {
         const Local mean = meanOf(node, poses);
         if (node.parent < 0) {
             turns.push_back(mean.turn);
@@ -195,7 +195,7 @@ TEST(ForwardKinematicsSolverSmoothing, KeepsSegmentsAtTheirLengths) {
     const float tolerance = 1e-5F * take.rig->height();
     for (const BodyPose& body : bodiesOf(solver)) {
         for (std::size_t i = 0; i < body.segments.size(); ++i) {
-            const Node& node = take.rig->nodes()[i];
+            const RigNode& node = take.rig->nodes()[i];
             if (node.parent >= 0) {
                 const Vector3f& a = body.segments[i].position;
                 const Vector3f& b = body.segments[static_cast<std::size_t>(node.parent)].position;

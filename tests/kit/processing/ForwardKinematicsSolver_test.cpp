@@ -120,7 +120,7 @@ TEST(ForwardKinematicsSolver, GivesRotationsOfLengthOneThatCarryTheOffsets) {
         for (std::size_t i = 0; i < body.segments.size(); ++i) {
             const auto& [x, y, z, w] = body.segments[i].rotation;
             ASSERT_NEAR(x * x + y * y + z * z + w * w, 1, 1e-6);
-            const Node& node = take.rig->nodes()[i];
+            const RigNode& node = take.rig->nodes()[i];
             if (node.parent >= 0) {
                 const Segment& parent = body.segments[static_cast<std::size_t>(node.parent)];
                 expectNear(body.segments[i].position,

@@ -29,7 +29,7 @@ enum class Channel : std::uint8_t {
 };
 
 /// A joint of a rig, or an end site: a point that ends a chain and has no channels.
-struct Node {
+struct RigNode {
     std::string name;              ///< an end site is named after its parent, with "_End" added
     int parent;                    ///< index of the parent node, always smaller; -1 for a root
     Vector3f offset;               ///< from the parent, in the parent's axes, with no rotation
@@ -70,7 +70,7 @@ public:
     int addEndSite(int parent, const Vector3f& offset);
 
     /// Joints and end sites in the order in which they were added, parents before children.
-    const std::vector<Node>& nodes() const noexcept;
+    const std::vector<RigNode>& nodes() const noexcept;
     /// One skeleton per root, in order; most rigs have one.
     const std::vector<std::unique_ptr<Skeleton>>& skeletons() const noexcept;
     /// How many of the nodes are joints.

@@ -104,7 +104,7 @@ TEST_F(RunDancers, FindsDimensionsWithinAPercentOfTheSkeletons) {
         EXPECT_EQ(actor.actorName(), name);
         const auto height = rig->height();
         EXPECT_NEAR(actor.bodyDimension("Height", 0), height, 0.01F * height);
-        for (const kit::Node& node : rig->nodes()) {
+        for (const kit::RigNode& node : rig->nodes()) {
             const float length = std::hypot(node.offset.x, node.offset.y, node.offset.z);
             if (node.parent >= 0 && length > 0) {
                 EXPECT_NEAR(actor.bodyDimension(node.name, 0), length, 0.01F * length) << node.name;
