@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "commands/Export.h"
+#include "commands/Commands.h"
 
 #include "session/PositionsCsv.h"
 #include "session/Take.h"
@@ -16,6 +16,10 @@
 
 #include <cmath>
 #include <iterator>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace tarn::capture {
 
@@ -23,6 +27,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using Positions = std::vector<Vector3f>;
+
+struct ExportOptions {
+    std::string take;
+    std::string format; ///< "csv" or "json"
+    std::string out;
+    std::optional<std::string> frames; ///< "A..B"; all frames if not given
+};
 
 // Numbers are written with the fewest digits that read back to the same value. Both formats are
 // written frame by frame, so that the length of a take costs time and no memory.
@@ -76,21 +87,43 @@ void writeJson(OutputFile& file, const Take& take, FrameRange range) {
     file.write("\n]}\n");
 }
 
-} // namespace
-
 int exportPositions(const ExportOptions& options) {
-    const Take take(options.take);
-    const FrameRange range = options.frames ? parseFrameRange(*options.frames, take.frameCount())
-                                            : allFrames(take.frameCount());
+    const auto wanted =
+        options.frames ? std::optional(parseFrameRange(*options.frames, "--frames")) : std::nullopt;
     refuseToOverwrite(options.take, options.out, "--out");
+    const Take take(options.take);
+    const FrameRange range = wanted.value_or(allFrames(take.frameCount()));
+    if (wanted) {
+        checkFrameRange(range, take.frameCount(), "--frames");
+    }
     OutputFile file(options.out);
-    if (options.format == ExportFormat::csv) {
+    if (options.format == "csv") {
         writeCsv(file, take, range);
     } else {
         writeJson(file, take, range);
     }
     file.commit();
     return exitSuccess;
+}
+
+} // namespace
+
+void addExport(CommandLine& line) {
+    auto [command, options] = line.add("export",
+                                       "Write the world positions of all joints and end sites,\n"
+                                       "frame by frame",
+                                       exportPositions);
+    command.add_option("TAKE", options.take, "A BVH file")->required()->type_name("");
+    command.add_option("--format", options.format, "What to write")
+        ->required()
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"csv", "json"}));
+    command.add_option("--out", options.out, "The file to write")->required()->type_name("FILE");
+    command
+        .add_option("--frames", options.frames,
+                    "First and last frame to write, both included, counted\n"
+                    "from 0; if not given, all frames")
+        ->type_name("A..B");
 }
 
 } // namespace tarn::capture

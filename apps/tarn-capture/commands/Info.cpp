@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "commands/Info.h"
+#include "commands/Commands.h"
 
 #include "session/Take.h"
 #include "support/Errors.h"
@@ -12,20 +12,34 @@
 #include <tarn_kit/files/Text.h>
 
 #include <cstddef>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace tarn::capture {
 
 namespace {
+
+struct InfoOptions {
+    std::vector<std::string> takes;
+};
 
 /// One line of the report: a label and what it labels, in columns.
 void printFact(const char* label, const std::string& fact) {
     fmt::print("  {:<12} {}\n", label, fact);
 }
 
+/// Hours, minutes, seconds and frames, as the text of a `Time`, which counts no more than 256 of
+/// hours and of frames.
+std::string timecode(int frames, int rate) {
+    const int seconds = frames / rate;
+    return fmt::format("{}:{}:{} {}.0", seconds / 3600, seconds / 60 % 60, seconds % 60,
+                       frames % rate);
+}
+
 void printLength(const Take& take) {
-    const Time end(static_cast<unsigned>(take.frameCount()), static_cast<unsigned>(take.rate()));
-    printFact("length", fmt::format("{} ({:.3f} s)", to_string(end), take.duration()));
+    printFact("length", fmt::format("{} ({:.3f} s)", timecode(take.frameCount(), take.rate()),
+                                    take.duration()));
 }
 
 void printGuesses(const Take& take) {
@@ -53,8 +67,7 @@ void printTake(const std::string& file, const Take& take) {
     printSkeleton(take.rig());
 }
 
-} // namespace
-
+/// One that cannot be read is reported and does not keep the others from being shown.
 int info(const InfoOptions& options) {
     int exitCode = exitSuccess;
     const char* separator = "";
@@ -69,6 +82,16 @@ int info(const InfoOptions& options) {
         }
     }
     return exitCode;
+}
+
+} // namespace
+
+void addInfo(CommandLine& line) {
+    auto [command, options] = line.add("info",
+                                       "Describe takes: skeleton, joints, frames, rate, length,\n"
+                                       "body height, and what had to be guessed",
+                                       info);
+    command.add_option("TAKE", options.takes, "BVH files")->required()->type_name("");
 }
 
 } // namespace tarn::capture

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "commands/Play.h"
+#include "commands/Commands.h"
 
 #include "drawing/ContactSheet.h"
 #include "drawing/Picture.h"
@@ -17,12 +17,21 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
+#include <string>
 
 namespace tarn::capture {
 
 namespace {
 
 namespace fs = std::filesystem;
+
+struct PlayOptions {
+    std::string take;
+    std::string out;            ///< the directory for the pictures
+    std::optional<double> rate; ///< frames per second; the take's rate if not given
+    bool realtime = false;
+};
 
 void checkRate(double rate) {
     constexpr double highestRate = 1000;
@@ -39,18 +48,17 @@ void playWithProgress(Tracks& tracks, Playback& playback, bool realtime) {
     playback.run(realtime);
 }
 
-} // namespace
-
+/// Draws what was shown.
 int play(const PlayOptions& options) {
     if (options.rate) {
         checkRate(*options.rate);
     }
-    const Take take(options.take);
     const fs::path png = fs::path(options.out) / "poses.png";
     const fs::path svg = fs::path(options.out) / "poses.svg";
     for (const fs::path& picture : {png, svg}) {
         refuseToOverwrite(options.take, picture, "--out");
     }
+    const Take take(options.take);
     makeDirectory(options.out);
 
     const double rate = options.rate.value_or(take.rate());
@@ -70,6 +78,29 @@ int play(const PlayOptions& options) {
     fmt::print("{} shown, {:.3f} s at {} per second: {}, {}\n", kit::counted(steps, "frame"),
                take.duration(), rate, kit::printable(png.string()), kit::printable(svg.string()));
     return exitSuccess;
+}
+
+} // namespace
+
+void addPlay(CommandLine& line) {
+    auto [command, options] = line.add("play",
+                                       "Play a take and draw a contact sheet of it:\n"
+                                       "poses.png and poses.svg",
+                                       play);
+    command.add_option("TAKE", options.take, "A BVH file")->required()->type_name("");
+    command
+        .add_option("--out", options.out, "Directory for the pictures, created if it is not there")
+        ->required()
+        ->type_name("DIR");
+    command
+        .add_option("--rate", options.rate,
+                    "Frames shown per second, at most 1000; if not given,\n"
+                    "the rate of the take. The take keeps its speed: a\n"
+                    "lower rate skips frames, a higher one repeats them")
+        ->type_name("R");
+    command.add_flag("--realtime", options.realtime,
+                     "Take as long as the take lasts, instead of playing\n"
+                     "as fast as it goes");
 }
 
 } // namespace tarn::capture

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "commands/Run.h"
+#include "commands/Commands.h"
 
-#include "commands/ActorDocument.h"
+#include "session/ActorDocument.h"
 #include "session/Session.h"
 #include "session/SessionFiles.h"
 #include "session/SessionSummary.h"
@@ -20,12 +20,22 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace tarn::capture {
 
 namespace {
+
+struct RunOptions {
+    std::vector<std::string> takes;
+    std::string out;
+    std::optional<std::string> actor; ///< a settings document that every actor begins with
+    double calibrate = 1;             ///< seconds
+    bool realtime = false;
+};
 
 void check(const RunOptions& options) {
     if (options.out.empty()) {
@@ -149,8 +159,7 @@ private:
     SessionFiles files_;
 };
 
-} // namespace
-
+/// A failure says what was kept.
 int run(const RunOptions& options) {
     check(options);
     const auto runner = [&options] {
@@ -163,6 +172,33 @@ int run(const RunOptions& options) {
         }
     }();
     return runner->run();
+}
+
+} // namespace
+
+void addRun(CommandLine& line) {
+    auto [command, options] = line.add("run",
+                                       "Run a capture session: a character per take in one scene,\n"
+                                       "calibrated, played, solved, recorded, drawn and saved",
+                                       run);
+    command.add_option("TAKE", options.takes, "BVH files of one clock and one space")
+        ->required()
+        ->type_name("");
+    command
+        .add_option("--out", options.out,
+                    "Directory for what comes out, created if it is not\nthere")
+        ->required()
+        ->type_name("DIR");
+    command
+        .add_option("--actor", options.actor,
+                    "An actor's settings document that every actor begins\nwith")
+        ->type_name("FILE");
+    command
+        .add_option("--calibrate", options.calibrate, "For how long to calibrate; if not given, 1")
+        ->type_name("SECONDS");
+    command.add_flag("--realtime", options.realtime,
+                     "Take as long as the takes last, instead of running as\n"
+                     "fast as it goes");
 }
 
 } // namespace tarn::capture

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "commands/Stream.h"
+#include "commands/Commands.h"
 
 #include "session/DeviceCommand.h"
 #include "session/Take.h"
@@ -20,7 +20,9 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace tarn::capture {
@@ -28,6 +30,12 @@ namespace tarn::capture {
 namespace {
 
 using SteadyTime = std::chrono::steady_clock::time_point;
+
+struct StreamOptions {
+    std::string take;
+    double rate = 1;           ///< how much faster than the take; 0 for as fast as it goes
+    std::optional<int> frames; ///< how many to stream; all if not given
+};
 
 /// Watches a device stream: notes when each frame comes, pauses the device after the last one that
 /// is wanted, and lets another thread wait for the end.
@@ -152,8 +160,7 @@ void check(const StreamOptions& options) {
     }
 }
 
-} // namespace
-
+/// From a replay device to a recorder; what was recorded has to be the take.
 int stream(const StreamOptions& options) {
     check(options);
     const Take take(options.take);
@@ -185,6 +192,23 @@ int stream(const StreamOptions& options) {
     compare(*recorder.take(), take, count);
     fmt::print("  recording identical to the take\n");
     return exitSuccess;
+}
+
+} // namespace
+
+void addStream(CommandLine& line) {
+    auto [command, options] = line.add("stream",
+                                       "Stream a take from a replay device to a recorder, and\n"
+                                       "compare the recording with the take",
+                                       stream);
+    command.add_option("TAKE", options.take, "A BVH file")->required()->type_name("");
+    command
+        .add_option("--rate", options.rate,
+                    "How much faster than the take to stream; 0 for as fast\n"
+                    "as it goes; if not given, 1")
+        ->type_name("F");
+    command.add_option("--frames", options.frames, "How many frames to stream; if not given, all")
+        ->type_name("N");
 }
 
 } // namespace tarn::capture

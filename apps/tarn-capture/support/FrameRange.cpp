@@ -6,50 +6,46 @@
 #include "support/Errors.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
-#include <charconv>
 #include <cstddef>
+#include <limits>
 #include <optional>
-#include <system_error>
 
 namespace tarn::capture {
 
 namespace {
 
-/// A frame of the take: decimal digits and nothing else.
-std::optional<int> parseFrame(std::string_view text, int frameCount) {
-    int frame = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, frame);
-    if (error != std::errc() || stop != end || text.front() == '-' || frame >= frameCount) {
+/// What has too many digits is a frame all the same, which no take has.
+std::optional<int> parseFrame(std::string_view text) {
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) {
         return std::nullopt;
     }
-    return frame;
-}
-
-[[noreturn]] void fail(std::string_view text, int frameCount) {
-    if (frameCount == 0) {
-        throw UsageError(fmt::format("--frames '{}': the take has no frames", text));
-    }
-    throw UsageError(fmt::format("--frames '{}': expected A..B with A not after B; the take has "
-                                 "frames 0..{}",
-                                 text, frameCount - 1));
+    return kit::numberIn<int>(text).value_or(std::numeric_limits<int>::max());
 }
 
 } // namespace
 
-FrameRange parseFrameRange(std::string_view text, int frameCount) {
+FrameRange parseFrameRange(std::string_view text, std::string_view option) {
     constexpr std::string_view dots = "..";
     const std::size_t middle = text.find(dots);
-    if (middle == std::string_view::npos) {
-        fail(text, frameCount);
+    if (middle != std::string_view::npos) {
+        const auto first = parseFrame(text.substr(0, middle));
+        const auto last = parseFrame(text.substr(middle + dots.size()));
+        if (first && last && *first <= *last) {
+            return {*first, *last};
+        }
     }
-    const auto first = parseFrame(text.substr(0, middle), frameCount);
-    const auto last = parseFrame(text.substr(middle + dots.size()), frameCount);
-    if (!first || !last || *first > *last) {
-        fail(text, frameCount);
+    throw UsageError(fmt::format("{} '{}': expected A..B with A not after B", option, text));
+}
+
+void checkFrameRange(FrameRange range, int frameCount, std::string_view option) {
+    if (frameCount == 0) {
+        throw UsageError(fmt::format("{}: the take has no frames", option));
     }
-    return {*first, *last};
+    if (range.last >= frameCount) {
+        throw UsageError(fmt::format("{}: the take has frames 0..{}", option, frameCount - 1));
+    }
 }
 
 } // namespace tarn::capture

@@ -3,7 +3,6 @@
 
 #pragma once
 
-#include <string>
 #include <string_view>
 
 namespace tarn::capture {
@@ -17,8 +16,11 @@ struct FrameRange {
 /// All frames of a take.
 inline FrameRange allFrames(int frameCount) { return {0, frameCount - 1}; }
 
-/// Reads "A..B". Throws `UsageError`, which says what the take has, unless both are frames of the
-/// take and A is not after B.
-FrameRange parseFrameRange(std::string_view text, int frameCount);
+/// Reads "A..B", decimal digits on both sides. Throws `UsageError`, which names `option`, if it is
+/// something else or A is after B.
+FrameRange parseFrameRange(std::string_view text, std::string_view option);
+
+/// Throws `UsageError`, which says what the take has, unless both are frames of the take.
+void checkFrameRange(FrameRange range, int frameCount, std::string_view option);
 
 } // namespace tarn::capture

@@ -55,10 +55,13 @@ TEST_F(CommandLine, EveryCommandNeedsATake) {
     expectUsageError({"play", "--out", out_}, "TAKE is required", "tarn-capture play");
     expectUsageError({"export", "--format", "csv", "--out", out_}, "TAKE is required",
                      "tarn-capture export");
+    expectUsageError({"stream"}, "TAKE is required", "tarn-capture stream");
+    expectUsageError({"run", "--out", out_}, "TAKE is required", "tarn-capture run");
+    expectUsageError({"actor", "--check"}, "FILE is required", "tarn-capture actor");
 }
 
-TEST_F(CommandLine, OnlyInfoTakesSeveralTakes) {
-    for (const Arguments& command : {Arguments{"play", "--out", out_},
+TEST_F(CommandLine, OnlyInfoAndRunTakeSeveralTakes) {
+    for (const Arguments& command : {Arguments{"play", "--out", out_}, Arguments{"stream"},
                                      Arguments{"export", "--format", "csv", "--out", out_}}) {
         Arguments arguments = command;
         arguments.insert(arguments.end(), {take_, "second"});
@@ -71,6 +74,7 @@ TEST_F(CommandLine, WhatIsWrittenNeedsAPlace) {
     expectUsageError({"play", take_}, "--out is required", "tarn-capture play");
     expectUsageError({"export", take_, "--format", "csv"}, "--out is required",
                      "tarn-capture export");
+    expectUsageError({"run", take_}, "--out is required", "tarn-capture run");
     expectUsageError({"play", take_, "--out"}, "--out: 1 required DIR missing",
                      "tarn-capture play");
 }
@@ -92,13 +96,20 @@ TEST_F(CommandLine, ARateThatCannotBePlayedIsAUsageError) {
     EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
 }
 
-TEST_F(CommandLine, FramesThatTheTakeDoesNotHaveAreAUsageErrorThatSaysWhatItHas) {
-    for (const std::string frames : {"1..3", "2..1", "-1..1", "0..99999999999", "1", "1..", "..1",
-                                     "..", "", "a..b", "0...1", "0..1..2", " 0..1", "+0..1"}) {
+TEST_F(CommandLine, FramesThatAreNoneAreAUsageError) {
+    for (const std::string frames : {"2..1", "-1..1", "1", "1..", "..1", "..", "", "a..b", "0...1",
+                                     "0..1..2", " 0..1", "+0..1", "0x1..2", "99999999999..1"}) {
         expectUsageError({"export", take_, "--format", "csv", "--out", out_, "--frames", frames},
-                         "--frames '" + frames +
-                             "': expected A..B with A not after B; the take has frames 0..2",
+                         "--frames '" + frames + "': expected A..B with A not after B",
                          "tarn-capture export");
+    }
+    EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
+}
+
+TEST_F(CommandLine, FramesThatTheTakeDoesNotHaveAreAUsageErrorThatSaysWhatItHas) {
+    for (const std::string frames : {"1..3", "3..3", "0..99999999999"}) {
+        expectUsageError({"export", take_, "--format", "csv", "--out", out_, "--frames", frames},
+                         "--frames: the take has frames 0..2", "tarn-capture export");
     }
     EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
 }
@@ -108,7 +119,33 @@ TEST_F(CommandLine, NoFramesCanBeChosenFromATakeThatHasNone) {
     empty.rootPositions.clear();
     writeFile(take_, empty.text());
     expectUsageError({"export", take_, "--format", "csv", "--out", out_, "--frames", "0..0"},
-                     "--frames '0..0': the take has no frames", "tarn-capture export");
+                     "--frames: the take has no frames", "tarn-capture export");
+}
+
+TEST_F(CommandLine, IsFoundAtFaultBeforeAnyFileIsOpened) {
+    const std::string none = directory_ / "missing.bvh";
+    const auto expectUsage = [](const Arguments& arguments) {
+        EXPECT_EQ(capture(arguments).exitCode, 2) << ::testing::PrintToString(arguments);
+    };
+    expectUsage({"play", none, "--out", out_, "--rate", "0"});
+    expectUsage({"export", none, "--format", "csv", "--out", out_, "--frames", "2..1"});
+    expectUsage({"stream", none, "--rate", "-1"});
+    expectUsage({"stream", none, "--frames", "0"});
+    expectUsage({"run", none, "--out", ""});
+    expectUsage({"run", none, "--out", out_, "--calibrate", "-1"});
+    expectUsage({"actor", none, "--dimension", "Height"});
+    expectUsage({"actor", none, "--sensor", "Hips=up"});
+    EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
+}
+
+TEST_F(CommandLine, WouldOverwriteATakeEvenIfThatIsBroken) {
+    writeFile(take_, "no take");
+    expectUsageError({"export", take_, "--format", "csv", "--out", take_},
+                     "--out: '" + take_ + "' is what the command reads", "tarn-capture export");
+    const std::string oddName = directory_ / "poses.png";
+    writeFile(oddName, "no take");
+    expectUsageError({"play", oddName, "--out", directory_.path().string()},
+                     "--out: '" + oddName + "' is what the command reads", "tarn-capture play");
 }
 
 TEST_F(CommandLine, AnOptionGivenTwiceIsAUsageError) {
@@ -133,8 +170,10 @@ TEST_F(CommandLine, HelpListsTheCommands) {
     const Outcome outcome = capture({"--help"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.err, IsEmpty());
-    for (const char* word : {"Usage: tarn-capture", "info", "play", "export", "--version"}) {
-        EXPECT_THAT(outcome.out, HasSubstr(word));
+    EXPECT_THAT(outcome.out, HasSubstr("Usage: tarn-capture"));
+    for (const char* word :
+         {"info", "play", "export", "stream", "run", "actor", "-h,--help", "--version"}) {
+        EXPECT_THAT(outcome.out, HasSubstr("\n  " + std::string(word) + " "));
     }
 }
 
@@ -145,18 +184,24 @@ TEST_F(CommandLine, HelpOfACommandListsWhatItTakes) {
         EXPECT_THAT(outcome.err, IsEmpty());
         EXPECT_THAT(outcome.out, HasSubstr("Usage: tarn-capture " + command));
         for (const std::string& word : words) {
-            EXPECT_THAT(outcome.out, HasSubstr(word));
+            EXPECT_THAT(outcome.out, HasSubstr("\n  " + word));
         }
     };
-    expectHelp("info", {"TAKE..."});
-    expectHelp("play", {"TAKE", "--out DIR", "--rate R", "--realtime"});
-    expectHelp("export", {"TAKE", "--format", "csv", "json", "--out FILE", "--frames A..B"});
+    expectHelp("info", {"TAKE ... REQUIRED"});
+    expectHelp("play", {"TAKE REQUIRED", "--out DIR REQUIRED", "--rate R", "--realtime"});
+    expectHelp("export", {"TAKE REQUIRED", "--format FORMAT:{csv,json} REQUIRED",
+                          "--out FILE REQUIRED", "--frames A..B"});
+    expectHelp("stream", {"TAKE REQUIRED", "--rate F", "--frames N"});
+    expectHelp("run", {"TAKE ... REQUIRED", "--out DIR REQUIRED", "--actor FILE",
+                       "--calibrate SECONDS", "--realtime"});
+    expectHelp("actor", {"FILE REQUIRED", "--name NAME", "--dimension NAME=VALUE ...",
+                         "--sensor NAME=NUMBER ...", "--check"});
 }
 
 TEST_F(CommandLine, NoLineOfTheHelpIsWiderThanATerminal) {
-    for (const Arguments& arguments :
-         {Arguments{"--help"}, Arguments{"info", "--help"}, Arguments{"play", "--help"},
-          Arguments{"export", "--help"}}) {
+    for (const char* command : {"", "info", "play", "export", "stream", "run", "actor"}) {
+        const Arguments arguments =
+            *command == 0 ? Arguments{"--help"} : Arguments{command, "--help"};
         std::istringstream help(capture(arguments).out);
         for (std::string line; std::getline(help, line);) {
             EXPECT_LT(line.size(), 90U) << line;

@@ -5,9 +5,12 @@
 
 #include <tarn_kit/Export.h>
 
+#include <charconv>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace tarn::kit {
 
@@ -28,5 +31,18 @@ TARN_KIT_EXPORT std::string shortened(std::string_view text, std::size_t length)
 
 /// "1 joint", "2 joints": `noun` takes an "s" but after 1.
 TARN_KIT_EXPORT std::string counted(std::size_t count, std::string_view noun);
+
+/// The number that the whole of `text` is: decimal, with a decimal point whatever the locale, no plus
+/// sign and no blanks. Empty if it is none, or none that a `Number` can hold.
+template <class Number>
+std::optional<Number> numberIn(std::string_view text) {
+    Number number{};
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end) {
+        return std::nullopt;
+    }
+    return number;
+}
 
 } // namespace tarn::kit

@@ -13,6 +13,7 @@ namespace {
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 class ActorDocument : public ::testing::Test {
 protected:
@@ -79,6 +80,34 @@ TEST_F(ActorDocument, KeepsWhatIsNotSet) {
                             HasSubstr("<Height>1.800000</Height>"),
                             HasSubstr("<ArmLength>0.610000</ArmLength>"),
                             HasSubstr("<Hips>3</Hips>"), HasSubstr("<Head>-1</Head>")));
+}
+
+TEST_F(ActorDocument, HoldsAZeroThatWasAskedFor) {
+    const Outcome outcome = actor({"--dimension", "Foo=0"});
+
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("\n    Foo  0.000000\n"));
+    EXPECT_THAT(readFile(file_), HasSubstr("\n\t<BodyDimension>\n\t\t<Foo>0.000000</Foo>\n"));
+}
+
+TEST_F(ActorDocument, HoldsASmallChangeThatWasAskedFor) {
+    writeFile(file_, document);
+
+    EXPECT_EQ(actor({"--dimension", "Height=1.720009", "--dimension", "Foo=0.00005"}).exitCode, 0);
+
+    EXPECT_THAT(readFile(file_),
+                AllOf(HasSubstr("<Height>1.720009</Height>"), HasSubstr("<Foo>0.000050</Foo>")));
+}
+
+TEST_F(ActorDocument, HoldsTheLastOfSeveralValues) {
+    EXPECT_EQ(actor({"--dimension", "Foo=1", "--dimension", "Foo=0", "--sensor", "Hips=1",
+                     "--sensor", "Hips=0"})
+                  .exitCode,
+              0);
+
+    EXPECT_THAT(readFile(file_),
+                AllOf(HasSubstr("<Foo>0.000000</Foo>"), HasSubstr("<Hips>0</Hips>"),
+                      Not(HasSubstr(">1.0")), Not(HasSubstr(">1<"))));
 }
 
 TEST_F(ActorDocument, PassesTheCheckWhenAllIsWell) {

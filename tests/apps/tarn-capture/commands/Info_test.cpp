@@ -70,6 +70,14 @@ TEST_F(Info, ShowsTheLengthAsTimecodeAndSeconds) {
                                         "  length       1:2:5 0.0 (3725.000 s)\n"));
 }
 
+TEST_F(Info, ShowsTheLengthOfATakeWithMoreThan256FramesPerSecond) {
+    TakeText take;
+    take.frameTime = "0.001";
+    take.rootPositions.assign(1999, "0 0 0");
+    EXPECT_THAT(infoOn(take), HasSubstr("\n  rate         1000 frames per second\n"
+                                        "  length       0:0:1 999.0 (1.999 s)\n"));
+}
+
 TEST_F(Info, GuessesTheUnitOfLengthFromTheHeightOfTheBody) {
     const auto expectGuess = [this](double height, const std::string& text,
                                     const std::string& guess) {

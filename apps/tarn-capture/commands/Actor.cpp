@@ -1,0 +1,133 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/Commands.h"
+
+#include "session/ActorDocument.h"
+#include "support/Errors.h"
+
+#include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
+
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace tarn::capture {
+
+namespace {
+
+struct ActorOptions {
+    std::string file;
+    std::optional<std::string> name;
+    std::vector<std::string> dimensions; ///< each "NAME=VALUE"
+    std::vector<std::string> sensors;    ///< each "NAME=NUMBER"
+    bool check = false;
+};
+
+/// The options that set something, understood.
+struct Changes {
+    std::optional<std::string> name;
+    std::vector<std::pair<std::string, float>> dimensions;
+    std::vector<std::pair<std::string, int>> sensors;
+
+    bool any() const { return name || !dimensions.empty() || !sensors.empty(); }
+};
+
+/// Splits "NAME=VALUE", where `read` makes a number of the value; `option` and `expected` are for
+/// the error.
+template <class Number>
+std::pair<std::string, Number> assignment(const std::string& text, const char* option,
+                                          const char* expected,
+                                          std::optional<Number> (*read)(std::string_view)) {
+    const std::size_t equals = text.find('=');
+    const std::string name = text.substr(0, equals);
+    const auto value = equals == std::string::npos ? std::nullopt : read(text.substr(equals + 1));
+    if (name.empty() || !value) {
+        throw UsageError(fmt::format("{} '{}': expected {}", option, text, expected));
+    }
+    if (name.find_first_of(". \t\n\r/<>?!=\"'&") != std::string::npos) {
+        throw UsageError(fmt::format("{} '{}': a name must not hold blanks or any of . / < > ? ! = "
+                                     "\" ' &",
+                                     option, text));
+    }
+    return {name, *value};
+}
+
+Changes changesIn(const ActorOptions& options) {
+    Changes changes;
+    changes.name = options.name;
+    for (const std::string& text : options.dimensions) {
+        changes.dimensions.push_back(
+            assignment(text, "--dimension", "NAME=VALUE, a number from 0 on", dimensionIn));
+    }
+    for (const std::string& text : options.sensors) {
+        changes.sensors.push_back(
+            assignment(text, "--sensor", "NAME=NUMBER, a whole number", kit::numberIn<int>));
+    }
+    return changes;
+}
+
+void apply(const Changes& changes, Actor& actor) {
+    if (changes.name) {
+        actor.setActorName(*changes.name);
+    }
+    for (const auto& [name, value] : changes.dimensions) {
+        storeDimension(actor, name, value);
+    }
+    for (const auto& [name, number] : changes.sensors) {
+        storeSensor(actor, name, number);
+    }
+}
+
+/// Sets what is to be set, shows the document, and checks it if asked to.
+int actor(const ActorOptions& options) {
+    const Changes changes = changesIn(options);
+    Actor document;
+    std::error_code error;
+    if (!changes.any() || std::filesystem::exists(options.file, error)) {
+        loadActor(document, options.file);
+    }
+    apply(changes, document);
+    if (changes.any() && !document.saveSettingsToFile(options.file)) {
+        throw std::runtime_error(fmt::format("{}: cannot be written", options.file));
+    }
+    fmt::print("{}\n", kit::printable(options.file));
+    printActor(document);
+    const auto problems = options.check ? problemsOf(document) : std::vector<std::string>();
+    for (const std::string& problem : problems) {
+        reportError(fmt::format("{}: {}", options.file, problem));
+    }
+    return problems.empty() ? exitSuccess : exitFailure;
+}
+
+} // namespace
+
+void addActor(CommandLine& line) {
+    auto [command, options] = line.add("actor",
+                                       "Show an actor's settings document, set what is in it, or\n"
+                                       "check it. A document that is not there is made when\n"
+                                       "something is set",
+                                       actor);
+    command.add_option("FILE", options.file, "An XML file")->required()->type_name("");
+    command.add_option("--name", options.name, "Set the actor's name")->type_name("NAME");
+    command
+        .add_option("--dimension", options.dimensions,
+                    "Set a body dimension, such as Height=1.72; six decimals\nare kept")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false);
+    command
+        .add_option("--sensor", options.sensors, "Set an entry of the sensor map, such as Hips=3")
+        ->type_name("NAME=NUMBER")
+        ->allow_extra_args(false);
+    command.add_flag("--check", options.check,
+                     "List what is wrong with the document, and fail if\n"
+                     "anything is");
+}
+
+} // namespace tarn::capture

@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "support/CommandLine.h"
+
+namespace tarn::capture {
+
+// The commands of the program. Each is a file of its name: what it takes, what it does with that,
+// and what its help says. Commands return the exit code and throw `UsageError` for what the command
+// line asks for and cannot be, before any file is opened where the files have no say in it.
+
+void addActor(CommandLine& line);
+void addExport(CommandLine& line);
+void addInfo(CommandLine& line);
+void addPlay(CommandLine& line);
+void addRun(CommandLine& line);
+void addStream(CommandLine& line);
+
+} // namespace tarn::capture

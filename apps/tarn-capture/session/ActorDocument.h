@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn/Actor.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarn::capture {
+
+// An actor's settings document, as people write it. What an actor does by itself suits a capture:
+// it passes over changes too small to matter, and keeps entries of a sensor map only where there is
+// one. Who edits a document wants in it what was asked for.
+
+/// Loads a document. Throws `std::runtime_error`, which names the file, when it cannot be read or
+/// is no actor's.
+void loadActor(Actor& actor, const std::string& file);
+
+/// The number that the whole of a text is, if it is one that a body dimension can be: finite, from
+/// 0 on.
+std::optional<float> dimensionIn(std::string_view text);
+
+/// Puts a body dimension into the document, whatever was there, without the actor's signal.
+void storeDimension(Actor& actor, const std::string& name, float value);
+/// Puts an entry into the sensor map, where it is read.
+void storeSensor(Actor& actor, const std::string& name, int number);
+
+/// Prints name, dimensions and sensor map.
+void printActor(Actor& actor);
+
+/// What is wrong with a document, each with its key in front.
+std::vector<std::string> problemsOf(Actor& actor);
+
+} // namespace tarn::capture
