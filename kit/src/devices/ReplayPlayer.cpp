@@ -172,7 +172,7 @@ void ReplayPlayer::seek(const Request& request, Reply& reply) {
 }
 
 void ReplayPlayer::rate(const Request& request, Reply& reply) {
-    const std::optional<double> factor = numberIn(request.data());
+    const std::optional<double> factor = numberHeldBy(request.data());
     if (!factor) {
         fail(reply, ReplayDevice::BadPayload, "\"rate\" takes a factor, as double, float or int");
         return;

@@ -10,7 +10,7 @@
 namespace tarn::kit {
 
 /// The number that the value of a factor is, whichever of the common types it has.
-inline std::optional<double> numberIn(const std::any& value) {
+inline std::optional<double> numberHeldBy(const std::any& value) {
     if (const auto* const number = std::any_cast<int>(&value)) {
         return *number;
     }
@@ -24,8 +24,8 @@ inline std::optional<double> numberIn(const std::any& value) {
 }
 
 /// The same for whole numbers from `least` to `most`.
-inline std::optional<int> wholeNumberIn(const std::any& value, int least, int most) {
-    const std::optional<double> number = numberIn(value);
+inline std::optional<int> wholeNumberHeldBy(const std::any& value, int least, int most) {
+    const std::optional<double> number = numberHeldBy(value);
     if (!number || !(*number >= least && *number <= most) || std::floor(*number) != *number) {
         return std::nullopt;
     }

@@ -197,7 +197,7 @@ BodyDimensionCalibrator::BodyDimensionCalibrator(const std::string& id, int fram
         frameCountFactor, [this] { return std::any(d_->frameCount); },
         [this](const std::any& value) {
             constexpr int most = std::numeric_limits<int>::max();
-            d_->frameCount = wholeNumberIn(value, 1, most).value_or(d_->frameCount);
+            d_->frameCount = wholeNumberHeldBy(value, 1, most).value_or(d_->frameCount);
         });
 }
 

@@ -204,7 +204,7 @@ ClockCalibrator::ClockCalibrator(const std::string& id, int port, int frameCount
         frameCountFactor, [this] { return std::any(d_->frameCount.load()); },
         [this](const std::any& value) {
             constexpr int most = std::numeric_limits<int>::max();
-            d_->frameCount = wholeNumberIn(value, 2, most).value_or(d_->frameCount);
+            d_->frameCount = wholeNumberHeldBy(value, 2, most).value_or(d_->frameCount);
         });
 }
 

@@ -6,13 +6,14 @@
 #include "body/Kinematics.h"
 #include "processing/AnyNumber.h"
 
+#include <tarn_kit/files/Text.h>
+
 #include <any>
 #include <array>
 #include <cassert>
 #include <charconv>
 #include <limits>
 #include <optional>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -92,17 +93,6 @@ std::string textOf(Number number) {
     return {text.data(), result.ptr};
 }
 
-/// The number that the whole of a text is.
-std::optional<double> numberIn(const std::string& text) {
-    double number = 0;
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number);
-    if (result.ec != std::errc() || result.ptr != end) {
-        return std::nullopt;
-    }
-    return number;
-}
-
 } // namespace
 
 struct ForwardKinematicsSolver::PrivateData {
@@ -129,7 +119,7 @@ struct ForwardKinematicsSolver::PrivateData {
 };
 
 void ForwardKinematicsSolver::PrivateData::setScale(const std::any& value) {
-    const std::optional<double> number = kit::numberIn(value);
+    const std::optional<double> number = numberHeldBy(value);
     if (!number || !(std::abs(*number) <= static_cast<double>(std::numeric_limits<float>::max()))) {
         return;
     }
@@ -139,7 +129,7 @@ void ForwardKinematicsSolver::PrivateData::setScale(const std::any& value) {
 }
 
 void ForwardKinematicsSolver::PrivateData::setSmoothingWindow(const std::any& value) {
-    if (const std::optional<int> number = wholeNumberIn(value, 1, widestWindow)) {
+    if (const std::optional<int> number = wholeNumberHeldBy(value, 1, widestWindow)) {
         window.setWidth(*number);
     }
 }
@@ -260,10 +250,10 @@ void ForwardKinematicsSolver::doSaveStatus(Settings* settings) {
 }
 
 void ForwardKinematicsSolver::doRestoreStatus(Settings* settings) {
-    if (const auto scale = numberIn(settings->value("scale", ""))) {
+    if (const auto scale = numberIn<double>(settings->value("scale", ""))) {
         setFactor(Scale, *scale);
     }
-    if (const auto window = numberIn(settings->value("smoothingWindow", ""))) {
+    if (const auto window = numberIn<double>(settings->value("smoothingWindow", ""))) {
         setFactor(SmoothingWindow, *window);
     }
     d_->window.clear();

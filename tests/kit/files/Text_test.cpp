@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace tarn::kit {
 namespace {
@@ -76,6 +78,26 @@ TEST(Counted, TakesAnSButAfterOne) {
     EXPECT_EQ(counted(0, "joint"), "0 joints");
     EXPECT_EQ(counted(1, "joint"), "1 joint");
     EXPECT_EQ(counted(2, "end site"), "2 end sites");
+}
+
+TEST(NumberIn, TakesTheWholeOfATextOrNothing) {
+    EXPECT_EQ(numberIn<int>("-12"), -12);
+    EXPECT_EQ(numberIn<double>("1.5"), 1.5);
+    EXPECT_EQ(numberIn<float>("1e3"), 1000.0F);
+    for (const char* const text : {"", " 1", "1 ", "+1", "1,5", "1.5m", "one", "0x10"}) {
+        EXPECT_EQ(numberIn<double>(text), std::nullopt) << text;
+    }
+    EXPECT_EQ(numberIn<int>("1.5"), std::nullopt);
+}
+
+TEST(NumberIn, FindsNoNumberThatItsTypeCannotHold) {
+    EXPECT_EQ(numberIn<int>("2147483647"), 2147483647);
+    EXPECT_EQ(numberIn<int>("2147483648"), std::nullopt);
+    EXPECT_EQ(numberIn<float>("1e39"), std::nullopt);
+}
+
+TEST(NumberIn, DoesNotLookBeyondThePartOfATextThatItIsGiven) {
+    EXPECT_EQ(numberIn<int>(std::string_view("12345").substr(1, 2)), 23);
 }
 
 } // namespace

@@ -32,8 +32,8 @@ TARN_KIT_EXPORT std::string shortened(std::string_view text, std::size_t length)
 /// "1 joint", "2 joints": `noun` takes an "s" but after 1.
 TARN_KIT_EXPORT std::string counted(std::size_t count, std::string_view noun);
 
-/// The number that the whole of `text` is: decimal, with a decimal point whatever the locale, no plus
-/// sign and no blanks. Empty if it is none, or none that a `Number` can hold.
+/// The number that the whole of `text` is: decimal, with a decimal point whatever the locale, no
+/// plus sign and no blanks. Empty if it is none, or none that a `Number` can hold.
 template <class Number>
 std::optional<Number> numberIn(std::string_view text) {
     Number number{};
