@@ -7,7 +7,6 @@
 #include <tarn/Frame.h>
 #include <tarn/Time.h>
 
-#include <cstddef>
 #include <map>
 #include <memory>
 #include <utility>
@@ -44,8 +43,6 @@ public:
 
 private:
     friend class Tracks; // knows how many frames are to come
-    void reserve(std::size_t count) { entries_.reserve(count); }
-    std::shared_ptr<Frame>& entry(int dataType);
 
     Time time_;
     // A timeline is made for every tick of every take, mostly to be asked for one data type: it is

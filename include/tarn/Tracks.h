@@ -22,9 +22,11 @@ namespace tarn {
 /// Frame index and slot: a track at offset 10 shows its slot 0 at frame index 10. Reading subtracts
 /// the offset; `setFrame` adds it.
 ///
-/// Slots may change the take while it announces a change: sub-tracks they add are not visited by
-/// the running announcement, ones they remove are not visited any more but live until it ends. A
-/// slot must not destroy the take that calls it. A take must not contain itself.
+/// Slots may change the take while it announces a change. Sub-tracks are visited after the take's
+/// own slots have run, as these have left them: what they added or placed anew is visited. What the
+/// slots of sub-tracks add is not, and what they remove is not visited any more but lives until the
+/// last one was visited. A slot must not destroy the take that calls it. A take must not contain
+/// itself.
 ///
 /// Threads: only the signals lock; everything else is used from one thread at a time.
 class TARN_EXPORT Tracks {

@@ -9,6 +9,22 @@
 
 namespace tarn {
 
+namespace {
+
+/// The entry of a data type in a sorted list, made empty if there is none.
+std::shared_ptr<Frame>& entryOf(std::vector<std::pair<int, std::shared_ptr<Frame>>>& entries,
+                                int dataType) {
+    const auto at =
+        std::lower_bound(entries.begin(), entries.end(), dataType,
+                         [](const auto& each, int wanted) { return each.first < wanted; });
+    if (at != entries.end() && at->first == dataType) {
+        return at->second;
+    }
+    return entries.emplace(at, dataType, nullptr)->second;
+}
+
+} // namespace
+
 Timeline::Timeline(const Time& time) : time_(time) {}
 
 Timeline::Timeline(const Timeline& other) = default;
@@ -32,16 +48,22 @@ const Time& Timeline::time() const { return time_; }
 void Timeline::addFrame(std::shared_ptr<Frame> frame) {
     assert(frame != nullptr);
     const int dataType = frame->dataType();
-    if (!isMap_ && (entries_.empty() || entries_.back().first < dataType)) {
+    if (isMap_) {
+        frames_[dataType] = std::move(frame);
+    } else if (entries_.empty() || entries_.back().first < dataType) {
         entries_.emplace_back(dataType, std::move(frame)); // as takes do, by habit: no search
     } else {
-        entry(dataType) = std::move(frame);
+        entryOf(entries_, dataType) = std::move(frame);
     }
 }
 
-std::shared_ptr<Frame> Timeline::frame(int dataType) { return entry(dataType); }
+std::shared_ptr<Frame> Timeline::frame(int dataType) {
+    return isMap_ ? frames_[dataType] : entryOf(entries_, dataType);
+}
 
-void Timeline::removeFrame(int dataType) { entry(dataType).reset(); }
+void Timeline::removeFrame(int dataType) {
+    (isMap_ ? frames_[dataType] : entryOf(entries_, dataType)).reset();
+}
 
 const std::map<int, std::shared_ptr<Frame>>& Timeline::frames() const {
     if (!isMap_) {
@@ -52,20 +74,6 @@ const std::map<int, std::shared_ptr<Frame>>& Timeline::frames() const {
         isMap_ = true;
     }
     return frames_;
-}
-
-/// The entry of a data type, made empty if there is none.
-std::shared_ptr<Frame>& Timeline::entry(int dataType) {
-    if (isMap_) {
-        return frames_[dataType];
-    }
-    const auto at =
-        std::lower_bound(entries_.begin(), entries_.end(), dataType,
-                         [](const auto& each, int wanted) { return each.first < wanted; });
-    if (at != entries_.end() && at->first == dataType) {
-        return at->second;
-    }
-    return entries_.emplace(at, dataType, nullptr)->second;
 }
 
 } // namespace tarn

@@ -58,10 +58,11 @@ int slotAt(const Placed<Track>& entry, int index) {
 } // namespace
 
 struct Tracks::PrivateData {
-    /// Calls `visit(sub-take, offset)` for each of `entries`, a copy that keeps them alive, that
-    /// this take still has: slots may have changed the take since the copy was made.
+    /// Calls `visit(sub-take, offset)` for each sub-take. Their slots may change this take: those
+    /// they add are not visited, those they remove are not visited any more but live until the end.
     template <class Visit>
-    void visitRemaining(const std::vector<Placed<Tracks>>& entries, Visit visit) const {
+    void visitSubTracks(Visit visit) const {
+        const auto entries = subTracks;
         for (const auto& entry : entries) {
             if (std::find(subTracks.begin(), subTracks.end(), entry) != subTracks.end()) {
                 visit(*entry.first, entry.second);
@@ -175,7 +176,7 @@ std::shared_ptr<Frame> Tracks::getFrame(int index, int dataType) {
 
 std::shared_ptr<Timeline> Tracks::getFrame(int index) {
     auto timeline = std::make_shared<Timeline>(getTime(index));
-    timeline->reserve(d_->tracks.size());
+    timeline->entries_.reserve(d_->tracks.size());
     for (const auto& [track, offset] : d_->tracks) {
         const auto& frames = track->d_->frames;
         const std::int64_t slot = std::int64_t{index} - offset;
@@ -224,9 +225,8 @@ int Tracks::currentFrameIndex() const { return d_->currentTime; }
 
 void Tracks::setCurrentTime(int t) {
     d_->currentTime = t;
-    const auto subTracks = d_->subTracks;
     d_->onCurrentTimeChanged.emit(t);
-    d_->visitRemaining(subTracks, [t](Tracks& take, int offset) {
+    d_->visitSubTracks([t](Tracks& take, int offset) {
         const std::int64_t moved = sum(offset, t);
         if (moved < take.timeLength()) {
             take.setCurrentTime(saturated(moved));
@@ -243,13 +243,12 @@ int Tracks::workRangeBegin() const { return d_->workRangeBegin; }
 int Tracks::workRangeEnd() const { return d_->workRangeEnd; }
 
 void Tracks::setWorkRange(int begin, int end) {
-    const auto subTracks = d_->subTracks;
     if (begin != d_->workRangeBegin || end != d_->workRangeEnd) {
         d_->workRangeBegin = begin;
         d_->workRangeEnd = end;
         d_->onWorkRangeChanged.emit(begin, end);
     }
-    d_->visitRemaining(subTracks, [begin, end](Tracks& take, int offset) {
+    d_->visitSubTracks([begin, end](Tracks& take, int offset) {
         take.setWorkRange(saturated(sum(offset, begin)), saturated(sum(offset, end)));
     });
 }
@@ -289,7 +288,6 @@ void Tracks::alignTracksByTime() {
         addTimes(*entry.first->d_);
     }
     axis.complete();
-    const auto subTracks = d_->subTracks;
     const int length = static_cast<int>(axis.size());
 
     d_->timeLength = length;
@@ -300,7 +298,7 @@ void Tracks::alignTracksByTime() {
         longest = std::max(longest, std::int64_t{track->frameCount()} - offset);
     }
 
-    d_->visitRemaining(subTracks, [&axis, length](Tracks& take, int /*offset*/) {
+    d_->visitSubTracks([&axis, length](Tracks& take, int /*offset*/) {
         take.d_->timeLength = length;
         take.setWorkRange(0, length - 1);
         take.d_->alignTo(axis);

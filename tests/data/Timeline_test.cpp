@@ -244,6 +244,23 @@ TEST(Timeline, IsTheSameWheneverItsFramesAreRead) {
     }
 }
 
+namespace {
+
+int entry(int what) { return what; }
+int reserve(int what) { return what; }
+
+/// A timeline whose author has functions of the same names as nothing in its base.
+class NamedTimeline : public Timeline {
+public:
+    static int callsItsOwn() { return entry(3) + reserve(4); }
+};
+
+} // namespace
+
+TEST(Timeline, LeavesUsualNamesToThoseWhoDeriveFromIt) {
+    EXPECT_EQ(NamedTimeline::callsItsOwn(), 7);
+}
+
 #ifndef NDEBUG
 TEST(TimelineDeathTest, AddingNoFrameIsTheCallersError) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

@@ -261,7 +261,7 @@ TEST(TracksAlignSafety, ANestedTakesSlotMayChangeTheTracksOfBoth) {
     EXPECT_THAT(layoutOf(*nested->getTrack(0)), ElementsAre("m0 0@30", "m1 1@30"));
 }
 
-TEST(TracksAlignSafety, ANestedTakeRemovedByASlotIsNotAlignedButLivesUntilTheEnd) {
+TEST(TracksAlignSafety, ANestedTakeRemovedByASlotOfTheTakeIsNotAligned) {
     const auto removedTrack = trackAt("n", {1, 3});
     std::weak_ptr<Tracks> removed;
     const auto take = takeWith(trackAt("a", {0, 2}));
@@ -273,13 +273,40 @@ TEST(TracksAlignSafety, ANestedTakeRemovedByASlotIsNotAlignedButLivesUntilTheEnd
     const auto last = takeWith(trackAt("l", {0}));
     take->addSubTracks(last, 0);
     take->onWorkRangeChanged().connect([&](int, int) { take->removeSubTracks(removed.lock()); });
+    take->alignTracksByTime();
+    EXPECT_TRUE(removed.expired());
+    EXPECT_THAT(layoutOf(*removedTrack), ElementsAre("n0 1@30", "n1 3@30"));
+    EXPECT_EQ(last->getTrack(0)->frameCount(), 4) << "its times count all the same";
+}
+
+TEST(TracksAlignSafety, ANestedTakeRemovedByAnotherIsNotAlignedButLivesUntilTheEnd) {
+    const auto removedTrack = trackAt("n", {1, 3});
+    std::weak_ptr<Tracks> removed;
+    const auto take = takeWith(trackAt("a", {0, 2}));
+    const auto first = takeWith(trackAt("f", {0}));
+    take->addSubTracks(first, 10);
+    {
+        const auto nested = takeWith(removedTrack);
+        take->addSubTracks(nested, 10);
+        removed = nested;
+    }
+    const auto last = takeWith(trackAt("l", {0}));
+    take->addSubTracks(last, 10);
+    first->onWorkRangeChanged().connect([&](int begin, int) {
+        if (begin == 0) { // its own range, set while it is being aligned
+            take->removeSubTracks(removed.lock());
+        }
+    });
     std::vector<bool> expired;
-    last->onWorkRangeChanged().connect([&](int, int) { expired.push_back(removed.expired()); });
+    last->onWorkRangeChanged().connect([&](int begin, int) {
+        if (begin == 0) {
+            expired.push_back(removed.expired());
+        }
+    });
     take->alignTracksByTime();
     EXPECT_TRUE(removed.expired());
     EXPECT_THAT(expired, ElementsAre(false));
     EXPECT_THAT(layoutOf(*removedTrack), ElementsAre("n0 1@30", "n1 3@30"));
-    EXPECT_EQ(last->getTrack(0)->frameCount(), 4) << "its times count all the same";
 }
 
 TEST(TracksAlignSafety, ANestedTakeThatNobodyElseOwnsMayRemoveItself) {
@@ -304,9 +331,8 @@ TEST(TracksAlignSafety, ANestedTakeThatNobodyElseOwnsMayRemoveItself) {
     EXPECT_EQ(take.timeLength(), 0);
 }
 
-TEST(TracksAlignSafety, ANestedTakeAddedByASlotIsNotAligned) {
-    const auto newTrack = trackAt("n", {1, 3});
-    const auto added = takeWith(newTrack);
+TEST(TracksAlignSafety, ANestedTakeAddedByASlotOfTheTakeIsAlignedToTheTimesThatWereThere) {
+    const auto added = takeWith(trackAt("n", {1, 3}));
     const auto take = takeWith(trackAt("a", {0, 2}));
     bool done = false;
     take->onWorkRangeChanged().connect([&](int, int) {
@@ -317,7 +343,24 @@ TEST(TracksAlignSafety, ANestedTakeAddedByASlotIsNotAligned) {
     });
     take->alignTracksByTime();
     EXPECT_EQ(take->subTracksCount(), 1);
+    EXPECT_THAT(layoutOf(*added->getTrack(0)), ElementsAre("-", "n0 2@30 held"));
+    EXPECT_EQ(added->timeLength(), 2);
+    EXPECT_EQ(take->getTrack(0)->frameCount(), 2);
+}
+
+TEST(TracksAlignSafety, ANestedTakeAddedByASlotOfANestedOneIsNotAligned) {
+    const auto newTrack = trackAt("n", {1, 3});
+    const auto added = takeWith(newTrack);
+    const auto take = takeWith(trackAt("a", {0, 2}));
+    const auto nested = takeWith(trackAt("m", {0}));
+    take->addSubTracks(nested, 10);
+    nested->onWorkRangeChanged().connect([&](int begin, int) {
+        if (begin == 0) { // its own range, set while it is being aligned
+            take->addSubTracks(added, 10);
+        }
+    });
+    take->alignTracksByTime();
+    EXPECT_EQ(take->subTracksCount(), 2);
     EXPECT_EQ(added->getTrack(0), newTrack);
     EXPECT_EQ(added->timeLength(), 0);
-    EXPECT_EQ(take->getTrack(0)->frameCount(), 2);
 }

@@ -303,6 +303,8 @@ TEST(TracksTime, OfATakeThatWasNeverAlignedIsCountedAtItsRate) {
     EXPECT_EQ(take.getTime(12), Time(12, 30));
     EXPECT_EQ(take.getTime(std::numeric_limits<int>::max()), Time(2147483647U, 30));
     EXPECT_EQ(take.getFrame(12)->time(), Time(12, 30));
+    take.setFps(1);
+    EXPECT_EQ(take.getTime(12), Time(12, 1)) << "one frame per second is a rate like any other";
 }
 
 TEST(TracksTime, WithoutARateOrBeforeTheTakeIsTheDefaultTime) {
