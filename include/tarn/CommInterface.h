@@ -37,7 +37,9 @@ public:
     /// returns, on this thread, or later, on the thread that finishes it. The callback may issue
     /// the next request. It must not throw; an empty one makes `finished()` throw
     /// `std::bad_function_call`. The connection belongs to the request: disconnecting that from the
-    /// reply's `onFinished()` takes the callback back. Precondition: `request` is not empty.
+    /// reply's `onFinished()` takes the callback back. What the handler throws comes out of here;
+    /// if it has kept the reply it may still finish it, and the callback is called.
+    /// Precondition: `request` is not empty.
     void asyncRequest(std::shared_ptr<Request> request,
                       std::function<void(std::shared_ptr<Reply>)> callback);
     /// As above, with a command that has no payload.

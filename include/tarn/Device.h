@@ -20,8 +20,10 @@ namespace tarn {
 /// Ownership: an attached channel is a child of the device and no more: nothing is owned, and who
 /// destroys a channel detaches it first.
 ///
-/// Threads: `setState` may be called from the device's own thread, where its listeners then run;
-/// nothing locks but the signals.
+/// Threads: `setState` may be called from the device's own thread, where its listeners then run,
+/// and the state may be read from any: who connects to `onStateChanged` and then reads it is told
+/// of a change or reads it. For requests and ports see `CommInterface` and `StreamNode`; channels
+/// are attached, detached and listed from one thread at a time.
 class TARN_EXPORT Device : public CommInterface {
 public:
     enum DeviceState : int { Unknown, Lost, Ready, Busy };

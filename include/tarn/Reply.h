@@ -62,8 +62,9 @@ public:
     ///
     /// A call that comes while the listeners are being told, from one of them or from another
     /// thread, returns at once: each listener is told once. A later call tells those that were
-    /// connected since. Should a listener throw, against the rules, the reply tells nobody any
-    /// more, and what its listeners hold stays held.
+    /// connected since. Should a listener throw, against the rules, the exception leaves this call
+    /// with all listeners still connected and their signal locked by this thread; a later call on
+    /// it tells them all.
     void finished();
 
     /// When the reply is finished, with the result code.

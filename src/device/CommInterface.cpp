@@ -46,6 +46,27 @@ private:
     std::shared_ptr<Reply> reply_;
 };
 
+/// What an asynchronous request leaves with its reply. It keeps the reply alive until that is
+/// finished, which takes this out of the reply.
+class ReplyCallback {
+public:
+    ReplyCallback(std::shared_ptr<Reply> reply,
+                  std::function<void(std::shared_ptr<Reply>)> callback)
+        : callback_(std::move(callback)), reply_(reply), kept_(std::move(reply)) {}
+
+    /// Whoever finishes the reply holds it.
+    void tell() const { callback_(reply_.lock()); }
+
+    /// The reply is the handler's alone from now on. Without this, a reply that is never finished
+    /// and its slot would keep each other alive.
+    void giveUp() { kept_.reset(); }
+
+private:
+    std::function<void(std::shared_ptr<Reply>)> callback_;
+    std::weak_ptr<Reply> reply_; ///< read on the thread that finishes it, whatever the other does
+    std::shared_ptr<Reply> kept_;
+};
+
 } // namespace
 
 CommInterface::CommInterface() : d_(std::make_unique<PrivateData>()) {}
@@ -69,9 +90,14 @@ void CommInterface::asyncRequest(std::shared_ptr<Request> request,
                                  std::function<void(std::shared_ptr<Reply>)> callback) {
     assert(request != nullptr);
     const auto reply = std::make_shared<Reply>(request->id());
-    reply->onFinished().connect(
-        request.get(), [callback = std::move(callback), reply](int /*code*/) { callback(reply); });
-    doRequest(std::move(request), reply);
+    const auto waiting = std::make_shared<ReplyCallback>(reply, std::move(callback));
+    reply->onFinished().connect(request.get(), [waiting](int /*code*/) { waiting->tell(); });
+    try {
+        doRequest(std::move(request), reply);
+    } catch (...) {
+        waiting->giveUp();
+        throw;
+    }
 }
 
 void CommInterface::asyncRequest(const std::string& id,

@@ -5,13 +5,17 @@
 
 #include "core/TypedLinks.h"
 
+#include <atomic>
+
 namespace tarn {
 
 struct Device::PrivateData {
     tsignal::Signal<DeviceState> onStateChanged;
     tsignal::Signal<CommInterface*> onCommInterfaceAvailable;
     tsignal::Signal<CommInterface*> onCommInterfaceUnavailable;
-    DeviceState state = Unknown;
+    // Set on the device's thread, polled by hosts. In the single total order, so that who connects
+    // and then looks is told of a change or sees it.
+    std::atomic<DeviceState> state = Unknown;
 };
 
 Device::Device() : d_(std::make_unique<PrivateData>()) {}

@@ -32,8 +32,13 @@ void Reply::finished() {
     if (telling_.exchange(true)) {
         return;
     }
-    finishedSignal_.emitAndDisconnectAll([this] { telling_ = false; }, resultCode_);
-    // From here on the reply may be gone with a listener that held it.
+    try {
+        finishedSignal_.emitAndDisconnectAll([this] { telling_ = false; }, resultCode_);
+        // From here on the reply may be gone with a listener that held it.
+    } catch (...) {
+        telling_ = false;
+        throw;
+    }
 }
 
 tsignal::Signal<int>& Reply::onFinished() { return finishedSignal_; }

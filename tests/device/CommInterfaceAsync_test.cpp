@@ -198,6 +198,33 @@ TEST_F(AsyncRequest, MayBeFinishedAfterTheHandlerHasThrown) {
     EXPECT_EQ(open.use_count(), 1);
 }
 
+TEST_F(AsyncRequest, LeavesNothingBehindWhenTheHandlerThrows) {
+    auto held = std::make_shared<int>(1);
+    const std::weak_ptr<int> heldByCallback = held;
+    std::weak_ptr<Reply> watched;
+    Channel channel(
+        [&](const std::shared_ptr<Request>& /*request*/, const std::shared_ptr<Reply>& reply) {
+            watched = reply;
+            throw std::runtime_error("no such port");
+        });
+    EXPECT_THROW(channel.asyncRequest("connect", [held = std::move(held)](
+                                                     const std::shared_ptr<Reply>& /*reply*/) {}),
+                 std::runtime_error);
+    EXPECT_TRUE(watched.expired());
+    EXPECT_TRUE(heldByCallback.expired());
+}
+
+TEST_F(AsyncRequest, LeavesNothingBehindWhenItsCallbackThrows) {
+    std::weak_ptr<Reply> watched;
+    Channel channel(
+        [&](const std::shared_ptr<Request>& /*request*/, const std::shared_ptr<Reply>& reply) {
+            watched = reply;
+            reply->finished();
+        });
+    EXPECT_THROW(channel.asyncRequest("connect", Callback()), std::bad_function_call);
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST_F(AsyncRequest, ACallbackMayFinishTheReplyAgain) {
     keeping.asyncRequest("connect", [this](const std::shared_ptr<Reply>& reply) {
         told.emplace_back("told");

@@ -320,11 +320,32 @@ TEST_F(ReplyListeners, OfOneReplyMayFinishAnother) {
 }
 
 TEST_F(ReplyListeners, ThatThrowReachWhoeverFinishesTheReply) {
-    listen("first", [] { throw std::runtime_error("against the rules"); });
-    listen("second");
+    bool throws = true;
+    listen("first");
+    listen("second", [&throws] {
+        if (throws) {
+            throw std::runtime_error("against the rules");
+        }
+    });
+    listen("third");
     EXPECT_THROW(reply->finished(), std::runtime_error);
-    reply->finished(); // nobody is told twice
-    EXPECT_THAT(told, ElementsAre("first:-1"));
+    EXPECT_THAT(told, ElementsAre("first:-1", "second:-1"));
+
+    throws = false;
+    reply->setResultCode(3);
+    reply->finished(); // tells all who are still connected
+    reply->finished();
+    EXPECT_THAT(told, ElementsAre("first:-1", "second:-1", "first:3", "second:3", "third:3"));
+}
+
+TEST_F(ReplyListeners, ThatThrowAgainAndAgainNeverSilenceTheReply) {
+    listen("only", [] { throw std::runtime_error("against the rules"); });
+    EXPECT_THROW(reply->finished(), std::runtime_error);
+    EXPECT_THROW(reply->finished(), std::runtime_error);
+    reply->onFinished().disconnectAll();
+    listen("new");
+    reply->finished();
+    EXPECT_THAT(told, ElementsAre("only:-1", "only:-1", "new:-1"));
 }
 
 TEST_F(ReplyListeners, ThatAreEmptyThrowBadFunctionCall) {
