@@ -24,7 +24,9 @@ namespace tarn {
 /// Its rule of substance: `doRawFlushFrame` sees every frame, `doFlushFrame` only those that arrive
 /// between `onBegin` and `onEnd`.
 ///
-/// Threads: only the signals lock; flag and progress are written on the thread that emits them.
+/// Threads: flag and progress are written on the thread that emits their signals, a device's thread
+/// too, and may be read from any; who connects to such a signal and then reads is told of a change
+/// or reads it. The signals lock; everything else is used from one thread at a time.
 class TARN_EXPORT Calibrator : public Object {
 public:
     Calibrator();
@@ -108,8 +110,6 @@ protected:
 
 private:
     friend class Character; // hands every frame to all of its calibrators
-    void flush(const std::shared_ptr<Timeline>& timeline);
-
     struct PrivateData;
     std::unique_ptr<PrivateData> d_;
 };

@@ -76,7 +76,8 @@ public:
 
     // A calibration run. State is not checked: begun twice, every frame reaches each calibrator
     // twice. The end of a run also disconnects slots that were bound to this character on
-    // `onFrame`. Precondition of all three: the character has a solver.
+    // `onFrame`. Precondition of all three: there is a solver when its turn comes (a slot of
+    // `onWillCalibrate` is in time to set it).
 
     /// Emits `onWillCalibrate`, begins with the solver, starts each calibrator and from then on
     /// hands it every frame.

@@ -29,7 +29,11 @@ namespace tarn {
 /// first: sequence ties with `untieFromISequencePort`, frame ties by destroying the emitting signal
 /// or with its `disconnectAll`.
 ///
-/// Threads: ports and ties are changed and queried from one thread at a time.
+/// Threads: ports are made and inputs are tied and untied from one thread at a time, and nobody
+/// else uses the node's ports then. Ports that exist may be looked up from any thread at once, and
+/// their signals lock: a node that makes its outputs when it is constructed may emit them on a
+/// thread of its own while hosts connect to them. An unknown id makes a port. Handlers run on the
+/// thread that emits what they are tied to.
 class TARN_EXPORT StreamNode : public Object {
 public:
     /// A node without ports.

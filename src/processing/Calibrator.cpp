@@ -3,31 +3,11 @@
 
 #include <tarn/Calibrator.h>
 
-#include "processing/FactorTable.h"
+#include "processing/CalibratorData.h"
 
 #include <utility>
 
 namespace tarn {
-
-struct Calibrator::PrivateData {
-    /// Connected before anyone else can be, so that slots of the host find flag and progress
-    /// current.
-    PrivateData() {
-        onBegin.connect(this, [this] { calibrating = true; });
-        onEnd.connect(this, [this] { calibrating = false; });
-        onProgress.connect(this, [this](float value) { progress = value; });
-    }
-
-    std::string calibratorType;
-    std::string id;
-    FactorTable factors;
-    tsignal::Signal<> onBegin;
-    tsignal::Signal<> onEnd;
-    tsignal::Signal<float> onProgress;
-    tsignal::Signal<int, int> onPrepare;
-    bool calibrating = false;
-    float progress = 0.0F;
-};
 
 Calibrator::Calibrator() : d_(std::make_unique<PrivateData>()) {}
 
@@ -61,13 +41,8 @@ bool Calibrator::isCalibrating() const { return d_->calibrating; }
 
 float Calibrator::currentCalibrateProgress() const { return d_->progress; }
 
-void Calibrator::flushFrame(std::shared_ptr<Timeline> timeline) { flush(timeline); }
-
-void Calibrator::flush(const std::shared_ptr<Timeline>& timeline) {
-    doRawFlushFrame(timeline);
-    if (isCalibrating()) { // by now: the raw frame may have begun or ended it
-        doFlushFrame(timeline);
-    }
+void Calibrator::flushFrame(std::shared_ptr<Timeline> timeline) {
+    PrivateData::flushFrame(*this, timeline);
 }
 
 std::shared_ptr<Tracks> Calibrator::calibrationData() { return doGetCalibrationData(); }

@@ -100,6 +100,15 @@ public:
     using Getter = std::function<std::any()>;
     using Setter = std::function<void(const std::any&)>;
 
+    FactorTable() = default;
+    FactorTable(const FactorTable&) = delete;
+    FactorTable& operator=(const FactorTable&) = delete;
+    ~FactorTable() {
+        for (Setting* setting = setting_; setting != nullptr; setting = setting->outer) {
+            setting->isTableGone = true;
+        }
+    }
+
     /// Creates or replaces the getter and the setter of a factor; an empty one leaves what is
     /// there.
     void add(int id, Getter getter, Setter setter) {
@@ -125,17 +134,25 @@ public:
     }
 
     /// Calls the factor's setter, if it has one, and then announces the factor if it can be
-    /// queried: on every call, since values of unknown type cannot be compared.
-    void set(int id, const std::any& value) {
+    /// queried: on every call, since values of unknown type cannot be compared. Returns false if
+    /// the setter has destroyed the table, as one may that destroys its solver.
+    bool set(int id, const std::any& value) {
         auto* const setter = setters_.find(id);
         if (setter == nullptr) {
-            return;
+            return true;
         }
         const CallableTable<Setter>::Call call(*setter);
-        setter->function(value);
+        {
+            Setting setting(*this);
+            setter->function(value);
+            if (setting.isTableGone) {
+                return false;
+            }
+        }
         if (isQueriable(id)) {
             announce(id);
         }
+        return true;
     }
 
     void remove(int id) {
@@ -146,12 +163,31 @@ public:
     tsignal::Signal<int>& onChanged() { return onChanged_; }
 
 private:
+    /// A setter that runs, known to its table, which tells it when it goes.
+    struct Setting {
+        explicit Setting(FactorTable& itsTable) : table(itsTable), outer(itsTable.setting_) {
+            table.setting_ = this;
+        }
+        Setting(const Setting&) = delete;
+        Setting& operator=(const Setting&) = delete;
+        ~Setting() {
+            if (!isTableGone) {
+                table.setting_ = outer;
+            }
+        }
+
+        FactorTable& table;
+        Setting* const outer;
+        bool isTableGone = false;
+    };
+
     // On its own, for the same reason: many factors are never announced.
     [[gnu::noinline]] void announce(int id) { onChanged_.emit(id); }
 
     tsignal::Signal<int> onChanged_;
     CallableTable<Getter> getters_;
     CallableTable<Setter> setters_;
+    Setting* setting_ = nullptr; ///< the innermost that runs
 };
 
 } // namespace tarn

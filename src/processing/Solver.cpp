@@ -125,8 +125,9 @@ void Solver::addFactor(int id, std::function<std::any()> getter,
 }
 
 void Solver::removeFactor(int id, const std::any& value) {
-    setFactor(id, value);
-    d_->factors.remove(id);
+    if (d_->factors.set(id, value)) {
+        d_->factors.remove(id);
+    }
 }
 
 void Solver::saveStatus(Settings* settings) { doSaveStatus(settings); }

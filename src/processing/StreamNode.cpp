@@ -29,6 +29,14 @@ void appendIds(const Map& ports, std::vector<int>& ids) {
     }
 }
 
+/// The output port of an id, made if there is none. A port that exists is only looked up, which any
+/// number of threads may do at once.
+template <class Data>
+Output<Data>& outputOf(std::map<int, Output<Data>>& outputs, int id) {
+    const auto found = outputs.find(id);
+    return found != outputs.end() ? found->second : outputs[id];
+}
+
 template <class Data>
 bool tieInput(const std::map<int, Handler<Data>>& inputs, Ties& ties, int id,
               Output<Data>& output) {
@@ -49,7 +57,6 @@ struct StreamNode::PrivateData {
     Ties frameTies;
     std::map<int, Handler<Sequence>> sequenceInputs;
     Ties sequenceTies;
-    bool flag = false; // part of the record; nothing uses it
 };
 
 StreamNode::StreamNode() : d_(std::make_unique<PrivateData>()) {}
@@ -91,11 +98,11 @@ std::vector<int> StreamNode::supportOSequencePorts() const {
 }
 
 tsignal::Signal<std::shared_ptr<Frame>>& StreamNode::oFramePort(int id) const {
-    return d_->frameOutputs[id];
+    return outputOf(d_->frameOutputs, id);
 }
 
 tsignal::Signal<std::shared_ptr<Sequence>>& StreamNode::oSequencePort(int id) const {
-    return d_->sequenceOutputs[id];
+    return outputOf(d_->sequenceOutputs, id);
 }
 
 bool StreamNode::tieToIFramePort(int id, tsignal::Signal<std::shared_ptr<Frame>>& signal) {
@@ -106,11 +113,9 @@ bool StreamNode::tieToISequencePort(int id, tsignal::Signal<std::shared_ptr<Sequ
     return tieInput(d_->sequenceInputs, d_->sequenceTies, id, signal);
 }
 
-void StreamNode::untieFromIFramePort(int id, tsignal::Signal<std::shared_ptr<Frame>>& /*signal*/) {
-    // The reverse of the test for sequences, and meant to be: hosts count on frame ties that stay.
-    if (!hasPort(d_->frameTies, id)) {
-        d_->frameTies.erase(d_->frameTies.try_emplace(id).first);
-    }
+void StreamNode::untieFromIFramePort(int /*id*/,
+                                     tsignal::Signal<std::shared_ptr<Frame>>& /*signal*/) {
+    // Meant to do nothing: hosts count on frame ties that stay.
 }
 
 void StreamNode::untieFromISequencePort(int id,

@@ -4,6 +4,7 @@
 #include <tarn/Character.h>
 
 #include "core/TypedLinks.h"
+#include "processing/CalibratorData.h"
 
 #include <boost/container/small_vector.hpp>
 
@@ -57,6 +58,13 @@ bool replaceChild(Object& object, T* child) {
         object.addChild(child);
     }
     return true;
+}
+
+/// The solver that a calibration needs.
+Solver& solverOf(const Character& character) {
+    Solver* const solver = character.solver();
+    assert(solver != nullptr);
+    return *solver;
 }
 
 } // namespace
@@ -133,9 +141,8 @@ void Character::removeCalibrator(Calibrator* calibrator) {
 bool Character::isCalibratorRequired(Calibrator* calibrator) { return d_->required[calibrator]; }
 
 void Character::beginCalibrate() {
-    assert(solver() != nullptr);
     d_->onWillCalibrate.emit();
-    solver()->beginCalibrate();
+    solverOf(*this).beginCalibrate();
     for (Calibrator* const calibrator : calibrators()) {
         calibrator->globalStart();
     }
@@ -143,30 +150,28 @@ void Character::beginCalibrate() {
         // Taken anew for each frame, without a list: this is what every frame passes.
         using Calibrators = boost::container::small_vector<Calibrator*, 16>;
         for (Calibrator* const calibrator : typedChildren<Calibrator, Calibrators>(*this)) {
-            calibrator->flush(timeline);
+            Calibrator::PrivateData::flushFrame(*calibrator, timeline);
         }
     });
     d_->calibrating = true;
 }
 
 void Character::endCalibrate() {
-    assert(solver() != nullptr);
     for (Calibrator* const calibrator : calibrators()) {
         calibrator->globalFinish();
     }
     d_->onFrame.disconnect(this);
-    solver()->endCalibrate();
+    solverOf(*this).endCalibrate();
     d_->onCalibrateFinished.emit();
     d_->calibrating = false;
 }
 
 void Character::cancelCalibrate() {
-    assert(solver() != nullptr);
     for (Calibrator* const calibrator : calibrators()) {
         calibrator->globalCancel();
     }
     d_->onFrame.disconnect(this);
-    solver()->cancelCalibrate();
+    solverOf(*this).cancelCalibrate();
     d_->onCalibrateCanceled.emit();
     d_->calibrating = false;
 }

@@ -312,4 +312,16 @@ TEST(Calibrator, PassesAnEmptyPointerOnLikeAnyFrame) {
     EXPECT_EQ(calibrator.last, nullptr);
 }
 
+int flush(int what) { return what; }
+
+/// A calibrator whose author has a function of the same name as nothing in its base.
+class FlushingCalibrator : public tarn::Calibrator {
+public:
+    static int callsItsOwn() { return flush(7); }
+};
+
+TEST(Calibrator, LeavesTheNameFlushToThoseWhoDeriveFromIt) {
+    EXPECT_EQ(FlushingCalibrator::callsItsOwn(), 7);
+}
+
 } // namespace

@@ -116,6 +116,102 @@ TEST(FactorReentrance, AGetterMayDestroyItsSolver) {
     EXPECT_EQ(held.use_count(), 1);
 }
 
+TEST(FactorReentrance, ASetterMayDestroyItsSolver) {
+    auto solver = std::make_unique<OpenSolver>();
+    const Held held = std::make_shared<int>(0);
+    int told = 0;
+    solver->onFactorChanged().connect([&told](int /*id*/) { ++told; });
+    solver->addFactor(
+        1, [] { return std::any(); },
+        [&solver, held](const std::any& value) {
+            solver.reset();
+            *held = std::any_cast<int>(value); // still there, though nothing else of the solver is
+        });
+
+    solver->setFactor(1, 5);
+    EXPECT_EQ(*held, 5);
+    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_EQ(told, 0) << "there was nobody left to tell it";
+}
+
+TEST(FactorReentrance, ASetterMayDestroyItsSolverWhenItsFactorIsRemoved) {
+    auto solver = std::make_unique<OpenSolver>();
+    const Held held = std::make_shared<int>(0);
+    solver->addFactor(
+        1, [] { return std::any(); },
+        [&solver, held](const std::any& /*value*/) { solver.reset(); });
+
+    solver->removeFactor(1, 5);
+    EXPECT_EQ(solver, nullptr);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST(FactorReentrance, ASetterThatHasReplacedItselfMayDestroyItsSolver) {
+    auto solver = std::make_unique<OpenSolver>();
+    const Held held = std::make_shared<int>(0);
+    solver->addFactor(
+        1, [] { return std::any(); },
+        [&solver, held](const std::any& /*value*/) {
+            solver->addFactor(1, {}, [](const std::any&) {});
+            solver.reset();
+        });
+
+    solver->setFactor(1, 5);
+    EXPECT_EQ(solver, nullptr);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST(FactorReentrance, ASetterWithinASetterMayDestroyTheSolverOfBoth) {
+    auto solver = std::make_unique<OpenSolver>();
+    std::vector<int> finished;
+    const auto readable = [] { return std::any(); };
+    solver->addFactor(1, readable, [&](const std::any& value) {
+        solver->setFactor(2, value);
+        finished.push_back(1);
+    });
+    solver->addFactor(2, readable, [&](const std::any& /*value*/) {
+        solver.reset();
+        finished.push_back(2);
+    });
+
+    solver->setFactor(1, 5);
+    EXPECT_EQ(solver, nullptr);
+    EXPECT_THAT(finished, ElementsAre(2, 1));
+}
+
+TEST(FactorReentrance, ASetterThatThrowsMayHaveDestroyedItsSolver) {
+    auto solver = std::make_unique<OpenSolver>();
+    const Held held = std::make_shared<int>(0);
+    solver->addFactor(
+        1, [] { return std::any(); },
+        [&solver, held](const std::any& /*value*/) {
+            solver.reset();
+            throw std::runtime_error("out of range");
+        });
+
+    EXPECT_THROW(solver->setFactor(1, 5), std::runtime_error);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST(FactorReentrance, ASetterMaySetOtherFactorsAndEachIsAnnounced) {
+    OpenSolver solver;
+    std::vector<int> told;
+    solver.onFactorChanged().connect([&told](int id) { told.push_back(id); });
+    const auto readable = [] { return std::any(); };
+    solver.addFactor(1, readable, [&solver](const std::any& value) { solver.setFactor(2, value); });
+    solver.addFactor(2, readable, [](const std::any& value) {
+        if (std::any_cast<int>(value) < 0) {
+            throw std::runtime_error("out of range");
+        }
+    });
+
+    solver.setFactor(1, 5);
+    EXPECT_THAT(told, ElementsAre(2, 1));
+    EXPECT_THROW(solver.setFactor(1, -5), std::runtime_error);
+    solver.setFactor(1, 6);
+    EXPECT_THAT(told, ElementsAre(2, 1, 2, 1));
+}
+
 TEST(FactorReentrance, ASetterThatReplacesItselfGoesAfterItsAnnouncement) {
     OpenSolver solver;
     const Held held = std::make_shared<int>(0);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iostream>
 #include <list>
 #include <memory>
 #include <string>
@@ -457,14 +458,25 @@ TEST_F(CharacterFeed, LetsACalibratorTakeItselfAwayAtTheEnd) {
     EXPECT_EQ(character.calibrators(), (std::list<tarn::Calibrator*>{&first, &second}));
 }
 
+TEST_F(CharacterCalibration, TakesTheSolverOfTheMomentItNeedsIt) {
+    character.setSolver(nullptr);
+    character.onWillCalibrate().connect([this] { character.setSolver(&solver); });
+    character.beginCalibrate();
+    EXPECT_EQ(run.take(),
+              (Entries{"will", "solver will", "solver begin", "first start", "second start"}));
+}
+
 #ifndef NDEBUG
 
-TEST(CharacterCalibrationDeathTest, AMissingSolverIsCaught) {
+using CharacterCalibrationDeathTest = CharacterCalibration;
+
+TEST_F(CharacterCalibrationDeathTest, AMissingSolverIsCaughtWhenItIsNeeded) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    tarn::Character character("", "");
-    EXPECT_DEATH(character.beginCalibrate(), "solver\\(\\) != nullptr");
-    EXPECT_DEATH(character.endCalibrate(), "solver\\(\\) != nullptr");
-    EXPECT_DEATH(character.cancelCalibrate(), "solver\\(\\) != nullptr");
+    character.setSolver(nullptr);
+    character.onWillCalibrate().connect([] { std::cerr << "will\n"; });
+    EXPECT_DEATH(character.beginCalibrate(), "will\n(.|\n)*solver != nullptr");
+    EXPECT_DEATH(character.endCalibrate(), "solver != nullptr");
+    EXPECT_DEATH(character.cancelCalibrate(), "solver != nullptr");
 }
 
 #endif
