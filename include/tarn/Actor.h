@@ -22,7 +22,8 @@ namespace tarn {
 ///         SensorMap        a value per entry: where the sensor map is read
 ///     SensorMap            where a sensor map is put, and not read
 ///
-/// Only a loaded document brings a sensor map to the place it is read from.
+/// No setter brings a sensor map to the place where it is read: a loaded document does, or the
+/// settings do (`setValue("MocapActor.SensorMap.Hips", "3")`).
 ///
 /// Groups appear when they are first asked for, by a getter too. The call that creates a group
 /// returns an empty store that is not connected to the actor: what is written to it is lost. Every
@@ -55,12 +56,14 @@ public:
     float bodyDimension(const std::string& name, float defaultValue);
     /// Stores a dimension and emits `onBodyDimensionChanged`, unless it differs by less than 0.0001
     /// from the current one. A missing dimension counts as 0: it cannot be set to a value that
-    /// close to 0.
+    /// close to 0. A name that `Settings::setValue` stores nothing under is not announced.
     void setBodyDimension(const std::string& name, float value);
     /// The group of the dimensions; see above for what the call that creates it returns.
     std::shared_ptr<Settings> bodyDimensionSettings();
-    /// Replaces the group by a deep copy of `settings`, which may be the group itself, and emits
-    /// `onBodyDimensionSettingsChanged`. Precondition: `settings` is not empty.
+    /// Removes the group, puts a deep copy of `settings` in its place and emits
+    /// `onBodyDimensionSettingsChanged`. `settings` may be a view of the group or of a part of it,
+    /// which is copied first; one of what is around the group comes without the old one.
+    /// Precondition: `settings` is not empty.
     void setBodyDimensionSettings(std::shared_ptr<Settings> settings);
 
     /// Every entry of the sensor map, from where it is read.
@@ -72,8 +75,9 @@ public:
     /// not connected to the actor, at every call; the group at the other place is then replaced by
     /// an empty one.
     std::shared_ptr<Settings> sensorMapSettings();
-    /// Puts a deep copy of `settings` at the place where the sensor map is not read, and removes
-    /// what is at the place where it is. No signal. Precondition: `settings` is not empty.
+    /// Removes what is at the place where the sensor map is read, and puts a deep copy of
+    /// `settings` at the place where it is not; with views, as `setBodyDimensionSettings`. No
+    /// signal. Precondition: `settings` is not empty.
     void setSensorMapSettings(std::shared_ptr<Settings> settings);
 
     /// After the name changed, with the new name.

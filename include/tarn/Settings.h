@@ -105,6 +105,7 @@ public:
     tsignal::Signal<std::string, std::string>& onSettingChanged();
 
 private:
+    friend struct SettingsTree; // for the library's own classes
     struct PrivateData;
     std::unique_ptr<PrivateData> d_;
 };

@@ -4,7 +4,9 @@
 #include <tarn/Actor.h>
 
 #include "settings/Numbers.h"
+#include "settings/SettingsTree.h"
 
+#include <cassert>
 #include <cmath>
 #include <utility>
 
@@ -36,6 +38,20 @@ std::shared_ptr<Settings> groupOf(const Settings& parent, const std::string& key
     return created;
 }
 
+/// Puts a copy of `settings` as the group `key` into `target`, after the groups of that name have
+/// gone from `root`.
+void replaceGroup(const std::string& key, Settings& root, Settings& target,
+                  std::shared_ptr<Settings> settings) {
+    assert(settings != nullptr);
+    Settings copy;
+    if (SettingsTree::isInside(*settings, root, key)) { // it would go with them
+        copy.addSubSettings(key, std::move(settings));
+        settings = copy.subSettings(key);
+    }
+    root.remove(key);
+    target.addSubSettings(key, std::move(settings));
+}
+
 } // namespace
 
 Actor::Actor() : d_(std::make_unique<PrivateData>()) {}
@@ -64,8 +80,12 @@ void Actor::setBodyDimension(const std::string& name, float value) {
     if (static_cast<double>(difference) < 0.0001) {
         return;
     }
-    bodyDimensionSettings()->setValue(name, toText(value));
-    d_->onBodyDimensionChanged.emit(name, value);
+    const std::string text = toText(value);
+    const auto dimensions = bodyDimensionSettings();
+    dimensions->setValue(name, text);
+    if (dimensions->value(name, "") == text) { // not every name is one that a value can have
+        d_->onBodyDimensionChanged.emit(name, value);
+    }
 }
 
 std::shared_ptr<Settings> Actor::bodyDimensionSettings() {
@@ -74,13 +94,9 @@ std::shared_ptr<Settings> Actor::bodyDimensionSettings() {
 }
 
 void Actor::setBodyDimensionSettings(std::shared_ptr<Settings> settings) {
-    // Copied before anything is removed: it may be a view of the group itself.
-    Settings copy;
-    copy.addSubSettings(bodyDimensionKey, std::move(settings));
-    if (rootSettings()->subSettings(bodyDimensionKey)) {
-        rootSettings()->remove(bodyDimensionKey);
-    }
-    rootSettings()->addSubSettings(bodyDimensionKey, copy.subSettings(bodyDimensionKey));
+    rootSettings(); // creates the root group, so that the next call finds it
+    const auto root = rootSettings();
+    replaceGroup(bodyDimensionKey, *root, *root, std::move(settings));
     d_->onBodyDimensionSettingsChanged.emit();
 }
 
@@ -102,13 +118,8 @@ std::shared_ptr<Settings> Actor::sensorMapSettings() {
 }
 
 void Actor::setSensorMapSettings(std::shared_ptr<Settings> settings) {
-    // Copied before anything is removed: it may be a view of the group itself.
-    Settings copy;
-    copy.addSubSettings(sensorMapKey, std::move(settings));
-    if (rootSettings()->subSettings(sensorMapKey)) {
-        rootSettings()->remove(sensorMapKey);
-    }
-    addSubSettings(sensorMapKey, copy.subSettings(sensorMapKey));
+    rootSettings(); // creates the root group, so that the next call finds it
+    replaceGroup(sensorMapKey, *rootSettings(), *this, std::move(settings));
 }
 
 tsignal::Signal<std::string>& Actor::onActorNameChanged() { return d_->onActorNameChanged; }

@@ -129,7 +129,7 @@ void Scene::setSceneTime(const Time& time) {
         return;
     }
     d_->sceneTime = time;
-    d_->onSceneTimeChanged.emit(d_->sceneTime);
+    d_->onSceneTimeChanged.emit(time); // what is stored may change meanwhile
 }
 
 std::shared_ptr<Tracks> Scene::tracks() { return d_->tracks; }

@@ -5,6 +5,7 @@
 
 #include "settings/AtomicFile.h"
 #include "settings/PropertyTree.h"
+#include "settings/SettingsTree.h"
 #include "settings/XmlDocument.h"
 
 #include <algorithm>
@@ -77,6 +78,13 @@ PropertyTree* nodeAt(PropertyTree& tree, std::string_view path) {
 PropertyTree& nodeMadeAt(PropertyTree& tree, const std::string& path) {
     PropertyTree* const node = nodeAt(tree, path);
     return node != nullptr ? *node : tree.put_child(path, PropertyTree());
+}
+
+/// Whether a node is `tree` or below it. As deep as documents may nest.
+bool contains(const PropertyTree& tree, const PropertyTree* node) {
+    return &tree == node || std::any_of(tree.begin(), tree.end(), [node](const auto& child) {
+        return contains(child.second, node);
+    });
 }
 
 bool createDirectoryOf(const std::string& fileName) {
@@ -184,6 +192,13 @@ bool Settings::saveSettingsToString(std::string& text) {
 
 tsignal::Signal<std::string, std::string>& Settings::onSettingChanged() {
     return d_->onSettingChanged;
+}
+
+bool SettingsTree::isInside(const Settings& part, const Settings& whole, const std::string& name) {
+    const PropertyTree* const shown = &part.d_->tree();
+    const auto [first, last] = whole.d_->tree().equal_range(name);
+    return std::any_of(first, last,
+                       [shown](const auto& child) { return contains(child.second, shown); });
 }
 
 } // namespace tarn

@@ -198,15 +198,39 @@ TEST(Actor, ReplacingTheDimensionsRemovesEveryGroupOfTheName) {
     EXPECT_THAT(actor.bodyDimensionSettings()->values(), ElementsAre(Pair("c", "3")));
 }
 
+TEST(Actor, ADimensionIsAnnouncedOnlyIfItIsStored) {
+    for (const std::string name : {"", ".", "Arm.", "Arm.Left.", "Leg.", ".Left"}) {
+        Actor actor;
+        actor.setBodyDimension("Arm.Left", 0.5F);
+        Announcements announcements(actor);
+        actor.setBodyDimension(name, 1.8F);
+        const bool isStored = actor.bodyDimensionSettings()->value(name, "") == "1.800000";
+        EXPECT_EQ(announcements.taken().size(), isStored ? 1U : 0U) << name;
+    }
+}
+
 TEST(Actor, ItsOwnDimensionsCanBeHandedBackToIt) {
     Actor actor;
     actor.setBodyDimension("Height", 1.8F);
-    actor.setBodyDimension("Arm", 0.6F);
+    actor.setBodyDimension("Arm.Left", 0.6F);
     actor.setBodyDimensionSettings(actor.bodyDimensionSettings());
     EXPECT_THAT(actor.bodyDimensionSettings()->values(),
-                ElementsAre(Pair("Arm", "0.600000"), Pair("Height", "1.800000")));
+                ElementsAre(Pair("Arm", ""), Pair("Height", "1.800000")));
+    actor.setBodyDimensionSettings(actor.bodyDimensionSettings()->subSettings("Arm"));
+    EXPECT_THAT(actor.bodyDimensionSettings()->values(), ElementsAre(Pair("Left", "0.600000")));
+}
+
+TEST(Actor, DimensionsFromAroundTheGroupDoNotBringTheOldOnesAlong) {
+    Actor actor;
+    actor.setActorName("Ada");
+    actor.setBodyDimension("Height", 1.8F);
     actor.setBodyDimensionSettings(actor.rootSettings());
-    EXPECT_EQ(actor.bodyDimension("BodyDimension.Height", 0.0F), 1.8F);
+    EXPECT_THAT(actor.bodyDimensionSettings()->values(), ElementsAre(Pair("ActorName", "Ada")));
+
+    const std::shared_ptr<Settings> whole(&actor, [](Settings* /*actor*/) {});
+    actor.setBodyDimensionSettings(whole);
+    EXPECT_EQ(actor.bodyDimensionSettings()->value("MocapActor.ActorName", ""), "Ada");
+    EXPECT_THAT(actor.bodyDimensionSettings()->subSettings("MocapActor.BodyDimension"), IsNull());
 }
 
 TEST(Actor, ItsOwnSensorMapCanBeHandedBackToIt) {
@@ -216,6 +240,14 @@ TEST(Actor, ItsOwnSensorMapCanBeHandedBackToIt) {
     EXPECT_EQ(actor.value("SensorMap.Hips", "none"), "3");
     actor.setSensorMapSettings(actor.subSettings("SensorMap"));
     EXPECT_EQ(actor.value("SensorMap.Hips", "none"), "3");
+}
+
+TEST(Actor, ASensorMapFromAroundTheGroupDoesNotBringTheOldOneAlong) {
+    Actor actor;
+    load(actor, "<MocapActor><ActorName>Ada</ActorName><SensorMap><Hips>3</Hips></SensorMap>"
+                "</MocapActor>");
+    actor.setSensorMapSettings(actor.rootSettings());
+    EXPECT_THAT(actor.subSettings("SensorMap")->values(), ElementsAre(Pair("ActorName", "Ada")));
 }
 
 TEST(Actor, TheFirstRootIsNotConnected) {
@@ -280,6 +312,13 @@ TEST(Actor, ALoadedSensorMapIsReadAndWritten) {
     EXPECT_THAT(announcements.taken(), ElementsAre("sensor: Hips -12", "sensor: Neck 7"));
     EXPECT_EQ(actor.value("MocapActor.SensorMap.Hips", ""), "-12");
     EXPECT_THAT(actor.subSettings("SensorMap"), IsNull());
+}
+
+TEST(Actor, ASensorMapMayBeMadeThroughTheSettings) {
+    Actor actor;
+    actor.setValue("MocapActor.SensorMap.Hips", "3");
+    actor.setSensorMap("Head", 1);
+    EXPECT_THAT(actor.sensorMap(), ElementsAre(Pair("Head", 1), Pair("Hips", 3)));
 }
 
 TEST(Actor, OfSensorEntriesOfOneNameTheLastIsRead) {

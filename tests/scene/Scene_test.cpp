@@ -425,6 +425,36 @@ TEST_F(SceneTest, AnnouncesATimeThatDiffersInOneFieldOnly) {
     EXPECT_THAT(heard, ElementsAre(tarn::Time(0, 30), tarn::Time(0, 60), tarn::Time(1, 60)));
 }
 
+TEST_F(SceneTest, AnnouncesTheTimeItWasGivenEvenIfASlotSetsAnother) {
+    std::vector<tarn::Time> heard;
+    scene.onSceneTimeChanged().connect([&](const tarn::Time& time) {
+        if (time == tarn::Time(5, 30)) {
+            scene.setSceneTime(tarn::Time(9, 30));
+        }
+    });
+    scene.onSceneTimeChanged().connect([&](const tarn::Time& time) { heard.push_back(time); });
+
+    scene.setSceneTime(tarn::Time(5, 30));
+
+    EXPECT_THAT(heard, ElementsAre(tarn::Time(9, 30), tarn::Time(5, 30)));
+    EXPECT_EQ(scene.sceneTime(), tarn::Time(9, 30));
+}
+
+TEST_F(SceneTest, AnnouncesEveryTextAsItWasGiven) {
+    Entries heard;
+    scene.onDescriptionChanged().connect(
+        [&](const std::string& text) { heard.push_back("description " + text); });
+    scene.onNoteChanged().connect(
+        [&](const std::string& text) { heard.push_back("note " + text); });
+
+    scene.setDescription("rehearsal");
+    scene.setNote("left glove drifts");
+    scene.setNote("right glove drifts");
+
+    EXPECT_EQ(heard, (Entries{"description rehearsal", "note left glove drifts",
+                              "note right glove drifts"}));
+}
+
 TEST_F(SceneTest, HoldsTheOldTakeUntilItAnnouncesTheNewOne) {
     const auto first = std::make_shared<tarn::Tracks>();
     const auto second = std::make_shared<tarn::Tracks>();
