@@ -33,8 +33,6 @@ public:
 
 private:
     friend class Skeleton; // compares the names of a whole body without copying them
-    const std::string& storedName() const;
-
     struct PrivateData;
     std::unique_ptr<PrivateData> d_;
 };

@@ -20,7 +20,9 @@ namespace tarn {
 //    factor is applied first.
 //  - A quaternion that stands for a rotation has unit length. Nothing here checks or restores that.
 //  - Euler angles are in degrees.
-// The functions are pure: any thread may call them, and none reports an error.
+// The functions are pure: any thread may call them, and none reports an error. What calculates is
+// compiled once, in the library, so that hosts get the same bits whatever they are compiled with;
+// what only compares is `constexpr`.
 
 /// A vector or a position, in the caller's unit of length.
 struct Vector3f {
@@ -69,6 +71,30 @@ struct EulerOrder {
         return axes[index];
     }
 };
+
+// Equality is that of the numbers, component by component: 0 equals -0, not-a-number equals
+// nothing, and the two quaternions of one rotation, `q` and `-q`, differ.
+
+constexpr bool operator==(const Vector3f& a, const Vector3f& b) noexcept {
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+}
+constexpr bool operator!=(const Vector3f& a, const Vector3f& b) noexcept { return !(a == b); }
+
+constexpr bool operator==(const Quaternionf& a, const Quaternionf& b) noexcept {
+    return a.x == b.x && a.y == b.y && a.z == b.z && a.w == b.w;
+}
+constexpr bool operator!=(const Quaternionf& a, const Quaternionf& b) noexcept { return !(a == b); }
+
+constexpr bool operator==(const EulerAngle& a, const EulerAngle& b) noexcept {
+    return a.degrees[0] == b.degrees[0] && a.degrees[1] == b.degrees[1] &&
+           a.degrees[2] == b.degrees[2];
+}
+constexpr bool operator!=(const EulerAngle& a, const EulerAngle& b) noexcept { return !(a == b); }
+
+constexpr bool operator==(const EulerOrder& a, const EulerOrder& b) noexcept {
+    return a.axes[0] == b.axes[0] && a.axes[1] == b.axes[1] && a.axes[2] == b.axes[2];
+}
+constexpr bool operator!=(const EulerOrder& a, const EulerOrder& b) noexcept { return !(a == b); }
 
 /// The Hamilton product: the rotation that applies `b` first, then `a`.
 TARN_EXPORT Quaternionf operator*(const Quaternionf& a, const Quaternionf& b);

@@ -3,21 +3,16 @@
 
 #include <tarn/Joint.h>
 
+#include "body/JointData.h"
 #include "core/TypedLinks.h"
 
 namespace tarn {
-
-struct Joint::PrivateData {
-    std::string name;
-};
 
 Joint::Joint(const std::string& name) : d_(std::make_unique<PrivateData>()) { d_->name = name; }
 
 Joint::~Joint() = default;
 
 std::string Joint::name() const { return d_->name; }
-
-const std::string& Joint::storedName() const { return d_->name; }
 
 Joint* Joint::parentJoint() const { return typedParent<Joint>(*this); }
 

@@ -3,10 +3,10 @@
 
 #include <tarn/Skeleton.h>
 
+#include "body/JointData.h"
 #include "core/TypedLinks.h"
 
 #include <tarn/Bone.h>
-#include <tarn/Joint.h>
 
 #include <algorithm>
 #include <iterator>
@@ -81,7 +81,7 @@ std::list<Bone*> Skeleton::bones() const {
 }
 
 Bone* Skeleton::findBoneByName(const std::string& name) {
-    const auto isNamed = [&name](Bone* bone) { return bone->joint()->storedName() == name; };
+    const auto isNamed = [&name](Bone* bone) { return bone->joint()->d_->name == name; };
     if (d_->root == nullptr || isNamed(d_->root)) {
         return d_->root;
     }

@@ -92,4 +92,17 @@ TEST(Joint, FindsItsKinWhateverTheirObjectNamesAre) {
     EXPECT_THAT(parent.childrenJoints(), ElementsAre(&child));
 }
 
+int storedName(int what) { return what; }
+
+/// A joint whose author has a function of the same name as nothing in its base.
+class NamedJoint : public Joint {
+public:
+    using Joint::Joint;
+    static int callsItsOwn() { return storedName(7); }
+};
+
+TEST(Joint, LeavesTheNameStoredNameToThoseWhoDeriveFromIt) {
+    EXPECT_EQ(NamedJoint::callsItsOwn(), 7);
+}
+
 } // namespace

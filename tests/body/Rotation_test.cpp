@@ -38,6 +38,12 @@ static_assert(Quaternionf{1, 2, 3, 4}.x == 1 && Quaternionf{1, 2, 3, 4}.w == 4);
 static_assert(EulerOrder{2, 0, 1}[0] == 2 && EulerOrder{2, 0, 1}[1] == 0);
 static_assert(EulerAngle{90, 0, 45}[2] == 45);
 
+static_assert(Vector3f{1, 2, 3} == Vector3f{1, 2, 3} && !(Vector3f{1, 2, 3} != Vector3f{1, 2, 3}));
+static_assert(Quaternionf{1, 2, 3, 4} == Quaternionf{1, 2, 3, 4});
+static_assert(EulerAngle{1, 2, 3} == EulerAngle{1, 2, 3});
+static_assert(EulerOrder{1, 2, 0} == EulerOrder{1, 2, 0});
+static_assert(noexcept(Vector3f() == Vector3f()) && noexcept(Quaternionf() != Quaternionf()));
+
 // Where each operation rounds by itself, a calculation by the same formula gives the same bits.
 // Where the compiler may fuse a product and a sum, it comes out a little different, the more so the
 // closer the angles are to being ambiguous.
@@ -499,5 +505,41 @@ TEST(RotationDeathTest, AnIndexBeyondTheThirdIsCaughtInADebugBuild) {
     EXPECT_DEATH((EulerOrder{}[index] = 0), "index < axes.size()");
 }
 #endif
+
+// --- Equality ---------------------------------------------------------------------------------
+
+/// Both operators, in both directions.
+template <class T>
+bool differ(const T& a, const T& b) {
+    return !(a == b) && !(b == a) && a != b && b != a;
+}
+
+TEST(Equality, TakesEveryComponent) {
+    const Vector3f v{1, 2, 3};
+    EXPECT_TRUE(v == Vector3f(v));
+    EXPECT_TRUE(differ(v, Vector3f{9, 2, 3}));
+    EXPECT_TRUE(differ(v, Vector3f{1, 9, 3}));
+    EXPECT_TRUE(differ(v, Vector3f{1, 2, 9}));
+    const Quaternionf q{1, 2, 3, 4};
+    EXPECT_TRUE(q == Quaternionf(q));
+    EXPECT_TRUE(differ(q, Quaternionf{9, 2, 3, 4}));
+    EXPECT_TRUE(differ(q, Quaternionf{1, 9, 3, 4}));
+    EXPECT_TRUE(differ(q, Quaternionf{1, 2, 9, 4}));
+    EXPECT_TRUE(differ(q, Quaternionf{1, 2, 3, 9}));
+    EXPECT_TRUE(differ(EulerAngle{1, 2, 3}, EulerAngle{9, 2, 3}));
+    EXPECT_TRUE(differ(EulerAngle{1, 2, 3}, EulerAngle{1, 9, 3}));
+    EXPECT_TRUE(differ(EulerAngle{1, 2, 3}, EulerAngle{1, 2, 9}));
+    EXPECT_TRUE(differ(EulerOrder{0, 1, 2}, EulerOrder{2, 1, 2}));
+    EXPECT_TRUE(differ(EulerOrder{0, 1, 2}, EulerOrder{0, 2, 2}));
+    EXPECT_TRUE(differ(EulerOrder{0, 1, 2}, EulerOrder{0, 1, 0}));
+}
+
+TEST(Equality, IsThatOfTheNumbersNotOfTheRotations) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_TRUE((Vector3f{0, 0, 0} == Vector3f{-0.0F, 0, 0}));
+    EXPECT_TRUE(differ(Vector3f{nan, 0, 0}, Vector3f{nan, 0, 0}));
+    EXPECT_TRUE(differ(Quaternionf{0, 0, 0, 1}, Quaternionf{0, 0, 0, -1}));
+    EXPECT_TRUE(differ(EulerAngle{0, 0, 0}, EulerAngle{360, 0, 0}));
+}
 
 } // namespace
