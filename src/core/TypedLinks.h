@@ -6,7 +6,6 @@
 #include <tarn/Object.h>
 
 #include <list>
-#include <string>
 #include <typeinfo>
 
 namespace tarn {
@@ -21,16 +20,8 @@ T* asTyped(Object* object) {
     return exact ? static_cast<T*>(object) : dynamic_cast<T*>(object);
 }
 
-/// Accepts objects by their object name; an empty name accepts any.
-class HasObjectName {
-public:
-    explicit HasObjectName(const std::string& name) : name_(name) {}
-    bool operator()(const Object* object) const {
-        return name_.empty() || object->objectName() == name_;
-    }
-
-private:
-    const std::string& name_;
+struct AcceptsAny {
+    bool operator()(const Object* /*object*/) const { return true; }
 };
 
 template <class T, class Accepts>
@@ -52,14 +43,14 @@ T* typedChildWhere(const Object& object, const Accepts& accepts) {
 
 /// The first child whose dynamic type is `T`, or null.
 template <class T>
-T* typedChild(const Object& object, const std::string& name = {}) {
-    return typedChildWhere<T>(object, HasObjectName(name));
+T* typedChild(const Object& object) {
+    return typedChildWhere<T>(object, AcceptsAny());
 }
 
 /// The first parent whose dynamic type is `T`, or null.
 template <class T>
-T* typedParent(const Object& object, const std::string& name = {}) {
-    return firstOfType<T>(object.parents(), HasObjectName(name));
+T* typedParent(const Object& object) {
+    return firstOfType<T>(object.parents(), AcceptsAny());
 }
 
 /// Every child whose dynamic type is `T` and which `accepts(child)`, in order, duplicates included,
@@ -78,8 +69,8 @@ Container typedChildrenWhere(const Object& object, const Accepts& accepts) {
 
 /// Every child whose dynamic type is `T`, in order, duplicates included.
 template <class T, class Container = std::list<T*>>
-Container typedChildren(const Object& object, const std::string& name = {}) {
-    return typedChildrenWhere<T, Container>(object, HasObjectName(name));
+Container typedChildren(const Object& object) {
+    return typedChildrenWhere<T, Container>(object, AcceptsAny());
 }
 
 } // namespace tarn
