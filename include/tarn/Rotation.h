@@ -123,14 +123,18 @@ TARN_EXPORT Quaternionf inverse(const Quaternionf& q);
 /// Neighbouring axes of `o` should differ, which leaves twelve orders; the angles of any other do
 /// not multiply to `q`.
 ///
+/// Angles that do not jump from one frame to the next, radians, and an error for an order that is
+/// none: `toEulerDegrees` and `toEulerRadians` in <tarn_kit/body/Rotations.h>.
+///
 /// Preconditions: `q` is of unit length (it is not normalised); each axis is 0, 1 or 2.
 TARN_EXPORT EulerAngle toEulerAngle(const Quaternionf& q, const EulerOrder& o);
 
 /// The product of three turns about the axes of `o`, all three by the first angle of `e`:
 /// turn(o[0], e[0]) * turn(o[1], e[0]) * turn(o[2], e[0]). The second and the third angle are not
-/// read, so this is not the inverse of `toEulerAngle` unless all three angles are equal. To build a
-/// rotation from different angles, multiply one quaternion per axis; the one that turns about x by
-/// the angle a is {sin(a / 2), 0, 0, cos(a / 2)}.
+/// read, so this is not the inverse of `toEulerAngle` unless all three angles are equal. The
+/// inverse is `fromEulerDegrees` in <tarn_kit/body/Rotations.h>. Without the kit, multiply one
+/// quaternion per axis; the one that turns about x by the angle a is {sin(a / 2), 0, 0, cos(a /
+/// 2)}.
 ///
 /// Precondition: each axis is 0, 1 or 2.
 TARN_EXPORT Quaternionf toQuaternion(const EulerAngle& e, const EulerOrder& o);

@@ -14,6 +14,7 @@
 #include <tarn_kit/body/Markers.h>
 #include <tarn_kit/body/Rig.h>
 #include <tarn_kit/body/RigidBodies.h>
+#include <tarn_kit/body/Rotations.h>
 #include <tarn_kit/body/SharedArray.h>
 #include <tarn_kit/devices/Clock.h>
 #include <tarn_kit/devices/ReplayDevice.h>

@@ -14,7 +14,7 @@ std::vector<Vector3f> worldPositions(const Rig& rig, const Pose& pose) {
     std::vector<Vector3f> positions;
     positions.reserve(transforms.size());
     for (const Transform& transform : transforms) {
-        positions.push_back(toVector3f(transform.position));
+        positions.push_back(toSingle(transform.position));
     }
     return positions;
 }

@@ -4,12 +4,13 @@
 #include "body/Kinematics.h"
 
 #include <cassert>
+#include <cmath>
 
 namespace tarn::kit {
 
 namespace {
 
-constexpr double halfRadiansPerDegree = 3.14159265358979323846 / 360;
+constexpr double halfRadiansPerDegree = pi / 360;
 
 /// Whole turns, which only cost precision, taken out. Two of them: a quaternion knows half angles.
 double reduced(double degrees) {
@@ -18,23 +19,22 @@ double reduced(double degrees) {
 }
 
 /// Turns about one of the axes that the rotation has brought about.
-void turn(Rotation& rotation, std::size_t axis, double degrees) {
+void turn(Quaterniond& rotation, std::size_t axis, double degrees) {
     const double angle = reduced(degrees) * halfRadiansPerDegree;
     const double cosine = std::cos(angle);
     const double sine = std::sin(angle);
-    const auto [x, y, z] = rotation.vector;
-    const double w = rotation.scalar;
+    const auto [x, y, z, w] = rotation;
     switch (axis) {
     case 0:
-        rotation = {{cosine * x + sine * w, cosine * y + sine * z, cosine * z - sine * y},
+        rotation = {cosine * x + sine * w, cosine * y + sine * z, cosine * z - sine * y,
                     cosine * w - sine * x};
         break;
     case 1:
-        rotation = {{cosine * x - sine * z, cosine * y + sine * w, cosine * z + sine * x},
+        rotation = {cosine * x - sine * z, cosine * y + sine * w, cosine * z + sine * x,
                     cosine * w - sine * y};
         break;
     default:
-        rotation = {{cosine * x + sine * y, cosine * y - sine * x, cosine * z + sine * w},
+        rotation = {cosine * x + sine * y, cosine * y - sine * x, cosine * z + sine * w,
                     cosine * w - sine * z};
         break;
     }
@@ -43,7 +43,7 @@ void turn(Rotation& rotation, std::size_t axis, double degrees) {
 /// Positions count along the parent's axes, wherever in the list of channels they stand.
 Transform localOf(const RigNode& node, const float* value) {
     Transform local;
-    local.position = toVector(node.offset);
+    local.position = toDouble(node.offset);
     for (const Channel channel : node.channels) {
         const auto amount = static_cast<double>(*value++);
         if (isPosition(channel)) {

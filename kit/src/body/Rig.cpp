@@ -83,7 +83,7 @@ float Rig::height() const {
         heights.push_back(base + static_cast<double>(node.offset.y));
     }
     const auto [lowest, highest] = std::minmax_element(heights.begin(), heights.end());
-    return toFloat(*highest - *lowest);
+    return toSingle(*highest - *lowest);
 }
 
 } // namespace tarn::kit

@@ -60,14 +60,14 @@ std::vector<MeasuredNode> nodesOf(const Rig& rig) {
     std::vector<MeasuredNode> nodes;
     nodes.reserve(rig.nodes().size());
     for (const RigNode& node : rig.nodes()) {
-        const double length = node.parent < 0 ? 0 : lengthOf(toVector(node.offset));
+        const double length = node.parent < 0 ? 0 : lengthOf(toDouble(node.offset));
         nodes.push_back({node.name, node.parent, static_cast<double>(node.offset.y), length, {}});
     }
     return nodes;
 }
 
 double distance(const Segment& a, const Segment& b) {
-    return lengthOf(toVector(a.position) - toVector(b.position));
+    return lengthOf(toDouble(a.position) - toDouble(b.position));
 }
 
 std::vector<double> lengthsOf(const std::vector<MeasuredNode>& nodes, const BodyPose& body) {
@@ -105,7 +105,7 @@ std::optional<Measurement> measurementOf(const std::vector<MeasuredNode>& nodes,
     }
     Measurement measurement{lengthsOf(nodes, body), 0};
     measurement.height = heightOf(nodes, measurement.lengths);
-    const auto isNumber = [](double length) { return std::isfinite(toFloat(length)); };
+    const auto isNumber = [](double length) { return std::isfinite(toSingle(length)); };
     if (!isNumber(measurement.height) ||
         !std::all_of(measurement.lengths.begin(), measurement.lengths.end(), isNumber)) {
         return std::nullopt;
@@ -159,10 +159,10 @@ float BodyDimensionCalibrator::PrivateData::progress() const {
 void BodyDimensionCalibrator::PrivateData::writeTo(Actor& actor) const {
     for (const MeasuredNode& node : nodes) {
         if (node.length > 0 && !node.name.empty()) {
-            actor.setBodyDimension(xmlName(node.name), toFloat(node.measured.mean()));
+            actor.setBodyDimension(xmlName(node.name), toSingle(node.measured.mean()));
         }
     }
-    actor.setBodyDimension("Height", toFloat(height.mean()));
+    actor.setBodyDimension("Height", toSingle(height.mean()));
 }
 
 namespace {

@@ -55,15 +55,15 @@ private:
 };
 
 /// Adds `rotation` or its opposite, which turns the same, whichever is nearer to `reference`.
-void accumulate(Rotation& sum, const Rotation& rotation, const Rotation& reference) {
+void accumulate(Quaterniond& sum, const Quaterniond& rotation, const Quaterniond& reference) {
     const double sign = dot(rotation, reference) < 0 ? -1 : 1;
-    sum.vector = sum.vector + sign * rotation.vector;
-    sum.scalar += sign * rotation.scalar;
+    sum = {sum.x + sign * rotation.x, sum.y + sign * rotation.y, sum.z + sign * rotation.z,
+           sum.w + sign * rotation.w};
 }
 
 void Window::setMean(Transforms& mean) const {
     const Transforms& newest = poses_[newest_];
-    constexpr Transform zero = {{{0, 0, 0}, 0}, {0, 0, 0}};
+    constexpr Transform zero = {{0, 0, 0, 0}, {0, 0, 0}};
     mean.assign(newest.size(), zero);
     for (std::size_t age = poses_.size(); age > 0;
          --age) { // oldest first, wherever the ring stands
@@ -80,9 +80,7 @@ void Window::setMean(Transforms& mean) const {
 }
 
 Segment segmentOf(const Transform& transform, double scale) {
-    const auto& [x, y, z] = transform.rotation.vector;
-    return {toVector3f(scale * transform.position),
-            {toFloat(x), toFloat(y), toFloat(z), toFloat(transform.rotation.scalar)}};
+    return {toSingle(scale * transform.position), toSingle(transform.rotation)};
 }
 
 /// A number as text, with the fewest digits that read back to it.
