@@ -12,6 +12,7 @@
 #include <tarn_kit/body/ForwardKinematics.h>
 #include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/body/Markers.h>
+#include <tarn_kit/body/Payload.h>
 #include <tarn_kit/body/Rig.h>
 #include <tarn_kit/body/RigidBodies.h>
 #include <tarn_kit/body/Rotations.h>
@@ -24,4 +25,6 @@
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>
 #include <tarn_kit/processing/ClockCalibrator.h>
 #include <tarn_kit/processing/ForwardKinematicsSolver.h>
+#include <tarn_kit/session/Rate.h>
 #include <tarn_kit/session/RecorderNode.h>
+#include <tarn_kit/session/Timecode.h>
