@@ -16,7 +16,7 @@ headers = "\n".join(path.read_text(encoding="utf-8")
                     for path in pathlib.Path(header_dir).rglob("*.h") if path.stem != "Export")
 export = r"TARN(?:_KIT)?_EXPORT"
 classes = set(re.findall(rf"class {export} (\w+)", headers))
-functions = set(re.findall(rf"^{export} [^;{{(]*?(operator\S|\w+)\(", headers, re.MULTILINE))
+functions = set(re.findall(rf"^{export} [^;{{(]*?(operator[^\s(]+|\w+)\(", headers, re.MULTILINE))
 if not classes and not functions:
     sys.exit("the headers export nothing: this check would pass on anything")
 

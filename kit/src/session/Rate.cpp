@@ -60,9 +60,9 @@ std::optional<Number> read(std::string_view text) {
 
 } // namespace
 
-std::int64_t Instant::microseconds() const noexcept {
-    return floorDivide(2 * static_cast<Wide>(numerator) * 1'000'000 + denominator,
-                       2 * static_cast<Wide>(denominator));
+std::int64_t microsecondsOf(const Instant& moment) noexcept {
+    return floorDivide(2 * static_cast<Wide>(moment.numerator) * 1'000'000 + moment.denominator,
+                       2 * static_cast<Wide>(moment.denominator));
 }
 
 bool operator==(const Instant& a, const Instant& b) noexcept {

@@ -11,6 +11,7 @@
 namespace {
 
 using tarn::kit::Instant;
+using tarn::kit::microsecondsOf;
 using tarn::kit::Rate;
 
 TEST(Rate, IsKeptInLowestTerms) {
@@ -83,11 +84,11 @@ TEST(Rate, IsReadAndWrittenAsText) {
 TEST(Rate, CountsFramesOfAWholeDayToTheMicrosecond) {
     const Rate rate(30'000, 1001);
     // 24 h of the clock are 2,589,410.589... frames.
-    EXPECT_EQ(rate.at(2'589'411).microseconds(), 86'400'013'700);
-    EXPECT_EQ(rate.at(3).microseconds(), 100'100);
-    EXPECT_EQ(rate.at(1).microseconds(), 33'367);
-    EXPECT_EQ(rate.at(-1).microseconds(), -33'367);
-    EXPECT_EQ(Rate(1000).at(86'400'000).microseconds(), 86'400'000'000);
+    EXPECT_EQ(microsecondsOf(rate.at(2'589'411)), 86'400'013'700);
+    EXPECT_EQ(microsecondsOf(rate.at(3)), 100'100);
+    EXPECT_EQ(microsecondsOf(rate.at(1)), 33'367);
+    EXPECT_EQ(microsecondsOf(rate.at(-1)), -33'367);
+    EXPECT_EQ(microsecondsOf(Rate(1000).at(86'400'000)), 86'400'000'000);
 }
 
 TEST(Rate, MomentsOfDifferentRatesAreComparedExactly) {

@@ -22,9 +22,10 @@ struct Instant {
     constexpr double seconds() const noexcept {
         return static_cast<double>(numerator) / static_cast<double>(denominator);
     }
-    /// To the nearest one.
-    TARN_KIT_EXPORT std::int64_t microseconds() const noexcept;
 };
+
+/// To the nearest one.
+TARN_KIT_EXPORT std::int64_t microsecondsOf(const Instant& moment) noexcept;
 
 /// Equal moments, however they are written: 1/2 is 2/4.
 TARN_KIT_EXPORT bool operator==(const Instant& a, const Instant& b) noexcept;
