@@ -7,8 +7,10 @@
 #include <iostream>
 #include <memory>
 
-/// A thermometer on a performer's belt. It answers in the call; one with a thread of its own would
-/// call `finished()` from there, and nothing else would change.
+/// A thermometer on a performer's belt. It answers in the call. One with a thread of its own may
+/// call `finished()`, `setState` and `emit` from there: listeners and callbacks then run on that
+/// thread, so what they share with others needs a lock. It would make its ports before the thread
+/// starts, and join the thread first thing in its destructor.
 class Thermometer : public tarn::Device {
 public:
     static constexpr int dataType = 100; // chosen by whoever writes the device

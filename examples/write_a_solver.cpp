@@ -5,7 +5,9 @@
 #include <tarn/Solver.h>
 
 #include <iostream>
+#include <locale>
 #include <memory>
+#include <sstream>
 
 /// Turns the tilt of a hip sensor into the height of the hips.
 class HipSolver : public tarn::Solver {
@@ -35,7 +37,10 @@ protected:
         return true;
     }
     void doSaveStatus(tarn::Settings* settings) override {
-        settings->setValue("leg", std::to_string(leg_));
+        std::ostringstream text;
+        text.imbue(std::locale::classic()); // a decimal point, whatever the host's locale
+        text << leg_;
+        settings->setValue("leg", text.str());
     }
 
 private:

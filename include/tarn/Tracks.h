@@ -124,11 +124,26 @@ public:
     void setFrameIndexMap(int key, int value);
 
     /// Rebuilds every track of this take and of its nested takes (one level down) on one common
-    /// axis: one frame index per distinct time, in ascending order. Times of the same second count
-    /// as one. Where a track has no frame at a time it holds its previous frame, as a copy stamped
+    /// axis: one frame index per distinct time of their frames, in ascending order. Times of the
+    /// same second count as one: the first that is met, this take's tracks before those of nested
+    /// takes. Where a track has no frame at a time it holds its previous frame, as a copy stamped
     /// with that time; before its first frame it has an empty slot. Frames at rate 0 have no place
-    /// and are dropped. Offsets stay. Length, times and work range are set to match, and an empty
-    /// frame-index map gets the pairs (new index, old slot) of the first track that has any frame.
+    /// and are dropped. Offsets stay.
+    ///
+    /// **Safe for tracks whose times of the same second are equal in both fields**, as they are
+    /// where all count at one rate. Otherwise they come apart: where a track's frame is of the same
+    /// second as a time of the axis but counted at another rate, that time takes no slot in that
+    /// track, and all that follow in it stand one slot too early, and one more at each such time.
+    /// So of a minute at 120 frames per second and one at 60, the latter is over at the index where
+    /// the former is half through, and has empty slots from there on; and the times of the indexes,
+    /// which are those of the track that was laid out last, run to the end of the minute and then
+    /// back to its middle.
+    ///
+    /// The length becomes that of the longest track of this take less its offset, and the work
+    /// range covers it: 0, and a range from 0 to -1, for a take that only nests. A nested take gets
+    /// the axis as its length and range. A time is stored for each index of the axis, but in a take
+    /// without tracks it is `Time()`. An empty frame-index map gets the pairs (new index, old slot)
+    /// of the first track that has any frame.
     void alignTracksByTime();
 
     /// The current frame index, on every move and after an update that contains it.

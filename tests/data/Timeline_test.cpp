@@ -244,6 +244,16 @@ TEST(Timeline, IsTheSameWheneverItsFramesAreRead) {
     }
 }
 
+TEST(Timeline, LetsItsFramesGoWhenANewOneIsAssigned) {
+    const auto frame = frameAt(Time(3, 30), 4);
+    Timeline timeline(Time(3, 30));
+    timeline.addFrame(frame);
+    timeline = Timeline(timeline.time());
+    EXPECT_EQ(frame.use_count(), 1);
+    EXPECT_EQ(timeline.time(), Time(3, 30));
+    EXPECT_THAT(timeline.frames(), IsEmpty());
+}
+
 namespace {
 
 int entry(int what) { return what; }

@@ -231,6 +231,27 @@ TEST(TracksAlign, AfterASecondCountedAtAnotherRateTheNextTimeTakesItsSlot) {
         << "the last track laid out says which time an index has";
 }
 
+TEST(TracksAlign, OneSecondAt120BesideOneAt60EndsHalfASecondApart) {
+    const auto secondAt = [](unsigned rate) {
+        std::vector<motion::FramePtr> frames;
+        for (unsigned i = 0; i < rate; ++i) {
+            frames.push_back(motion::frameAt(Time(i, rate), 1));
+        }
+        return trackOf(frames, 1);
+    };
+    Tracks take;
+    take.addTrack(secondAt(120), 0);
+    take.addTrack(secondAt(60), 0);
+    take.alignTracksByTime();
+    ASSERT_EQ(take.timeLength(), 120);
+    EXPECT_EQ(take.getTrack(0)->getFrame(59)->time(), Time(59, 120));
+    EXPECT_EQ(take.getTrack(1)->getFrame(59)->time(), Time(119, 120)) << "its last, a slot early";
+    EXPECT_EQ(take.getTrack(1)->getFrame(60), nullptr);
+    EXPECT_EQ(take.getTime(59), Time(119, 120));
+    EXPECT_EQ(take.getTime(60), Time(60, 120)) << "time runs backwards";
+    EXPECT_EQ(take.getTime(119), Time(119, 120));
+}
+
 TEST(TracksAlign, FramesWithoutARateCountAsEmptySlots) {
     Tracks take;
     take.addTrack(trackOf({namedFrame("a0", Time(0, 30)), namedFrame("a1", Time(7, 0)),
