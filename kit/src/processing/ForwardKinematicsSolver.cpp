@@ -109,6 +109,7 @@ struct ForwardKinematicsSolver::PrivateData {
     std::shared_ptr<Frame> solve(const Frame& frame);
 
     const std::shared_ptr<const Rig> rig;
+    std::optional<Skeleton> skeleton; ///< none for a rig without joints
     float scale = 1;
     Window window;
     Transforms transforms;         ///< of the body that is being solved; kept for its memory
@@ -200,13 +201,17 @@ ForwardKinematicsSolver::ForwardKinematicsSolver(const std::string& id,
         SmoothingWindow, [this] { return std::any(d_->window.width()); },
         [this](const std::any& value) { d_->setSmoothingWindow(value); });
     if (!d_->rig->skeletons().empty()) {
-        setSkeleton(d_->rig->skeletons().front().get());
+        // One of its own, over the same bones: a link to the rig's would change what others read.
+        const Skeleton& body = *d_->rig->skeletons().front();
+        d_->skeleton.emplace(body.skeletonName());
+        d_->skeleton->setBone(body.rootBone());
+        setSkeleton(&*d_->skeleton);
     }
 }
 
 ForwardKinematicsSolver::~ForwardKinematicsSolver() {
-    if (!d_->rig->skeletons().empty()) {
-        removeChild(d_->rig->skeletons().front().get());
+    if (d_->skeleton) {
+        removeChild(&*d_->skeleton);
     }
 }
 

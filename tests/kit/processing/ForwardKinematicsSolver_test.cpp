@@ -39,16 +39,17 @@ TEST(ForwardKinematicsSolver, HasTypeIdAndRig) {
     EXPECT_EQ(&solver.rig(), rig.get());
 }
 
-TEST(ForwardKinematicsSolver, HasTheFirstSkeletonOfTheRigUntilItGoes) {
+TEST(ForwardKinematicsSolver, HasASkeletonOfItsOwnOverTheBonesOfTheRigsFirst) {
     const auto rig = smallRig();
     rig->addJoint("Prop", -1, {}, {});
-    Skeleton* const skeleton = rig->skeletons().front().get();
-    {
-        const ForwardKinematicsSolver solver("solver", rig);
-        EXPECT_EQ(solver.skeleton(), skeleton);
-        EXPECT_THAT(skeleton->parents(), ElementsAre(&solver));
-    }
-    EXPECT_THAT(skeleton->parents(), IsEmpty());
+    const Skeleton& ofRig = *rig->skeletons().front();
+    const ForwardKinematicsSolver solver("solver", rig);
+    const ForwardKinematicsSolver other("other", rig);
+    ASSERT_NE(solver.skeleton(), nullptr);
+    EXPECT_NE(solver.skeleton(), other.skeleton());
+    EXPECT_EQ(solver.skeleton()->skeletonName(), ofRig.skeletonName());
+    EXPECT_EQ(solver.skeleton()->bones(), ofRig.bones());
+    EXPECT_THAT(ofRig.parents(), IsEmpty()) << "the rig is only read";
 }
 
 TEST(ForwardKinematicsSolver, HasNoSkeletonForARigWithoutNodes) {

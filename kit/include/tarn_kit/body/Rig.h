@@ -52,6 +52,7 @@ inline constexpr int poseDataType = 1;
 /// order, together with the skeleton of bones that hosts and solvers work with.
 ///
 /// Right-handed, Y up unless the file's author chose otherwise (no motion file says so).
+/// Threads: build it on one thread; from then on any number may read it at once, solvers included.
 /// Ownership: the rig owns its skeletons and bones; whoever links one of them to an object of their
 /// own unlinks it before the rig is destroyed.
 class TARN_KIT_EXPORT Rig {

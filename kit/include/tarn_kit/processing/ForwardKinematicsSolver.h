@@ -15,7 +15,7 @@ namespace tarn::kit {
 
 /// A solver that turns poses (frames of the data type `poseDataType`) into bodies
 /// (`bodyDataType`): where each segment of the rig is in the world and how it is turned. Its type
-/// is "forward-kinematics"; its skeleton is the rig's first.
+/// is "forward-kinematics"; its skeleton is its own, over the bones of the rig's first.
 ///
 /// Live: `addInput` a pose, then `evaluate()`, which solves every input that has arrived since the
 /// last evaluation and adds one output for each, with the input's time. Hosts that run for long
@@ -38,6 +38,9 @@ namespace tarn::kit {
 /// it averages those. Restoring a status, setting the window and evaluating over a take begin a new
 /// live window.
 ///
+/// Threads: as `Solver`. Any number of solvers may share a rig, each on a thread of its own: they
+/// only read it.
+///
 /// A value that is not finite spoils the segments that it moves, and those below them, for as long
 /// as it is in the window; nothing else.
 class TARN_KIT_EXPORT ForwardKinematicsSolver : public Solver {
@@ -54,7 +57,7 @@ public:
 
     /// Precondition: `rig` is not empty, and gets no further nodes.
     ForwardKinematicsSolver(const std::string& id, std::shared_ptr<const Rig> rig);
-    /// Unlinks the skeleton; the rig may go.
+    /// The skeleton goes with it; the rig may go.
     ~ForwardKinematicsSolver() override;
     ForwardKinematicsSolver(const ForwardKinematicsSolver&) = delete;
     ForwardKinematicsSolver& operator=(const ForwardKinematicsSolver&) = delete;
