@@ -53,7 +53,7 @@ TEST(DeviceThreads, ItsStateMayBePolledWhileItsThreadSetsIt) {
 }
 
 TEST(DeviceThreads, WhoConnectsAndThenLooksIsToldOfAStateOrSeesIt) {
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 20; ++round) {
         Device device("glove", "left");
         std::atomic<bool> told{false};
         bool seen = false;
@@ -83,4 +83,28 @@ TEST(DeviceThreads, ItsNamesAndPortsMayBeLookedUpAndListenedToWhileItStreams) {
                      const tsignal::ScopedConnection listening(device.oFramePort(port).connect(
                          [&](const std::shared_ptr<Frame>&) { ++heard; }));
                  });
+}
+
+TEST(CommInterfaceThreads, RequestsMayBeIssuedFromManyThreadsAtOnce) {
+    tarn::CommInterface channel("test", "channel");
+    std::atomic<int> answered{0};
+    const auto ask = [&] {
+        channel.asyncRequest("anything", [&](const std::shared_ptr<tarn::Reply>& reply) {
+            answered += reply->resultCode();
+        });
+        return channel.syncRequest("anything")->resultCode();
+    };
+    int asked = 0;
+    whilePolling(
+        [&] {
+            for (int i = 0; i < 100; ++i) {
+                EXPECT_EQ(ask(), 1);
+            }
+        },
+        [&] {
+            EXPECT_EQ(channel.type() + channel.id(), "testchannel");
+            EXPECT_EQ(ask(), 1);
+            ++asked;
+        });
+    EXPECT_EQ(answered, asked + 100);
 }

@@ -24,6 +24,7 @@ void whilePolling(Work work, Poll poll) {
     do {
         polling = true;
         poll();
+        std::this_thread::yield();
     } while (!done);
     worker.join();
 }

@@ -3,6 +3,7 @@
 
 #include "kit/devices/ReplayTesting.h"
 #include "kit/processing/BodyDimensionTesting.h"
+#include "support/Polling.h"
 
 #include <tarn_kit/processing/ClockCalibrator.h>
 
@@ -459,6 +460,53 @@ TEST(ClockCalibrator, CountsNoFrameOnceItWasEndedWhileAnotherThreadSends) {
         sender.join();
         EXPECT_EQ(bench.calibrator.quality().frames, frames);
     }
+}
+
+TEST(ClockCalibratorThreads, FlagProgressAndQualityMayBePolledWhileADevicesThreadSends) {
+    Bench bench(200);
+    ASSERT_TRUE(bench.calibrator.start());
+    float last = 0;
+    testing::whilePolling(
+        [&] {
+            for (unsigned i = 0; i < 200; ++i) {
+                bench.send({i});
+            }
+            bench.sensor.setState(Device::Lost);
+        },
+        [&] {
+            const float progress = bench.calibrator.currentCalibrateProgress();
+            EXPECT_GE(progress, last);
+            last = progress;
+            EXPECT_TRUE(bench.calibrator.isCalibrating());
+            EXPECT_EQ(bench.calibrator.quality().missing, 0);
+            static_cast<void>(bench.calibrator.isTrusted());
+            static_cast<void>(bench.calibrator.isAvailable()); // looks at the device's state
+        });
+    EXPECT_EQ(bench.calibrator.currentCalibrateProgress(), 1.0F);
+    EXPECT_TRUE(bench.calibrator.isTrusted());
+    EXPECT_FALSE(bench.calibrator.isAvailable());
+}
+
+TEST(ClockCalibratorThreads, ASlotOnTheDevicesThreadMayEndTheRunWhileTheHostLooks) {
+    Bench bench(20);
+    bench.calibrator.onProgress().connect([&bench](float progress) {
+        if (progress >= 1) {
+            bench.calibrator.finish();
+        }
+    });
+    ASSERT_TRUE(bench.calibrator.start());
+    testing::whilePolling(
+        [&] {
+            for (unsigned i = 0; i < 40; ++i) {
+                bench.send({i});
+            }
+        },
+        [&] {
+            const bool wasCalibrating = bench.calibrator.isCalibrating();
+            EXPECT_TRUE(wasCalibrating || bench.calibrator.currentCalibrateProgress() == 1.0F);
+        });
+    EXPECT_FALSE(bench.calibrator.isCalibrating());
+    EXPECT_EQ(bench.calibrator.quality().frames, 20);
 }
 
 #ifndef NDEBUG
