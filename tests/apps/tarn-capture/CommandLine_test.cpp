@@ -255,6 +255,18 @@ TEST_F(CommandLine, AReasonIsOneLineWhateverTheFileIsCalled) {
     EXPECT_EQ(outcome.err.find('\x1B'), std::string::npos);
 }
 
+TEST_F(CommandLine, RunsOneCommandOnly) {
+    EXPECT_EQ(capture({"actor", directory_ / "a.xml", "--name", "Ada", "info", take_}).exitCode, 2);
+    EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
+}
+
+TEST_F(CommandLine, WhatWasPrintedBeforeAnErrorComesBeforeIt) {
+    const Outcome outcome = runProgram("sh", {"-c", "'" + captureProgram() + "' info '" + take_ +
+                                                        "' missing '" + take_ + "' 2>&1"});
+    const std::string shown = capture({"info", take_}).out;
+    EXPECT_EQ(outcome.out, shown + "tarn-capture: missing: No such file or directory\n\n" + shown);
+}
+
 TEST_F(CommandLine, OutputThatDoesNotArriveIsAFailure) {
     for (const std::string& command : {"info '" + take_ + "'", std::string("--help")}) {
         const Outcome outcome =

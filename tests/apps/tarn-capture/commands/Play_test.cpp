@@ -153,6 +153,23 @@ TEST_F(Play, ShowsOnATerminalHowFarItIs) {
     EXPECT_EQ(outcome.err, expected + "\r\x1B[K");
 }
 
+TEST_F(Play, TakesATerminalOfUnknownWidthForOneOfTheUsual) {
+    EXPECT_THAT(captureOnTerminal({"play", take_, "--out", out_}, 0).err,
+                HasSubstr("\r[" + std::string(50, '#') + "] 100%"));
+}
+
+TEST_F(Play, LeavesATerminalAloneWhereThereIsNothingToShow) {
+    writeFrames(0);
+    EXPECT_THAT(captureOnTerminal({"play", take_, "--out", out_}, 80).err, IsEmpty());
+}
+
+TEST_F(Play, SaysWhereThePicturesAreInOneLine) {
+    const Outcome outcome = capture({"play", take_, "--out", directory_ / "a\nb"});
+    EXPECT_THAT(outcome.out, EndsWith("/a\xEF\xBF\xBD"
+                                      "b/poses.svg\n"));
+    EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 1);
+}
+
 TEST_F(Play, RedrawsTheBarOnlyWhenItChanges) {
     writeFrames(1000);
     const std::string text = captureOnTerminal({"play", take_, "--out", out_}, 80).err;

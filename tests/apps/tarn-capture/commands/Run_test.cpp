@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "apps/support/Programs.h"
+#include "apps/support/SessionTest.h"
 #include "apps/support/Takes.h"
 #include "apps/support/Xml.h"
 
@@ -20,43 +21,24 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::StartsWith;
 
-class Run : public ::testing::Test {
+class Run : public SessionTest {
 protected:
-    Outcome run(Arguments takes, const Arguments& more = {}) const {
-        takes.insert(takes.begin(), "run");
-        takes.insert(takes.end(), {"--out", out_});
-        takes.insert(takes.end(), more.begin(), more.end());
-        return capture(takes);
+    struct ActorFacts {
+        std::string name;
+        float shoe; ///< a dimension that nobody measures; 0 if it is not there
+    };
+    /// What the document of an actor says, by the name of the take.
+    ActorFacts actorOf(const std::string& name) const {
+        Actor actor;
+        EXPECT_TRUE(actor.loadSettingsFromFile(output(name + ".actor.xml")));
+        return {actor.actorName(), actor.bodyDimension("Shoe", 0)};
     }
-    /// A take of `count` frames at 25 per second.
-    std::string writeTake(const std::string& name, int count) const {
-        TakeText take;
-        take.rootPositions.assign(static_cast<std::size_t>(count), "0 0 0");
-        writeFile(directory_ / name, take.text());
-        return directory_ / name;
-    }
-    std::string output(const std::string& name) const { return out_ + "/" + name; }
-    std::vector<std::string> outputs() const {
-        std::vector<std::string> names;
-        for (const fs::directory_entry& entry : fs::directory_iterator(out_)) {
-            names.push_back(entry.path().filename().string());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-    /// A value of the session's document.
-    std::string session(const std::string& key) const {
-        Settings settings;
-        EXPECT_TRUE(settings.loadSettingsFromFile(output("session.xml")));
-        return settings.value(key, "(not there)");
-    }
-
-    const TempDirectory directory_;
-    const std::string out_ = directory_ / "out";
 };
 
 TEST_F(Run, PlaysTakesOfDifferentLengthsToTheEndOfTheLongest) {
@@ -73,7 +55,15 @@ TEST_F(Run, HasNothingToRecordOfATakeWithoutFrames) {
     const Outcome outcome = run({writeTake("empty.bvh", 0)});
 
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_THAT(outcome.out, AllOf(HasSubstr("0 in, 0 out, 0 lost"), HasSubstr("not measured")));
+    EXPECT_THAT(outcome.err, IsEmpty());
+    EXPECT_THAT(outcome.out, AllOf(Not(HasSubstr("calibrating")), HasSubstr("playing 0 frames\n"),
+                                   HasSubstr("  frames       0 in, 0 out, 0 lost\n"),
+                                   HasSubstr("  clock        not measured\n"),
+                                   HasSubstr("  dimensions   not measured\n")));
+    EXPECT_EQ(session("Session.Complete"), "yes");
+    EXPECT_EQ(session("Session.Frames"), "0");
+    EXPECT_EQ(session("Session.Characters.Character1.Dimensions"), "(not there)");
+    EXPECT_EQ(session("Session.Characters.Character1.Clock"), "(not there)");
     EXPECT_EQ(kit::readBvh(output("empty.bvh")).tracks->timeLength(), 0);
 }
 
@@ -114,12 +104,59 @@ TEST_F(Run, BeginsWithTheActorOfADocument) {
     EXPECT_NEAR(actor.bodyDimension("Height", 0), 1.75F, 0.0175F);
 }
 
+TEST_F(Run, NamesAnActorAfterItsTakeWhereTheDocumentDoesNot) {
+    const std::string document = directory_ / "actor.xml";
+    ASSERT_EQ(capture({"actor", document, "--dimension", "Shoe=0.26"}).exitCode, 0);
+
+    EXPECT_EQ(run({writeTake("take.bvh", 2)}, {"--actor", document}).exitCode, 0);
+
+    EXPECT_EQ(actorOf("take").name, "take");
+    EXPECT_FLOAT_EQ(actorOf("take").shoe, 0.26F);
+}
+
+TEST_F(Run, NamesEachOfSeveralActorsAfterItsTakeWhateverTheDocumentSays) {
+    const std::string document = directory_ / "actor.xml";
+    ASSERT_EQ(capture({"actor", document, "--name", "Ada", "--dimension", "Shoe=0.26"}).exitCode,
+              0);
+
+    EXPECT_EQ(
+        run({writeTake("one.bvh", 2), writeTake("two.bvh", 2)}, {"--actor", document}).exitCode, 0);
+
+    for (const char* const name : {"one", "two"}) {
+        EXPECT_EQ(actorOf(name).name, name);
+        EXPECT_FLOAT_EQ(actorOf(name).shoe, 0.26F);
+    }
+}
+
+TEST_F(Run, NamesActorsWithoutADocumentAfterTheirTakes) {
+    EXPECT_EQ(run({writeTake("one.bvh", 2), writeTake("two.bvh", 2)}).exitCode, 0);
+    EXPECT_EQ(actorOf("one").name, "one");
+    EXPECT_EQ(actorOf("two").name, "two");
+}
+
 TEST_F(Run, KeepsTheBeatInRealTimeAndJudgesTheClock) {
     const Outcome outcome = run({writeTake("take.bvh", 8)}, {"--realtime", "--calibrate", "0.3"});
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.out, AllOf(HasSubstr("calibrating over 8 frames\n"),
                                    HasSubstr(" per second measured, 25 stated; jitter ")));
+}
+
+TEST_F(Run, ShowsOnATerminalHowFarItIs) {
+    const Outcome outcome =
+        captureOnTerminal({"run", writeTake("take.bvh", 30), "--out", out_}, 18);
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.err, StartsWith("\r[..........]   4%")); // 1 of 25
+    const std::string end = "\r[##########] 100%\r\x1B[K";
+    EXPECT_THAT(outcome.err, HasSubstr(end + "\r[..........]   3%")); // 1 of 30
+    EXPECT_THAT(outcome.err, EndsWith(end));
+}
+
+TEST_F(Run, ShowsNothingOnATerminalOfATakeWithoutFrames) {
+    const Outcome outcome = captureOnTerminal({"run", writeTake("take.bvh", 0), "--out", out_}, 80);
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.err, IsEmpty());
 }
 
 TEST_F(Run, StopsWhenInterruptedAndKeepsWhatWasRecorded) {

@@ -58,6 +58,11 @@ TEST_F(Stream, StopsAfterAsManyFramesAsAreWanted) {
                                    HasSubstr("identical")));
 }
 
+TEST_F(Stream, MayBeAskedForAllFrames) {
+    EXPECT_THAT(capture({"stream", take_, "--rate", "0", "--frames", "3"}).out,
+                HasSubstr("  streamed  3 frames of 3\n  lost      0\n"));
+}
+
 TEST_F(Stream, HasNothingToStreamInATakeWithoutFrames) {
     TakeText take;
     take.rootPositions.clear();
@@ -66,7 +71,9 @@ TEST_F(Stream, HasNothingToStreamInATakeWithoutFrames) {
     const Outcome outcome = capture({"stream", take_});
 
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_THAT(outcome.out, HasSubstr("  streamed  0 frames of 0\n  lost      0\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("  streamed  0 frames of 0\n  lost      0\n"
+                                       "  duration  0.000 s\n"
+                                       "  jitter    none: frames were not paced\n"));
 }
 
 TEST_F(Stream, ShowsItsProgressOnATerminalOnly) {

@@ -1,0 +1,125 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "apps/support/SessionTest.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+
+namespace tarn::tests {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class SessionFiles : public SessionTest {
+protected:
+    /// Runs a session that can write nothing.
+    Outcome runWithoutRoom(const std::string& take) const {
+        return runProgram("sh", {"-c", "trap '' XFSZ; ulimit -f 0; exec '" + captureProgram() +
+                                           "' run '" + take + "' --out '" + out_ + "'"});
+    }
+};
+
+TEST_F(SessionFiles, HoldTheTableThatAnExportOfTheTakeMakes) {
+    TakeText take;
+    take.rootPositions = {"0 0 0", "0.1 0.2 0.3", "1e-3 -7 123456"};
+    writeFile(directory_ / "take.bvh", take.text());
+
+    ASSERT_EQ(run({directory_ / "take.bvh"}).exitCode, 0);
+    ASSERT_EQ(capture({"export", directory_ / "take.bvh", "--format", "csv", "--out",
+                       directory_ / "export.csv"})
+                  .exitCode,
+              0);
+
+    EXPECT_EQ(readFile(output("take.csv")), readFile(directory_ / "export.csv"));
+}
+
+TEST_F(SessionFiles, HoldAPictureOfPosesAndOneOfMotion) {
+    ASSERT_EQ(run({writeTake("take.bvh", 30)}).exitCode, 0);
+    EXPECT_THAT(readFile(output("poses.svg")), HasSubstr("\nPose 1: frame 0, 0.000 s\n"));
+    EXPECT_THAT(readFile(output("motion.svg")), HasSubstr("height and speed of "));
+    EXPECT_NE(readFile(output("poses.png")), readFile(output("motion.png")));
+}
+
+TEST_F(SessionFiles, HoldWhatWasPlayedAndNothingOfTheCalibration) {
+    ASSERT_EQ(run({writeTake("take.bvh", 30)}, {"--calibrate", "0.5"}).exitCode, 0);
+    EXPECT_EQ(session("Session.Characters.Character1.FramesOut"), "30");
+    const std::string table = readFile(output("take.csv"));
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 31);
+}
+
+TEST_F(SessionFiles, NeverTakeThePlaceOfATake) {
+    for (const char* const name : {"poses.png", "poses.svg", "motion.png", "motion.svg",
+                                   "session.xml", "take.csv", "take.bvh"}) {
+        const TempDirectory directory;
+        const std::string take = directory / name;
+        writeFile(take, TakeText().text());
+
+        const Outcome outcome = capture({"run", take, "--out", directory.path().string()});
+
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_THAT(outcome.err, HasSubstr("--out: '" + take + "' is what the command reads\n"));
+        EXPECT_EQ(readFile(take), TakeText().text());
+        EXPECT_THAT(directory.names(), ElementsAre(name));
+    }
+}
+
+TEST_F(SessionFiles, NeverTakeThePlaceOfASecondTake) {
+    const std::string other = writeTake("motion.svg", 2);
+    const Outcome outcome =
+        capture({"run", writeTake("take.bvh", 2), other, "--out", directory_.path().string()});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("'" + directory_.path().string() + "/take.bvh' is what"));
+}
+
+TEST_F(SessionFiles, LeaveNoOldDocumentWhereTheNewOneCannotBeWritten) {
+    const std::string take = writeTake("take.bvh", 3);
+    ASSERT_EQ(run({take}).exitCode, 0);
+
+    EXPECT_EQ(runWithoutRoom(take).exitCode, 1);
+
+    EXPECT_FALSE(fs::exists(output("session.xml")));
+    EXPECT_TRUE(fs::exists(output("take.csv"))); // the others stay as they were
+}
+
+TEST_F(SessionFiles, LeaveALinkInThePlaceOfTheDocument) {
+    const std::string take = writeTake("take.bvh", 3);
+    const std::string elsewhere = directory_ / "elsewhere.xml";
+    writeFile(elsewhere, "old");
+    fs::create_directory(out_);
+    fs::create_symlink(elsewhere, output("session.xml"));
+
+    EXPECT_EQ(runWithoutRoom(take).exitCode, 1);
+    EXPECT_TRUE(fs::is_symlink(output("session.xml")));
+    EXPECT_EQ(readFile(elsewhere), "old");
+
+    EXPECT_EQ(run({take}).exitCode, 0);
+    EXPECT_TRUE(fs::is_symlink(output("session.xml")));
+    EXPECT_THAT(readFile(elsewhere), HasSubstr("<Complete>yes</Complete>"));
+}
+
+TEST_F(SessionFiles, AreKnownToBeImpossibleBeforeAnythingPlays) {
+    // A directory in which nobody can make a file.
+    const Outcome outcome = capture({"run", writeTake("take.bvh", 3), "--out", "/proc/self"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.out, IsEmpty());
+    EXPECT_THAT(outcome.err, HasSubstr("cannot write '/proc/self/poses.png': "));
+    EXPECT_THAT(outcome.err, HasSubstr("; nothing was kept\n"));
+}
+
+TEST_F(SessionFiles, GoThroughLinksAndIntoPipes) {
+    const std::string take = writeTake("take.bvh", 3);
+    fs::create_directory(out_);
+    fs::create_symlink("/dev/null", output("poses.png"));
+    EXPECT_EQ(run({take}).exitCode, 0);
+    EXPECT_TRUE(fs::is_symlink(output("poses.png")));
+}
+
+} // namespace
+} // namespace tarn::tests
