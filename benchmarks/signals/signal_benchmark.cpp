@@ -107,7 +107,7 @@ Measure connectionMeasure() {
     return {"connect and disconnect",
             connection<contenders::Ours<int>>(),
             std::nullopt,
-            Goal{0.75, {{literalName, connection<contenders::Literal<int>>()}}},
+            Goal{0.8, {{literalName, connection<contenders::Literal<int>>()}}},
             Goal{0.85,
                  {{boostName, connection<contenders::Boost<int>>()},
                   {qtName, connection<contenders::Qt<int>>()}}},
