@@ -55,7 +55,11 @@ Object::Object() : Object(std::string()) {}
 
 Object::Object(const std::string& name) : d_(std::make_unique<PrivateData>()) { d_->name = name; }
 
-Object::~Object() { d_->children.clear(); }
+Object::~Object() {
+    d_->children.clear();
+    // What hosts have mounted may look at what is left of the object: it goes while that is whole.
+    d_->userObjects.clear();
+}
 
 std::string Object::objectName() const { return d_->name; }
 

@@ -25,6 +25,9 @@
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>
 #include <tarn_kit/processing/ClockCalibrator.h>
 #include <tarn_kit/processing/ForwardKinematicsSolver.h>
+#include <tarn_kit/session/Linked.h>
 #include <tarn_kit/session/Rate.h>
 #include <tarn_kit/session/RecorderNode.h>
+#include <tarn_kit/session/Resample.h>
+#include <tarn_kit/session/Tap.h>
 #include <tarn_kit/session/Timecode.h>

@@ -79,18 +79,35 @@ EulerAngles twoAngles(const Quaterniond& rotation, const RotationOrder& order) {
     return {wrapped(sum + difference), wrapped(sum - difference), 0};
 }
 
-/// In radians, one per rotation channel.
-EulerAngles anglesOf(const Quaterniond& rotation, const RotationOrder& order) {
-    switch (order.count) {
-    case 0:
-        return {};
-    case 1:
-        return oneAngle(rotation, order);
-    case 2:
-        return twoAngles(rotation, order);
-    default:
-        return toEulerRadians(rotation, order.axes);
+/// In radians, one per rotation channel. Nearest to `previous`, if that is not null.
+EulerAngles anglesOf(const Quaterniond& rotation, const RotationOrder& order,
+                     const EulerAngles* previous) {
+    if (order.count == 3) {
+        return previous == nullptr ? toEulerRadians(rotation, order.axes)
+                                   : toEulerRadians(rotation, order.axes, *previous);
     }
+    EulerAngles angles = order.count == 2   ? twoAngles(rotation, order)
+                         : order.count == 1 ? oneAngle(rotation, order)
+                                            : EulerAngles{};
+    if (previous != nullptr) {
+        for (std::size_t i = 0; i < order.count; ++i) {
+            angles[i] = (*previous)[i] + std::remainder(angles[i] - (*previous)[i], 2 * pi);
+        }
+    }
+    return angles;
+}
+
+/// The angles among the values of a node, in radians.
+EulerAngles anglesIn(const RigNode& node, const float* value) {
+    EulerAngles angles = {};
+    std::size_t next = 0;
+    for (const Channel channel : node.channels) {
+        const auto amount = static_cast<double>(*value++);
+        if (!isPosition(channel)) {
+            angles[next++] = radiansOf(amount);
+        }
+    }
+    return angles;
 }
 
 Transform transformOf(const Segment& segment) {
@@ -103,8 +120,15 @@ Transform relativeTo(const Transform& parent, const Transform& child) {
 }
 
 /// Writes the node's values, given where it is relative to its parent.
-void setValues(const RigNode& node, const Transform& local, float* value) {
-    const EulerAngles angles = anglesOf(local.rotation, orderOf(node));
+void setValues(const RigNode& node, const Transform& local, const float* previous, float* value) {
+    const RotationOrder order = orderOf(node);
+    EulerAngles angles;
+    if (previous == nullptr) {
+        angles = anglesOf(local.rotation, order, nullptr);
+    } else {
+        const EulerAngles before = anglesIn(node, previous);
+        angles = anglesOf(local.rotation, order, &before);
+    }
     Vector3d position = local.position - toDouble(node.offset);
     std::size_t nextAngle = 0;
     for (const Channel channel : node.channels) {
@@ -117,9 +141,8 @@ void setValues(const RigNode& node, const Transform& local, float* value) {
     }
 }
 
-} // namespace
-
-Pose poseOf(const Rig& rig, const BodyPose& body) {
+/// `previous` may be null.
+Pose poseNear(const Rig& rig, const BodyPose& body, const Pose* previous) {
     assert(body.segments.size() == rig.nodes().size());
     Pose pose;
     pose.values.resize(rig.valueCount());
@@ -130,9 +153,20 @@ Pose poseOf(const Rig& rig, const BodyPose& body) {
         world.push_back(transformOf(segment));
         const Transform parent =
             node.parent < 0 ? Transform() : world[static_cast<std::size_t>(node.parent)];
-        setValues(node, relativeTo(parent, world.back()), pose.values.data() + node.firstValue);
+        setValues(node, relativeTo(parent, world.back()),
+                  previous == nullptr ? nullptr : previous->values.data() + node.firstValue,
+                  pose.values.data() + node.firstValue);
     }
     return pose;
+}
+
+} // namespace
+
+Pose poseOf(const Rig& rig, const BodyPose& body) { return poseNear(rig, body, nullptr); }
+
+Pose poseOf(const Rig& rig, const BodyPose& body, const Pose& previous) {
+    assert(previous.values.size() == rig.valueCount());
+    return poseNear(rig, body, &previous);
 }
 
 } // namespace tarn::kit

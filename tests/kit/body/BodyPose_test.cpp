@@ -321,4 +321,27 @@ TEST(BodyPoseDeathTest, AssertsThatTheBodyIsOneOfTheRig) {
 #endif
 
 } // namespace
+TEST(BodyPose, NearAPreviousPoseChannelsDoNotJump) {
+    for (const std::vector<Channel>& channels :
+         {std::vector<Channel>{z, x, y}, std::vector<Channel>{y, x}, std::vector<Channel>{x}}) {
+        Rig rig;
+        rig.addJoint("Joint", -1, {}, channels);
+        Pose previous;
+        previous.values.assign(channels.size(), 0);
+        for (int i = 1; i <= 100; ++i) {
+            const std::vector<double> all = {9.0 * i, 10, -4.0 * i};
+            const std::vector<double> degrees(
+                all.begin(), all.begin() + static_cast<std::ptrdiff_t>(channels.size()));
+            const Pose found = poseOf(rig, {{segmentOf(turned(channels, degrees))}}, previous);
+            for (std::size_t k = 0; k < degrees.size(); ++k) {
+                ASSERT_NEAR(static_cast<double>(found.values[k]), degrees[k], 1e-3) << "step " << i;
+            }
+            previous = found;
+        }
+        // Without a previous one they stay within half a turn.
+        EXPECT_NEAR(poseOfJoint(channels, segmentOf(turned(channels, {900, 10, 0}))).values.at(0),
+                    180, 1e-3);
+    }
+}
+
 } // namespace tarn::kit

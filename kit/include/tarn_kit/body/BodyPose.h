@@ -45,4 +45,9 @@ inline constexpr int bodyDataType = 2;
 /// Precondition: `body` has a segment per node of `rig`.
 TARN_KIT_EXPORT Pose poseOf(const Rig& rig, const BodyPose& body);
 
+/// The same, with the angles of each joint that are nearest to those of `previous`, so that
+/// channels do not jump while the body does not. Angles may so go beyond half a turn. Precondition:
+/// `previous` has a value per channel of `rig`.
+TARN_KIT_EXPORT Pose poseOf(const Rig& rig, const BodyPose& body, const Pose& previous);
+
 } // namespace tarn::kit
