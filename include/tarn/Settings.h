@@ -21,11 +21,10 @@ namespace tarn {
 ///
 /// Keys: `setValue`, `addValue`, `value`, `subSettings` and `addSubSettings` take a path: names
 /// joined by ".", followed down from this store through the first child of each name. `remove` and
-/// `valueList` take a plain name, in which "." means nothing. An empty path reads this node itself.
-///
-/// Preconditions of `setValue`, `addValue` and `addSubSettings`: the last name of the path is not
-/// empty (in any build, a call with "" or "a." changes nothing and announces nothing), and the
-/// path, counted from the top of the tree, has at most `maximumDepth` names.
+/// `valueList` take a plain name, in which "." means nothing. An empty path means this node itself,
+/// and a "." at the end of a path means nothing: "a." is "a", in `value`, `subSettings` and
+/// `setValue`. No node is made for such a path: where there is none, and in `addValue` and
+/// `addSubSettings`, a call changes nothing and announces nothing.
 ///
 /// Ownership: a store owns its tree. A store that `subSettings` returned is a view: it reads and
 /// writes its parent's tree and keeps nothing alive. It must not be used once its node is gone:
@@ -42,8 +41,8 @@ namespace tarn {
 class TARN_EXPORT Settings : public Object {
 public:
     /// How deep a document's elements may nest: a load refuses a deeper one and a save writes none.
-    /// Reading, copying, writing and destroying a tree take stack for each level; this many levels
-    /// fit a thread with 512 KiB of stack.
+    /// Paths may lead deeper. Reading, copying, writing and destroying a tree take stack for each
+    /// level; this many levels fit a thread with 512 KiB of stack.
     static constexpr int maximumDepth = 1000;
 
     /// An empty store.
@@ -51,8 +50,8 @@ public:
     ~Settings() override;
 
     /// Sets the value at a path, keeping the children of the node if there is one, and creating
-    /// what is missing of the path otherwise. Then emits `onSettingChanged`: on every call, also
-    /// when the value was the same.
+    /// what is missing of the path otherwise. Then emits `onSettingChanged`: on every call that
+    /// stores something, also when the value was the same.
     void setValue(const std::string& key, const std::string& value);
     /// Appends a further node with that value at a path, whether or not there are nodes of that
     /// name already, then emits `onSettingChanged`.
@@ -80,18 +79,19 @@ public:
     void clear();
 
     /// Replaces the content with a document's. Returns false, and changes nothing, if the file
-    /// cannot be read or is not a regular file, or if the document is malformed or nested deeper
-    /// than `maximumDepth`. (The parser does not compare the name of an end tag with that of its
-    /// start tag.) No signal.
+    /// cannot be read or is neither a regular file nor a pipe, or if the document is malformed,
+    /// holds a zero byte or is nested deeper than `maximumDepth`. (The parser does not compare the
+    /// name of an end tag with that of its start tag.) A pipe is read until its writers have closed
+    /// it; the call waits for them. No signal.
     bool loadSettingsFromFile(const std::string& fileName);
     /// As above, from the text of a document.
     bool loadSettingsFromString(const std::string& text);
 
-    /// Writes the content as a document, creating the directories that are missing on the way. The
-    /// document is moved into place once it is complete on the disk: until then, and whenever the
-    /// result is false, a file that was there stays as it was. A link keeps being a link, an
-    /// existing file keeps its permissions, and what is no regular file (a device) is written in
-    /// place. Needs the right to create files in the directory.
+    /// Writes the content as a document, creating the directories that are missing on the way, and
+    /// otherwise as `OutputFile` writes: the document is moved into place once it is complete on
+    /// the disk, and until then, and when the result is false, a file that was there stays as it
+    /// was. Links stay links, and permissions, owner and group are kept as far as the user may.
+    /// What cannot be replaced is written in place; a pipe that nobody reads is an error.
     ///
     /// Returns false if the file cannot be written, or if a load would not give the content back,
     /// white space aside: for a value or attributes at the top level, an element name that is

@@ -16,6 +16,7 @@
 #include <tarn/Frame.h>
 #include <tarn/Joint.h>
 #include <tarn/Object.h>
+#include <tarn/OutputFile.h>
 #include <tarn/Reply.h>
 #include <tarn/Request.h>
 #include <tarn/Rotation.h>

@@ -3,10 +3,11 @@
 
 #include <tarn/Settings.h>
 
-#include "settings/AtomicFile.h"
 #include "settings/PropertyTree.h"
 #include "settings/SettingsTree.h"
 #include "settings/XmlDocument.h"
+
+#include <tarn/OutputFile.h>
 
 #include <algorithm>
 #include <array>
@@ -37,16 +38,14 @@ struct Settings::PrivateData {
 
 namespace {
 
-/// Whether a path names a node to write: its last name is not empty.
-bool namesNode(const std::string& key) {
-    assert(std::count(key.begin(), key.end(), '.') < Settings::maximumDepth);
-    return !key.empty() && key.back() != '.';
-}
+/// Whether there can be a new node at a path: its last name is not empty.
+bool canBeMadeAt(const std::string& key) { return !key.empty() && key.back() != '.'; }
 
-/// Reads a whole file; false, with part of it in `content`, if that fails. Only a regular file has
-/// an end that is certain to come: a device may go on for ever.
+/// Reads a whole file; false, with part of it in `content`, if that fails. A device may go on for
+/// ever: only a regular file, or a pipe that somebody writes, has an end.
 bool readFile(const std::string& fileName, std::string& content) {
-    if (!std::filesystem::is_regular_file(fileName)) {
+    const std::filesystem::file_status status = std::filesystem::status(fileName);
+    if (!std::filesystem::is_regular_file(status) && !std::filesystem::is_fifo(status)) {
         return false;
     }
     std::ifstream file(fileName, std::ios::binary);
@@ -74,10 +73,10 @@ PropertyTree* nodeAt(PropertyTree& tree, std::string_view path) {
     return node;
 }
 
-/// The same, made if it is missing. Precondition: the path names a node to write.
-PropertyTree& nodeMadeAt(PropertyTree& tree, const std::string& path) {
+/// The same, made if it is missing; null if it is and cannot be made.
+PropertyTree* nodeMadeAt(PropertyTree& tree, const std::string& path) {
     PropertyTree* const node = nodeAt(tree, path);
-    return node != nullptr ? *node : tree.put_child(path, PropertyTree());
+    return node != nullptr || !canBeMadeAt(path) ? node : &tree.put_child(path, PropertyTree());
 }
 
 /// Whether a node is `tree` or below it. As deep as documents may nest.
@@ -103,14 +102,15 @@ Settings::Settings() : d_(std::make_unique<PrivateData>()) {}
 Settings::~Settings() = default;
 
 void Settings::setValue(const std::string& key, const std::string& value) {
-    if (namesNode(key)) {
-        nodeMadeAt(d_->tree(), key).data() = value;
+    // Where the path ends in an empty name, the node before it is meant.
+    if (PropertyTree* const node = nodeMadeAt(d_->tree(), key)) {
+        node->data() = value;
         d_->onSettingChanged.emit(key, value);
     }
 }
 
 void Settings::addValue(const std::string& key, const std::string& value) {
-    if (namesNode(key)) {
+    if (canBeMadeAt(key)) {
         d_->tree().add(key, value);
         d_->onSettingChanged.emit(key, value);
     }
@@ -152,10 +152,10 @@ std::shared_ptr<Settings> Settings::subSettings(const std::string& key) const {
 // NOLINTNEXTLINE(performance-unnecessary-value-param): pointers to stores are passed by value
 void Settings::addSubSettings(const std::string& key, std::shared_ptr<Settings> settings) {
     assert(settings != nullptr);
-    if (namesNode(key)) {
+    if (canBeMadeAt(key)) {
         // Copied first: the path may lead through, or replace, what is to be copied.
         PropertyTree copy = settings->d_->tree();
-        nodeMadeAt(d_->tree(), key).swap(copy);
+        nodeMadeAt(d_->tree(), key)->swap(copy);
     }
 }
 
@@ -179,8 +179,13 @@ bool Settings::loadSettingsFromString(const std::string& text) {
 bool Settings::saveSettingsToFile(const std::string& fileName) {
     try {
         std::string text;
-        return writeDocument(d_->tree(), text, maximumDepth) && createDirectoryOf(fileName) &&
-               replaceFile(fileName, text);
+        if (!writeDocument(d_->tree(), text, maximumDepth) || !createDirectoryOf(fileName)) {
+            return false;
+        }
+        OutputFile file(fileName);
+        file.write(text);
+        file.commit();
+        return true;
     } catch (const std::exception&) {
         return false;
     }

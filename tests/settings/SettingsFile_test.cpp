@@ -4,22 +4,23 @@
 #include <tarn/Settings.h>
 
 #include "settings/Documents.h"
+#include "support/FileSizeLimit.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
-#include <csignal>
 #include <cstddef>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
+using tarn::testing::FileSizeLimit;
 using tarn::testing::readFile;
 using tarn::testing::TemporaryDirectory;
 using tarn::testing::writeFile;
@@ -73,26 +74,6 @@ public:
 
 private:
     bool isRoot_ = ::geteuid() == 0;
-};
-
-/// No file may grow beyond so many bytes: a disk that fills up in the middle of a write.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &before_), 0);
-        const rlimit limit = {bytes, before_.rlim_max};
-        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() {
-        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &before_), 0);
-        std::signal(SIGXFSZ, handler_);
-    }
-
-private:
-    rlimit before_ = {};
-    void (*handler_)(int);
 };
 
 } // namespace
@@ -380,18 +361,79 @@ TEST(SettingsFile, AFileThatMayNotBeWrittenIsNotReplaced) {
     EXPECT_EQ(readFile(name), oldDocument);
 }
 
-TEST(SettingsFile, ADirectoryThatMayNotBeWrittenKeepsItsFile) {
+TEST(SettingsFile, ADirectoryThatMayNotBeWrittenHasItsFileWrittenInPlace) {
     const TemporaryDirectory directory;
     const std::string name = directory / "settings.xml";
     writeFile(name, oldDocument);
     ASSERT_EQ(::chmod(name.c_str(), 0666), 0);
     ASSERT_EQ(::chmod(directory.path().c_str(), 0555), 0);
     Settings settings;
+    fill(settings);
     {
         const OrdinaryUser user;
-        EXPECT_FALSE(settings.saveSettingsToFile(name));
+        EXPECT_TRUE(settings.saveSettingsToFile(name));
         EXPECT_FALSE(settings.saveSettingsToFile(directory / "new.xml"));
     }
-    EXPECT_EQ(readFile(name), oldDocument);
+    EXPECT_EQ(readFile(name), documentOf(settings));
+    EXPECT_THAT(directory.names(), ElementsAre("settings.xml"));
     ASSERT_EQ(::chmod(directory.path().c_str(), 0755), 0);
+}
+
+TEST(SettingsFile, AnOpenFileThatWasRemovedIsSavedAndLoaded) {
+    const TemporaryDirectory directory;
+    const std::string name = directory / "settings.xml";
+    writeFile(name, oldDocument);
+    const int file = ::open(name.c_str(), O_RDWR);
+    ASSERT_GE(file, 0);
+    fs::remove(name);
+    const std::string openName = "/proc/self/fd/" + std::to_string(file);
+    Settings settings;
+    fill(settings);
+    EXPECT_TRUE(settings.saveSettingsToFile(openName));
+    Settings loaded;
+    EXPECT_TRUE(loaded.loadSettingsFromFile(openName));
+    ::close(file);
+    EXPECT_EQ(documentOf(loaded), documentOf(settings));
+    EXPECT_THAT(directory.names(), IsEmpty());
+}
+
+TEST(SettingsFile, AFileOfSeveralNamesStaysOneFile) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "settings.xml", oldDocument);
+    fs::create_hard_link(directory / "settings.xml", directory / "backup.xml");
+    Settings settings;
+    fill(settings);
+    EXPECT_TRUE(settings.saveSettingsToFile(directory / "settings.xml"));
+    EXPECT_EQ(readFile(directory / "backup.xml"), documentOf(settings));
+    EXPECT_EQ(fs::hard_link_count(directory / "settings.xml"), 2U);
+}
+
+TEST(SettingsFile, APipeThatNobodyReadsFailsTheSaveAtOnce) {
+    const TemporaryDirectory directory;
+    const std::string name = directory / "pipe";
+    ASSERT_EQ(::mkfifo(name.c_str(), 0600), 0);
+    Settings settings;
+    EXPECT_FALSE(settings.saveSettingsToFile(name));
+    EXPECT_TRUE(fs::is_fifo(name));
+}
+
+TEST(SettingsFile, APipeIsLoadedToItsEnd) {
+    const TemporaryDirectory directory;
+    const std::string name = directory / "pipe";
+    ASSERT_EQ(::mkfifo(name.c_str(), 0600), 0);
+    const std::string value = repeated("0123456789", 20000); // more than a pipe holds
+    std::thread writer([&] { writeFile(name, "<Rate>" + value + "</Rate>"); });
+    Settings settings;
+    EXPECT_TRUE(settings.loadSettingsFromFile(name));
+    writer.join();
+    EXPECT_EQ(settings.value("Rate", ""), value);
+}
+
+TEST(SettingsFile, APipeWithoutADocumentLeavesTheContent) {
+    const TemporaryDirectory directory;
+    const std::string name = directory / "pipe";
+    ASSERT_EQ(::mkfifo(name.c_str(), 0600), 0);
+    std::thread writer([&] { writeFile(name, "<Rate>30</Rate><Name>"); });
+    EXPECT_TRUE(refusesToLoad(name));
+    writer.join();
 }

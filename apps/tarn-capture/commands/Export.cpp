@@ -7,10 +7,11 @@
 #include "session/Take.h"
 #include "support/Errors.h"
 #include "support/FrameRange.h"
-#include "support/OutputFile.h"
+#include "support/OutputPath.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <tarn/OutputFile.h>
 #include <tarn_kit/body/ForwardKinematics.h>
 #include <tarn_kit/files/Text.h>
 

@@ -8,10 +8,11 @@
 #include "session/Playback.h"
 #include "session/Take.h"
 #include "support/Errors.h"
-#include "support/OutputFile.h"
+#include "support/OutputPath.h"
 #include "support/ProgressBar.h"
 
 #include <fmt/format.h>
+#include <tarn/OutputFile.h>
 #include <tarn_kit/files/Text.h>
 
 #include <cstdint>

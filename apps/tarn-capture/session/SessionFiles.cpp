@@ -9,15 +9,14 @@
 #include "drawing/Picture.h"
 #include "session/PositionsCsv.h"
 #include "session/SessionDocument.h"
-#include "support/OutputBuffer.h"
-#include "support/OutputFile.h"
+#include "support/OutputPath.h"
 #include "support/Stopwatch.h"
 
 #include <fmt/format.h>
+#include <tarn/OutputFile.h>
 #include <tarn_kit/files/Bvh.h>
 
 #include <exception>
-#include <ostream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -136,11 +135,7 @@ void SessionFiles::writeBvh(Performer& performer, Tracks& recording) {
     const std::string name = performer.name() + ".bvh";
     const Take& take = performer.take();
     OutputFile file(path(name));
-    OutputBuffer buffer(file);
-    std::ostream stream(&buffer);
-    stream.exceptions(std::ios::badbit);
-    kit::writeBvh(posesOf(take, take.sharedRig(), recording), stream);
-    stream.flush();
+    kit::writeBvh(posesOf(take, take.sharedRig(), recording), file.stream());
     file.commit();
 }
 

@@ -86,6 +86,30 @@ TEST_F(ExportFile, WritesIntoAPipeAsItIs) {
     EXPECT_TRUE(fs::is_fifo(out_));
 }
 
+TEST_F(ExportFile, APipeThatNobodyReadsIsAFailure) {
+    ASSERT_EQ(::mkfifo(out_.c_str(), 0600), 0);
+    expectFailure(exportTo(out_), "cannot write '" + out_ +
+                                      "', a pipe that nobody reads: No such device or address");
+    EXPECT_TRUE(fs::is_fifo(out_));
+}
+
+TEST_F(ExportFile, GoesIntoEveryNameOfTheFileItOverwrites) {
+    writeFile(out_, "old");
+    fs::create_hard_link(out_, directory_ / "other.csv");
+    EXPECT_EQ(exportTo(out_).exitCode, 0);
+    EXPECT_THAT(readFile(directory_ / "other.csv"), StartsWith("frame,"));
+}
+
+TEST_F(ExportFile, GoesIntoTheFileThatStandardOutputIs) {
+    // Two names of one open file: what the second shows has gone into what the first has open.
+    const Outcome outcome =
+        runProgram("sh", {"-c", "exec 3<> '" + out_ + "'; '" + captureProgram() + "' export '" +
+                                    take_ + "' --format csv --out /dev/stdout >&3; cat <&3"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, StartsWith("frame,"));
+    EXPECT_EQ(readFile(out_), outcome.out);
+}
+
 TEST_F(ExportFile, AWriteThatFailsLeavesWhatWasThere) {
     writeFile(out_, "old");
     // A file may have 200 blocks of 512 bytes; the take needs more.
