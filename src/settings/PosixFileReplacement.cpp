@@ -28,13 +28,13 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Whether links in this directory lead to what a process has open, by whatever name they show.
-bool hasLinksToOpenFiles(const fs::path& directory) {
+bool hasLinksToOpenFiles([[maybe_unused]] const fs::path& directory) {
 #if defined(__linux__)
     struct statfs status = {};
     return ::statfs(directory.empty() ? "." : directory.c_str(), &status) == 0 &&
            status.f_type == PROC_SUPER_MAGIC;
 #else
-    return directory == "/dev/fd";
+    return false;
 #endif
 }
 
@@ -50,13 +50,6 @@ fs::path followLinks(fs::path path) {
         path = path.parent_path() / fs::read_symlink(path, error);
     }
     return path;
-}
-
-/// Whether `path` is a name of the file with that status.
-bool isNameOf(const fs::path& path, const struct stat& status) {
-    struct stat found = {};
-    return ::lstat(path.c_str(), &found) == 0 && found.st_dev == status.st_dev &&
-           found.st_ino == status.st_ino;
 }
 
 /// Whether the last call failed because the user may not do it, or nobody here.
@@ -145,12 +138,8 @@ void PosixFileReplacement::openTarget() {
 
 void PosixFileReplacement::findPlace() {
     place_ = followLinks(name_);
-    if (target_.isOpen()) {
-        // A file that was removed while somebody had it open has no name, or its name is that of
-        // another file by now.
-        place_ = isNameOf(place_, targetStatus_) ? place_ : fs::path();
-        isReplaceable_ = !place_.empty() && targetStatus_.st_nlink <= 1;
-    } else if (place_.empty()) {
+    isReplaceable_ = !place_.empty() && targetStatus_.st_nlink <= 1;
+    if (place_.empty() && !target_.isOpen()) {
         errno = ENOENT;
         check(false);
     }

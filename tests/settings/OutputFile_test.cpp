@@ -338,12 +338,15 @@ TEST(OutputFile, IsClosedToOthersUntilItHasThePermissionsOfTheOldOne) {
     EXPECT_EQ(statusOf(directory / "file").st_mode & 07777U, 0666U);
 }
 
-TEST(OutputFile, TheRightToRunAsItsOwnerIsNotPassedOn) {
+TEST(OutputFile, TheRightToRunAsItsOwnerOrGroupIsNotPassedOn) {
     const TemporaryDirectory directory;
-    writeFile(directory / "file", "old");
-    ASSERT_EQ(::chmod((directory / "file").c_str(), 06755), 0);
-    save(directory / "file", "new");
-    EXPECT_EQ(statusOf(directory / "file").st_mode & 07777U, 0755U);
+    const std::string name = directory / "file";
+    for (const mode_t permissions : {0755U, 0666U}) {
+        writeFile(name, "old");
+        ASSERT_EQ(::chmod(name.c_str(), permissions | 06000U), 0);
+        save(name, "new");
+        EXPECT_EQ(statusOf(name).st_mode & 07777U, permissions);
+    }
 }
 
 #ifndef NDEBUG
