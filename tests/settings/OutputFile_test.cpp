@@ -349,6 +349,21 @@ TEST(OutputFile, TheRightToRunAsItsOwnerOrGroupIsNotPassedOn) {
     }
 }
 
+TEST(OutputFileThreads, ThatSaveToOneTargetLeaveTheWholeOfOne) {
+    const TemporaryDirectory directory;
+    const auto saveMany = [&directory](char letter) {
+        for (int i = 0; i < 10; ++i) {
+            save(directory / "file", std::string(300000, letter));
+        }
+    };
+    std::thread other([&saveMany] { saveMany('b'); });
+    saveMany('a');
+    other.join();
+    const std::string content = readFile(directory / "file");
+    EXPECT_EQ(content, std::string(300000, content.at(0)));
+    EXPECT_THAT(directory.names(), ElementsAre("file"));
+}
+
 #ifndef NDEBUG
 
 TEST(OutputFileDeathTest, WritingAfterTheCommitIsCaught) {
