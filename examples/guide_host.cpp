@@ -3,54 +3,115 @@
 
 // The host that docs/guide.md builds step by step.
 #include <tarn/tarn.h>
-#include <tarn_kit/devices/ReplayDevice.h>
-#include <tarn_kit/files/Bvh.h>
-#include <tarn_kit/processing/BodyDimensionCalibrator.h>
-#include <tarn_kit/processing/ForwardKinematicsSolver.h>
-#include <tarn_kit/session/RecorderNode.h>
+#include <tarn_kit/tarn_kit.h>
 
 #include <algorithm>
-#include <future>
+#include <chrono>
+#include <csignal>
+#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
 
 namespace {
 
-// Solves what a character's take shows, and hands the body on.
-void solveLive(tarn::Solver& solver, tarn::Timeline& timeline,
-               tsignal::Signal<std::shared_ptr<tarn::Frame>>& solved) {
-    const auto pose = timeline.frame(tarn::kit::poseDataType);
-    if (pose == nullptr) {
-        return; // the take shows nothing at this frame index
-    }
-    solver.clearInput(); // a solver keeps what it was given until it is told otherwise
-    solver.clearOutput();
-    solver.addInput(pose);
-    if (solver.evaluate()) {
-        solved.emit(solver.getOutput(tarn::kit::bodyDataType)->getFrame(0));
-    }
-}
+using FramePtr = std::shared_ptr<tarn::Frame>;
 
-// Waits until a device has streamed its take to the end.
-void streamToTheEnd(tarn::Device& device) {
-    device.syncRequest(std::make_shared<tarn::Request>("rate", 0.0)); // as fast as it goes
-    std::promise<void> ended;
-    const tsignal::ScopedConnection connection(
-        device.onStateChanged().connect([&ended](tarn::Device::DeviceState state) {
-            if (state == tarn::Device::Ready) {
-                ended.set_value(); // on the device's thread
+// Ctrl-C asks the capture to end.
+volatile std::sig_atomic_t interrupted = 0;
+void interrupt(int /*signal*/) { interrupted = 1; }
+
+// Streams all that a device has, and says how many frames arrived.
+int countFrames(tarn::Device& device, int port) {
+    tarn::kit::FrameQueue queue(256);
+    const tsignal::ScopedConnection arrivals = device.oFramePort(port).connect(
+        [&queue](const FramePtr& frame) { queue.add(frame); }); // on the device's thread
+    const tsignal::ScopedConnection end =
+        device.onStateChanged().connect([&queue](tarn::Device::DeviceState state) {
+            if (state != tarn::Device::Busy) {
+                queue.finish(); // on the device's thread
             }
-        }));
-    if (*device.syncRequest("start")) { // one that is refused streams nothing to wait for
-        ended.get_future().wait();
+        });
+    queue.open();
+    tarn::kit::command(device, "start");
+    int count = 0;
+    while (!queue.isOver()) { // on this thread
+        count += static_cast<int>(queue.take(std::chrono::milliseconds(50)).size());
     }
-    device.syncRequest("status"); // answered once the device has left its slots
+    return count;
 }
 
-void play(tarn::Tracks& take, int frames) {
-    for (int i = 0; i < frames; ++i) {
-        take.setCurrentTime(i);
+void capture(const std::string& file, const std::string& directory) {
+    // The device that delivers her motion, on a thread of its own.
+    tarn::kit::ReplayDevice device("camera volume");
+    const tarn::kit::BvhTake original = device.open(file);
+    const int rate = original.tracks->fps();
+    device.setSpeed(0); // as fast as frames are taken; hardware has a pace of its own
+    std::cout << countFrames(device, tarn::kit::ReplayDevice::posePort) << " frames arrive at "
+              << rate << " per second\n";
+
+    // The solver that turns poses into bodies, and what measures them.
+    tarn::kit::ForwardKinematicsSolver solver("live", original.rig);
+    tarn::kit::BodyDimensionCalibrator dimensions("body", rate);
+    dimensions.setSolver(&solver);
+
+    // The session: a scene, and a performer in it.
+    tarn::kit::Session session;
+    tarn::kit::PerformerSetup setup;
+    setup.name = "Ada";
+    setup.device = &device;
+    setup.port = tarn::kit::ReplayDevice::posePort;
+    setup.solver = &solver;
+    setup.rate = rate;
+    setup.frameCount = original.tracks->timeLength();
+    tarn::kit::Performer& ada = session.addPerformer(setup);
+    ada.addCalibrator(dimensions, true);
+
+    // Ending: a second thread's flag, a button or a signal, asked for at every step.
+    std::signal(SIGINT, interrupt);
+    const auto stopRequested = [] { return interrupted != 0; };
+
+    // Calibration: a second of frames, from which the body is measured.
+    if (!session.calibrate(rate, stopRequested)) {
+        std::cout << "stopped while calibrating\n";
+        return;
+    }
+    std::cout << "calibrated over " << dimensions.collectedFrames() << " frames: height "
+              << ada.actor().bodyDimension("Height", 0) << "\n";
+
+    // Showing: whoever listens gets every solved body, while the take is recorded.
+    float highest = 0;
+    ada.onSolved().connect([&highest](const FramePtr& frame) {
+        const auto& body = frame->dataAs<tarn::kit::BodyPose>();
+        highest = std::max(highest, body.segments.front().position.y);
+    });
+    const bool complete = session.play(stopRequested);
+    const tarn::kit::PerformerStatistics& frames = ada.statistics();
+    std::cout << (complete ? "recorded " : "stopped after ") << frames.framesOut << " frames, "
+              << frames.framesExpected - frames.framesIn << " lost; the hips rise to " << highest
+              << "\n";
+
+    // The recording: a take like any other, to be played at any rate.
+    const std::shared_ptr<tarn::Tracks> recording = ada.recording();
+    int shown = 0;
+    recording->onCurrentTimeChanged().connect([&](int index) {
+        const FramePtr body = recording->getFrame(index, tarn::kit::bodyDataType);
+        shown += body == nullptr ? 0 : 1; // nothing is there where a frame was lost
+    });
+    tarn::kit::Playback(*recording, 30).run();
+    recording->onCurrentTimeChanged().disconnectAll();
+    std::cout << "played " << shown << " bodies at 30 per second\n";
+
+    // Saving: settings documents for the actor, and whatever the host keeps with the scene.
+    const bool actorSaved = ada.actor().saveSettingsToFile(directory + "/ada.xml");
+    session.scene().setValue("Capture.Take", "walk");
+    const bool sceneSaved = session.scene().saveSettingsToFile(directory + "/scene.xml");
+    std::cout << (actorSaved && sceneSaved ? "saved\n" : "not saved\n");
+
+    tarn::Actor loaded;
+    if (loaded.loadSettingsFromFile(directory + "/ada.xml")) {
+        std::cout << "loaded " << loaded.actorName() << ", height "
+                  << loaded.bodyDimension("Height", 0) << "\n";
     }
 }
 
@@ -61,84 +122,10 @@ int main(int argc, char** argv) {
         std::cerr << "usage: guide_host TAKE.bvh DIRECTORY\n";
         return 2;
     }
-    const std::string file = argv[1];
-    const std::string directory = argv[2];
-
-    // The scene, and a character in it.
-    tarn::Scene scene;
-    tarn::Character ada("1", "Ada");
-    tarn::Actor actor;
-    actor.setActorName("Ada");
-    ada.setActor(&actor);
-    scene.addCharacter(&ada);
-    scene.setCurrentCharacter(&ada);
-
-    // The device that delivers her motion.
-    tarn::kit::ReplayDevice device("camera volume");
-    const auto opened = device.syncRequest(std::make_shared<tarn::Request>("open", file));
-    if (!*opened) {
-        std::cerr << opened->errorString() << "\n";
+    try {
+        capture(argv[1], argv[2]);
+    } catch (const std::exception& error) { // what a device or a setup has to say
+        std::cerr << error.what() << "\n";
         return 1;
     }
-    const auto rig = opened->dataAs<tarn::kit::BvhTake>().rig;
-    ada.addDevice(&device);
-
-    // What the device sends is recorded, and becomes the character's take.
-    tarn::kit::RecorderNode recorder(tarn::kit::poseDataType, 100000);
-    recorder.tieToIFramePort(tarn::kit::RecorderNode::framePort,
-                             device.oFramePort(tarn::kit::ReplayDevice::posePort));
-    streamToTheEnd(device);
-    const auto take = recorder.take();
-    ada.setTracks(take);
-    std::cout << "recorded " << take->frameCount() << " frames at " << take->fps()
-              << " per second\n";
-
-    // A solver, fed by the host whenever the take moves.
-    tarn::kit::ForwardKinematicsSolver solver("live", rig);
-    ada.setSolver(&solver);
-    tsignal::Signal<std::shared_ptr<tarn::Frame>> solved;
-    ada.onFrame().connect([&](const std::shared_ptr<tarn::Timeline>& timeline) {
-        solveLive(solver, *timeline, solved);
-    });
-
-    // Calibration: a second of frames, from which the body is measured.
-    tarn::kit::BodyDimensionCalibrator dimensions("body", take->fps());
-    dimensions.setSolver(&solver);
-    ada.addCalibrator(&dimensions, true);
-    ada.beginCalibrate();
-    play(*take, take->fps());
-    ada.endCalibrate();
-    std::cout << "calibrated over " << dimensions.collectedFrames() << " frames: height "
-              << actor.bodyDimension("Height", 0) << "\n";
-
-    // Playing: whoever listens gets every solved body.
-    float highest = 0;
-    solved.connect([&highest](const std::shared_ptr<tarn::Frame>& frame) {
-        const auto& body = frame->dataAs<tarn::kit::BodyPose>();
-        highest = std::max(highest, body.segments.front().position.y);
-    });
-    play(*take, take->timeLength());
-    std::cout << "the hips rise to " << highest << "\n";
-
-    // Saving: settings documents for the actor, and whatever the host keeps with the scene.
-    const bool actorSaved = actor.saveSettingsToFile(directory + "/ada.xml");
-    scene.setValue("Capture.Take", "walk");
-    const bool sceneSaved = scene.saveSettingsToFile(directory + "/scene.xml");
-    std::cout << (actorSaved && sceneSaved ? "saved\n" : "not saved\n");
-
-    tarn::Actor loaded;
-    if (loaded.loadSettingsFromFile(directory + "/ada.xml")) {
-        std::cout << "loaded " << loaded.actorName() << ", height "
-                  << loaded.bodyDimension("Height", 0) << "\n";
-    }
-
-    // Stopping: undo links before what they lead to goes.
-    ada.setTracks(nullptr);
-    ada.removeCalibrator(&dimensions);
-    dimensions.removeChild(&solver);
-    ada.setSolver(nullptr);
-    ada.removeDevice(&device);
-    ada.setActor(nullptr);
-    scene.removeCharacter(&ada);
-    device.oFramePort(tarn::kit::ReplayDevice::posePort).disconnectAll(); // ends the tie
 }

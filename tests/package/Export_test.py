@@ -1,7 +1,8 @@
 # SPDX-FileCopyrightText: the tarn_sdk authors
 # SPDX-License-Identifier: Apache-2.0
 
-"""A library exports its public classes and functions, and nothing else.
+"""A library exports its public classes and functions, and nothing else; and of payloads, which hosts and
+plug-ins hand each other in a `std::any`, the type information.
 
 usage: Export_test.py LIBRARY HEADER_DIR
 """
@@ -16,11 +17,12 @@ headers = "\n".join(path.read_text(encoding="utf-8")
                     for path in pathlib.Path(header_dir).rglob("*.h") if path.stem != "Export")
 export = r"TARN(?:_KIT)?_EXPORT"
 classes = set(re.findall(rf"class {export} (\w+)", headers))
+payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records that frames and replies carry
 functions = set(re.findall(rf"^{export} [^;{{(]*?(operator[^\s(]+|\w+)\(", headers, re.MULTILINE))
 if not classes and not functions:
     sys.exit("the headers export nothing: this check would pass on anything")
 
-named = "|".join(sorted(classes))
+named = "|".join(sorted(classes | payloads))
 called = "|".join(re.escape(name) for name in sorted(functions))
 scope = r"tarn::(?:kit::)?"
 public = [
@@ -53,6 +55,13 @@ def symbols():
 found = list(symbols())
 if not any(is_public(name) for _, name in found):
     sys.exit(f"no public symbol found in {library}")
+names = {name for _, name in found}
+missing = sorted(symbol for payload in payloads
+                 for symbol in (f"typeinfo for tarn::kit::{payload}", f"typeinfo name for tarn::kit::{payload}")
+                 if symbol not in names)
+print("\n".join(f"payload {payload}" for payload in sorted(payloads)))
+if missing:
+    sys.exit("not exported, so that std::any_cast may fail across libraries:\n" + "\n".join(missing))
 foreign = [f"{kind} {name}" for kind, name in found
            if not is_public(name) and not is_weak_standard(kind, name)]
 print(f"{len(found)} symbols checked against {len(classes)} classes and {len(functions)} functions")

@@ -5,7 +5,7 @@
 
 #include "drawing/ContactSheet.h"
 #include "drawing/Picture.h"
-#include "session/Playback.h"
+#include "session/ShownFrames.h"
 #include "session/Take.h"
 #include "support/Errors.h"
 #include "support/OutputPath.h"
@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 #include <tarn/OutputFile.h>
 #include <tarn_kit/files/Text.h>
+#include <tarn_kit/session/Playback.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -42,11 +43,11 @@ void checkRate(double rate) {
 }
 
 /// Plays the take with a progress bar; what it shows is told to those who listen.
-void playWithProgress(Tracks& tracks, Playback& playback, bool realtime) {
+void playWithProgress(Tracks& tracks, kit::Playback& playback, bool realtime) {
     ProgressBar bar(stderr, playback.stepCount());
     const tsignal::ScopedConnection connection(
         tracks.onCurrentTimeChanged().connect([&bar](int) { bar.advance(); }));
-    playback.run(realtime);
+    realtime ? playback.runInRealTime() : playback.run();
 }
 
 /// Draws what was shown.
@@ -63,11 +64,11 @@ int play(const PlayOptions& options) {
     makeDirectory(options.out);
 
     const double rate = options.rate.value_or(take.rate());
-    const Recorder recorder(take.tracks());
-    Playback playback(take.tracks(), rate);
+    const ShownFrames shown(take.tracks());
+    kit::Playback playback(take.tracks(), rate);
     playWithProgress(take.tracks(), playback, options.realtime);
 
-    const Picture sheet = contactSheet(take, recorder.shown());
+    const Picture sheet = contactSheet(take, shown.all());
     const DrawingSession session;
     OutputFile pngFile(png);
     OutputFile svgFile(svg);

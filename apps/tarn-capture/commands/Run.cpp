@@ -4,9 +4,9 @@
 #include "commands/Commands.h"
 
 #include "session/ActorDocument.h"
-#include "session/Session.h"
 #include "session/SessionFiles.h"
 #include "session/SessionSummary.h"
+#include "session/TakeSession.h"
 #include "support/Errors.h"
 #include "support/Interrupt.h"
 #include "support/ProgressBar.h"
@@ -49,7 +49,7 @@ void check(const RunOptions& options) {
 
 /// Every actor is named after its character, unless there is one performer and a document that
 /// names it.
-void prepareActors(const Session& session, const std::optional<std::string>& document) {
+void prepareActors(const TakeSession& session, const std::optional<std::string>& document) {
     for (const auto& performer : session.performers()) {
         Actor& actor = performer->actor();
         if (document) {
@@ -67,8 +67,12 @@ void announce(const std::string& text) {
     std::fflush(stdout);
 }
 
+kit::Session::StopRequested stopOn(const Interrupt& interrupt) {
+    return [&interrupt] { return interrupt.isRequested(); };
+}
+
 /// False if a stop was requested.
-bool calibrate(Session& session, const RunOptions& options, const Interrupt& interrupt) {
+bool calibrate(TakeSession& session, const RunOptions& options, const Interrupt& interrupt) {
     const double wanted = std::ceil(options.calibrate * session.rate());
     const int frames = static_cast<int>(std::min<double>(wanted, session.frameCount()));
     if (frames == 0) {
@@ -77,15 +81,15 @@ bool calibrate(Session& session, const RunOptions& options, const Interrupt& int
     announce(fmt::format("calibrating over {}",
                          kit::counted(static_cast<std::size_t>(frames), "frame")));
     ProgressBar bar(stderr, frames);
-    return session.calibrate(frames, options.realtime, interrupt, [&bar] { bar.advance(); });
+    return session.calibrate(frames, stopOn(interrupt), [&bar] { bar.advance(); });
 }
 
 /// False if a stop was requested.
-bool play(Session& session, const RunOptions& options, const Interrupt& interrupt) {
+bool play(TakeSession& session, const Interrupt& interrupt) {
     announce(fmt::format("playing {}",
                          kit::counted(static_cast<std::size_t>(session.frameCount()), "frame")));
     ProgressBar bar(stderr, std::max(session.frameCount(), 1));
-    return session.play(options.realtime, interrupt, [&bar] { bar.advance(); });
+    return session.play(stopOn(interrupt), [&bar] { bar.advance(); });
 }
 
 /// What the directory holds after a failure.
@@ -100,12 +104,13 @@ std::string keptText(const SessionFiles& files, const std::string& directory) {
 class Runner {
 public:
     explicit Runner(const RunOptions& options)
-        : options_(options), session_(options.takes), files_(prepared(), options.out, inputs()) {}
+        : options_(options), session_(options.takes, replays(options.realtime)),
+          files_(prepared(), options.out, inputs()) {}
 
     int run() {
         if (!calibrate(session_, options_, interrupt_)) {
             reportError("interrupted while calibrating; nothing was kept");
-            return exitInterrupted;
+            return interrupt_.exitCode();
         }
         const bool complete = play();
         write(complete);
@@ -116,13 +121,13 @@ public:
             reportError(fmt::format("interrupted after {} of {} frames; what was recorded is kept "
                                     "in {}, marked as not complete",
                                     session_.framesShown(), session_.frameCount(), options_.out));
-            return exitInterrupted;
+            return interrupt_.exitCode();
         }
         return exitSuccess;
     }
 
 private:
-    Session& prepared() {
+    TakeSession& prepared() {
         prepareActors(session_, options_.actor);
         return session_;
     }
@@ -137,7 +142,7 @@ private:
 
     bool play() {
         try {
-            return capture::play(session_, options_, interrupt_);
+            return capture::play(session_, interrupt_);
         } catch (const std::exception& error) {
             files_.write(false, options_.realtime);
             throw std::runtime_error(
@@ -155,7 +160,7 @@ private:
 
     const RunOptions& options_;
     const Interrupt interrupt_;
-    Session session_;
+    TakeSession session_;
     SessionFiles files_;
 };
 

@@ -39,7 +39,7 @@ std::string factsOf(const Take& take) {
 /// The content of the page. Not to be moved: its parts refer to each other.
 class Sheet {
 public:
-    Sheet(const Take& take, const std::vector<Recorder::Shown>& shown)
+    Sheet(const Take& take, const std::vector<ShownFrame>& shown)
         : title_(take.name()), facts_(factsOf(take)), guesses_(take.guesses()),
           motion_(summarize(take, shown, instantCount)), figures_(take, motion_, contentWidth),
           path_(take, motion_, contentWidth) {}
@@ -92,7 +92,7 @@ private:
 
 } // namespace
 
-Picture contactSheet(const Take& take, const std::vector<Recorder::Shown>& shown) {
+Picture contactSheet(const Take& take, const std::vector<ShownFrame>& shown) {
     const auto sheet = std::make_shared<const Sheet>(take, shown);
     return {page::width, sheet->height(), take.name(), sheet->description(),
             [sheet](Canvas& canvas) { sheet->draw(canvas); }};

@@ -33,16 +33,16 @@ std::string captionOf(const Instant& instant) {
                              : fmt::format("frame {}, {:.3f} s", instant.frame, instant.seconds);
 }
 
-Motion summarize(const Take& take, const std::vector<Recorder::Shown>& shown, int instantCount) {
+Motion summarize(const Take& take, const std::vector<ShownFrame>& shown, int instantCount) {
     if (shown.empty()) {
         return restMotion(take);
     }
-    const auto positionsOf = [&take](const Recorder::Shown& at) {
+    const auto positionsOf = [&take](const ShownFrame& at) {
         return kit::worldPositions(take.rig(), at.data->dataAs<kit::Pose>());
     };
     Motion motion;
     std::vector<double> lowest;
-    for (const Recorder::Shown& at : shown) {
+    for (const ShownFrame& at : shown) {
         const Positions positions = positionsOf(at);
         motion.rootPath.push_back(positions.front());
         lowest.push_back(lowestPoint(positions));

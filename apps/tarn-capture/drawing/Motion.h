@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "session/Playback.h"
+#include "session/ShownFrames.h"
 #include "session/Take.h"
 
 #include <tarn/Rotation.h>
@@ -32,6 +32,6 @@ struct Motion {
 
 /// Summarises what was shown of a take in at most `instantCount` instants. Without frames, the
 /// motion is one instant of the rest pose.
-Motion summarize(const Take& take, const std::vector<Recorder::Shown>& shown, int instantCount);
+Motion summarize(const Take& take, const std::vector<ShownFrame>& shown, int instantCount);
 
 } // namespace tarn::capture

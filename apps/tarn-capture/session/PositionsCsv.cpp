@@ -47,6 +47,11 @@ void CsvRow::add(const Vector3f& position) {
                    position.z);
 }
 
+void CsvRow::addUnknown() {
+    constexpr std::string_view empty = ",,,";
+    text_.append(empty.data(), empty.data() + empty.size());
+}
+
 std::string_view CsvRow::finished() {
     text_.push_back('\n');
     return {text_.data(), text_.size()};

@@ -23,6 +23,8 @@ class CsvRow {
 public:
     CsvRow(int frame, double seconds);
     void add(const Vector3f& position);
+    /// Leaves the cells of a node empty: where it is is not known.
+    void addUnknown();
     /// Ends the line and returns it; once.
     std::string_view finished();
 

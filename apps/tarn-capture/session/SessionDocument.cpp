@@ -55,9 +55,9 @@ void describeDimensions(Settings& character, const kit::BodyDimensionCalibrator&
     }
 }
 
-void describe(Performer& performer, bool paced) {
+void describe(TakePerformer& performer, bool paced) {
     Character& character = performer.character();
-    const PerformerStatistics& statistics = performer.statistics();
+    const kit::PerformerStatistics& statistics = performer.statistics();
     character.setValue("Name", character.characterName());
     character.setValue("Take", kit::printable(performer.file()));
     put(character, "FramesIn", statistics.framesIn);
@@ -72,7 +72,7 @@ void describe(Performer& performer, bool paced) {
 
 } // namespace
 
-void describeSession(Session& session, SessionOutcome outcome,
+void describeSession(TakeSession& session, SessionOutcome outcome,
                      const std::vector<std::string>& files) {
     Scene& scene = session.scene();
     scene.clear();

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "session/Session.h"
+#include "session/TakeSession.h"
 
 #include <string>
 #include <vector>
@@ -29,7 +29,7 @@ struct SessionOutcome {
 ///                 Solver      its status
 ///                 Clock       what its calibrator measured
 ///                 Dimensions  mean and spread of each length
-void describeSession(Session& session, SessionOutcome outcome,
+void describeSession(TakeSession& session, SessionOutcome outcome,
                      const std::vector<std::string>& files);
 
 } // namespace tarn::capture

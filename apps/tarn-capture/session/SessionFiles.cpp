@@ -15,8 +15,10 @@
 #include <fmt/format.h>
 #include <tarn/OutputFile.h>
 #include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/session/TakeOf.h>
 
 #include <exception>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -29,31 +31,56 @@ namespace fs = std::filesystem;
 
 const char* const sessionName = "session.xml";
 
-const kit::BodyPose& bodyAt(Tracks& recording, int frame) {
-    // The take keeps the frame alive.
-    return recording.getFrame(frame, kit::bodyDataType)->dataAs<kit::BodyPose>();
+/// The body that was solved of a frame; null where the frame was lost.
+const kit::BodyPose* bodyAt(Tracks& recording, int frame) {
+    const auto solved = recording.getFrame(frame, kit::bodyDataType);
+    return solved == nullptr ? nullptr : &solved->dataAs<kit::BodyPose>(); // the take keeps it
 }
 
-/// The recording as channel values of its rig, for a motion file.
-kit::BvhTake posesOf(const Take& take, const std::shared_ptr<const kit::Rig>& rig,
-                     Tracks& recording) {
-    auto poses = std::make_shared<Tracks>();
-    poses->setFps(take.rate());
-    poses->setTimeLength(recording.timeLength());
-    for (int i = 0; i < recording.timeLength(); ++i) {
-        const Time time(static_cast<unsigned>(i), static_cast<unsigned>(take.rate()));
-        poses->setFrame(i, kit::poseDataType,
-                        std::make_shared<Frame>(time, kit::poseDataType,
-                                                kit::poseOf(*rig, bodyAt(recording, i))));
+/// The first body of all; null if every frame was lost.
+const kit::BodyPose* firstBody(Tracks& recording) {
+    const kit::BodyPose* body = nullptr;
+    for (int i = 0; body == nullptr && i < recording.timeLength(); ++i) {
+        body = bodyAt(recording, i);
     }
-    return {std::const_pointer_cast<kit::Rig>(rig), poses, take.frameTime(), false};
+    return body;
+}
+
+/// The recording as channel values of its rig, for a motion file. Those files have no word for a
+/// frame that was lost: the body stays as it was before it, or, at the beginning, as it will be.
+kit::BvhTake posesOf(const Take& take, Tracks& recording) {
+    std::vector<std::shared_ptr<Frame>> poses;
+    const kit::BodyPose* body = firstBody(recording);
+    for (int i = 0; body != nullptr && i < recording.timeLength(); ++i) {
+        const kit::BodyPose* const solved = bodyAt(recording, i);
+        body = solved != nullptr ? solved : body;
+        const Time time(static_cast<unsigned>(i), static_cast<unsigned>(take.rate()));
+        poses.push_back(
+            std::make_shared<Frame>(time, kit::poseDataType, kit::poseOf(take.rig(), *body)));
+    }
+    return {std::const_pointer_cast<kit::Rig>(take.sharedRig()),
+            kit::takeOf(kit::poseDataType, std::move(poses), take.rate()), take.frameTime(), false};
+}
+
+/// A line of the table; its cells are empty where the frame was lost.
+std::string csvLine(const Take& take, const kit::BodyPose* body, int frame) {
+    CsvRow row(frame, take.secondsAt(frame));
+    for (std::size_t i = 0; i < take.rig().nodes().size(); ++i) {
+        body != nullptr ? row.add(body->segments[i].position) : row.addUnknown();
+    }
+    return std::string(row.finished());
 }
 
 } // namespace
 
-SessionFiles::SessionFiles(Session& session, std::filesystem::path directory,
-                           const std::vector<std::string>& inputs)
-    : session_(session), directory_(std::move(directory)) {
+std::vector<SessionPicture> sessionPictures() {
+    return {{"poses", groupSheet}, {"motion", motionPlot}};
+}
+
+SessionFiles::SessionFiles(TakeSession& session, std::filesystem::path directory,
+                           const std::vector<std::string>& inputs,
+                           std::vector<SessionPicture> pictures)
+    : session_(session), directory_(std::move(directory)), pictures_(std::move(pictures)) {
     for (const std::string& input : inputs) {
         for (const std::string& name : names()) {
             refuseToOverwrite(input, path(name), "--out");
@@ -70,8 +97,12 @@ SessionFiles::SessionFiles(Session& session, std::filesystem::path directory,
 }
 
 std::vector<std::string> SessionFiles::names() const {
-    std::vector<std::string> names{"poses.png", "poses.svg", "motion.png", "motion.svg",
-                                   sessionName};
+    std::vector<std::string> names;
+    for (const SessionPicture& picture : pictures_) {
+        names.push_back(picture.name + ".png");
+        names.push_back(picture.name + ".svg");
+    }
+    names.emplace_back(sessionName);
     for (const auto& performer : session_.performers()) {
         for (const char* const ending : {".actor.xml", ".csv", ".bvh"}) {
             names.push_back(performer->name() + ending);
@@ -87,7 +118,7 @@ std::vector<std::string> SessionFiles::write(bool complete, bool paced) {
         fs::remove(path(sessionName), ignored);
     }
     for (const auto& performer : session_.performers()) {
-        const Stopwatch stopwatch(performer->statistics().writing);
+        const Stopwatch stopwatch(performer->writing());
         const auto recording = performer->recording();
         const std::string name = performer->name();
         attempt(name + ".actor.xml", [&] { writeActor(*performer); });
@@ -112,30 +143,26 @@ void SessionFiles::attempt(const std::string& name, const std::function<void()>&
     }
 }
 
-void SessionFiles::writeActor(Performer& performer) {
+void SessionFiles::writeActor(TakePerformer& performer) {
     save(performer.actor(), performer.name() + ".actor.xml");
 }
 
-void SessionFiles::writeCsv(Performer& performer, Tracks& recording) {
+void SessionFiles::writeCsv(TakePerformer& performer, Tracks& recording) {
     const std::string name = performer.name() + ".csv";
     const Take& take = performer.take();
     OutputFile file(path(name));
     file.write(csvHeader(take.rig(), take.unit()));
     for (int i = 0; i < recording.timeLength(); ++i) {
-        CsvRow row(i, take.secondsAt(i));
-        for (const kit::Segment& segment : bodyAt(recording, i).segments) {
-            row.add(segment.position);
-        }
-        file.write(row.finished());
+        file.write(csvLine(take, bodyAt(recording, i), i));
     }
     file.commit();
 }
 
-void SessionFiles::writeBvh(Performer& performer, Tracks& recording) {
+void SessionFiles::writeBvh(TakePerformer& performer, Tracks& recording) {
     const std::string name = performer.name() + ".bvh";
     const Take& take = performer.take();
     OutputFile file(path(name));
-    kit::writeBvh(posesOf(take, take.sharedRig(), recording), file.stream());
+    kit::writeBvh(posesOf(take, recording), file.stream());
     file.commit();
 }
 
@@ -148,15 +175,18 @@ void SessionFiles::writePictures() {
             {performer->name(), take.sharedRig(), performer->recording(), take.unit()});
     }
     const DrawingSession drawing;
-    const int rate = session_.rate();
-    writePicture("poses", [&] { return groupSheet(performances, rate); });
-    writePicture("motion", [&] { return motionPlot(performances, rate); });
+    for (const auto& [name, draw] : pictures_) {
+        writePicture(name, [&, &draw = draw] { return draw(performances, session_.rate()); });
+    }
 }
 
-void SessionFiles::writePicture(const std::string& name, const std::function<Picture()>& picture) {
-    const Picture drawn = picture();
-    attempt(name + ".png", [&] { writeText(name + ".png", renderPng(drawn)); });
-    attempt(name + ".svg", [&] { writeText(name + ".svg", renderSvg(drawn)); });
+void SessionFiles::writePicture(const std::string& name, const std::function<Picture()>& draw) {
+    std::optional<Picture> picture;
+    const auto drawn = [&]() -> const Picture& {
+        return picture ? *picture : picture.emplace(draw()); // fails where it is to be written
+    };
+    attempt(name + ".png", [&] { writeText(name + ".png", renderPng(drawn())); });
+    attempt(name + ".svg", [&] { writeText(name + ".svg", renderSvg(drawn())); });
 }
 
 void SessionFiles::writeSession(bool complete, bool paced) {

@@ -3,8 +3,9 @@
 
 #pragma once
 
+#include "drawing/Performance.h"
 #include "drawing/Picture.h"
-#include "session/Session.h"
+#include "session/TakeSession.h"
 
 #include <filesystem>
 #include <functional>
@@ -13,16 +14,27 @@
 
 namespace tarn::capture {
 
+/// A picture of what all performers did, to be written as .png and .svg under its name.
+struct SessionPicture {
+    std::string name;
+    std::function<Picture(const std::vector<Performance>& performances, int rate)> draw;
+};
+
+/// "poses" and "motion".
+std::vector<SessionPicture> sessionPictures();
+
 /// The files that a session leaves in a directory: per performer NAME.csv, NAME.bvh and
-/// NAME.actor.xml, and for all of them poses and motion as .png and .svg, and session.xml, which
-/// lists the others. Each is complete or not there.
+/// NAME.actor.xml, and for all of them the pictures, and session.xml, which lists the others. Each
+/// is complete or not there. What is said of a frame stands at its index, whatever was lost before
+/// it.
 class SessionFiles {
 public:
     /// Makes the directory, and sees whether each of the files can be made in it. Throws
     /// `UsageError` if one of `inputs` would be overwritten, and `std::runtime_error` if there can
     /// be no such directory or file.
-    SessionFiles(Session& session, std::filesystem::path directory,
-                 const std::vector<std::string>& inputs);
+    SessionFiles(TakeSession& session, std::filesystem::path directory,
+                 const std::vector<std::string>& inputs,
+                 std::vector<SessionPicture> pictures = sessionPictures());
 
     /// Writes everything that can be written and returns what could not, a sentence per file.
     /// `complete` says whether the session came to its end, `paced` whether the devices kept the
@@ -39,19 +51,20 @@ private:
     /// Does what writes a file, and notes whether that worked.
     void attempt(const std::string& name, const std::function<void()>& write);
 
-    void writeActor(Performer& performer);
-    void writeCsv(Performer& performer, Tracks& recording);
-    void writeBvh(Performer& performer, Tracks& recording);
+    void writeActor(TakePerformer& performer);
+    void writeCsv(TakePerformer& performer, Tracks& recording);
+    void writeBvh(TakePerformer& performer, Tracks& recording);
     void writePictures();
-    void writePicture(const std::string& name, const std::function<Picture()>& picture);
+    void writePicture(const std::string& name, const std::function<Picture()>& draw);
     void writeSession(bool complete, bool paced);
     void save(Settings& settings, const std::string& name);
     void writeText(const std::string& name, const std::string& text);
 
     std::filesystem::path path(const std::string& name) const { return directory_ / name; }
 
-    Session& session_;
+    TakeSession& session_;
     std::filesystem::path directory_;
+    std::vector<SessionPicture> pictures_;
     std::vector<std::string> written_;
     std::vector<std::string> problems_;
     double drawing_ = 0;

@@ -67,8 +67,8 @@ void printDimensions(const kit::BodyDimensionCalibrator& dimensions, const kit::
     }
 }
 
-void printPerformer(Performer& performer, bool paced) {
-    const PerformerStatistics& statistics = performer.statistics();
+void printPerformer(TakePerformer& performer, bool paced) {
+    const kit::PerformerStatistics& statistics = performer.statistics();
     fmt::print("{}\n", performer.name());
     printFact("frames",
               fmt::format("{} in, {} out, {} lost", statistics.framesIn, statistics.framesOut,
@@ -77,13 +77,13 @@ void printPerformer(Performer& performer, bool paced) {
     printDimensions(performer.dimensions(), performer.take().unit());
     printFact("time", fmt::format("read {:.3f} s, wait {:.3f} s, solve {:.3f} s, record {:.3f} s, "
                                   "write {:.3f} s",
-                                  statistics.reading, statistics.waiting, statistics.solving,
-                                  statistics.recording, statistics.writing));
+                                  performer.reading(), statistics.waiting, statistics.solving,
+                                  statistics.recording, performer.writing()));
 }
 
 } // namespace
 
-void printSummary(const Session& session, bool paced) {
+void printSummary(const TakeSession& session, bool paced) {
     for (const auto& performer : session.performers()) {
         printPerformer(*performer, paced);
     }

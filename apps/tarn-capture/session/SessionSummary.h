@@ -3,12 +3,12 @@
 
 #pragma once
 
-#include "session/Session.h"
+#include "session/TakeSession.h"
 
 namespace tarn::capture {
 
 /// Prints what became of each performer: frames, clock, body dimensions and the time of each stage.
 /// `paced`: whether the devices kept the rate of their takes, so that their clocks say something.
-void printSummary(const Session& session, bool paced);
+void printSummary(const TakeSession& session, bool paced);
 
 } // namespace tarn::capture

@@ -8,12 +8,11 @@
 
 namespace tarn::capture {
 
-/// How the program ends. Scripts rely on these numbers.
+/// How the program ends, unless it was asked to stop by a signal. Scripts rely on these numbers.
 enum ExitCode : int {
     exitSuccess = 0,
-    exitFailure = 1,       ///< the input is at fault, or the output cannot be written
-    exitUsage = 2,         ///< the command line is at fault
-    exitInterrupted = 130, ///< Ctrl-C; as shells have it
+    exitFailure = 1, ///< the input is at fault, or the output cannot be written
+    exitUsage = 2,   ///< the command line is at fault
 };
 
 /// The command line asks for something that cannot be; `what()` says what and is one line.

@@ -14,15 +14,18 @@ namespace tarn::capture {
 
 namespace {
 
-constexpr std::array<int, 2> stopSignals{SIGINT, SIGTERM};
+constexpr std::array<int, 3> stopSignals{SIGINT, SIGTERM, SIGHUP};
 
 // All that a signal handler may touch.
-std::atomic<bool> requested{false};
-static_assert(std::atomic<bool>::is_always_lock_free);
+std::atomic<int> requested{0}; ///< the number of the first signal
+static_assert(std::atomic<int>::is_always_lock_free);
+
+constexpr int exitCodeOf(int number) { return 128 + number; } // as a shell reports it
 
 extern "C" void request(int number) {
-    if (requested.exchange(true)) {
-        ::_exit(128 + number); // as a shell reports it
+    int none = 0;
+    if (!requested.compare_exchange_strong(none, number)) {
+        ::_exit(exitCodeOf(number));
     }
 }
 
@@ -31,7 +34,7 @@ std::array<struct sigaction, stopSignals.size()> before;
 } // namespace
 
 Interrupt::Interrupt() {
-    requested = false;
+    requested = 0;
     struct sigaction action {}; // without SA_RESTART: nothing that waits outlasts the request
     action.sa_handler = request;
     for (std::size_t i = 0; i < stopSignals.size(); ++i) {
@@ -50,6 +53,9 @@ Interrupt::~Interrupt() {
 
 // Asked of one that lives, though the answer is not in it: signal handlers have no object.
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
-bool Interrupt::isRequested() const { return requested; }
+bool Interrupt::isRequested() const { return requested != 0; }
+
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
+int Interrupt::exitCode() const { return exitCodeOf(requested); }
 
 } // namespace tarn::capture

@@ -5,17 +5,21 @@
 
 namespace tarn::capture {
 
-/// While it lives, the first Ctrl-C (or SIGTERM) is a request to stop, which the program meets when
-/// it can; a second one ends the program at once. At most one lives at a time.
+/// While it lives, the first Ctrl-C, hang-up of the terminal or SIGTERM is a request to stop, which
+/// the program meets when it can; a second one ends the program at once. At most one lives at a
+/// time.
 class Interrupt {
 public:
     Interrupt();
-    /// Gives both signals back their usual meaning.
+    /// Gives the signals back their usual meaning.
     ~Interrupt();
     Interrupt(const Interrupt&) = delete;
     Interrupt& operator=(const Interrupt&) = delete;
 
     bool isRequested() const;
+    /// How a program ends that has met the request: with 128 and the number of the signal, as
+    /// shells have it (130 for Ctrl-C, 129 for a hang-up, 143 for SIGTERM). Only after a request.
+    int exitCode() const;
 };
 
 } // namespace tarn::capture

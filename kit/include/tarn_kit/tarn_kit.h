@@ -18,6 +18,7 @@
 #include <tarn_kit/body/Rotations.h>
 #include <tarn_kit/body/SharedArray.h>
 #include <tarn_kit/devices/Clock.h>
+#include <tarn_kit/devices/Command.h>
 #include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/ReadError.h>
@@ -25,9 +26,14 @@
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>
 #include <tarn_kit/processing/ClockCalibrator.h>
 #include <tarn_kit/processing/ForwardKinematicsSolver.h>
+#include <tarn_kit/session/FrameQueue.h>
 #include <tarn_kit/session/Linked.h>
+#include <tarn_kit/session/Performer.h>
+#include <tarn_kit/session/Playback.h>
 #include <tarn_kit/session/Rate.h>
 #include <tarn_kit/session/RecorderNode.h>
 #include <tarn_kit/session/Resample.h>
+#include <tarn_kit/session/Session.h>
+#include <tarn_kit/session/TakeOf.h>
 #include <tarn_kit/session/Tap.h>
 #include <tarn_kit/session/Timecode.h>

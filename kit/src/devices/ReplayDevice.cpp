@@ -155,6 +155,22 @@ ReplayDevice::ReplayDevice(const std::string& id, std::shared_ptr<Clock> clock)
 
 ReplayDevice::~ReplayDevice() { d_->close(); }
 
+BvhTake ReplayDevice::open(const std::filesystem::path& file) {
+    return command(*this, "open", file)->dataAs<BvhTake>();
+}
+
+void ReplayDevice::start() { command(*this, "start"); }
+
+void ReplayDevice::pause() { command(*this, "pause"); }
+
+void ReplayDevice::stop() { command(*this, "stop"); }
+
+void ReplayDevice::seek(int frameIndex) { command(*this, "seek", frameIndex); }
+
+void ReplayDevice::setSpeed(double factor) { command(*this, "rate", factor); }
+
+ReplayStatus ReplayDevice::status() { return command(*this, "status")->dataAs<ReplayStatus>(); }
+
 void ReplayDevice::doRequest(std::shared_ptr<Request> request, std::shared_ptr<Reply> reply) {
     Command command{std::move(request), std::move(reply)};
     if (d_->isOwnThread()) {

@@ -5,6 +5,8 @@
 
 #include "files/BvhFormat.h"
 
+#include <tarn_kit/session/TakeOf.h>
+
 #include <cmath>
 #include <initializer_list>
 #include <utility>
@@ -100,24 +102,6 @@ Frames takeFrames(TextScanner& scanner, const Rig& rig, int count, unsigned rate
     return frames;
 }
 
-std::shared_ptr<Tracks> tracksOf(Frames frames, int rate) {
-    const auto count = static_cast<int>(frames.size());
-    const auto track = std::make_shared<Track>(poseDataType);
-    track->setFrameCount(count);
-    for (int i = 0; i < count; ++i) {
-        track->setFrame(i, std::move(frames[static_cast<std::size_t>(i)]));
-    }
-    auto tracks = std::make_shared<Tracks>();
-    tracks->setFps(rate);
-    tracks->setTimeLength(count);
-    tracks->setFrameCount(count);
-    if (count > 0) {
-        tracks->setWorkRange(0, count - 1);
-    }
-    tracks->addTrack(track, 0);
-    return tracks;
-}
-
 } // namespace
 
 void readMotion(TextScanner& scanner, BvhTake& take) {
@@ -126,8 +110,8 @@ void readMotion(TextScanner& scanner, BvhTake& take) {
     const double exactRate = 1 / take.frameTime;
     const auto rate = static_cast<int>(std::lround(exactRate));
     take.rateRounded = std::abs(exactRate - rate) > rate * rateTolerance;
-    take.tracks =
-        tracksOf(takeFrames(scanner, *take.rig, count, static_cast<unsigned>(rate)), rate);
+    take.tracks = takeOf(poseDataType,
+                         takeFrames(scanner, *take.rig, count, static_cast<unsigned>(rate)), rate);
 }
 
 } // namespace tarn::kit

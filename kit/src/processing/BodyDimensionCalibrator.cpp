@@ -10,6 +10,7 @@
 #include <tarn/Character.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/processing/ForwardKinematicsSolver.h>
+#include <tarn_kit/session/TakeOf.h>
 
 #include <algorithm>
 #include <any>
@@ -270,19 +271,8 @@ std::shared_ptr<Tracks> BodyDimensionCalibrator::doGetCalibrationData() {
     if (d_->frames.empty()) {
         return nullptr;
     }
-    const int count = collectedFrames();
-    const auto track = std::make_shared<Track>(bodyDataType);
-    track->setFrameCount(count);
-    for (int i = 0; i < count; ++i) {
-        track->setFrame(i, d_->frames[static_cast<std::size_t>(i)]);
-    }
-    auto tracks = std::make_shared<Tracks>();
-    tracks->addTrack(track, 0);
-    tracks->setFps(static_cast<int>(d_->frames.front()->time().fps()));
-    tracks->setTimeLength(count);
-    tracks->setFrameCount(count);
-    tracks->setWorkRange(0, count - 1);
-    return tracks;
+    const auto rate = static_cast<int>(d_->frames.front()->time().fps());
+    return takeOf(bodyDataType, d_->frames, rate);
 }
 
 void BodyDimensionCalibrator::doSetCalibrationData(std::shared_ptr<Tracks> data) {

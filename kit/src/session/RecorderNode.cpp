@@ -3,6 +3,9 @@
 
 #include <tarn_kit/session/RecorderNode.h>
 
+#include <tarn_kit/session/TakeOf.h>
+
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <mutex>
@@ -14,6 +17,19 @@ namespace tarn::kit {
 namespace {
 
 using Frames = std::vector<std::shared_ptr<Frame>>;
+
+/// A take that shows the frames by their indexes, counted from `first`, as far as it reaches.
+std::shared_ptr<Tracks> laidOut(int dataType, const Frames& frames, unsigned first, int count) {
+    Frames slots(static_cast<std::size_t>(count));
+    for (const auto& frame : frames) {
+        const unsigned index = frame->time().frameIndex();
+        if (index >= first && index - first < slots.size()) {
+            slots[index - first] = frame;
+        }
+    }
+    const unsigned rate = frames.empty() ? 0 : frames.front()->time().fps();
+    return takeOf(dataType, std::move(slots), static_cast<int>(rate));
+}
 
 } // namespace
 
@@ -115,23 +131,26 @@ std::int64_t RecorderNode::foreignFrames() const {
     return d_->foreignFrames;
 }
 
+std::vector<std::shared_ptr<Frame>> RecorderNode::frames() const { return d_->copyOfFrames(); }
+
 std::shared_ptr<Tracks> RecorderNode::take() const {
     const Frames frames = d_->copyOfFrames();
-    const int count = static_cast<int>(frames.size());
-    const auto track = std::make_shared<Track>(d_->dataType);
-    track->setFrameCount(count);
-    for (int i = 0; i < count; ++i) {
-        track->setFrame(i, frames[static_cast<std::size_t>(i)]);
+    if (frames.empty()) {
+        return takeOf(d_->dataType, {}, 0);
     }
-    auto tracks = std::make_shared<Tracks>();
-    tracks->addTrack(track, 0);
-    tracks->setTimeLength(count);
-    tracks->setFrameCount(count);
-    if (count > 0) {
-        tracks->setFps(static_cast<int>(frames.front()->time().fps()));
-        tracks->setWorkRange(0, count - 1);
-    }
-    return tracks;
+    const auto [lowest, highest] =
+        std::minmax_element(frames.begin(), frames.end(), [](const auto& a, const auto& b) {
+            return a->time().frameIndex() < b->time().frameIndex();
+        });
+    const unsigned first = (*lowest)->time().frameIndex();
+    const std::int64_t span = std::int64_t{(*highest)->time().frameIndex()} - first + 1;
+    const auto count = std::min<std::int64_t>(span, d_->maxFrames);
+    return laidOut(d_->dataType, frames, first, static_cast<int>(count));
+}
+
+std::shared_ptr<Tracks> RecorderNode::take(unsigned firstFrame, int frameCount) const {
+    assert(frameCount >= 0);
+    return laidOut(d_->dataType, d_->copyOfFrames(), firstFrame, frameCount);
 }
 
 void RecorderNode::clear() { d_->clear(); }

@@ -162,7 +162,7 @@ Outcome captureOnTerminal(const Arguments& arguments, int columns) {
     return {waitFor(child), readFile(directory / "out"), std::move(text)};
 }
 
-Outcome captureInterrupted(const Arguments& arguments, const std::string& text) {
+Outcome captureInterrupted(const Arguments& arguments, const std::string& text, int signal) {
     const TempDirectory directory;
     std::array<int, 2> pipe{};
     if (::pipe2(pipe.data(), O_CLOEXEC) != 0) {
@@ -182,7 +182,7 @@ Outcome captureInterrupted(const Arguments& arguments, const std::string& text) 
         out.append(buffer.data(), static_cast<std::size_t>(count));
         if (!interrupted && out.find(text) != std::string::npos) {
             interrupted = true;
-            ::kill(child, SIGINT);
+            ::kill(child, signal);
         }
     }
     ::close(pipe[0]);

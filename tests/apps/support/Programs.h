@@ -5,6 +5,7 @@
 
 #include "support/TemporaryDirectory.h"
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -32,7 +33,9 @@ Outcome capture(const Arguments& arguments);
 /// Runs tarn-capture with a terminal of so many columns as its standard error.
 Outcome captureOnTerminal(const Arguments& arguments, int columns);
 
-/// Runs tarn-capture until it has printed `text`, and interrupts it then, as Ctrl-C does.
-Outcome captureInterrupted(const Arguments& arguments, const std::string& text);
+/// Runs tarn-capture until it has printed `text`, and sends it a signal then; as Ctrl-C does,
+/// unless another is given.
+Outcome captureInterrupted(const Arguments& arguments, const std::string& text,
+                           int signal = SIGINT);
 
 } // namespace tarn::tests

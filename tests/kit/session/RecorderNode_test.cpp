@@ -51,6 +51,16 @@ std::vector<unsigned> indexesOf(Tracks& take) {
     return indexes;
 }
 
+/// The same, with -1 for a slot without a frame.
+std::vector<int> slotsOf(Tracks& take) {
+    std::vector<int> indexes;
+    for (int i = 0; i < take.timeLength(); ++i) {
+        const FramePtr frame = take.getTrack(0)->getFrame(i);
+        indexes.push_back(frame == nullptr ? -1 : static_cast<int>(frame->time().frameIndex()));
+    }
+    return indexes;
+}
+
 class Recorder : public ::testing::Test {
 protected:
     Recorder() {
@@ -88,17 +98,48 @@ TEST_F(Recorder, GivesAnEmptyTakeBeforeAnythingArrived) {
     EXPECT_FALSE(recorder().isFull());
 }
 
-TEST_F(Recorder, RecordsFramesInTheOrderInWhichTheyArrive) {
+TEST_F(Recorder, GivesFramesInTheOrderInWhichTheyArrived) {
     source().send({2, 0, 0});
     EXPECT_EQ(recorder().frameCount(), 3);
+    std::vector<unsigned> indexes;
+    for (const FramePtr& frame : recorder().frames()) {
+        indexes.push_back(frame->time().frameIndex());
+    }
+    EXPECT_THAT(indexes, ElementsAre(2, 0, 0));
+}
+
+TEST_F(Recorder, LaysATakeOutByFrameIndexFromTheLowestOn) {
+    source().send({12, 10, 13});
     const auto take = recorder().take();
-    EXPECT_THAT(indexesOf(*take), ElementsAre(2, 0, 0));
+    EXPECT_THAT(slotsOf(*take), ElementsAre(10, -1, 12, 13));
     EXPECT_EQ(take->trackOffset(take->getTrack(0)), 0);
-    EXPECT_EQ(take->timeLength(), 3);
-    EXPECT_EQ(take->frameCount(), 3);
+    EXPECT_EQ(take->timeLength(), 4);
+    EXPECT_EQ(take->frameCount(), 4);
     EXPECT_EQ(take->fps(), 60);
     EXPECT_EQ(take->workRangeBegin(), 0);
-    EXPECT_EQ(take->workRangeEnd(), 2);
+    EXPECT_EQ(take->workRangeEnd(), 3);
+}
+
+TEST_F(Recorder, ShowsTheLastOfFramesThatHaveOneIndex) {
+    source().send({0});
+    const FramePtr again = frameAt(0);
+    source().output().emit(again);
+    EXPECT_EQ(recorder().take()->getFrame(0, dataType), again);
+    EXPECT_EQ(recorder().frameCount(), 2);
+}
+
+TEST_F(Recorder, GivesNoLongerTakeThanItsBoundWhereACounterJumped) {
+    source().send({0, 4'294'967'295, 3});
+    EXPECT_THAT(slotsOf(*recorder().take()), ElementsAre(0, -1, -1, 3));
+    EXPECT_EQ(recorder().frames().size(), 3U);
+}
+
+TEST_F(Recorder, GivesATakeOfTheFrameIndexesThatAreAskedFor) {
+    source().send({4, 6, 7});
+    EXPECT_THAT(slotsOf(*recorder().take(3, 6)), ElementsAre(-1, 4, -1, 6, 7, -1));
+    EXPECT_THAT(slotsOf(*recorder().take(5, 2)), ElementsAre(-1, 6));
+    EXPECT_EQ(recorder().take(5, 2)->fps(), 60);
+    EXPECT_THAT(slotsOf(*recorder().take(9, 0)), IsEmpty());
 }
 
 TEST_F(Recorder, SharesTheFrames) {
@@ -113,7 +154,7 @@ TEST_F(Recorder, PassesOverWhatIsNotItsDataType) {
     source().output().emit(std::make_shared<Frame>());
     source().output().emit(nullptr);
     source().send({2});
-    EXPECT_THAT(indexesOf(*recorder().take()), ElementsAre(0, 2));
+    EXPECT_THAT(slotsOf(*recorder().take()), ElementsAre(0, -1, 2));
     EXPECT_EQ(recorder().foreignFrames(), 3);
     EXPECT_EQ(recorder().lostFrames(), 0);
 }

@@ -20,7 +20,7 @@ struct Segment {
 
 /// A solved body: one segment per node of the rig, in node order. It is the payload of frames of
 /// the data type `bodyDataType`.
-struct BodyPose {
+struct TARN_KIT_EXPORT BodyPose {
     std::vector<Segment> segments;
 };
 

@@ -41,7 +41,7 @@ struct RigNode {
 
 /// The values of one frame: one per channel, joint after joint as the rig lists them. It is the
 /// payload of frames of the data type `poseDataType`; what the values move is said by the rig.
-struct Pose {
+struct TARN_KIT_EXPORT Pose {
     std::vector<float> values;
 };
 

@@ -6,6 +6,7 @@
 #include <tarn/Device.h>
 #include <tarn_kit/Export.h>
 #include <tarn_kit/devices/Clock.h>
+#include <tarn_kit/devices/Command.h>
 #include <tarn_kit/files/Bvh.h>
 
 #include <cstdint>
@@ -16,7 +17,7 @@
 namespace tarn::kit {
 
 /// What a `ReplayDevice` answers to "status".
-struct ReplayStatus {
+struct TARN_KIT_EXPORT ReplayStatus {
     Device::DeviceState state = Device::Lost;
     std::filesystem::path file; ///< as it was given to "open"; empty while no take is open
     int nextFrame = 0;          ///< the frame to be sent next; `frameCount` at the end of the take
@@ -101,6 +102,25 @@ public:
     ~ReplayDevice() override;
     ReplayDevice(const ReplayDevice&) = delete;
     ReplayDevice& operator=(const ReplayDevice&) = delete;
+
+    // The commands as calls: each makes its request, waits for the answer, and throws
+    // `CommandError`, with the error code and text of the reply, if it fails. They may be called
+    // from any thread, as `syncRequest` may.
+
+    /// "open": reads a take, which replaces the one before, and returns it.
+    BvhTake open(const std::filesystem::path& file);
+    /// "start"
+    void start();
+    /// "pause"
+    void pause();
+    /// "stop"
+    void stop();
+    /// "seek"
+    void seek(int frameIndex);
+    /// "rate": how much faster than the take; 0 for as fast as it can.
+    void setSpeed(double factor);
+    /// "status"
+    ReplayStatus status();
 
 protected:
     void doRequest(std::shared_ptr<Request> request, std::shared_ptr<Reply> reply) override;

@@ -18,7 +18,7 @@
 namespace tarn::kit {
 
 /// What a BVH file holds.
-struct BvhTake {
+struct TARN_KIT_EXPORT BvhTake {
     std::shared_ptr<Rig> rig;
     /// One track of the data type `poseDataType` at offset 0, with a `Pose` of `rig` in every slot.
     /// Frame i is stamped `Time(i, rate)`; rate, length, frame count, times and work range are set,

@@ -10,11 +10,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace tarn::kit {
 
 /// A node that records the frames of one data type that arrive at its input frame port `framePort`,
-/// in order of arrival, up to a bound: beyond that it refuses frames, counts them and says so.
+/// up to a bound: beyond that it refuses frames, counts them and says so.
 /// Frames are shared, not copied.
 ///
 /// Lifetime: a tie to the port cannot be undone through the node, so the node may be destroyed
@@ -46,11 +47,19 @@ public:
     /// How many frames of other data types, or empty pointers, were passed over.
     std::int64_t foreignFrames() const;
 
-    /// What has been recorded so far, as a new take: one track at offset 0 with the frame that
-    /// arrived as the n-th in slot n, whatever its time. Rate (that of the first frame, 0 without
-    /// one), length, frame count and work range are set. Where frames were lost before they
-    /// arrived, `alignTracksByTime` does not bring them back: it lays out what is there by time.
+    /// What has been recorded so far, in order of arrival.
+    std::vector<std::shared_ptr<Frame>> frames() const;
+    /// What has been recorded so far, as a new take: one track at offset 0, laid out by frame index
+    /// with the lowest one in slot 0. So slots of frames that were lost on the way are empty, and
+    /// what came after them stays at its place; of frames with one index the last that came is
+    /// shown. Rate (that of the first frame to arrive, 0 without one), length, frame count and work
+    /// range are set. It has no more than `maxFrames` slots: what lies behind them, because a
+    /// counter jumped, is in `frames()` alone.
     std::shared_ptr<Tracks> take() const;
+    /// The same with `frameCount` slots, of which the first is that of the frame index
+    /// `firstFrame`: so that several recordings begin together, and what was lost at the beginning
+    /// or at the end is seen. Precondition: `frameCount` is not negative.
+    std::shared_ptr<Tracks> take(unsigned firstFrame, int frameCount) const;
 
     /// Lets go of all frames and sets the counts to 0; recording goes on.
     void clear();

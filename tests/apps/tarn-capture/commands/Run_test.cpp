@@ -11,8 +11,10 @@
 #include <tarn_kit/files/Bvh.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarn::tests {
@@ -139,7 +141,11 @@ TEST_F(Run, KeepsTheBeatInRealTimeAndJudgesTheClock) {
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.out, AllOf(HasSubstr("calibrating over 8 frames\n"),
-                                   HasSubstr(" per second measured, 25 stated; jitter ")));
+                                   HasSubstr("  frames       8 in, 8 out, 0 lost\n"),
+                                   HasSubstr(" per second measured, 25 stated; jitter "),
+                                   HasSubstr(", 0 missing: ")));
+    EXPECT_EQ(session("Session.Characters.Character1.FramesIn"), "8");
+    EXPECT_EQ(session("Session.Characters.Character1.FramesLost"), "0");
 }
 
 TEST_F(Run, ShowsOnATerminalHowFarItIs) {
@@ -173,6 +179,20 @@ TEST_F(Run, StopsWhenInterruptedAndKeepsWhatWasRecorded) {
     EXPECT_EQ(kit::readBvh(output("take.bvh")).tracks->timeLength(), frames);
     EXPECT_EQ(session("Session.Characters.Character1.FramesOut"), std::to_string(frames));
     EXPECT_EQ(session("Session.Characters.Character1.FramesLost"), "0");
+}
+
+TEST_F(Run, KeepsWhatWasRecordedWhenItsTerminalHangsUpOrItIsTerminated) {
+    const std::string take = writeTake("take.bvh", 5000);
+    for (const auto& [signal, exitCode] : {std::pair(SIGHUP, 129), std::pair(SIGTERM, 143)}) {
+        const Outcome outcome =
+            captureInterrupted({"run", take, "--out", out_, "--realtime", "--calibrate", "0"},
+                               "playing 5000 frames\n", signal);
+
+        EXPECT_EQ(outcome.exitCode, exitCode);
+        EXPECT_THAT(outcome.err, HasSubstr("marked as not complete"));
+        EXPECT_EQ(session("Session.Complete"), "no");
+        fs::remove_all(out_);
+    }
 }
 
 TEST_F(Run, KeepsNothingWhenInterruptedWhileCalibrating) {

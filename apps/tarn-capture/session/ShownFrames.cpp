@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "session/ShownFrames.h"
+
+#include <tarn_kit/body/Rig.h>
+
+namespace tarn::capture {
+
+ShownFrames::ShownFrames(Tracks& take)
+    : take_(take), connection_(take.onCurrentTimeChanged().connect(this, &ShownFrames::add)) {}
+
+void ShownFrames::add(int frame) {
+    if (shown_.empty() || shown_.back().frame != frame) {
+        shown_.push_back({frame, take_.currentFrame()->frame(kit::poseDataType)});
+    }
+}
+
+} // namespace tarn::capture

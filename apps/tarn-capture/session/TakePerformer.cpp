@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "session/TakePerformer.h"
+
+#include "support/Stopwatch.h"
+
+#include <fmt/format.h>
+#include <tarn_kit/devices/ReplayDevice.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace tarn::capture {
+
+namespace {
+
+TakeDevice make(const TakeDeviceMaker& maker, const std::string& file, const std::string& name,
+                double& seconds) {
+    const Stopwatch stopwatch(seconds);
+    return maker(file, name);
+}
+
+} // namespace
+
+TakeDeviceMaker replays(bool realtime, std::shared_ptr<kit::Clock> clock) {
+    return [realtime, clock = std::move(clock)](const std::string& file, const std::string& name) {
+        auto device = std::make_unique<kit::ReplayDevice>(name, clock);
+        kit::BvhTake take = device->open(file);
+        device->setSpeed(realtime ? 1 : 0);
+        return TakeDevice{std::move(device), std::move(take), clock};
+    };
+}
+
+TakePerformer::TakePerformer(kit::Session& session, const std::string& file,
+                             const std::string& name, const TakeDeviceMaker& maker)
+    : file_(file), source_(make(maker, file, name, reading_)), take_(source_.take),
+      solver_(name, take_.sharedRig()),
+      clock_(name, kit::ReplayDevice::posePort, 100, source_.clock), dimensions_(name) {
+    kit::PerformerSetup setup;
+    setup.name = name;
+    setup.device = source_.device.get();
+    setup.port = kit::ReplayDevice::posePort;
+    setup.solver = &solver_;
+    setup.rate = take_.rate();
+    setup.frameCount = take_.frameCount();
+    try {
+        performer_ = &session.addPerformer(setup);
+    } catch (const std::invalid_argument& error) {
+        throw std::runtime_error(fmt::format("{}: {}", file, error.what()));
+    }
+    clock_.setDevice(source_.device.get());
+    dimensions_.setSolver(&solver_);
+    performer_->addCalibrator(clock_, false);
+    performer_->addCalibrator(dimensions_, true);
+}
+
+void TakePerformer::setCalibrationFrames(int frames) {
+    const int used = std::max(1, std::min(frames, frameCount()));
+    clock_.setFactor(kit::ClockCalibrator::frameCountFactor, std::max(used, 2));
+    dimensions_.setFactor(kit::BodyDimensionCalibrator::frameCountFactor, used);
+}
+
+} // namespace tarn::capture

@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <chrono>
+
+namespace tarn::kit {
+
+/// Adds the time for which it lives to a sum, in seconds.
+class Stopwatch {
+public:
+    explicit Stopwatch(double& sum) : sum_(sum) {}
+    ~Stopwatch() { sum_ += std::chrono::duration<double>(Time::now() - start_).count(); }
+    Stopwatch(const Stopwatch&) = delete;
+    Stopwatch& operator=(const Stopwatch&) = delete;
+
+private:
+    using Time = std::chrono::steady_clock;
+
+    double& sum_;
+    Time::time_point start_ = Time::now();
+};
+
+} // namespace tarn::kit

@@ -1,0 +1,198 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "apps/support/Takes.h"
+#include "session/SessionFiles.h"
+#include "support/TemporaryDirectory.h"
+
+#include <tarn_kit/devices/ReplayDevice.h>
+#include <tarn_kit/files/Bvh.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tarn::capture {
+namespace {
+
+using tarn::testing::readFile;
+using tarn::testing::TemporaryDirectory;
+using tarn::testing::writeFile;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr int frames = 8;
+
+/// Replays a take and loses some of its frames on the way.
+class LossyDevice : public Device {
+public:
+    LossyDevice(const std::string& name, std::set<unsigned> lost)
+        : Device("lossy", name), lost_(std::move(lost)), replay_(name) {
+        addOFramePort(port);
+        replay_.oFramePort(port).connect([this](const std::shared_ptr<Frame>& frame) {
+            if (lost_.count(frame->time().frameIndex()) == 0) {
+                oFramePort(port).emit(frame);
+            }
+        });
+        replay_.onStateChanged().connect([this](DeviceState state) { setState(state); });
+    }
+    kit::BvhTake open(const std::string& file) {
+        kit::BvhTake take = replay_.open(file);
+        replay_.setSpeed(0);
+        return take;
+    }
+
+protected:
+    void doRequest(std::shared_ptr<Request> request, std::shared_ptr<Reply> reply) override {
+        reply->setResultCode(replay_.syncRequest(std::move(request))->resultCode());
+        reply->finished();
+    }
+
+private:
+    static constexpr int port = kit::ReplayDevice::posePort;
+
+    const std::set<unsigned> lost_;
+    kit::ReplayDevice replay_; // goes first: its thread uses the rest
+};
+
+TakeDeviceMaker losing(std::set<unsigned> lost) {
+    return [lost = std::move(lost)](const std::string& file, const std::string& name) {
+        auto device = std::make_unique<LossyDevice>(name, lost);
+        kit::BvhTake take = device->open(file);
+        TakeDevice made;
+        made.device = std::move(device);
+        made.take = std::move(take);
+        return made;
+    };
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+/// What a session of one take leaves behind.
+class Files : public ::testing::Test {
+protected:
+    Files() {
+        tests::TakeText take;
+        take.rootPositions.clear();
+        for (int i = 0; i < frames; ++i) {
+            take.rootPositions.push_back(std::to_string(i) + " 0 0");
+        }
+        writeFile(take_, take.text());
+    }
+    /// Plays the take and writes a directory; returns what could not be written.
+    std::vector<std::string> write(const std::string& directory, const std::set<unsigned>& lost,
+                                   std::vector<SessionPicture> pictures = sessionPictures()) {
+        TakeSession session({take_}, losing(lost));
+        EXPECT_TRUE(session.calibrate(frames, {}, {}));
+        EXPECT_TRUE(session.play({}, {}));
+        SessionFiles files(session, directory_ / directory, {}, std::move(pictures));
+        const auto problems = files.write(true, false);
+        written_ = files.written();
+        return problems;
+    }
+    std::string path(const std::string& name) const { return directory_ / name; }
+    std::vector<std::string> table(const std::string& directory) const {
+        return linesOf(readFile(path(directory + "/take.csv")));
+    }
+    /// Where the root is along x in each frame of the motion file.
+    std::vector<float> motion(const std::string& directory) const {
+        const kit::BvhTake take = kit::readBvh(path(directory + "/take.bvh"));
+        std::vector<float> positions;
+        for (int i = 0; i < take.tracks->timeLength(); ++i) {
+            positions.push_back(
+                take.tracks->getFrame(i, kit::poseDataType)->dataAs<kit::Pose>().values.front());
+        }
+        return positions;
+    }
+    std::string session(const std::string& directory, const std::string& key) const {
+        Settings settings;
+        EXPECT_TRUE(settings.loadSettingsFromFile(path(directory + "/session.xml")));
+        return settings.value(key, "(not there)");
+    }
+
+    TemporaryDirectory directory_;
+    const std::string take_ = directory_ / "take.bvh";
+    std::vector<std::string> written_;
+};
+
+TEST_F(Files, KeepEveryFrameAtItsPlaceInATableWhereOthersWereLost) {
+    EXPECT_THAT(write("whole", {}), IsEmpty());
+    EXPECT_THAT(write("lossy", {0, 3, 4, 7}), IsEmpty());
+    const auto whole = table("whole");
+    const auto lossy = table("lossy");
+    ASSERT_EQ(whole.size(), frames + 1U); // with the names
+    ASSERT_EQ(lossy.size(), whole.size());
+    for (const std::size_t line : {0, 2, 3, 6, 7}) {
+        EXPECT_EQ(lossy[line], whole[line]);
+    }
+    EXPECT_EQ(lossy[4], "3,0.12" + std::string(15, ',')); // five nodes of three cells
+    EXPECT_EQ(lossy[1].substr(0, 4), "0,0,");
+    EXPECT_EQ(lossy[8].substr(0, 7), "7,0.28,");
+}
+
+TEST_F(Files, HoldThePoseBeforeALostFrameInAMotionFile) {
+    EXPECT_THAT(write("lossy", {0, 3, 4, 7}), IsEmpty());
+    EXPECT_THAT(motion("lossy"), ElementsAre(1, 1, 2, 2, 2, 5, 6, 6));
+}
+
+TEST_F(Files, SayHowManyFramesWereLost) {
+    EXPECT_THAT(write("lossy", {0, 3, 4, 7}), IsEmpty());
+    EXPECT_EQ(session("lossy", "Session.Frames"), "8");
+    EXPECT_EQ(session("lossy", "Session.Characters.Character1.FramesIn"), "4");
+    EXPECT_EQ(session("lossy", "Session.Characters.Character1.FramesOut"), "4");
+    EXPECT_EQ(session("lossy", "Session.Characters.Character1.FramesLost"), "4");
+}
+
+TEST_F(Files, GivePicturesEachFrameAtItsPlace) {
+    std::vector<int> drawn;
+    const auto draw = [&drawn](const std::vector<Performance>& performances, int) {
+        Tracks& solved = *performances.at(0).solved;
+        for (int i = 0; i < solved.timeLength(); ++i) {
+            const auto frame = solved.getFrame(i, kit::bodyDataType);
+            drawn.push_back(frame == nullptr ? -1 : static_cast<int>(frame->time().frameIndex()));
+        }
+        return Picture{10, 10, "title", "text", [](Canvas&) {}};
+    };
+    EXPECT_THAT(write("lossy", {0, 3, 4, 7}, {{"drawn", draw}}), IsEmpty());
+    EXPECT_THAT(drawn, ElementsAre(-1, 1, 2, -1, -1, 5, 6, -1));
+    EXPECT_THAT(written_, Contains("drawn.svg"));
+}
+
+TEST_F(Files, AreAllThereWhereEveryFrameWasLost) {
+    EXPECT_THAT(write("lossy", {0, 1, 2, 3, 4, 5, 6, 7}), IsEmpty());
+    EXPECT_EQ(table("lossy").size(), frames + 1U);
+    EXPECT_THAT(motion("lossy"), IsEmpty());
+    EXPECT_THAT(written_, Contains("motion.png"));
+    EXPECT_EQ(session("lossy", "Session.Characters.Character1.FramesLost"), "8");
+}
+
+TEST_F(Files, AreWrittenBesideAPictureThatCannotBeDrawn) {
+    const auto draw = [](const std::vector<Performance>&, int) -> Picture {
+        throw std::length_error("too large to draw");
+    };
+    EXPECT_THAT(write("out", {}, {{"broken", draw}}),
+                ElementsAre("cannot write '" + path("out/broken.png") + "': too large to draw",
+                            "cannot write '" + path("out/broken.svg") + "': too large to draw"));
+    EXPECT_THAT(written_, ElementsAre("take.actor.xml", "take.csv", "take.bvh", "session.xml"));
+    EXPECT_EQ(session("out", "Session.Complete"), "no");
+}
+
+} // namespace
+} // namespace tarn::capture
