@@ -21,6 +21,8 @@
 #include <tarn_kit/devices/Command.h>
 #include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/files/C3d.h>
+#include <tarn_kit/files/C3dParameters.h>
 #include <tarn_kit/files/ReadError.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>

@@ -41,6 +41,11 @@ ReadError::ReadError(std::string file, std::size_t line, std::size_t column,
     : std::runtime_error(message(file, line, column, reason)), file_(std::move(file)), line_(line),
       column_(column) {}
 
+ReadError::ReadError(std::string file, ByteOffset offset, const std::string& reason)
+    : std::runtime_error(
+          onOneLine(file + ": byte " + std::to_string(offset.value) + ": " + reason)),
+      file_(std::move(file)), line_(0), column_(0), offset_(offset.value) {}
+
 ReadError::~ReadError() = default;
 
 } // namespace tarn::kit

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <type_traits>
 
@@ -29,6 +30,15 @@ TEST(ReadError, OfTheWholeFileSaysNoLine) {
     const ReadError error("walk.bvh", 0, 0, "not a regular file");
     EXPECT_STREQ(error.what(), "walk.bvh: not a regular file");
     EXPECT_EQ(error.line(), 0U);
+}
+
+TEST(ReadError, OfAFileOfBytesKnowsTheByte) {
+    const ReadError error("takes/walk.c3d", ByteOffset{514}, "expected a group");
+    EXPECT_STREQ(error.what(), "takes/walk.c3d: byte 514: expected a group");
+    EXPECT_EQ(error.offset(), 514U);
+    EXPECT_EQ(error.line(), 0U);
+    EXPECT_EQ(error.column(), 0U);
+    EXPECT_EQ(ReadError("walk.bvh", 12, 7, "expected ROOT").offset(), std::nullopt);
 }
 
 TEST(ReadError, StaysOnOneLineWhateverItQuotes) {

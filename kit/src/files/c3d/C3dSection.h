@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "files/c3d/C3dNumbers.h"
+
+#include <tarn_kit/files/C3d.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarn::kit {
+
+inline constexpr std::uint64_t c3dBlock = 512;
+
+/// Where the record of a group or of a parameter lies in a file, up to the next one.
+struct C3dRecord {
+    std::uint64_t start;
+    std::uint64_t end;
+};
+
+/// The parameters of a file, and where they lie. A record is a length of the name (negative if it
+/// is locked), the number of the group (negative for the group itself), the name, and the distance
+/// of the next record from there; then the description, and of a parameter before it the type, the
+/// shape and the elements.
+struct C3dSection {
+    C3dProcessor processor = C3dProcessor::Intel;
+    std::uint64_t start = 0; ///< of its header of 4 bytes; 0 in a file without parameters
+    std::uint64_t end = 0;   ///< of the last record
+    int statedBlocks = 0;
+    C3dParameters parameters;
+    std::vector<C3dRecord> records; ///< in the order of the file
+    std::vector<C3dFinding> findings;
+    /// Whether reading came to the end of the bytes at hand, so that more of them may matter.
+    bool ranOut = false;
+};
+
+/// Whether a section of parameters could start there: with the header, then a record or nothing.
+bool looksLikeSection(std::string_view bytes, std::uint64_t start);
+
+/// Reads records from `start` on for as long as there are any; never fails.
+C3dSection readSection(std::string_view bytes, std::uint64_t start, C3dProcessor processor);
+
+/// The record of a group or a parameter as it is written. `last` records state no distance.
+/// Throws `std::invalid_argument` if something does not fit its field.
+std::string recordOf(const C3dGroup& group, C3dProcessor processor, bool last);
+std::string recordOf(const C3dGroup& group, const C3dParameter& parameter, C3dProcessor processor,
+                     bool last);
+/// Makes a record state the distance to the next one, at its end, or that there is none.
+void setDistance(std::string& record, C3dProcessor processor, bool last);
+
+} // namespace tarn::kit
