@@ -15,6 +15,8 @@
 #include <filesystem>
 #include <istream>
 #include <memory>
+#include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -131,7 +133,7 @@ struct C3dInfo {
 /// as it was.
 class C3dSource;
 
-/// What a C3D file holds.
+/// What a C3D file holds. To be written, a take needs no more than markers, a rate and tracks.
 struct C3dTake : C3dInfo {
     /// One track of the data type `markerDataType` at offset 0, with a `MarkerFrame` of `markers`
     /// in every slot. Frame i is stamped `Time(i, fps)` with the rate rounded to a whole number;
@@ -170,5 +172,29 @@ TARN_KIT_EXPORT C3dTake readC3d(std::istream& stream, const C3dOptions& options 
 /// Reads header and parameters only, whatever the length of the take.
 TARN_KIT_EXPORT C3dInfo readC3dInfo(const std::filesystem::path& file,
                                     const C3dOptions& options = {});
+
+struct C3dWriteOptions {
+    /// By default that of the take: the one it was read in, and `IntelReal` for one that was made.
+    std::optional<C3dEncoding> encoding;
+};
+
+/// Writes a take as a C3D file.
+///
+/// A take that was read and not changed is written byte for byte as it was. After a change, all
+/// that is the same keeps its bytes: samples, parameters, unknown groups, even what follows them.
+/// The markers, channels, events, rate, unit and first frame of the take are what counts; the
+/// parameters that state them are brought into line where they differ. Takes with more than 65,535
+/// frames also get TRIAL:ACTUAL_START_FIELD, TRIAL:ACTUAL_END_FIELD and POINT:LONG_FRAMES; more
+/// than 255 labels continue in LABELS2 and so on.
+///
+/// Integers are scaled such that the farthest marker fits, unless the take's `scale` does that
+/// already. Markers that were filled are written as seen, with no camera and no residual.
+///
+/// Throws `std::invalid_argument`, before anything is written, if that cannot be: for a take
+/// without tracks or a rate, a slot without a frame or with one of another number of markers, more
+/// than 65,535 markers or channels, or parameters that do not fit their fields. A stream that fails
+/// is left in that state.
+TARN_KIT_EXPORT void writeC3d(const C3dTake& take, std::ostream& stream,
+                              const C3dWriteOptions& options = {});
 
 } // namespace tarn::kit

@@ -392,7 +392,9 @@ private:
         addFrames(stated("POINT", "FRAMES"));
         const int begin = header_.word(header::firstFrame);
         const int end = header_.word(header::lastFrame);
-        if (begin != 0 || end != 0 || frames_.values.empty()) {
+        // A first frame that 16 bits cannot hold says nothing.
+        const bool says = (begin != 0 || end != 0) && begin != 65535;
+        if (says || frames_.values.empty()) {
             // A last frame before the first one has been counted over 65,535.
             const int count = end - begin + 1;
             frames_.add({static_cast<double>(count < 0 ? count + 65536 : count),
