@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-// What a fuzzer feeds the C3D reader. Bytes that it accepts have to be written back as they are, and
-// in another encoding to something that reads again.
+// What a fuzzer feeds the C3D reader. Bytes that it accepts have to be written back as they are,
+// and in another encoding to something that reads again.
 
 #include <tarn_kit/files/C3d.h>
 
