@@ -137,7 +137,7 @@ public:
     /// So of a minute at 120 frames per second and one at 60, the latter is over at the index where
     /// the former is half through, and has empty slots from there on; and the times of the indexes,
     /// which are those of the track that was laid out last, run to the end of the minute and then
-    /// back to its middle.
+    /// back to its middle. For such takes there is `tarn::kit::resample`.
     ///
     /// The length becomes that of the longest track of this take less its offset, and the work
     /// range covers it: 0, and a range from 0 to -1, for a take that only nests. A nested take gets
