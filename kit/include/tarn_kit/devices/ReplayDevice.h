@@ -63,8 +63,7 @@ struct TARN_KIT_EXPORT ReplayStatus {
 ///
 /// Threads: the device has a thread of its own, on which it carries out commands, one after the
 /// other, and on which slots and callbacks run; they must not throw. Requests may be made from any
-/// thread. `state()` and the tests on it are for the device's own thread; other threads follow
-/// `onStateChanged` or ask for "status".
+/// thread. `state()` and the tests on it may be read from any thread; "status" says more.
 ///
 /// A request that is made on the device's own thread, in a slot or a callback, is answered before
 /// the call returns, ahead of those that wait; so `syncRequest` works there as well. Callbacks that
