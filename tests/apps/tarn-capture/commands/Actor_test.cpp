@@ -57,6 +57,14 @@ TEST_F(ActorDocument, IsShown) {
     EXPECT_EQ(readFile(file_), document);
 }
 
+TEST_F(ActorDocument, IsShownAsTextThoughItHoldsNone) {
+    writeFile(file_, "<MocapActor><ActorName>A\xFF</ActorName><BodyDimension><H\xFF>1</H\xFF>"
+                     "</BodyDimension><SensorMap><S\xFF>2</S\xFF></SensorMap></MocapActor>");
+    EXPECT_EQ(actor().out, file_ + "\n  name        A\xEF\xBF\xBD\n"
+                                   "  dimensions\n    H\xEF\xBF\xBD  1.000000\n"
+                                   "  sensor map\n    S\xEF\xBF\xBD  2\n");
+}
+
 TEST_F(ActorDocument, IsMadeWhenSomethingIsSet) {
     const Outcome outcome =
         actor({"--name", "Ada", "--dimension", "Height=1.72", "--sensor", "Hips=3"});
@@ -168,7 +176,11 @@ TEST_F(ActorDocument, IsLeftAloneWhenTheCommandLineIsAtFault) {
     expectUsageError({"--name", "Eve", "--dimension", "Height"}, "expected NAME=VALUE");
     expectUsageError({"--dimension", "Height=tall"}, "expected NAME=VALUE");
     expectUsageError({"--dimension", "Height=-1"}, "expected NAME=VALUE");
+    expectUsageError({"--dimension", "Height=inf"}, "expected NAME=VALUE");
+    expectUsageError({"--dimension", "Height=nan"}, "expected NAME=VALUE");
+    expectUsageError({"--dimension", "Height=1e39"}, "expected NAME=VALUE");
     expectUsageError({"--dimension", "=1"}, "expected NAME=VALUE");
+    expectUsageError({"--sensor", "Hips=2147483648"}, "expected NAME=NUMBER");
     expectUsageError({"--dimension", "Arm.Left=1"}, "a name must not hold");
     expectUsageError({"--sensor", "Hips=1.5"}, "expected NAME=NUMBER");
     expectUsageError({"--sensor", "Left Foot=1"}, "a name must not hold");
@@ -176,9 +188,21 @@ TEST_F(ActorDocument, IsLeftAloneWhenTheCommandLineIsAtFault) {
 }
 
 TEST_F(ActorDocument, SaysWhenItCannotBeWritten) {
-    const Outcome outcome = capture({"actor", "/dev/full", "--name", "Ada"});
+    writeFile(file_, document);
+    const std::string below = file_ + "/actor.xml"; // a file is no directory
+    const Outcome outcome = capture({"actor", below, "--name", "Ada"});
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("/dev/full: "));
+    EXPECT_EQ(outcome.err, "tarn-capture: " + below + ": cannot be written\n");
+    EXPECT_THAT(outcome.out, IsEmpty());
+    EXPECT_EQ(readFile(file_), document);
+}
+
+TEST_F(ActorDocument, StaysAsItWasWhenANameIsNoText) {
+    writeFile(file_, document);
+    const Outcome outcome = actor({"--name", "A\x01"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err, "tarn-capture: " + file_ + ": cannot be written\n");
+    EXPECT_EQ(readFile(file_), document);
 }
 
 TEST_F(ActorDocument, CommandExplainsItself) {

@@ -154,6 +154,12 @@ TEST_F(Info, PrintsNamesThatAreNoTextAsText) {
     EXPECT_THAT(out, HasSubstr("    Hi\xEF\xBF\xBDps\xEF\xBF\xBD[31m\xC3\xBC  position"));
 }
 
+TEST_F(Info, PrintsTheNameOfTheFileInOneLine) {
+    writeFile(directory_ / "a\nb.bvh", TakeText().text());
+    EXPECT_THAT(capture({"info", directory_ / "a\nb.bvh"}).out, HasSubstr("/a\xEF\xBF\xBD"
+                                                                          "b.bvh\n  frames "));
+}
+
 TEST_F(Info, ShowsSeveralTakesInOrder) {
     writeFile(take_, TakeText().text());
     const std::string one = capture({"info", take_}).out;
