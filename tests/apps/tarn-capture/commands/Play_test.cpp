@@ -111,11 +111,12 @@ TEST_F(Play, ARateThatIsNoFractionOfTheOthersStaysWithinTheTake) {
 }
 
 TEST_F(Play, InRealTimeItTakesAsLongAsTheTakeLasts) {
-    for (const Arguments& more : {Arguments{"--realtime"}, Arguments{"--realtime", "--rate", "100"},
-                                  Arguments{"--realtime", "--rate", "0.001"}}) {
+    writeFrames(25);
+    for (const Arguments& more :
+         {Arguments{"--realtime"}, Arguments{"--realtime", "--rate", "0.001"}}) {
         const auto begin = std::chrono::steady_clock::now();
         const Outcome outcome = play(more);
-        EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(200));
+        EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
         EXPECT_EQ(outcome.exitCode, 0);
     }
 }

@@ -11,6 +11,7 @@
 #include <tarn_kit/files/Bvh.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -146,6 +147,13 @@ TEST_F(Run, KeepsTheBeatInRealTimeAndJudgesTheClock) {
                                    HasSubstr(", 0 missing: ")));
     EXPECT_EQ(session("Session.Characters.Character1.FramesIn"), "8");
     EXPECT_EQ(session("Session.Characters.Character1.FramesLost"), "0");
+}
+
+TEST_F(Run, InRealTimeTakesAsLongAsCalibrationAndTakeLast) {
+    const std::string take = writeTake("take.bvh", 25); // the last frame is due after 0.96 s
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(run({take}, {"--realtime", "--calibrate", "1"}).exitCode, 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(2 * 960));
 }
 
 TEST_F(Run, ShowsOnATerminalHowFarItIs) {

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <string>
 
 namespace tarn::tests {
@@ -48,6 +49,13 @@ TEST_F(Stream, KeepsTheBeatOfTheTakeTimesAFactor) {
                                           "  jitter    median [0-9.]+ ms, 99 % within [0-9.]+ ms, "
                                           "largest [0-9.]+ ms\n"
                                           "  recording identical to the take\n"));
+}
+
+TEST_F(Stream, TakesLongerAtALowerRate) {
+    // The last of 3 frames is due after 80 ms, or ten times that.
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(capture({"stream", take_, "--rate", "0.1"}).exitCode, 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(800));
 }
 
 TEST_F(Stream, StopsAfterAsManyFramesAsAreWanted) {
