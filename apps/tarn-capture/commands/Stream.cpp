@@ -5,6 +5,7 @@
 
 #include "session/StreamWatch.h"
 #include "session/Take.h"
+#include "session/TakeComparison.h"
 #include "support/Errors.h"
 #include "support/ProgressBar.h"
 
@@ -41,20 +42,11 @@ void printJitter(const StreamWatch::Instants& arrivals, double framesPerSecond) 
                jitter.median, jitter.nearly, jitter.largest);
 }
 
-bool sameFrame(const Frame& a, const Frame& b) {
-    return a.time() == b.time() && a.dataType() == b.dataType() &&
-           a.dataAs<kit::Pose>().values == b.dataAs<kit::Pose>().values;
-}
-
 /// Compares what was recorded with the first frames of the take, which was read on its own.
 void compare(Tracks& recording, const Take& take, int count) {
-    for (int i = 0; i < count; ++i) {
-        const auto recorded = recording.getFrame(i, kit::poseDataType);
-        const auto original = take.tracks().getFrame(i, kit::poseDataType);
-        if (recorded == nullptr || !sameFrame(*recorded, *original)) {
-            throw std::runtime_error(
-                fmt::format("the recording differs from the take at frame {}", i));
-        }
+    if (const auto frame = firstDifference(recording, take.tracks(), count)) {
+        throw std::runtime_error(
+            fmt::format("the recording differs from the take at frame {}", *frame));
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "apps/support/Takes.h"
 #include "session/SessionFiles.h"
+#include "session/SessionSummary.h"
 #include "support/TemporaryDirectory.h"
 
 #include <tarn_kit/devices/ReplayDevice.h>
@@ -192,6 +193,15 @@ TEST_F(Files, AreWrittenBesideAPictureThatCannotBeDrawn) {
                             "cannot write '" + path("out/broken.svg") + "': too large to draw"));
     EXPECT_THAT(written_, ElementsAre("take.actor.xml", "take.csv", "take.bvh", "session.xml"));
     EXPECT_EQ(session("out", "Session.Complete"), "no");
+}
+
+TEST_F(Files, AreSummedUpWithTheFramesThatWereLost) {
+    TakeSession session({take_}, losing({0, 3, 4, 7}));
+    ASSERT_TRUE(session.play({}, {}));
+    ::testing::internal::CaptureStdout();
+    printSummary(session, false);
+    EXPECT_THAT(::testing::internal::GetCapturedStdout(),
+                HasSubstr("take\n  frames       4 in, 4 out, 4 lost\n"));
 }
 
 } // namespace

@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn/Tracks.h>
+
+#include <optional>
+
+namespace tarn::capture {
+
+/// Compares the poses of the first `count` frames of two takes: time and values. Returns the index
+/// of the first frame that differs, or that only one of them has; none if all are the same.
+std::optional<int> firstDifference(Tracks& a, Tracks& b, int count);
+
+} // namespace tarn::capture
