@@ -140,7 +140,7 @@ TEST_F(Files, KeepEveryFrameAtItsPlaceInATableWhereOthersWereLost) {
     const auto lossy = table("lossy");
     ASSERT_EQ(whole.size(), frames + 1U); // with the names
     ASSERT_EQ(lossy.size(), whole.size());
-    for (const std::size_t line : {0, 2, 3, 6, 7}) {
+    for (const std::size_t line : {0U, 2U, 3U, 6U, 7U}) {
         EXPECT_EQ(lossy[line], whole[line]);
     }
     EXPECT_EQ(lossy[4], "3,0.12" + std::string(15, ',')); // five nodes of three cells
