@@ -58,6 +58,9 @@ TEST_F(SessionSummary, SaysHowMuchALengthVaried) {
     EXPECT_THAT(run({directory_ / "stick.bvh"}).out,
                 HasSubstr("  dimensions   mean ± spread over 2 frames\n"
                           "    Tip              1.1 units ± 0.1\n"));
+    const std::string length = "Session.Characters.Character1.Dimensions.Length2.";
+    EXPECT_EQ(session(length + "Mean"), "1.100000");
+    EXPECT_EQ(session(length + "Spread"), "0.100000");
 }
 
 TEST_F(SessionSummary, KeepsNamesOfJointsInTheirColumn) {
