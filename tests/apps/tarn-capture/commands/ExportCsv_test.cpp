@@ -88,6 +88,13 @@ TEST_F(ExportCsv, QuotesNamesThatWouldBreakTheTable) {
                            "\"\"root\"\".y [m]\",\"Hips, the \"\"root\"\".z [m]\",Head.x"));
 }
 
+TEST_F(ExportCsv, QuotesNamesThatHoldAQuote) {
+    TakeText take;
+    take.root = "\"H\"";
+    EXPECT_THAT(exportedText(take.text()),
+                StartsWith("frame,time [s],\"\"\"H\"\".x [m]\",\"\"\"H\"\".y [m]\","));
+}
+
 TEST_F(ExportCsv, WritesNamesThatAreNoTextAsText) {
     TakeText take;
     take.root = "Hi\xFFps";
