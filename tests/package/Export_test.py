@@ -15,7 +15,7 @@ import sys
 library, header_dir = sys.argv[1:]
 headers = "\n".join(path.read_text(encoding="utf-8")
                     for path in pathlib.Path(header_dir).rglob("*.h") if path.stem != "Export")
-export = r"TARN(?:_KIT)?_EXPORT"
+export = r"TARN(?:_KIT|_DRAW)?_EXPORT"
 classes = set(re.findall(rf"class {export} (\w+)", headers))
 payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records that frames and replies carry
 functions = set(re.findall(rf"^{export} [^;{{(]*?(operator[^\s(]+|\w+)\(", headers, re.MULTILINE))
@@ -24,7 +24,7 @@ if not classes and not functions:
 
 named = "|".join(sorted(classes | payloads))
 called = "|".join(re.escape(name) for name in sorted(functions))
-scope = r"tarn::(?:kit::)?"
+scope = r"tarn::(?:kit::|draw::)?"
 public = [
     re.compile(rf"{scope}(?:{named})::~?\w+(?:\[abi:\w+\])?\(.*\)(?: const)?(?: &)?"),
     re.compile(rf"{scope}(?:{named})::operator ?\S+\(.*\)(?: const)?"),

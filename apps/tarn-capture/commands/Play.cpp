@@ -3,8 +3,6 @@
 
 #include "commands/Commands.h"
 
-#include "drawing/ContactSheet.h"
-#include "drawing/Picture.h"
 #include "session/ShownFrames.h"
 #include "session/Take.h"
 #include "support/Errors.h"
@@ -13,14 +11,18 @@
 
 #include <fmt/format.h>
 #include <tarn/OutputFile.h>
+#include <tarn_draw/canvas/Picture.h>
+#include <tarn_draw/sheet/PoseSheet.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/Playback.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tarn::capture {
 
@@ -50,6 +52,26 @@ void playWithProgress(Tracks& tracks, kit::Playback& playback, bool realtime) {
     realtime ? playback.runInRealTime() : playback.run();
 }
 
+/// What was shown of a take, each frame in its place.
+draw::Subject shownOf(const Take& take, const ShownFrames& frames) {
+    auto shown = std::make_shared<Tracks>();
+    shown->setFps(take.rate());
+    shown->setTimeLength(take.frameCount());
+    for (const ShownFrame& at : frames.all()) {
+        shown->setFrame(at.frame, kit::poseDataType,
+                        take.tracks().getFrame(at.frame, kit::poseDataType));
+    }
+    return {take.name(), take.sharedRig(), shown, take.unit()};
+}
+
+std::vector<std::string> notesOf(const Take& take) {
+    std::vector<std::string> notes;
+    for (const std::string& guess : take.guesses()) {
+        notes.push_back("Guessed: " + guess);
+    }
+    return notes;
+}
+
 /// Draws what was shown.
 int play(const PlayOptions& options) {
     if (options.rate) {
@@ -68,12 +90,12 @@ int play(const PlayOptions& options) {
     kit::Playback playback(take.tracks(), rate);
     playWithProgress(take.tracks(), playback, options.realtime);
 
-    const Picture sheet = contactSheet(take, shown.all());
-    const DrawingSession session;
+    const draw::Picture sheet = draw::poseSheet({shownOf(take, shown)}, notesOf(take));
+    const draw::ScopedFonts fonts;
     OutputFile pngFile(png);
     OutputFile svgFile(svg);
-    pngFile.write(renderPng(sheet));
-    svgFile.write(renderSvg(sheet));
+    pngFile.write(draw::renderPng(sheet));
+    svgFile.write(draw::renderSvg(sheet));
     pngFile.commit();
     svgFile.commit();
     const auto steps = static_cast<std::size_t>(playback.stepCount());

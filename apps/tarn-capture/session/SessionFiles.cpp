@@ -3,10 +3,6 @@
 
 #include "session/SessionFiles.h"
 
-#include "drawing/GroupSheet.h"
-#include "drawing/MotionPlot.h"
-#include "drawing/Performance.h"
-#include "drawing/Picture.h"
 #include "session/PositionsCsv.h"
 #include "session/SessionDocument.h"
 #include "support/OutputPath.h"
@@ -14,11 +10,14 @@
 
 #include <fmt/format.h>
 #include <tarn/OutputFile.h>
+#include <tarn_draw/canvas/Picture.h>
+#include <tarn_draw/sheet/DrawFiles.h>
+#include <tarn_draw/sheet/MotionPlot.h>
+#include <tarn_draw/sheet/PoseSheet.h>
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/session/TakeOf.h>
 
 #include <exception>
-#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -74,7 +73,11 @@ std::string csvLine(const Take& take, const kit::BodyPose* body, int frame) {
 } // namespace
 
 std::vector<SessionPicture> sessionPictures() {
-    return {{"poses", groupSheet}, {"motion", motionPlot}};
+    const auto poses = [](const std::vector<draw::Subject>& subjects) {
+        return std::vector{draw::poseSheet(subjects)};
+    };
+    return {{"poses", [](std::size_t) { return std::size_t{1}; }, poses},
+            {"motion", draw::motionPlotCount, draw::motionPlots}};
 }
 
 SessionFiles::SessionFiles(TakeSession& session, std::filesystem::path directory,
@@ -85,6 +88,10 @@ SessionFiles::SessionFiles(TakeSession& session, std::filesystem::path directory
         for (const std::string& name : names()) {
             refuseToOverwrite(input, path(name), "--out");
         }
+    }
+    const std::string reason = draw::whyNotDrawn(subjects());
+    if (!reason.empty()) {
+        throw std::runtime_error(reason);
     }
     makeDirectory(directory_);
     for (const std::string& name : names()) {
@@ -99,8 +106,10 @@ SessionFiles::SessionFiles(TakeSession& session, std::filesystem::path directory
 std::vector<std::string> SessionFiles::names() const {
     std::vector<std::string> names;
     for (const SessionPicture& picture : pictures_) {
-        names.push_back(picture.name + ".png");
-        names.push_back(picture.name + ".svg");
+        for (std::size_t i = 0; i < picture.pageCount(session_.performers().size()); ++i) {
+            names.push_back(draw::pageFile(picture.name + ".png", i));
+            names.push_back(draw::pageFile(picture.name + ".svg", i));
+        }
     }
     names.emplace_back(sessionName);
     for (const auto& performer : session_.performers()) {
@@ -166,27 +175,38 @@ void SessionFiles::writeBvh(TakePerformer& performer, Tracks& recording) {
     file.commit();
 }
 
-void SessionFiles::writePictures() {
-    const Stopwatch stopwatch(drawing_);
-    std::vector<Performance> performances;
+std::vector<draw::Subject> SessionFiles::subjects() const {
+    std::vector<draw::Subject> subjects;
     for (const auto& performer : session_.performers()) {
         const Take& take = performer->take();
-        performances.push_back(
+        subjects.push_back(
             {performer->name(), take.sharedRig(), performer->recording(), take.unit()});
     }
-    const DrawingSession drawing;
-    for (const auto& [name, draw] : pictures_) {
-        writePicture(name, [&, &draw = draw] { return draw(performances, session_.rate()); });
+    return subjects;
+}
+
+void SessionFiles::writePictures() {
+    const Stopwatch stopwatch(drawing_);
+    const draw::ScopedFonts fonts;
+    for (const SessionPicture& picture : pictures_) {
+        writePicture(picture);
     }
 }
 
-void SessionFiles::writePicture(const std::string& name, const std::function<Picture()>& draw) {
-    std::optional<Picture> picture;
-    const auto drawn = [&]() -> const Picture& {
-        return picture ? *picture : picture.emplace(draw()); // fails where it is to be written
+void SessionFiles::writePicture(const SessionPicture& picture) {
+    std::vector<draw::Picture> pages;
+    const auto page = [&](std::size_t i) -> const draw::Picture& {
+        if (pages.empty()) {
+            pages = picture.pagesOf(subjects()); // fails where it is to be written
+        }
+        return pages.at(i);
     };
-    attempt(name + ".png", [&] { writeText(name + ".png", renderPng(drawn())); });
-    attempt(name + ".svg", [&] { writeText(name + ".svg", renderSvg(drawn())); });
+    for (std::size_t i = 0; i < picture.pageCount(session_.performers().size()); ++i) {
+        const std::string png = draw::pageFile(picture.name + ".png", i);
+        const std::string svg = draw::pageFile(picture.name + ".svg", i);
+        attempt(png, [&] { writeText(png, draw::renderPng(page(i))); });
+        attempt(svg, [&] { writeText(svg, draw::renderSvg(page(i))); });
+    }
 }
 
 void SessionFiles::writeSession(bool complete, bool paced) {

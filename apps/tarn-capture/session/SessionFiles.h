@@ -3,10 +3,12 @@
 
 #pragma once
 
-#include "drawing/Performance.h"
-#include "drawing/Picture.h"
 #include "session/TakeSession.h"
 
+#include <tarn_draw/canvas/Picture.h>
+#include <tarn_draw/sheet/Subject.h>
+
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -14,10 +16,12 @@
 
 namespace tarn::capture {
 
-/// A picture of what all performers did, to be written as .png and .svg under its name.
+/// A picture of what all performers did, to be written as .png and .svg under its name; where they
+/// are many, on several pages, each in files of its own.
 struct SessionPicture {
     std::string name;
-    std::function<Picture(const std::vector<Performance>& performances, int rate)> draw;
+    std::function<std::size_t(std::size_t performers)> pageCount;
+    std::function<std::vector<draw::Picture>(const std::vector<draw::Subject>& subjects)> pagesOf;
 };
 
 /// "poses" and "motion".
@@ -31,7 +35,7 @@ class SessionFiles {
 public:
     /// Makes the directory, and sees whether each of the files can be made in it. Throws
     /// `UsageError` if one of `inputs` would be overwritten, and `std::runtime_error` if there can
-    /// be no such directory or file.
+    /// be no such directory or file, or the performers cannot be drawn.
     SessionFiles(TakeSession& session, std::filesystem::path directory,
                  const std::vector<std::string>& inputs,
                  std::vector<SessionPicture> pictures = sessionPictures());
@@ -48,6 +52,8 @@ public:
 
 private:
     std::vector<std::string> names() const;
+    /// What is drawn: what each performer has recorded so far.
+    std::vector<draw::Subject> subjects() const;
     /// Does what writes a file, and notes whether that worked.
     void attempt(const std::string& name, const std::function<void()>& write);
 
@@ -55,7 +61,7 @@ private:
     void writeCsv(TakePerformer& performer, Tracks& recording);
     void writeBvh(TakePerformer& performer, Tracks& recording);
     void writePictures();
-    void writePicture(const std::string& name, const std::function<Picture()>& draw);
+    void writePicture(const SessionPicture& picture);
     void writeSession(bool complete, bool paced);
     void save(Settings& settings, const std::string& name);
     void writeText(const std::string& name, const std::string& text);

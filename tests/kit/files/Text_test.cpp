@@ -74,6 +74,12 @@ TEST(Shortened, EndsInAnEllipsisWhereSomethingIsCutOff) {
     EXPECT_EQ(shortened("", 0), "");
 }
 
+TEST(Lowered, ChangesTheLettersAToZAndNothingElse) {
+    EXPECT_EQ(lowered("LeftHAND_01.Bvh"), "lefthand_01.bvh");
+    EXPECT_EQ(lowered("@AZ[`az{"), "@az[`az{");
+    EXPECT_EQ(lowered("\xC3\x84\xFF"), "\xC3\x84\xFF"); // no letters of ASCII
+}
+
 TEST(Counted, TakesAnSButAfterOne) {
     EXPECT_EQ(counted(0, "joint"), "0 joints");
     EXPECT_EQ(counted(1, "joint"), "1 joint");

@@ -29,6 +29,10 @@ TARN_KIT_EXPORT std::string printable(std::string_view text);
 /// Nothing fits into a length of 0, but the ellipsis still says that there was something.
 TARN_KIT_EXPORT std::string shortened(std::string_view text, std::size_t length);
 
+/// `text` with the letters A to Z in small, whatever the locale; other bytes stay. For comparing
+/// names whose case does not count.
+TARN_KIT_EXPORT std::string lowered(std::string_view text);
+
 /// "1 joint", "2 joints": `noun` takes an "s" but after 1.
 TARN_KIT_EXPORT std::string counted(std::size_t count, std::string_view noun);
 

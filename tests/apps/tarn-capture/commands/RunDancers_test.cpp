@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "apps/Images.h"
 #include "apps/support/Programs.h"
 #include "apps/support/ReferenceTake.h"
 #include "apps/support/Takes.h"
 #include "apps/support/Xml.h"
+#include "support/Images.h"
 
 #include <gmock/gmock.h>
 #include <tarn/Actor.h>

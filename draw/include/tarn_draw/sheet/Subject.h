@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn/Rotation.h>
+#include <tarn/Tracks.h>
+#include <tarn_draw/Export.h>
+#include <tarn_kit/body/LengthUnit.h>
+#include <tarn_kit/body/Rig.h>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tarn::draw {
+
+/// What is drawn of one performer of a session. All subjects of a drawing share one clock and one
+/// space: frames of one index belong together, and lengths are in the unit of the first one.
+struct Subject {
+    std::string name;                    ///< any text; what cannot be printed is replaced
+    std::shared_ptr<const kit::Rig> rig; ///< not null
+    /// Frames of `kit::bodyDataType`, or else of `kit::poseDataType`, by their index in the
+    /// session; slots may be empty. Its rate is that of the session. Not null, and not changed
+    /// while drawn.
+    std::shared_ptr<Tracks> take;
+    kit::LengthUnit unit; ///< of the rig and the bodies
+};
+
+/// A subject whose unit is the one that makes its rig a human being (`kit::guessLengthUnit`).
+/// `take` may be what `kit::readBvh` read, or what a recorder recorded.
+TARN_DRAW_EXPORT Subject subjectOf(std::string name, std::shared_ptr<const kit::Rig> rig,
+                                   std::shared_ptr<Tracks> take);
+
+/// Where the nodes of the rig are at a frame of the session, in node order; nothing if no body is
+/// there, or one of another rig.
+TARN_DRAW_EXPORT std::vector<Vector3f> positionsAt(const Subject& subject, int frame);
+
+/// Drawings show at most so many subjects.
+inline constexpr std::size_t mostSubjects = 1'000;
+
+/// What keeps these subjects from being drawn, in a sentence; empty if nothing does. It looks at
+/// who takes part, not at frames, so that a host can ask before anything is recorded. All drawings
+/// of subjects throw `std::runtime_error` with this sentence.
+TARN_DRAW_EXPORT std::string whyNotDrawn(const std::vector<Subject>& subjects);
+
+} // namespace tarn::draw
