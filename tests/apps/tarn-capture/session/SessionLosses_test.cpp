@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <set>
@@ -161,19 +162,43 @@ TEST_F(Files, SayHowManyFramesWereLost) {
     EXPECT_EQ(session("lossy", "Session.Characters.Character1.FramesLost"), "4");
 }
 
+std::size_t onePage(std::size_t) { return 1; }
+
 TEST_F(Files, GivePicturesEachFrameAtItsPlace) {
     std::vector<int> drawn;
-    const auto draw = [&drawn](const std::vector<Performance>& performances, int) {
-        Tracks& solved = *performances.at(0).solved;
+    const auto pages = [&drawn](const std::vector<draw::Subject>& subjects) {
+        Tracks& solved = *subjects.at(0).take;
         for (int i = 0; i < solved.timeLength(); ++i) {
             const auto frame = solved.getFrame(i, kit::bodyDataType);
             drawn.push_back(frame == nullptr ? -1 : static_cast<int>(frame->time().frameIndex()));
         }
-        return Picture{10, 10, "title", "text", [](Canvas&) {}};
+        return std::vector{draw::Picture{10, 10, "title", "text", [](draw::Canvas&) {}}};
     };
-    EXPECT_THAT(write("lossy", {0, 3, 4, 7}, {{"drawn", draw}}), IsEmpty());
+    EXPECT_THAT(write("lossy", {0, 3, 4, 7}, {{"drawn", onePage, pages}}), IsEmpty());
     EXPECT_THAT(drawn, ElementsAre(-1, 1, 2, -1, -1, 5, 6, -1));
     EXPECT_THAT(written_, Contains("drawn.svg"));
+}
+
+TEST_F(Files, HaveAsManyPagesAsThePerformersNeed) {
+    TakeSession session(std::vector<std::string>(9, take_), losing({}));
+    SessionFiles files(session, directory_ / "many", {});
+    EXPECT_TRUE(session.play({}, {}));
+    EXPECT_THAT(files.write(true, false), IsEmpty());
+    EXPECT_THAT(files.written(), Contains("motion-2.png"));
+    EXPECT_THAT(files.written(), Contains("motion-2.svg"));
+    EXPECT_THAT(readFile(path("many/motion-2.svg")), HasSubstr("Performer 9: take-9"));
+}
+
+TEST_F(Files, AreRefusedBeforeAnythingPlaysWhereThereAreTooManyToDraw) {
+    TakeSession session(std::vector<std::string>(draw::mostSubjects + 1, take_), losing({}));
+    try {
+        const SessionFiles files(session, directory_ / "out", {});
+        ADD_FAILURE();
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "1001 performers are too many for a drawing: at most 1000 can "
+                                   "be shown");
+    }
+    EXPECT_FALSE(std::filesystem::exists(path("out")));
 }
 
 TEST_F(Files, AreAllThereWhereEveryFrameWasLost) {
@@ -185,10 +210,10 @@ TEST_F(Files, AreAllThereWhereEveryFrameWasLost) {
 }
 
 TEST_F(Files, AreWrittenBesideAPictureThatCannotBeDrawn) {
-    const auto draw = [](const std::vector<Performance>&, int) -> Picture {
+    const auto pages = [](const std::vector<draw::Subject>&) -> std::vector<draw::Picture> {
         throw std::length_error("too large to draw");
     };
-    EXPECT_THAT(write("out", {}, {{"broken", draw}}),
+    EXPECT_THAT(write("out", {}, {{"broken", onePage, pages}}),
                 ElementsAre("cannot write '" + path("out/broken.png") + "': too large to draw",
                             "cannot write '" + path("out/broken.svg") + "': too large to draw"));
     EXPECT_THAT(written_, ElementsAre("take.actor.xml", "take.csv", "take.bvh", "session.xml"));
