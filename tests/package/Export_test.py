@@ -4,7 +4,9 @@
 """A library exports its public classes and functions, and nothing else; and of payloads, which hosts and
 plug-ins hand each other in a `std::any`, the type information.
 
-usage: Export_test.py LIBRARY HEADER_DIR
+usage: Export_test.py LIBRARY HEADER_DIR [HEADER_DIR_BELOW...]
+
+Who uses a payload record of a library below has its type information, too: the linker takes one of them.
 """
 
 import pathlib
@@ -12,17 +14,21 @@ import re
 import subprocess
 import sys
 
-library, header_dir = sys.argv[1:]
+library, header_dir, *below = sys.argv[1:]
 headers = "\n".join(path.read_text(encoding="utf-8")
                     for path in pathlib.Path(header_dir).rglob("*.h") if path.stem != "Export")
 export = r"TARN(?:_KIT|_DRAW)?_EXPORT"
 classes = set(re.findall(rf"class {export} (\w+)", headers))
 payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records that frames and replies carry
+from_below = set()
+for directory in below:
+    from_below |= {name for path in pathlib.Path(directory).rglob("*.h")
+                   for name in re.findall(rf"struct {export} (\w+)", path.read_text(encoding="utf-8"))}
 functions = set(re.findall(rf"^{export} [^;{{(]*?(operator[^\s(]+|\w+)\(", headers, re.MULTILINE))
 if not classes and not functions:
     sys.exit("the headers export nothing: this check would pass on anything")
 
-named = "|".join(sorted(classes | payloads))
+named = "|".join(sorted(classes | payloads | from_below))
 called = "|".join(re.escape(name) for name in sorted(functions))
 scope = r"tarn::(?:kit::|draw::)?"
 public = [
