@@ -55,9 +55,6 @@ public:
             refuse("it has no rate");
         }
         frames = take.tracks->timeLength();
-        if (take.markers.size() > maxWord) {
-            refuse("it has more than 65535 markers");
-        }
         checkAnalog();
         checkBodies();
         for (int i = 0; i < frames; ++i) {
@@ -94,8 +91,8 @@ private:
             return;
         }
         const auto perFrame = static_cast<std::uint64_t>(std::max(take_.samplesPerFrame, 0));
-        if (perFrame == 0 || take_.channels.size() * perFrame > maxWord) {
-            refuse("it has no samples to a frame, or more than 65535");
+        if (perFrame == 0) {
+            refuse("it has channels, but no samples to a frame");
         }
         samples = take_.analogTracks == nullptr ? 0 : take_.analogTracks->timeLength();
         if (static_cast<std::uint64_t>(samples) != static_cast<std::uint64_t>(frames) * perFrame) {
@@ -109,9 +106,7 @@ private:
             return;
         }
         bodySamples = take_.bodyTracks == nullptr ? 0 : take_.bodyTracks->timeLength();
-        if (take_.bodiesPerFrame <= 0 || take_.bodies.size() > maxWord ||
-            take_.bodiesPerFrame > static_cast<int>(maxWord) ||
-            bodySamples % take_.bodiesPerFrame != 0) {
+        if (take_.bodiesPerFrame <= 0 || bodySamples % take_.bodiesPerFrame != 0) {
             refuse("its rigid bodies do not come in whole frames");
         }
     }
@@ -154,7 +149,7 @@ double chooseScale(const C3dTake& take, const Samples& samples, bool real) {
     }
     constexpr double steps = 32767;
     const Extent extent = extentOf(samples);
-    if (given && extent.place <= steps * take.scale) {
+    if (given && extent.place < (steps + 1.5) * take.scale) { // down to -32768
         return take.scale;
     }
     const double scale = std::max(extent.place / steps, given ? 0 : extent.residual / 255);
@@ -165,19 +160,16 @@ double chooseScale(const C3dTake& take, const Samples& samples, bool real) {
         std::nextafter(static_cast<float>(scale), std::numeric_limits<float>::max()));
 }
 
-/// Whether the samples of a channel are whole numbers of 16 bits as they would be stored.
-bool fitsIntegers(const Samples& samples, std::size_t index, const C3dChannel& channel,
-                  bool isUnsigned) {
+/// Whether a sample is a whole number of 16 bits as it would be stored.
+bool fitsInteger(float sample, const C3dChannel& channel, bool isUnsigned) {
+    const auto value = static_cast<double>(sample);
+    if (channel.scale == 0) {
+        return value == 0;
+    }
+    const double stored = value / channel.scale + channel.offset;
     const double least = isUnsigned ? -0.5 : -32768.5;
     const double most = isUnsigned ? 65535.5 : 32767.5;
-    for (int i = 0; i < samples.samples; ++i) {
-        const auto value = static_cast<double>(samples.analog(i)[index]);
-        const double stored = value / channel.scale + channel.offset;
-        if (!(stored > least && stored < most) || std::abs(stored - std::rint(stored)) > 0.01) {
-            return channel.scale == 0 && value == 0;
-        }
-    }
-    return true;
+    return stored > least && stored < most && std::abs(stored - std::rint(stored)) <= 0.01;
 }
 
 /// The channel with a scale by which its largest sample fits.
@@ -244,20 +236,56 @@ public:
 private:
     const C3dLayout& from() const { return source_->data().layout(); }
 
+    /// Rescales the channels that the integers of 16 bits do not hold as they are.
     void fitChannels() {
-        bool fits = true;
-        for (std::size_t i = 0; i < channels_.size(); ++i) {
-            fits = fits && fitsIntegers(samples_, i, channels_[i], to_.unsignedAnalog);
-        }
-        if (fits) {
+        if (allFit(to_.unsignedAnalog)) {
             return;
         }
         to_.unsignedAnalog = false;
         for (std::size_t i = 0; i < channels_.size(); ++i) {
-            if (!fitsIntegers(samples_, i, channels_[i], false)) {
+            if (!fits(i, false)) {
                 channels_[i] = rescaled(samples_, i, channels_[i]);
             }
         }
+    }
+
+    bool fits(std::size_t channel, bool isUnsigned) const {
+        for (int i = 0; i < samples_.samples; ++i) {
+            if (!fitsInteger(samples_.analog(i)[channel], channels_[channel], isUnsigned)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    /// Whether all samples fit; those that the source has in the same integers do, whatever they
+    /// are worth.
+    bool allFit(bool isUnsigned) const {
+        const bool same = source_ != nullptr && from().processor == to_.processor && !from().real &&
+                          from().channels == to_.channels &&
+                          from().samplesPerFrame == to_.samplesPerFrame;
+        const auto perFrame = static_cast<int>(to_.samplesPerFrame);
+        std::vector<float> was(to_.channels * to_.samplesPerFrame);
+        for (int i = 0; i < samples_.samples; ++i) {
+            const bool known = same && static_cast<std::uint64_t>(i / perFrame) < from().frames;
+            if (known && i % perFrame == 0) {
+                source_->data().decodeAnalog(frameOfSource(i / perFrame), 1, was.data());
+            }
+            const AnalogFrame& now = samples_.analog(i);
+            for (std::size_t k = 0; k < now.size(); ++k) {
+                const std::size_t index = static_cast<std::size_t>(i % perFrame) * now.size() + k;
+                const bool kept = known && isSame(now[k], was[index]) && !isRescaled(k);
+                if (!kept && !fitsInteger(now[k], channels_[k], isUnsigned)) {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+
+    const char* frameOfSource(int index) const {
+        return source_->bytes().data() + from().dataStart +
+               static_cast<std::uint64_t>(index) * from().frameBytes();
     }
 
     /// Gives groups that were made a number that no other has.
@@ -425,6 +453,10 @@ private:
     // With a layout of its own.
 
     void writeAnew(std::ostream& stream, const C3dChanges& changes) {
+        if (to_.points > maxWord || to_.channels * to_.samplesPerFrame > maxWord ||
+            to_.bodies > maxWord || to_.bodiesPerFrame > maxWord) {
+            refuse("it has more than 65535 markers, samples or rigid bodies to a frame");
+        }
         if (!parameters_.find("POINT", "DATA_START")) {
             parameters_.set("POINT", C3dParameter::integer("DATA_START", 0));
             numberGroups();
@@ -565,8 +597,7 @@ private:
         for (int i = 0; size > 0 && i < samples_.frames; ++i) {
             const bool kept = keep && static_cast<std::uint64_t>(i) < from().frames;
             if (kept) {
-                const char* const at = source_->bytes().data() + from().dataStart +
-                                       static_cast<std::uint64_t>(i) * size;
+                const char* const at = frameOfSource(i);
                 row.bytes.assign(at, size);
                 source_->data().decodeMarkers(at, 1, row.markers.data());
                 source_->data().decodeAnalog(at, 1, row.samples.data());

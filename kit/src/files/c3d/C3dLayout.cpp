@@ -112,7 +112,7 @@ int sense(const C3dParameters& parameters) {
         const C3dParameter* const one = parameters.find("POINT", name);
         const bool missing = one == nullptr || one->type != C3dType::Real || one->size() == 0;
         const double size = missing ? 1 : std::abs(one->number());
-        count += isPlausibleRate(size) || size == 0 ? 1 : 0;
+        count += isPlausibleRate(size) ? 1 : 0;
     }
     return count;
 }
@@ -124,15 +124,21 @@ C3dSection readInSomeOrder(std::string_view bytes, std::uint64_t fileSize, std::
     const bool named = namesProcessor(stated);
     const C3dProcessor first =
         named ? static_cast<C3dProcessor>(stated) : guessProcessor(bytes, fileSize);
-    const auto worth = [&](const C3dSection& section) {
-        return std::make_tuple(makesSense(section), -static_cast<int>(section.findings.size()),
-                               sense(bytes, fileSize, section.processor) +
-                                   sense(section.parameters));
+    const auto senseOf = [&](const C3dSection& section) {
+        return sense(bytes, fileSize, section.processor) + sense(section.parameters);
+    };
+    // One number that makes no sense is no reason to doubt what is stated.
+    const auto isBetter = [&](const C3dSection& one, const C3dSection& other) {
+        const auto order = [](const C3dSection& section) {
+            return std::make_tuple(makesSense(section), -static_cast<int>(section.findings.size()));
+        };
+        return order(one) != order(other) ? order(one) > order(other)
+                                          : senseOf(one) > senseOf(other) + 1;
     };
     C3dSection section = readSection(bytes, start, first);
     for (const C3dProcessor other : processors) {
         C3dSection attempt = readSection(bytes, start, other);
-        if (worth(attempt) > worth(section)) {
+        if (isBetter(attempt, section)) {
             section = std::move(attempt);
         }
     }

@@ -330,8 +330,10 @@ C3dChanges::C3dChanges(const C3dTake& take, const C3dLayout& to,
                   static_cast<std::uint64_t>(was.samplesPerFrame) != to.samplesPerFrame;
     channels =
         from.unsignedAnalog != to.unsignedAnalog || !allSame(was.channels, stored, isSameScale);
-    bodies = was.bodies.size() != to.bodies || from.bodyFrames != to.bodyFrames ||
-             static_cast<std::uint64_t>(was.bodiesPerFrame) != to.bodiesPerFrame;
+    bodies =
+        was.bodies.size() != to.bodies ||
+        (to.bodies > 0 && (from.bodyFrames != to.bodyFrames ||
+                           static_cast<std::uint64_t>(was.bodiesPerFrame) != to.bodiesPerFrame));
     headerEvents = !allSame(eventsIn(was, true), eventsIn(take, true),
                             [](const C3dEvent& a, const C3dEvent& b) { return isSame(a, b); });
     parameters = was.parameters != take.parameters;
