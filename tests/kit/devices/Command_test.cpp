@@ -109,6 +109,7 @@ TEST(ReplayCallsThreads, MayBeMadeFromAnyThread) {
     ReplayDevice device("replay 1");
     device.open(file.path());
     std::vector<std::thread> threads;
+    threads.reserve(3);
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&device, i] {
             for (int round = 0; round < 50; ++round) {

@@ -168,6 +168,7 @@ TEST(FrameQueueThreads, SeveralMayAddAndOneMayOpenAndCloseMeanwhile) {
     FrameQueue queue(4);
     std::atomic<int> running{3};
     std::vector<std::thread> devices;
+    devices.reserve(3);
     for (int i = 0; i < 3; ++i) {
         devices.emplace_back([&] {
             for (unsigned frame = 0; frame < 500; ++frame) {

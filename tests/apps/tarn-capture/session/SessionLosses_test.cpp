@@ -105,7 +105,7 @@ protected:
         EXPECT_TRUE(session.calibrate(frames, {}, {}));
         EXPECT_TRUE(session.play({}, {}));
         SessionFiles files(session, directory_ / directory, {}, std::move(pictures));
-        const auto problems = files.write(true, false);
+        auto problems = files.write(true, false);
         written_ = files.written();
         return problems;
     }
@@ -117,6 +117,7 @@ protected:
     std::vector<float> motion(const std::string& directory) const {
         const kit::BvhTake take = kit::readBvh(path(directory + "/take.bvh"));
         std::vector<float> positions;
+        positions.reserve(static_cast<std::size_t>(take.tracks->timeLength()));
         for (int i = 0; i < take.tracks->timeLength(); ++i) {
             positions.push_back(
                 take.tracks->getFrame(i, kit::poseDataType)->dataAs<kit::Pose>().values.front());
