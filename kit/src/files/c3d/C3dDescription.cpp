@@ -290,11 +290,11 @@ C3dInfo describe(std::string_view bytes, const C3dSection& section, const C3dLay
     std::vector<C3dEvent> events = eventsOf(parameters);
     reportEvents(parameters, events.size(), judge);
     std::move(events.begin(), events.end(), std::back_inserter(info.events));
-    const C3dParameter* const units = parameters.find("POINT", "UNITS");
-    info.unit = unitOf(units == nullptr ? std::string() : units->text());
+    const C3dParameter* const stated = parameters.find("POINT", "UNITS");
+    info.unit = unitOf(stated == nullptr ? std::string() : stated->text());
     info.metresPerUnit = metresOf(info.unit);
-    if (units != nullptr && info.unit != units->text()) {
-        judge.note({"POINT:UNITS", units->offset, units->text(), info.unit, "it is spelled so"});
+    if (stated != nullptr && info.unit != stated->text()) {
+        judge.note({"POINT:UNITS", stated->offset, stated->text(), info.unit, "it is spelled so"});
     }
     info.parameters = parameters;
     return info;
