@@ -457,10 +457,12 @@ private:
             to_.bodies > maxWord || to_.bodiesPerFrame > maxWord) {
             refuse("it has more than 65535 markers, samples or rigid bodies to a frame");
         }
-        if (!parameters_.find("POINT", "DATA_START")) {
-            parameters_.set("POINT", C3dParameter::integer("DATA_START", 0));
-            numberGroups();
-        }
+        // Here nothing that the file said otherwise than it was can stay.
+        C3dChanges all = changes;
+        all.encoding = all.points = all.frames = all.scale = all.rate = true;
+        all.analogShape = all.bodies = true;
+        parameters_ = syncedParameters(take_, to_, channels_, all);
+        numberGroups();
         const auto blocksOf = [](std::uint64_t bytes) { return (bytes + c3dBlock - 1) / c3dBlock; };
         const std::uint64_t sectionBlocks = blocksOf(sectionBytes().size());
         to_.dataStart = (1 + sectionBlocks) * c3dBlock;

@@ -389,6 +389,16 @@ TEST(C3dWriter, CutsATakeAndKeepsWhatItKnowsOfIt) {
     EXPECT_EQ(*again.parameters.find("MAKER"), *take.parameters.find("MAKER"));
 }
 
+TEST(C3dWriter, PutsRightWhatAFileSaidWronglyWhereItLaysItOutAnew) {
+    FileBuilder file = fullFile();
+    file.without("USED").integer(1, "USED", 17).integer(2, "USED", 0).header(5, 90);
+    const C3dTake take = readBytes(file.bytes());
+    ASSERT_FALSE(take.report.empty());
+    const C3dTake again = readStrictly(writtenAs(take, C3dEncoding::MipsReal));
+    EXPECT_TRUE(again.report.empty());
+    expectSameSamples(again, take);
+}
+
 TEST(C3dWriter, ScalesIntegersSuchThatTheFarthestMarkerFits) {
     C3dTake take = madeTake(3);
     changeMarkers(take, 1, [](std::vector<Marker>& markers) {

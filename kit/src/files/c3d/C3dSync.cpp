@@ -180,7 +180,8 @@ private:
         if (changes_.analogShape) {
             setNumber("ANALOG", "USED", to_.channels);
         }
-        if (changes_.analogShape || (changes_.rate && to_.channels > 0)) {
+        const bool shaped = changes_.analogShape || changes_.rate;
+        if (shaped && (to_.channels > 0 || !has("ANALOG", "RATE"))) {
             const double samples = std::max<double>(1, static_cast<double>(to_.samplesPerFrame));
             parameters_.set("ANALOG",
                             C3dParameter::real("RATE", static_cast<float>(to_.rate * samples)));
