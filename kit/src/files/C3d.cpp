@@ -8,6 +8,8 @@
 #include "files/c3d/C3dDescription.h"
 #include "files/c3d/C3dSource.h"
 
+#include <tarn_kit/session/TakeOf.h>
+
 #include <algorithm>
 #include <cmath>
 #include <fstream>
@@ -33,25 +35,18 @@ template <class Payload, class Value>
 std::shared_ptr<Tracks> tracksOf(const std::shared_ptr<const Value>& values, std::size_t width,
                                  int count, double rate, int dataType, const std::string& name) {
     const int fps = wholeRate(rate);
-    const auto frames = std::make_shared<std::vector<Frame>>();
-    frames->reserve(static_cast<std::size_t>(count));
-    const auto track = std::make_shared<Track>(dataType);
-    track->setFrameCount(count);
+    const auto block = std::make_shared<std::vector<Frame>>();
+    block->reserve(static_cast<std::size_t>(count));
+    std::vector<std::shared_ptr<Frame>> frames;
+    frames.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         const Value* const first = values.get() + static_cast<std::size_t>(i) * width;
-        frames->emplace_back(Time(static_cast<unsigned>(i), static_cast<unsigned>(fps)), dataType,
-                             Payload(std::shared_ptr<const Value>(values, first), width));
-        track->setFrame(i, std::shared_ptr<Frame>(frames, &frames->back()));
+        block->emplace_back(Time(static_cast<unsigned>(i), static_cast<unsigned>(fps)), dataType,
+                            Payload(std::shared_ptr<const Value>(values, first), width));
+        frames.emplace_back(block, &block->back());
     }
-    auto tracks = std::make_shared<Tracks>();
-    tracks->setFps(fps);
-    tracks->setTimeLength(count);
-    tracks->setFrameCount(count);
-    if (count > 0) {
-        tracks->setWorkRange(0, count - 1);
-    }
+    std::shared_ptr<Tracks> tracks = takeOf(dataType, std::move(frames), fps);
     tracks->setTracksName(name);
-    tracks->addTrack(track, 0);
     return tracks;
 }
 

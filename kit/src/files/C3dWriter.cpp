@@ -204,9 +204,8 @@ public:
         to_.bodies = take.bodies.size();
         to_.bodiesPerFrame =
             take.bodies.empty() ? 0 : static_cast<std::uint64_t>(take.bodiesPerFrame);
-        to_.bodyFrames =
-            to_.bodies == 0 ? 0
-                            : static_cast<std::uint64_t>(samples_.bodySamples) / to_.bodiesPerFrame;
+        to_.bodyFrames = static_cast<std::uint64_t>(samples_.bodySamples) /
+                         std::max<std::uint64_t>(1, to_.bodiesPerFrame);
         to_.unsignedAnalog = source_ != nullptr && from().unsignedAnalog;
         to_.scale = chooseScale(take, samples_, to_.real);
         if (!to_.real) {

@@ -15,6 +15,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 // What is written reads back the same; what was not changed keeps its bytes.
@@ -504,6 +505,26 @@ TEST(C3dWriter, LeavesAStreamThatFailsInThatState) {
     stream.setstate(std::ios::badbit);
     writeC3d(madeTake(3), stream);
     EXPECT_TRUE(stream.bad());
+}
+
+TEST(C3dThreads, ReadAndWriteOneTakeAtATime) {
+    const std::string bytes = fullFile().bytes();
+    const C3dTake take = readBytes(bytes);
+    std::vector<std::string> results(4);
+    std::vector<std::thread> threads;
+    threads.reserve(results.size());
+    for (std::string& result : results) {
+        threads.emplace_back([&] {
+            const C3dTake own = readBytes(bytes);
+            result = written(own) + written(take);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const std::string& result : results) {
+        EXPECT_TRUE(result == bytes + bytes);
+    }
 }
 
 } // namespace

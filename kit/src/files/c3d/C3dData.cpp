@@ -172,8 +172,15 @@ std::uint16_t wordOf(double value, bool isUnsigned) {
         static_cast<std::int32_t>(std::clamp(std::rint(value), least, most)));
 }
 
-bool isSame(const Vector3f& a, const Vector3f& b) noexcept {
-    return std::memcmp(&a, &b, sizeof a) == 0;
+/// What tells a number from one that is equal but not the same, and finds the same in what is none.
+std::uint32_t bitsOf(float number) noexcept {
+    std::uint32_t bits = 0;
+    std::memcpy(&bits, &number, sizeof bits);
+    return bits;
+}
+
+bool isSameVector(const Vector3f& a, const Vector3f& b) noexcept {
+    return bitsOf(a.x) == bitsOf(b.x) && bitsOf(a.y) == bitsOf(b.y) && bitsOf(a.z) == bitsOf(b.z);
 }
 
 } // namespace
@@ -273,14 +280,16 @@ void C3dData::encodeBody(const RigidBody& body, char* bytes) const {
 
 bool isSame(const Marker& a, const Marker& b) noexcept {
     return a.state == b.state && a.cameras == b.cameras && isSame(a.residual, b.residual) &&
-           isSame(a.position, b.position);
+           isSameVector(a.position, b.position);
 }
 
-bool isSame(float a, float b) noexcept { return std::memcmp(&a, &b, sizeof a) == 0; }
+bool isSame(float a, float b) noexcept { return bitsOf(a) == bitsOf(b); }
 
 bool isSame(const RigidBody& a, const RigidBody& b) noexcept {
-    return a.state == b.state && isSame(a.residual, b.residual) && isSame(a.position, b.position) &&
-           std::memcmp(&a.rotation, &b.rotation, sizeof a.rotation) == 0;
+    return a.state == b.state && isSame(a.residual, b.residual) &&
+           isSameVector(a.position, b.position) && isSame(a.rotation.w, b.rotation.w) &&
+           isSameVector({a.rotation.x, a.rotation.y, a.rotation.z},
+                        {b.rotation.x, b.rotation.y, b.rotation.z});
 }
 
 } // namespace tarn::kit

@@ -435,7 +435,8 @@ private:
         }
         if (starts_.values.empty()) {
             const std::uint64_t end = std::max(section_.end, c3dBlock);
-            starts_.addValue(static_cast<double>((end + c3dBlock - 1) / c3dBlock + 1));
+            const std::uint64_t block = (end + c3dBlock - 1) / c3dBlock + 1;
+            starts_.addValue(static_cast<double>(block));
         }
     }
 
@@ -507,7 +508,7 @@ private:
         visitReadings([&](const Reading& reading) {
             const bool full = fills(reading, frames_.values[reading.frames]);
             const int votes = votesFor(reading);
-            if (full > bestFills || (full == bestFills && votes > bestVotes)) {
+            if ((full && !bestFills) || (full == bestFills && votes > bestVotes)) {
                 best = reading;
                 bestFills = full;
                 bestVotes = votes;
@@ -565,7 +566,8 @@ private:
                              "16 bits hold no more"});
             }
         }
-        const double block = static_cast<double>(layout_.dataStart / c3dBlock + 1);
+        const std::uint64_t number = layout_.dataStart / c3dBlock + 1;
+        const auto block = static_cast<double>(number);
         reportChoice(starts_, block, reason);
         for (const Statement& one : badStarts_) {
             contradict(one, block, "data cannot start there");

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <string>
 #include <utility>
 
@@ -89,9 +88,9 @@ private:
     }
 
     /// Sets a list, of which what one parameter does not hold goes on in the next one.
-    template <class T>
+    template <class T, class Make>
     void setList(const char* group, const std::string& name, const std::vector<T>& list,
-                 const std::function<C3dParameter(std::string, const std::vector<T>&)>& make) {
+                 Make make) {
         for (std::size_t number = 2; has(group, (name + std::to_string(number)).c_str());
              ++number) {
             parameters_.remove(group, name + std::to_string(number));
@@ -105,10 +104,9 @@ private:
     }
 
     void setTexts(const char* group, const char* name, const std::vector<std::string>& texts) {
-        setList<std::string>(group, name, texts,
-                             [](std::string part, const std::vector<std::string>& some) {
-                                 return C3dParameter::texts(std::move(part), some);
-                             });
+        setList(group, name, texts, [](std::string part, const std::vector<std::string>& some) {
+            return C3dParameter::texts(std::move(part), some);
+        });
     }
 
     /// Descriptions that say nothing are only set where some are to be replaced.
@@ -205,7 +203,7 @@ private:
         setTexts("ANALOG", "UNITS", text(&C3dChannel::unit));
         setDescriptions("ANALOG", text(&C3dChannel::description));
         parameters_.set("ANALOG", C3dParameter::real("GEN_SCALE", 1));
-        setList<float>(
+        setList(
             "ANALOG", "SCALE",
             listOf(channels_, [](const C3dChannel& one) { return static_cast<float>(one.scale); }),
             C3dParameter::reals);
@@ -224,16 +222,15 @@ private:
                 return one.offset == std::rint(one.offset) && std::abs(one.offset) <= most;
             });
         if (whole) {
-            setList<int>("ANALOG", "OFFSET",
-                         listOf(channels_,
-                                [](const C3dChannel& one) { return static_cast<int>(one.offset); }),
-                         C3dParameter::integers);
+            setList("ANALOG", "OFFSET",
+                    listOf(channels_,
+                           [](const C3dChannel& one) { return static_cast<int>(one.offset); }),
+                    C3dParameter::integers);
         } else {
-            setList<float>(
-                "ANALOG", "OFFSET",
-                listOf(channels_,
-                       [](const C3dChannel& one) { return static_cast<float>(one.offset); }),
-                C3dParameter::reals);
+            setList("ANALOG", "OFFSET",
+                    listOf(channels_,
+                           [](const C3dChannel& one) { return static_cast<float>(one.offset); }),
+                    C3dParameter::reals);
         }
     }
 
@@ -281,11 +278,10 @@ private:
         if (has("EVENT", "DESCRIPTIONS")) {
             setTexts("EVENT", "DESCRIPTIONS", std::vector<std::string>(events.size()));
         }
-        setList<C3dEvent>("EVENT", "TIMES", events, timesOf);
+        setList("EVENT", "TIMES", events, timesOf);
         for (const char* const name : {"ICON_IDS", "GENERIC_FLAGS"}) {
             if (has("EVENT", name)) {
-                setList<int>("EVENT", name, std::vector<int>(events.size()),
-                             C3dParameter::integers);
+                setList("EVENT", name, std::vector<int>(events.size()), C3dParameter::integers);
             }
         }
     }

@@ -14,8 +14,8 @@ namespace tarn::kit {
 /// What of a take that is to be written differs from the file it was read from; all of it for a
 /// take that never was a file.
 struct C3dChanges {
-    /// `to` is the layout that is written, with `channels` as they are stored in it.
-    C3dChanges(const C3dTake& take, const C3dLayout& to, const std::vector<C3dChannel>& channels);
+    /// `to` is the layout that is written, with the channels as they are `stored`.
+    C3dChanges(const C3dTake& take, const C3dLayout& to, const std::vector<C3dChannel>& stored);
 
     bool encoding = true;
     bool points = true;
