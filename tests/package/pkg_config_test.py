@@ -13,8 +13,11 @@ import installed
 
 compiler, prefix, work = sys.argv[1:]
 source = pathlib.Path(__file__).parent / "consumers" / "main.cpp"
+modules, defines = ["tarn_kit", "tarn_sdk"], ["WITH_KIT"]
+if any(pathlib.Path(prefix).rglob("tarn_draw.pc")):
+    modules, defines = ["tarn_draw", *modules], ["WITH_DRAW", *defines]
 output = installed.build_and_run(
-    compiler, prefix, source, pathlib.Path(work) / "consumer", ["tarn_kit", "tarn_sdk"], ["WITH_KIT"])
+    compiler, prefix, source, pathlib.Path(work) / "consumer", modules, defines)
 expected = "1 child, frame 60 is 0:0:0 60.0\n"
 if output != expected:
     sys.exit(f"expected {expected!r}, got {output!r}")

@@ -2,12 +2,16 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // What a host does first: includes everything, links objects, hears a take move. Exits 0 when all
-// of it works. With the kit it also reads a take.
+// of it works. With the kit it also reads a take, with the
+// drawing library it draws a page.
 #include <tarn/tarn.h>
 #ifdef WITH_KIT
 #include <tarn_kit/files/Bvh.h>
 
 #include <sstream>
+#endif
+#ifdef WITH_DRAW
+#include <tarn_draw/tarn_draw.h>
 #endif
 
 #include <iostream>
@@ -29,6 +33,12 @@ int main() {
     std::istringstream file("HIERARCHY ROOT Hips\n{ OFFSET 0 0 0 CHANNELS 1 Yrotation }\n"
                             "MOTION Frames: 1 Frame Time: 0.01\n90\n");
     if (tarn::kit::readBvh(file).tracks->fps() != 100) {
+        return 1;
+    }
+#endif
+#ifdef WITH_DRAW
+    const tarn::draw::Picture page = tarn::draw::poseSheet({});
+    if (tarn::draw::renderPng(page).empty()) {
         return 1;
     }
 #endif
