@@ -89,11 +89,13 @@ void writeJson(OutputFile& file, const Take& take, FrameRange range) {
 }
 
 int exportPositions(const ExportOptions& options) {
-    const auto wanted =
-        options.frames ? std::optional(parseFrameRange(*options.frames, "--frames")) : std::nullopt;
+    std::optional<FrameRange> wanted; // a wrong one is told before any file is opened
+    if (options.frames) {
+        wanted = parseFrameRange(*options.frames, "--frames");
+    }
     refuseToOverwrite(options.take, options.out, "--out");
     const Take take(options.take);
-    const FrameRange range = wanted.value_or(allFrames(take.frameCount()));
+    const FrameRange range = wanted ? *wanted : allFrames(take.frameCount());
     if (wanted) {
         checkFrameRange(range, take.frameCount(), "--frames");
     }
