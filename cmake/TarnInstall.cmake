@@ -18,6 +18,8 @@ if(TARGET tarn_draw)
     set_target_properties(tarn_draw PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
 
+install(FILES LICENSE NOTICE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
 set(tarn_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/tarn_sdk")
 install(TARGETS ${tarn_installed_targets} EXPORT tarn_sdkTargets)
 install(
