@@ -19,6 +19,7 @@ int main(int argc, char** argv) {
         std::cerr << "usage: draw_a_take TAKE.bvh DIRECTORY\n";
         return 2;
     }
+    const draw::ScopedFonts fonts; // what drawing keeps for the next picture goes at the end
     try {
         const kit::BvhTake take = kit::readBvh(argv[1]);
         const std::filesystem::path out(argv[2]);
