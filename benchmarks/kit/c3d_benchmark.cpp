@@ -22,7 +22,6 @@ namespace {
 
 namespace kit = tarn::kit;
 using tarn_benchmark::Contender;
-using tarn_benchmark::Goal;
 using tarn_benchmark::Measure;
 using tarn_benchmark::repeated;
 using tarn_benchmark::TemporaryFile;

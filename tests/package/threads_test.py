@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: the tarn_sdk authors
 # SPDX-License-Identifier: Apache-2.0
 
-"""Checks that docs/threads.md says for every class of the library what its threads may do, and that
-the test suites which it names exist.
+"""Checks that docs/threads.md says for every class of the library and of the kit what its threads may do,
+and that the test suites which it names, one for each line at least, exist.
 
 usage: threads_test.py PROJECT_DIR
 """
@@ -17,9 +17,12 @@ rows = [row.split("|")[1:-1] for row in page.splitlines() if row.startswith("|")
 named = {name for row in rows for name in re.findall(r"`([\w:]+)`", row[0])}
 suites = {suite for row in rows for suite in re.findall(r"`(\w+)`", row[-1])}
 
-problems = []
-for header in sorted((root / "include/tarn").glob("*.h")):
-    for name in re.findall(r"^class TARN_EXPORT (\w+)", header.read_text(encoding="utf-8"), re.MULTILINE):
+problems = [f"docs/threads.md shows nothing for{row[0]}" for row in rows
+            if re.search(r"`\w", row[0]) and not re.search(r"`\w", row[-1])]
+headers = [*(root / "include/tarn").glob("*.h"), *(root / "kit/include/tarn_kit").rglob("*.h")]
+for header in sorted(headers):
+    for name in re.findall(r"^(?:class|struct) TARN_(?:KIT_)?EXPORT (\w+)", header.read_text(encoding="utf-8"),
+                           re.MULTILINE):
         if name not in named:
             problems.append(f"docs/threads.md has no line for {name}")
 tests = "".join(path.read_text(encoding="utf-8") for path in (root / "tests").rglob("*_test.cpp"))

@@ -88,6 +88,7 @@ struct Performer::PrivateData {
     void count();
     void solve(Timeline& timeline);
     void putOut(const FramePtr& frame);
+    std::shared_ptr<Tracks> takeOfRecorded() const;
 
     const PerformerSetup setup;
     FrameQueue queue;
@@ -105,6 +106,8 @@ struct Performer::PrivateData {
     bool isStreaming = false;
     bool isRecording = false;
     int recorded = 0; ///< how many frame indexes
+    /// What the last recording was, once it has ended: the live take is emptied by the next start.
+    std::shared_ptr<Tracks> recording;
     tsignal::ScopedConnection arrivals;
     tsignal::ScopedConnection states;
 };
@@ -253,6 +256,13 @@ void Performer::PrivateData::putOut(const FramePtr& frame) {
     onSolved.emit(frame);
 }
 
+std::shared_ptr<Tracks> Performer::PrivateData::takeOfRecorded() const {
+    auto take = takeOf(setup.inputType, framesOf(*inputs, recorded), setup.rate);
+    take->addTrack(trackOf(setup.outputType, framesOf(*outputs, recorded)), 0);
+    take->setTracksName(setup.name);
+    return take;
+}
+
 Performer::Performer(const std::string& id, const PerformerSetup& setup)
     : d_(std::make_unique<PrivateData>(id, checked(setup))) {
     d_->link();
@@ -280,11 +290,7 @@ void Performer::addCalibrator(Calibrator& calibrator, bool required) {
 std::shared_ptr<Tracks> Performer::live() const { return d_->live; }
 
 std::shared_ptr<Tracks> Performer::recording() const {
-    const PerformerSetup& setup = d_->setup;
-    auto take = takeOf(setup.inputType, framesOf(*d_->inputs, d_->recorded), setup.rate);
-    take->addTrack(trackOf(setup.outputType, framesOf(*d_->outputs, d_->recorded)), 0);
-    take->setTracksName(setup.name);
-    return take;
+    return d_->recording != nullptr ? d_->recording : d_->takeOfRecorded();
 }
 
 const PerformerStatistics& Performer::statistics() const { return d_->statistics; }
@@ -327,10 +333,15 @@ void Performer::beginRecord() {
     d_->statistics.framesLate = 0;
     d_->statistics.framesOut = 0;
     d_->recorded = 0;
+    d_->recording = nullptr;
     d_->isRecording = true;
 }
 
-void Performer::endRecord() { d_->isRecording = false; }
+void Performer::endRecord() {
+    if (std::exchange(d_->isRecording, false)) {
+        d_->recording = d_->takeOfRecorded();
+    }
+}
 
 bool Performer::bring(int index, const StopRequested& stopRequested) {
     if (index >= d_->setup.frameCount) {

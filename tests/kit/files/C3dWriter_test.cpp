@@ -195,8 +195,7 @@ TEST(C3dWriter, GivesBackTheBytesOfDataThatDecodeToTheSame) {
 
 TEST(C3dWriter, GivesBackTheBytesOfTheSamples) {
     for (const char* const name : {"cmu_01_01_jumps.c3d", "cmu_85_02.c3d"}) {
-        std::ifstream stream(testing::samplePath(name), std::ios::binary);
-        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+        const std::string bytes = testing::readFile(testing::samplePath(name));
         ASSERT_GT(bytes.size(), 500'000U);
         EXPECT_TRUE(written(readBytes(bytes)) == bytes) << name;
     }

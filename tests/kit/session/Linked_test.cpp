@@ -13,6 +13,8 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -180,6 +182,25 @@ TEST(Linked, PartsMayBeDestroyedInEveryOrder) {
         ++orders;
     } while (std::next_permutation(order.begin(), order.end()));
     EXPECT_EQ(orders, 120);
+}
+
+TEST(LinkedThreads, GuardsOfOneParentAreMadeAndDroppedUnderTheLockOfTheHost) {
+    Object parent;
+    std::mutex lock;
+    const auto linkAndUnlink = [&] {
+        for (int i = 0; i < 200; ++i) {
+            Object child; // used by this thread alone
+            const std::lock_guard<std::mutex> guard(lock);
+            Linked link(parent, child);
+            EXPECT_EQ(child.parent(), &parent);
+            link.unlink();
+        }
+    };
+    std::thread other(linkAndUnlink);
+    linkAndUnlink();
+    other.join();
+    EXPECT_TRUE(parent.children().empty());
+    EXPECT_TRUE(parent.userObjects().empty());
 }
 
 } // namespace

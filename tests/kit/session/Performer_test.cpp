@@ -61,6 +61,21 @@ protected:
     std::unique_ptr<Performer> performer_;
 };
 
+TEST_F(PerformerOnASled, KeepsARecordingUntilTheNextOneBegins) {
+    perform({0, 1, 2, 3}, 4);
+    record();
+    const auto recording = performer_->recording();
+    performer_->start(); // to calibrate once more, say
+    performer_->bring(0);
+    performer_->live()->setCurrentTime(0);
+    performer_->stop();
+    performer_->endRecord(); // which nobody began
+    EXPECT_EQ(performer_->recording(), recording);
+    EXPECT_THAT(recorded(bodyDataType), ElementsAre(0, 1, 2, 3));
+    performer_->beginRecord();
+    EXPECT_EQ(performer_->recording()->timeLength(), 0);
+}
+
 TEST_F(PerformerOnASled, RecordsWhatCameInAndWhatWasPutOut) {
     perform({0, 1, 2, 3}, 4);
     record();

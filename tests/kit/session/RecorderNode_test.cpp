@@ -61,9 +61,9 @@ std::vector<int> slotsOf(Tracks& take) {
     return indexes;
 }
 
-class Recorder : public ::testing::Test {
+class RecorderNodeTest : public ::testing::Test {
 protected:
-    Recorder() {
+    RecorderNodeTest() {
         recorder_->onFull().connect([this] { ++fullCount_; });
         EXPECT_TRUE(recorder_->tieToIFramePort(RecorderNode::framePort, source_.output()));
     }
@@ -78,14 +78,14 @@ private:
     std::unique_ptr<RecorderNode> recorder_ = std::make_unique<RecorderNode>(dataType, 4);
 };
 
-TEST_F(Recorder, HasOneInputPort) {
+TEST_F(RecorderNodeTest, HasOneInputPort) {
     EXPECT_THAT(recorder().supportIFramePorts(), ElementsAre(RecorderNode::framePort));
     EXPECT_THAT(recorder().supportOFramePorts(), IsEmpty());
     EXPECT_EQ(recorder().dataType(), dataType);
     EXPECT_EQ(recorder().maxFrames(), 4);
 }
 
-TEST_F(Recorder, GivesAnEmptyTakeBeforeAnythingArrived) {
+TEST_F(RecorderNodeTest, GivesAnEmptyTakeBeforeAnythingArrived) {
     const auto take = recorder().take();
     EXPECT_EQ(take->trackCount(), 1);
     EXPECT_EQ(take->getTrack(0)->dataType(), dataType);
@@ -98,7 +98,7 @@ TEST_F(Recorder, GivesAnEmptyTakeBeforeAnythingArrived) {
     EXPECT_FALSE(recorder().isFull());
 }
 
-TEST_F(Recorder, GivesFramesInTheOrderInWhichTheyArrived) {
+TEST_F(RecorderNodeTest, GivesFramesInTheOrderInWhichTheyArrived) {
     source().send({2, 0, 0});
     EXPECT_EQ(recorder().frameCount(), 3);
     std::vector<unsigned> indexes;
@@ -108,7 +108,7 @@ TEST_F(Recorder, GivesFramesInTheOrderInWhichTheyArrived) {
     EXPECT_THAT(indexes, ElementsAre(2, 0, 0));
 }
 
-TEST_F(Recorder, LaysATakeOutByFrameIndexFromTheLowestOn) {
+TEST_F(RecorderNodeTest, LaysATakeOutByFrameIndexFromTheLowestOn) {
     source().send({12, 10, 13});
     const auto take = recorder().take();
     EXPECT_THAT(slotsOf(*take), ElementsAre(10, -1, 12, 13));
@@ -120,7 +120,7 @@ TEST_F(Recorder, LaysATakeOutByFrameIndexFromTheLowestOn) {
     EXPECT_EQ(take->workRangeEnd(), 3);
 }
 
-TEST_F(Recorder, ShowsTheLastOfFramesThatHaveOneIndex) {
+TEST_F(RecorderNodeTest, ShowsTheLastOfFramesThatHaveOneIndex) {
     source().send({0});
     const FramePtr again = frameAt(0);
     source().output().emit(again);
@@ -128,13 +128,13 @@ TEST_F(Recorder, ShowsTheLastOfFramesThatHaveOneIndex) {
     EXPECT_EQ(recorder().frameCount(), 2);
 }
 
-TEST_F(Recorder, GivesNoLongerTakeThanItsBoundWhereACounterJumped) {
+TEST_F(RecorderNodeTest, GivesNoLongerTakeThanItsBoundWhereACounterJumped) {
     source().send({0, 4'294'967'295, 3});
     EXPECT_THAT(slotsOf(*recorder().take()), ElementsAre(0, -1, -1, 3));
     EXPECT_EQ(recorder().frames().size(), 3U);
 }
 
-TEST_F(Recorder, GivesATakeOfTheFrameIndexesThatAreAskedFor) {
+TEST_F(RecorderNodeTest, GivesATakeOfTheFrameIndexesThatAreAskedFor) {
     source().send({4, 6, 7});
     EXPECT_THAT(slotsOf(*recorder().take(3, 6)), ElementsAre(-1, 4, -1, 6, 7, -1));
     EXPECT_THAT(slotsOf(*recorder().take(5, 2)), ElementsAre(-1, 6));
@@ -142,13 +142,13 @@ TEST_F(Recorder, GivesATakeOfTheFrameIndexesThatAreAskedFor) {
     EXPECT_THAT(slotsOf(*recorder().take(9, 0)), IsEmpty());
 }
 
-TEST_F(Recorder, SharesTheFrames) {
+TEST_F(RecorderNodeTest, SharesTheFrames) {
     const FramePtr frame = frameAt(5);
     source().output().emit(frame);
     EXPECT_EQ(recorder().take()->getFrame(0, dataType), frame);
 }
 
-TEST_F(Recorder, PassesOverWhatIsNotItsDataType) {
+TEST_F(RecorderNodeTest, PassesOverWhatIsNotItsDataType) {
     source().send({0});
     source().output().emit(frameAt(1, dataType + 1));
     source().output().emit(std::make_shared<Frame>());
@@ -159,7 +159,7 @@ TEST_F(Recorder, PassesOverWhatIsNotItsDataType) {
     EXPECT_EQ(recorder().lostFrames(), 0);
 }
 
-TEST_F(Recorder, RefusesFramesBeyondItsBoundAndSaysSoOnce) {
+TEST_F(RecorderNodeTest, RefusesFramesBeyondItsBoundAndSaysSoOnce) {
     source().send({0, 1, 2});
     EXPECT_FALSE(recorder().isFull());
     source().send({3});
@@ -174,7 +174,7 @@ TEST_F(Recorder, RefusesFramesBeyondItsBoundAndSaysSoOnce) {
     EXPECT_THAT(indexesOf(*recorder().take()), ElementsAre(0, 1, 2, 3));
 }
 
-TEST_F(Recorder, PassesOverOtherDataTypesWhenItIsFullToo) {
+TEST_F(RecorderNodeTest, PassesOverOtherDataTypesWhenItIsFullToo) {
     source().send({0, 1, 2, 3});
     source().output().emit(frameAt(4, dataType + 1));
     EXPECT_EQ(fullCount(), 0);
@@ -182,14 +182,14 @@ TEST_F(Recorder, PassesOverOtherDataTypesWhenItIsFullToo) {
     EXPECT_EQ(recorder().foreignFrames(), 1);
 }
 
-TEST_F(Recorder, LetsGoOfWhatItRefuses) {
+TEST_F(RecorderNodeTest, LetsGoOfWhatItRefuses) {
     source().send({0, 1, 2, 3});
     const FramePtr frame = frameAt(4);
     source().output().emit(frame);
     EXPECT_EQ(frame.use_count(), 1);
 }
 
-TEST_F(Recorder, MayHaveABoundOfNothing) {
+TEST_F(RecorderNodeTest, MayHaveABoundOfNothing) {
     RecorderNode recorder(dataType, 0);
     int fullCount = 0;
     recorder.onFull().connect([&] { ++fullCount; });
@@ -200,7 +200,7 @@ TEST_F(Recorder, MayHaveABoundOfNothing) {
     EXPECT_EQ(recorder.take()->timeLength(), 0);
 }
 
-TEST_F(Recorder, StartsAfreshWhenItIsCleared) {
+TEST_F(RecorderNodeTest, StartsAfreshWhenItIsCleared) {
     const FramePtr frame = frameAt(0);
     source().output().emit(frame);
     source().output().emit(nullptr);
@@ -216,7 +216,7 @@ TEST_F(Recorder, StartsAfreshWhenItIsCleared) {
     EXPECT_EQ(fullCount(), 2);
 }
 
-TEST_F(Recorder, GivesATakeThatStaysAsItIs) {
+TEST_F(RecorderNodeTest, GivesATakeThatStaysAsItIs) {
     source().send({0, 1});
     const auto take = recorder().take();
     source().send({2});
@@ -228,7 +228,7 @@ TEST_F(Recorder, GivesATakeThatStaysAsItIs) {
     EXPECT_THAT(indexesOf(*recorder().take()), ElementsAre(3));
 }
 
-TEST_F(Recorder, LetsASlotOfFullTakeWhatIsThereAndClear) {
+TEST_F(RecorderNodeTest, LetsASlotOfFullTakeWhatIsThereAndClear) {
     std::vector<std::vector<unsigned>> takes;
     recorder().onFull().connect([&] {
         takes.push_back(indexesOf(*recorder().take()));
@@ -239,7 +239,7 @@ TEST_F(Recorder, LetsASlotOfFullTakeWhatIsThereAndClear) {
     EXPECT_THAT(indexesOf(*recorder().take()), ElementsAre(10));
 }
 
-TEST_F(Recorder, MayBeDestroyedWhileItIsTied) {
+TEST_F(RecorderNodeTest, MayBeDestroyedWhileItIsTied) {
     const FramePtr frame = frameAt(0);
     source().output().emit(frame);
     source().send({1, 2, 3});
@@ -251,7 +251,7 @@ TEST_F(Recorder, MayBeDestroyedWhileItIsTied) {
     EXPECT_EQ(fullCount(), 0);
 }
 
-TEST_F(Recorder, MayBeDestroyedByASlotOfFull) {
+TEST_F(RecorderNodeTest, MayBeDestroyedByASlotOfFull) {
     int later = 0;
     recorder().onFull().connect([this] { destroy(); });
     recorder().onFull().connect([&] { ++later; });
@@ -260,7 +260,7 @@ TEST_F(Recorder, MayBeDestroyedByASlotOfFull) {
     EXPECT_EQ(later, 0);
 }
 
-TEST_F(Recorder, IsSilentOnceItIsDestroyedOnAnotherThread) {
+TEST_F(RecorderNodeTest, IsSilentOnceItIsDestroyedOnAnotherThread) {
     std::thread sending([this] {
         for (unsigned i = 0; i < 1000; ++i) {
             source().send({i});
@@ -272,7 +272,7 @@ TEST_F(Recorder, IsSilentOnceItIsDestroyedOnAnotherThread) {
     EXPECT_EQ(fullCount(), heard);
 }
 
-TEST_F(Recorder, IsReadWhileItRecords) {
+TEST_F(RecorderNodeTest, IsReadWhileItRecords) {
     constexpr unsigned frames = 1000;
     RecorderNode recorder(dataType, frames / 2);
     recorder.tieToIFramePort(RecorderNode::framePort, source().output());
@@ -289,7 +289,7 @@ TEST_F(Recorder, IsReadWhileItRecords) {
     EXPECT_EQ(indexesOf(*recorder.take()), upTo(frames / 2));
 }
 
-TEST(RecorderOfAReplay, RecordsTheTakeFrameForFrame) {
+TEST(RecorderNodeOfAReplay, RecordsTheTakeFrameForFrame) {
     ReplayDevice device("replay 1");
     RecorderNode recorder(poseDataType, 10'000);
     recorder.tieToIFramePort(RecorderNode::framePort, device.oFramePort(ReplayDevice::posePort));

@@ -94,7 +94,9 @@ public:
     std::shared_ptr<Tracks> live() const;
     /// What has been recorded, as a take of its own: a track of the frames that came in and one of
     /// those that were put out. Both are laid out by frame index: where a frame was lost there is
-    /// none. It is as long as was recorded. Empty before the first recording.
+    /// none. It is as long as was recorded. Empty before the first recording; once a recording has
+    /// ended, it is the same take until the next one begins, whatever plays or calibrates
+    /// meanwhile.
     std::shared_ptr<Tracks> recording() const;
     const PerformerStatistics& statistics() const;
 

@@ -38,7 +38,7 @@ TEST_F(Stream, RecordsASampleTakeFrameForFrame) {
                                    HasSubstr("\n  recording identical to the take\n")));
 }
 
-TEST_F(Stream, KeepsTheBeatOfTheTakeTimesAFactor) {
+TEST_F(Stream, SaysHowFastItStreamedAndHowLong) {
     // 3 frames at 25 per second, ten times as fast: the last one is due 8 ms after the first.
     const Outcome outcome = capture({"stream", take_, "--rate", "10"});
 
