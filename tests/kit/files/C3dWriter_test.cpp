@@ -3,6 +3,7 @@
 
 #include "kit/files/C3dTesting.h"
 #include "support/Samples.h"
+#include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
