@@ -135,7 +135,7 @@ std::int64_t Rate::frameAt(const Instant& moment) const noexcept {
 }
 
 Time Rate::time(std::int64_t frame) const noexcept {
-    return Time(static_cast<unsigned>(frame), static_cast<unsigned>(fps()));
+    return {static_cast<unsigned>(frame), static_cast<unsigned>(fps())};
 }
 
 std::string Rate::text() const {
