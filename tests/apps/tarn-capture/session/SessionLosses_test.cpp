@@ -163,7 +163,7 @@ TEST_F(Files, SayHowManyFramesWereLost) {
     EXPECT_EQ(session("lossy", "Session.Characters.Character1.FramesLost"), "4");
 }
 
-std::size_t onePage(std::size_t) { return 1; }
+std::size_t onePage(std::size_t /*performers*/) { return 1; }
 
 TEST_F(Files, GivePicturesEachFrameAtItsPlace) {
     std::vector<int> drawn;
