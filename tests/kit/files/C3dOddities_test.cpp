@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Files as they are out there: each states something strange, or twice and differently.
@@ -323,6 +324,22 @@ TEST(C3dOddities, AProcessorThatIsNoneIsTheOneThatMakesSense) {
         EXPECT_EQ(take.encoding, encoding);
         expectData(take);
         EXPECT_TRUE(findingOn(take, "the type of processor"));
+    }
+}
+
+TEST(C3dOddities, ADamagedParameterIsNoReasonToDoubtTheProcessor) {
+    // The number of the first group, then the length of the name of the first parameter.
+    for (const auto& [offset, value] : {std::pair(517U, 0x80), {526U, 1}, {526U, 255}}) {
+        for (const C3dEncoding encoding : allEncodings) {
+            FileBuilder file(encoding);
+            std::string bytes = file.standard().bytes();
+            bytes[offset] = static_cast<char>(value);
+            const C3dTake take = readBytes(bytes);
+            expectData(take);
+            EXPECT_EQ(take.encoding, encoding) << offset << ": " << value;
+            EXPECT_EQ(take.rate, 100) << offset << ": " << value;
+            EXPECT_FALSE(findingOn(take, "the type of processor")) << offset << ": " << value;
+        }
     }
 }
 

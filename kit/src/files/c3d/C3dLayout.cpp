@@ -132,8 +132,10 @@ C3dSection readInSomeOrder(std::string_view bytes, std::uint64_t fileSize, std::
         const auto order = [](const C3dSection& section) {
             return std::make_tuple(makesSense(section), -static_cast<int>(section.findings.size()));
         };
-        return order(one) != order(other) ? order(one) > order(other)
-                                          : senseOf(one) > senseOf(other) + 1;
+        // A damaged byte can end the parameters early in the right order of bytes, with fewer
+        // findings in a wrong one, where then no number is what it should be.
+        const int gain = senseOf(one) - senseOf(other);
+        return gain > 1 || (gain >= -1 && order(one) > order(other));
     };
     C3dSection section = readSection(bytes, start, first);
     for (const C3dProcessor other : processors) {
