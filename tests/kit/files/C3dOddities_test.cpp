@@ -152,6 +152,16 @@ TEST(C3dOddities, DataThatStartNowhereStartBehindTheParameters) {
     EXPECT_EQ(findingOn(take, "header word 9")->believed, "3");
 }
 
+TEST(C3dOddities, DataThatStartNowhereStartBehindTheStatedBlocksOfParametersIfThatFillsTheFile) {
+    FileBuilder file; // with a block of parameters that holds none
+    file.blocks = 2;
+    file.standard().without("DATA_START").integer(1, "DATA_START", 0).header(9, 0);
+    const C3dTake take = readBytes(file.bytes());
+    expectData(take);
+    EXPECT_EQ(findingOn(take, "POINT:DATA_START")->believed, "4");
+    EXPECT_EQ(findingOn(take, "header word 9")->believed, "4");
+}
+
 TEST(C3dOddities, ADataStartOfZeroIsTakenFromTheOtherPlace) {
     expectSettled(FileBuilder().standard().header(9, 0).bytes(), "header word 9", "0", "4");
     FileBuilder file;

@@ -438,6 +438,12 @@ private:
         if (starts_.values.empty()) {
             const std::uint64_t end = std::max(section_.end, c3dBlock);
             const std::uint64_t block = (end + c3dBlock - 1) / c3dBlock + 1;
+            // Room may be left in the section, or its last records may not be legible.
+            const std::uint64_t behind =
+                section_.start / c3dBlock + static_cast<std::uint64_t>(section_.statedBlocks) + 1;
+            if (behind > block && (behind - 1) * c3dBlock < layout_.fileSize) {
+                starts_.addValue(static_cast<double>(behind));
+            }
             starts_.addValue(static_cast<double>(block));
         }
     }
