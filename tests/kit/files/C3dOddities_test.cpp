@@ -353,6 +353,20 @@ TEST(C3dOddities, ADamagedParameterIsNoReasonToDoubtTheProcessor) {
     }
 }
 
+TEST(C3dOddities, OneEventMayBeAListOfItsMinutesAndSeconds) {
+    const auto eventsOf = [](int used, const std::vector<float>& times) {
+        FileBuilder file;
+        file.standard().group(4, "EVENT").integer(4, "USED", used).numbers(4, "TIMES", times);
+        return readBytes(file.bytes()).events;
+    };
+    const std::vector<C3dEvent> one = eventsOf(1, {1, 1.5F});
+    ASSERT_EQ(one.size(), 1U);
+    EXPECT_EQ(one[0].time, 61.5);
+    const std::vector<C3dEvent> two = eventsOf(2, {1, 1.5F});
+    ASSERT_EQ(two.size(), 2U);
+    EXPECT_EQ(two[1].time, 1.5);
+}
+
 TEST(C3dOddities, AProcessorThatMakesNoSenseOfTheParametersIsNotBelieved) {
     FileBuilder file;
     std::string bytes = file.standard().bytes();

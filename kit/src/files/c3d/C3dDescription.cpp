@@ -227,18 +227,30 @@ std::vector<C3dRigidBody> bodiesOf(const C3dParameters& parameters, std::size_t 
     return bodies;
 }
 
+/// How many numbers state the time of an event: minutes and seconds, or in a plain list seconds
+/// alone. Where writers drop a last dimension of 1, a plain list of two numbers is a single event.
+std::size_t numbersPerEvent(const C3dParameters& parameters, const C3dParameter& times,
+                            std::size_t labels) {
+    if (times.dimensions.size() > 1) {
+        return times.dimensions[0] == 2 ? 2 : 1;
+    }
+    const C3dParameter* const used = parameters.find("EVENT", "USED");
+    const bool isSaid = used != nullptr && used->size() > 0;
+    const bool isSingle = isSaid ? used->number() == 1 : labels == 1;
+    return times.size() == 2 && isSingle ? 2 : 1;
+}
+
 std::vector<C3dEvent> eventsOf(const C3dParameters& parameters) {
     std::vector<C3dEvent> events;
     const C3dParameter* const first = parameters.find("EVENT", "TIMES");
     if (first == nullptr || first->type == C3dType::Text) {
         return events;
     }
-    // Minutes and seconds, or in a plain list seconds alone.
-    const std::size_t width = first->dimensions.size() > 1 && first->dimensions[0] == 2 ? 2 : 1;
     const std::vector<double> times = parameters.numbers("EVENT", "TIMES");
     const std::vector<std::string> labels = parameters.texts("EVENT", "LABELS");
     const std::vector<std::string> contexts = parameters.texts("EVENT", "CONTEXTS");
     const std::vector<std::string> subjects = parameters.texts("EVENT", "SUBJECTS");
+    const std::size_t width = numbersPerEvent(parameters, *first, labels.size());
     std::size_t count = times.size() / width;
     const C3dParameter* const used = parameters.find("EVENT", "USED");
     if (used != nullptr && used->size() > 0 && used->number() >= 0) {
