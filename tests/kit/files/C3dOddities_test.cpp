@@ -131,6 +131,32 @@ TEST(C3dOddities, TheRateOfTheParametersIsBelievedIfItIsOne) {
     EXPECT_TRUE(findingOn(take, "header word 11"));
 }
 
+TEST(C3dOddities, ARateThatNoRecordingHasGivesWayToOneThatDoes) {
+    for (const float broken : {1e-20F, 1e20F}) {
+        FileBuilder file;
+        file.standard().without("RATE").number(1, "RATE", broken);
+        const C3dTake take = readBytes(file.bytes());
+        expectData(take);
+        EXPECT_EQ(take.rate, 100) << broken;
+        EXPECT_EQ(findingOn(take, "POINT:RATE")->believed, "100") << broken;
+        file.headerReal(11, broken);
+        EXPECT_EQ(readBytes(file.bytes()).rate, static_cast<double>(broken)) << "twice the same";
+    }
+}
+
+TEST(C3dOddities, AScaleThatNoRecordingHasGivesWayToOneThatDoes) {
+    for (const float broken : {1e-20F, 1e20F}) {
+        FileBuilder file(C3dEncoding::IntelInteger);
+        file.standard().without("SCALE").number(1, "SCALE", broken);
+        const C3dTake take = readBytes(file.bytes());
+        expectData(take);
+        EXPECT_EQ(take.scale, 0.25) << broken;
+        EXPECT_EQ(findingOn(take, "POINT:SCALE")->believed, "0.25") << broken;
+        file.headerReal(7, broken);
+        EXPECT_EQ(readBytes(file.bytes()).scale, static_cast<double>(broken)) << "twice the same";
+    }
+}
+
 TEST(C3dOddities, ARateThatIsNotWholeIsKeptExactlyAndRoundedForTheTake) {
     FileBuilder file;
     file.rate = 59.94F;

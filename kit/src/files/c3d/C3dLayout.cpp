@@ -27,6 +27,9 @@ constexpr double mostOfAnything = 1 << 24;
 
 bool isPlausibleRate(double rate) { return rate > 1e-3 && rate < 1e6; }
 
+/// Of either sign, as it tells reals from integers.
+bool isPlausibleScale(double scale) { return std::abs(scale) > 1e-6 && std::abs(scale) < 1e4; }
+
 bool isUsable(double number) { return std::isfinite(number) && number > 0; }
 
 /// Something that is stated somewhere.
@@ -84,10 +87,9 @@ std::uint64_t searchedSection(std::string_view bytes) {
 /// How many of the words that every file needs make sense in the order of bytes of a processor.
 int sense(std::string_view bytes, std::uint64_t fileSize, C3dProcessor processor) {
     const HeaderReader reader(bytes, processor);
-    const double scale = std::abs(reader.real(header::scale));
     const std::uint64_t block = reader.word(header::dataStart);
     int count = isPlausibleRate(reader.real(header::rate)) ? 1 : 0;
-    count += scale > 1e-6 && scale < 1e4 ? 1 : 0;
+    count += isPlausibleScale(reader.real(header::scale)) ? 1 : 0;
     count += block > 1 && (block - 1) * c3dBlock < fileSize ? 1 : 0;
     count += reader.word(header::points) < 1000 ? 1 : 0;
     return count;
@@ -266,7 +268,10 @@ private:
     void settleRate() {
         const Statement inHeader = header_.statedReal(header::rate);
         const auto parameter = stated("POINT", "RATE");
-        if (parameter && isUsable(parameter->value)) {
+        // A positive number that no recording has as its rate counts only where there is no better.
+        const bool isBetterInHeader =
+            parameter && !isPlausibleRate(parameter->value) && isPlausibleRate(inHeader.value);
+        if (parameter && isUsable(parameter->value) && !isBetterInHeader) {
             layout_.rate = parameter->value;
         } else if (isUsable(inHeader.value)) {
             layout_.rate = inHeader.value;
@@ -275,7 +280,9 @@ private:
             return !(std::abs(value - layout_.rate) <= layout_.rate * 1e-6);
         };
         if (parameter && differs(parameter->value)) {
-            contradict(*parameter, layout_.rate, "a rate is a positive number");
+            contradict(*parameter, layout_.rate,
+                       isUsable(parameter->value) ? "no recording has such a rate"
+                                                  : "a rate is a positive number");
         }
         if (differs(inHeader.value)) {
             contradict(inHeader, layout_.rate,
@@ -449,9 +456,16 @@ private:
     }
 
     void collectReals() {
-        for (const auto& statement :
-             {stated("POINT", "SCALE"), std::optional(header_.statedReal(header::scale))}) {
-            if (statement && std::isfinite(statement->value) && statement->value != 0) {
+        const std::optional<Statement> inHeader = header_.statedReal(header::scale);
+        const auto parameter = stated("POINT", "SCALE");
+        // A number that no recording is scaled with counts only where there is no better.
+        const bool isAnyPlausible =
+            isPlausibleScale(inHeader->value) || (parameter && isPlausibleScale(parameter->value));
+        for (const auto& statement : {parameter, inHeader}) {
+            const bool isOne = statement && std::isfinite(statement->value) &&
+                               statement->value != 0 &&
+                               (isPlausibleScale(statement->value) || !isAnyPlausible);
+            if (isOne) {
                 scales_.push_back(*statement);
                 reals_.addValue(statement->value < 0 ? 1 : 0);
             } else if (statement) {
