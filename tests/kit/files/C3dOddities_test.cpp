@@ -536,7 +536,7 @@ TEST(C3dOddities, AFileWithoutFramesHasItsMarkersAllTheSame) {
 TEST(C3dMarkers, AreNotSeenIfTheFourthWordIsNegativeOrACoordinateIsNone) {
     FileBuilder file;
     std::string bytes = file.standard().bytes();
-    const std::size_t data = 3U * 512;
+    const std::size_t data = std::size_t{3} * 512;
     const auto put = [&](std::size_t marker, std::size_t at, float value) {
         bytes.replace(data + marker * 16 + at * 4, 4, real(C3dEncoding::IntelReal, value));
     };
@@ -553,7 +553,8 @@ TEST(C3dMarkers, MayHaveAFourthWordThatIsNoWholeNumberOrLarge) {
     FileBuilder file;
     std::string bytes = file.standard().bytes();
     const auto put = [&](std::size_t marker, float value) {
-        bytes.replace(3U * 512 + marker * 16 + 12, 4, real(C3dEncoding::IntelReal, value));
+        bytes.replace(std::size_t{3} * 512 + marker * 16 + 12, 4,
+                      real(C3dEncoding::IntelReal, value));
     };
     put(0, 3.9F);
     put(1, 1e30F);
@@ -567,7 +568,7 @@ TEST(C3dMarkers, MayHaveAFourthWordThatIsNoWholeNumberOrLarge) {
 TEST(C3dMarkers, AtTheOriginAreSeenUnlessItIsAskedOtherwise) {
     FileBuilder file;
     std::string bytes = file.standard().bytes();
-    bytes.replace(3U * 512, 16, std::string(16, '\0'));
+    bytes.replace(std::size_t{3} * 512, 16, std::string(16, '\0'));
     EXPECT_TRUE(markersAt(readBytes(bytes), 0)[0].hasPosition());
     C3dOptions options;
     options.originIsNotSeen = true;
@@ -629,6 +630,7 @@ TEST(C3dMarkers, BeyondTwoHundredAndFiftyFiveContinueTheirLabels) {
     file.frames = 2;
     file.dataBlock = 40;
     std::vector<std::string> labels;
+    labels.reserve(600);
     for (int i = 0; i < 600; ++i) {
         labels.push_back("M" + std::to_string(i));
     }
@@ -860,7 +862,7 @@ TEST(C3dRigidBodies, MayComeWithoutMarkersAndMoreOftenThanFrames) {
     file.standard().group(5, "ROTATION").integer(5, "USED", 2).integer(5, "DATA_START", 4);
     file.number(5, "RATE", 200).texts(5, "LABELS", {"pelvis", "thigh"});
     std::string bytes = file.bytes();
-    bytes.resize(3U * 512);
+    bytes.resize(std::size_t{3} * 512);
     const C3dTake take = readStrictly(bytes + bodyData(C3dEncoding::IntelReal, 8));
     EXPECT_EQ(take.frameCount, 4);
     EXPECT_EQ(take.bodiesPerFrame, 2);

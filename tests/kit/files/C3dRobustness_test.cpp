@@ -72,7 +72,7 @@ std::string fullFile(C3dEncoding encoding) {
     file.numbers(4, "TIMES", {0, 1.5F}, {2, 1});
     file.group(5, "ROTATION").integer(5, "USED", 1).integer(5, "DATA_START", 6);
     file.texts(5, "LABELS", {"pelvis"});
-    return file.bytes() + std::string(4U * 17 * 4, '\0');
+    return file.bytes() + std::string(std::size_t{4} * 17 * 4, '\0');
 }
 
 TEST(C3dRobustness, EveryPieceOfAFileFromItsStartEndsWell) {
@@ -89,7 +89,7 @@ TEST(C3dRobustness, EveryPieceOfAFileFromItsStartEndsWell) {
 
 TEST(C3dRobustness, EveryByteOfHeaderAndParametersMayBeAnything) {
     const std::string bytes = fullFile(C3dEncoding::IntelInteger);
-    for (std::size_t at = 0; at < 4U * 512; ++at) {
+    for (std::size_t at = 0; at < std::size_t{4} * 512; ++at) {
         for (int byte = 0; byte < 256; byte += 85) {
             std::string changed = bytes;
             changed[at] = static_cast<char>(byte);
@@ -112,7 +112,8 @@ public:
 
 private:
     void change(std::string& bytes) {
-        const std::size_t at = random_() % std::min<std::size_t>(bytes.size(), 4U * 512);
+        const std::size_t at =
+            random_() % std::min<std::size_t>(bytes.size(), std::size_t{4} * 512);
         const auto any = [this] { return static_cast<char>(random_() % 256U); };
         switch (random_() % 6U) {
         case 0:

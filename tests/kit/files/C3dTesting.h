@@ -90,6 +90,7 @@ public:
         number(1, "RATE", rate);
         text(1, "UNITS", "mm");
         std::vector<std::string> labels;
+        labels.reserve(static_cast<std::size_t>(points));
         for (int i = 0; i < points; ++i) {
             labels.push_back("M" + std::to_string(i + 1));
         }

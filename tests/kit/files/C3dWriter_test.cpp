@@ -74,13 +74,13 @@ std::vector<std::size_t> differences(const std::string& a, const std::string& b)
 }
 
 /// Expects the samples of two takes to be the same, positions within `step`.
-void expectSameSamples(const C3dTake& take, const C3dTake& other, float step = 0) {
-    ASSERT_EQ(take.frameCount, other.frameCount);
-    ASSERT_EQ(take.markers.size(), other.markers.size());
-    for (int i = 0; i < take.frameCount; ++i) {
-        for (std::size_t k = 0; k < take.markers.size(); ++k) {
-            const Marker a = markersAt(take, i)[k];
-            const Marker b = markersAt(other, i)[k];
+void expectSameSamples(const C3dTake& found, const C3dTake& expected, float step = 0) {
+    ASSERT_EQ(found.frameCount, expected.frameCount);
+    ASSERT_EQ(found.markers.size(), expected.markers.size());
+    for (int i = 0; i < found.frameCount; ++i) {
+        for (std::size_t k = 0; k < found.markers.size(); ++k) {
+            const Marker a = markersAt(found, i)[k];
+            const Marker b = markersAt(expected, i)[k];
             ASSERT_EQ(a.state, b.state);
             ASSERT_EQ(a.cameras, b.cameras);
             if (a.hasPosition()) {
@@ -90,10 +90,10 @@ void expectSameSamples(const C3dTake& take, const C3dTake& other, float step = 0
             }
         }
     }
-    ASSERT_EQ(take.analogTracks == nullptr, other.analogTracks == nullptr);
-    for (int i = 0; take.analogTracks && i < take.analogTracks->timeLength(); ++i) {
-        for (std::size_t k = 0; k < take.channels.size(); ++k) {
-            ASSERT_EQ(samplesAt(take, i)[k], samplesAt(other, i)[k]);
+    ASSERT_EQ(found.analogTracks == nullptr, expected.analogTracks == nullptr);
+    for (int i = 0; found.analogTracks && i < found.analogTracks->timeLength(); ++i) {
+        for (std::size_t k = 0; k < found.channels.size(); ++k) {
+            ASSERT_EQ(samplesAt(found, i)[k], samplesAt(expected, i)[k]);
         }
     }
 }
@@ -188,7 +188,8 @@ TEST(C3dWriter, GivesBackTheBytesOfOddFiles) {
 TEST(C3dWriter, GivesBackTheBytesOfDataThatDecodeToTheSame) {
     FileBuilder file = fullFile(C3dEncoding::DecReal);
     std::string bytes = file.bytes();
-    bytes.replace(3U * 512, 4, std::string("\x12\x00\x34\x56", 4)); // a zero with a fraction
+    bytes.replace(std::size_t{3} * 512, 4,
+                  std::string("\x12\x00\x34\x56", 4)); // a zero with a fraction
     bytes.replace(3U * 512 + 16 + 12, 4, real(C3dEncoding::DecReal, -7.5F));
     bytes.replace(3U * 512 + 32 + 12, 4, real(C3dEncoding::DecReal, 6.75F));
     EXPECT_EQ(written(readBytes(bytes)), bytes);
@@ -211,7 +212,7 @@ TEST(C3dWriter, ChangesNoMoreThanTheMarkerThatWasChanged) {
         const std::string changed = written(take);
         const std::size_t word = isReal(encoding) ? 4 : 2;
         const std::size_t frame = (3 * 4 + 2 * 3) * word;
-        const std::size_t at = 3U * 512 + 2 * frame + (4 + 1) * word;
+        const std::size_t at = std::size_t{3} * 512 + 2 * frame + (4 + 1) * word;
         for (const std::size_t offset : differences(bytes, changed)) {
             EXPECT_GE(offset, at);
             EXPECT_LT(offset, at + word);

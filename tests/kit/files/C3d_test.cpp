@@ -16,7 +16,7 @@ using namespace c3d_testing;
 
 class C3dEncodings : public ::testing::TestWithParam<C3dEncoding> {
 protected:
-    FileBuilder builder() const { return FileBuilder(GetParam()); }
+    static FileBuilder builder() { return FileBuilder(GetParam()); }
 };
 
 /// Expects the markers that the builder puts into its data.
