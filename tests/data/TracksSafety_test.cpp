@@ -19,7 +19,6 @@ using motion::logWorkRanges;
 using motion::takeOfLength;
 using tarn::Tracks;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
