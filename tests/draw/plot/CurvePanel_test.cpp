@@ -51,7 +51,11 @@ TEST(CurvePanel, DrawsARisingCurveUpwards) {
 TEST(CurvePanel, LeavesGapsWhereThereIsNoValue) {
     std::vector<double> values(41, 5); // ten pixels from frame to frame
     for (std::size_t i = 11; i < 20; ++i) {
-        values[i] = i % 2 == 0 ? none : infinity;
+        if (i % 2 == 0) {
+            values[i] = none;
+        } else {
+            values[i] = infinity;
+        }
     }
     const Image image = drawnCurves({{values, plain}});
     EXPECT_EQ(image.find(colour, {225, 22, 315, 219}).pixels, 0);
@@ -77,6 +81,7 @@ TEST(CurvePanel, DrawsNothingOfACurveWithoutValues) {
 
 TEST(CurvePanel, DrawsTheMeanOfManyFramesInFrontOfABand) {
     std::vector<double> values;
+    values.reserve(4000);
     for (int i = 0; i < 4000; ++i) {
         values.push_back(i % 2 == 0 ? 4 : 8);
     }

@@ -40,7 +40,7 @@ Picture onlyPlot(const std::vector<Subject>& subjects) {
     return pages.front();
 }
 
-float nowhere(int) { return 0; }
+float nowhere(int /*frame*/) { return 0; }
 
 TEST(MotionPlot, SaysInTextWhatItShows) {
     const Picture picture = onlyPlot({moving(20, nowhere), moving(20, nowhere)});

@@ -43,7 +43,7 @@ int axisNumbers(const Image& image) {
     return image.find(pixelOf(colours::note), {90, bottom - 280, 165, bottom}).pixels;
 }
 
-std::vector<Vector3f> nobody(int) { return {}; }
+std::vector<Vector3f> nobody(int /*frame*/) { return {}; }
 
 /// Two who stand 20 units apart.
 std::vector<Subject> pair() {
