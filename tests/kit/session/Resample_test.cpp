@@ -44,6 +44,7 @@ std::shared_ptr<Tracks> takeOfFrames(const Rate& rate, int dataType,
 /// Frames 0 to `count` - 1, each with its index.
 std::shared_ptr<Tracks> counting(const Rate& rate, int count) {
     std::vector<int> numbers;
+    numbers.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         numbers.push_back(i);
     }
@@ -58,6 +59,7 @@ int shown(const ResampledTake& result, int source, int index) {
 
 std::vector<int> allShown(const ResampledTake& result, int source) {
     std::vector<int> all;
+    all.reserve(result.moments.size());
     for (int i = 0; i < result.tracks->timeLength(); ++i) {
         all.push_back(shown(result, source, i));
     }
@@ -116,7 +118,7 @@ TEST(Resample, TheUnionOfRatesThatDivideEachOtherHasTheFasterRate) {
 
 TEST(Resample, AThousandHertzBesideAHundredAndTwentyStayTogetherForHours) {
     // Two seconds, five hours after the start of the clock that both share.
-    const Instant late = {5 * 3600, 1};
+    const Instant late = {18'000, 1};
     const ResampledTake result = resample({{counting(Rate(1000), 2001), Rate(1000), late},
                                            {counting(Rate(120), 241), Rate(120), late}});
     ASSERT_EQ(result.moments.size(), 2001U);
