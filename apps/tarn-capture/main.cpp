@@ -9,12 +9,7 @@ int main(int argc, char** argv) {
     CommandLine line(
         "tarn-capture",
         "Runs motion-capture sessions; shows, plays, exports and streams takes (BVH files).",
-        TARN_CAPTURE_VERSION);
-    addInfo(line);
-    addPlay(line);
-    addExport(line);
-    addStream(line);
-    addRun(line);
-    addActor(line);
+        "tarn-capture " TARN_CAPTURE_VERSION);
+    addCommands(line);
     return line.run(argc, argv);
 }

@@ -110,15 +110,15 @@ int actor(const ActorOptions& options) {
 
 void addActor(CommandLine& line) {
     auto [command, options] = line.add("actor",
-                                       "Show an actor's settings document, set what is in it, or\n"
-                                       "check it. A document that is not there is made when\n"
+                                       "Show an actor's settings document, set what is in it, or "
+                                       "check it. A document that is not there is made when "
                                        "something is set",
                                        actor);
     command.add_option("FILE", options.file, "An XML file")->required()->type_name("");
     command.add_option("--name", options.name, "Set the actor's name")->type_name("NAME");
     command
         .add_option("--dimension", options.dimensions,
-                    "Set a body dimension, such as Height=1.72; six decimals\nare kept")
+                    "Set a body dimension, such as Height=1.72; six decimals are kept")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
     command
@@ -126,8 +126,7 @@ void addActor(CommandLine& line) {
         ->type_name("NAME=NUMBER")
         ->allow_extra_args(false);
     command.add_flag("--check", options.check,
-                     "List what is wrong with the document, and fail if\n"
-                     "anything is");
+                     "List what is wrong with the document, and fail if anything is");
 }
 
 } // namespace tarn::capture

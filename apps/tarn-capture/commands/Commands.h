@@ -8,8 +8,12 @@
 namespace tarn::capture {
 
 // The commands of the program. Each is a file of its name: what it takes, what it does with that,
-// and what its help says. Commands return the exit code and throw `UsageError` for what the command
-// line asks for and cannot be, before any file is opened where the files have no say in it.
+// and what its help says; flags that others have as well come from support/Flags.h. Commands return
+// the exit code and throw `UsageError` for what the command line asks for and cannot be, before any
+// file is opened where the files have no say in it.
+
+/// All of them: a new command is declared below and gets its line in Commands.cpp.
+void addCommands(CommandLine& line);
 
 void addActor(CommandLine& line);
 void addExport(CommandLine& line);

@@ -6,7 +6,7 @@
 #include "session/PositionsCsv.h"
 #include "session/Take.h"
 #include "support/Errors.h"
-#include "support/FrameRange.h"
+#include "support/Flags.h"
 #include "support/OutputPath.h"
 
 #include <fmt/format.h>
@@ -33,7 +33,7 @@ struct ExportOptions {
     std::string take;
     std::string format; ///< "csv" or "json"
     std::string out;
-    std::optional<std::string> frames; ///< "A..B"; all frames if not given
+    std::optional<FrameChoice> frames;
 };
 
 // Numbers are written with the fewest digits that read back to the same value. Both formats are
@@ -89,16 +89,9 @@ void writeJson(OutputFile& file, const Take& take, FrameRange range) {
 }
 
 int exportPositions(const ExportOptions& options) {
-    std::optional<FrameRange> wanted; // a wrong one is told before any file is opened
-    if (options.frames) {
-        wanted = parseFrameRange(*options.frames, "--frames");
-    }
     refuseToOverwrite(options.take, options.out, "--out");
     const Take take(options.take);
-    const FrameRange range = wanted ? *wanted : allFrames(take.frameCount());
-    if (wanted) {
-        checkFrameRange(range, take.frameCount(), "--frames");
-    }
+    const FrameRange range = chosenFrames(options.frames, take.frameCount());
     OutputFile file(options.out);
     if (options.format == "csv") {
         writeCsv(file, take, range);
@@ -113,20 +106,16 @@ int exportPositions(const ExportOptions& options) {
 
 void addExport(CommandLine& line) {
     auto [command, options] = line.add("export",
-                                       "Write the world positions of all joints and end sites,\n"
+                                       "Write the world positions of all joints and end sites, "
                                        "frame by frame",
                                        exportPositions);
-    command.add_option("TAKE", options.take, "A BVH file")->required()->type_name("");
-    command.add_option("--format", options.format, "What to write")
+    addTake(command, options.take);
+    command.add_option("--format", options.format, "What to write: csv or json")
         ->required()
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"csv", "json"}));
-    command.add_option("--out", options.out, "The file to write")->required()->type_name("FILE");
-    command
-        .add_option("--frames", options.frames,
-                    "First and last frame to write, both included, counted\n"
-                    "from 0; if not given, all frames")
-        ->type_name("A..B");
+    addOut(command, options.out, "FILE", "The file to write");
+    addFrames(command, options.frames);
 }
 
 } // namespace tarn::capture

@@ -5,6 +5,7 @@
 
 #include "session/Take.h"
 #include "support/Errors.h"
+#include "support/Flags.h"
 #include "support/SkeletonTree.h"
 
 #include <fmt/core.h>
@@ -87,11 +88,12 @@ int info(const InfoOptions& options) {
 } // namespace
 
 void addInfo(CommandLine& line) {
-    auto [command, options] = line.add("info",
-                                       "Describe takes: skeleton, joints, frames, rate, length,\n"
-                                       "body height, and what had to be guessed",
-                                       info);
-    command.add_option("TAKE", options.takes, "BVH files")->required()->type_name("");
+    auto [command, options] =
+        line.add("info",
+                 "Describe takes: skeleton, joints, frames, rate, length, body "
+                 "height, and what had to be guessed",
+                 info);
+    addTakes(command, options.takes);
 }
 
 } // namespace tarn::capture

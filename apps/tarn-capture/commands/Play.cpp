@@ -6,6 +6,7 @@
 #include "session/ShownFrames.h"
 #include "session/Take.h"
 #include "support/Errors.h"
+#include "support/Flags.h"
 #include "support/OutputPath.h"
 #include "support/ProgressBar.h"
 
@@ -32,24 +33,17 @@ namespace fs = std::filesystem;
 
 struct PlayOptions {
     std::string take;
-    std::string out;            ///< the directory for the pictures
-    std::optional<double> rate; ///< frames per second; the take's rate if not given
-    bool realtime = false;
+    std::string out;               ///< the directory for the pictures
+    std::optional<kit::Rate> rate; ///< the take's if not given
+    double speed = 0;              ///< how much faster than the take; 0 for as fast as it goes
 };
 
-void checkRate(double rate) {
-    constexpr double highestRate = 1000;
-    if (!(rate > 0 && rate <= highestRate)) { // not-a-number included
-        throw UsageError(fmt::format("--rate must be greater than 0 and at most {}", highestRate));
-    }
-}
-
 /// Plays the take with a progress bar; what it shows is told to those who listen.
-void playWithProgress(Tracks& tracks, kit::Playback& playback, bool realtime) {
+void playWithProgress(Tracks& tracks, kit::Playback& playback, double speed) {
     ProgressBar bar(stderr, playback.stepCount());
     const tsignal::ScopedConnection connection(
         tracks.onCurrentTimeChanged().connect([&bar](int) { bar.advance(); }));
-    realtime ? playback.runInRealTime() : playback.run();
+    playback.runAtSpeed(speed);
 }
 
 /// What was shown of a take, each frame in its place.
@@ -74,9 +68,6 @@ std::vector<std::string> notesOf(const Take& take) {
 
 /// Draws what was shown.
 int play(const PlayOptions& options) {
-    if (options.rate) {
-        checkRate(*options.rate);
-    }
     const fs::path png = fs::path(options.out) / "poses.png";
     const fs::path svg = fs::path(options.out) / "poses.svg";
     for (const fs::path& picture : {png, svg}) {
@@ -85,10 +76,10 @@ int play(const PlayOptions& options) {
     const Take take(options.take);
     makeDirectory(options.out);
 
-    const double rate = options.rate.value_or(take.rate());
+    const double rate = options.rate ? options.rate->value() : take.rate();
     const ShownFrames shown(take.tracks());
     kit::Playback playback(take.tracks(), rate);
-    playWithProgress(take.tracks(), playback, options.realtime);
+    playWithProgress(take.tracks(), playback, options.speed);
 
     const draw::Picture sheet = draw::poseSheet({shownOf(take, shown)}, notesOf(take));
     const draw::ScopedFonts fonts;
@@ -99,7 +90,7 @@ int play(const PlayOptions& options) {
     pngFile.commit();
     svgFile.commit();
     const auto steps = static_cast<std::size_t>(playback.stepCount());
-    fmt::print("{} shown, {:.3f} s at {} per second: {}, {}\n", kit::counted(steps, "frame"),
+    fmt::print("{} shown, {:.3f} s at {:.6g} per second: {}, {}\n", kit::counted(steps, "frame"),
                take.duration(), rate, kit::printable(png.string()), kit::printable(svg.string()));
     return exitSuccess;
 }
@@ -108,23 +99,15 @@ int play(const PlayOptions& options) {
 
 void addPlay(CommandLine& line) {
     auto [command, options] = line.add("play",
-                                       "Play a take and draw a contact sheet of it:\n"
+                                       "Play a take and draw a contact sheet of it: "
                                        "poses.png and poses.svg",
                                        play);
-    command.add_option("TAKE", options.take, "A BVH file")->required()->type_name("");
-    command
-        .add_option("--out", options.out, "Directory for the pictures, created if it is not there")
-        ->required()
-        ->type_name("DIR");
-    command
-        .add_option("--rate", options.rate,
-                    "Frames shown per second, at most 1000; if not given,\n"
-                    "the rate of the take. The take keeps its speed: a\n"
-                    "lower rate skips frames, a higher one repeats them")
-        ->type_name("R");
-    command.add_flag("--realtime", options.realtime,
-                     "Take as long as the take lasts, instead of playing\n"
-                     "as fast as it goes");
+    addTake(command, options.take);
+    addOut(command, options.out, "DIR", "Directory for the pictures, created if it is not there");
+    addRate(command, options.rate,
+            "Frames shown per second, at most 1000; if not given, the rate of the take. The take "
+            "keeps its speed: a lower rate skips frames, a higher one repeats them");
+    addSpeed(command, options.speed);
 }
 
 } // namespace tarn::capture

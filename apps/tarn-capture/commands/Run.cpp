@@ -8,6 +8,7 @@
 #include "session/SessionSummary.h"
 #include "session/TakeSession.h"
 #include "support/Errors.h"
+#include "support/Flags.h"
 #include "support/Interrupt.h"
 #include "support/ProgressBar.h"
 
@@ -34,7 +35,7 @@ struct RunOptions {
     std::string out;
     std::optional<std::string> actor; ///< a settings document that every actor begins with
     double calibrate = 1;             ///< seconds
-    bool realtime = false;
+    double speed = 0;                 ///< how much faster than the takes; 0 for as fast as it goes
 };
 
 void check(const RunOptions& options) {
@@ -104,7 +105,7 @@ std::string keptText(const SessionFiles& files, const std::string& directory) {
 class Runner {
 public:
     explicit Runner(const RunOptions& options)
-        : options_(options), session_(options.takes, replays(options.realtime)),
+        : options_(options), session_(options.takes, replays(options.speed)),
           files_(prepared(), options.out, inputs()) {}
 
     int run() {
@@ -114,7 +115,7 @@ public:
         }
         const bool complete = play();
         write(complete);
-        printSummary(session_, options_.realtime);
+        printSummary(session_, isPaced());
         fmt::print("pictures drawn in {:.3f} s; {} written to {}\n", files_.drawing(),
                    kit::counted(files_.written().size(), "file"), kit::printable(options_.out));
         if (!complete) {
@@ -140,18 +141,21 @@ private:
         return files;
     }
 
+    /// Clocks are judged by the rate of the takes, which only devices at their speed keep.
+    bool isPaced() const { return options_.speed == 1; }
+
     bool play() {
         try {
             return capture::play(session_, interrupt_);
         } catch (const std::exception& error) {
-            files_.write(false, options_.realtime);
+            files_.write(false, isPaced());
             throw std::runtime_error(
                 fmt::format("{}; {}", error.what(), keptText(files_, options_.out)));
         }
     }
 
     void write(bool complete) {
-        const auto problems = files_.write(complete, options_.realtime);
+        const auto problems = files_.write(complete, isPaced());
         if (!problems.empty()) {
             throw std::runtime_error(
                 fmt::format("{}; {}", fmt::join(problems, "; "), keptText(files_, options_.out)));
@@ -183,27 +187,19 @@ int run(const RunOptions& options) {
 
 void addRun(CommandLine& line) {
     auto [command, options] = line.add("run",
-                                       "Run a capture session: a character per take in one scene,\n"
+                                       "Run a capture session: a character per take in one scene, "
                                        "calibrated, played, solved, recorded, drawn and saved",
                                        run);
-    command.add_option("TAKE", options.takes, "BVH files of one clock and one space")
-        ->required()
-        ->type_name("");
-    command
-        .add_option("--out", options.out,
-                    "Directory for what comes out, created if it is not\nthere")
-        ->required()
-        ->type_name("DIR");
+    addTakes(command, options.takes, "BVH files of one clock and one space; - is standard input");
+    addOut(command, options.out, "DIR", "Directory for what comes out, created if it is not there");
     command
         .add_option("--actor", options.actor,
-                    "An actor's settings document that every actor begins\nwith")
+                    "An actor's settings document that every actor begins with")
         ->type_name("FILE");
     command
         .add_option("--calibrate", options.calibrate, "For how long to calibrate; if not given, 1")
         ->type_name("SECONDS");
-    command.add_flag("--realtime", options.realtime,
-                     "Take as long as the takes last, instead of running as\n"
-                     "fast as it goes");
+    addSpeed(command, options.speed);
 }
 
 } // namespace tarn::capture

@@ -7,6 +7,7 @@
 #include "session/Take.h"
 #include "session/TakeComparison.h"
 #include "support/Errors.h"
+#include "support/Flags.h"
 #include "support/ProgressBar.h"
 
 #include <fmt/format.h>
@@ -28,8 +29,8 @@ namespace {
 
 struct StreamOptions {
     std::string take;
-    double rate = 1;           ///< how much faster than the take; 0 for as fast as it goes
-    std::optional<int> frames; ///< how many to stream; all if not given
+    double speed = 1; ///< how much faster than the take; 0 for as fast as it goes
+    std::optional<FrameChoice> frames;
 };
 
 void printJitter(const StreamWatch::Instants& arrivals, double framesPerSecond) {
@@ -42,37 +43,19 @@ void printJitter(const StreamWatch::Instants& arrivals, double framesPerSecond) 
                jitter.median, jitter.nearly, jitter.largest);
 }
 
-/// Compares what was recorded with the first frames of the take, which was read on its own.
-void compare(Tracks& recording, const Take& take, int count) {
-    if (const auto frame = firstDifference(recording, take.tracks(), count)) {
+/// Compares what was recorded with the frames of the take, which was read on its own.
+void compare(Tracks& recording, const Take& take, FrameRange range) {
+    if (const auto frame = firstDifference(recording, take.tracks(), range)) {
         throw std::runtime_error(
             fmt::format("the recording differs from the take at frame {}", *frame));
     }
 }
 
-int framesToStream(const StreamOptions& options, const Take& take) {
-    if (options.frames && *options.frames > take.frameCount()) {
-        throw UsageError(
-            fmt::format("--frames {} is more than the take has ({})", *options.frames,
-                        kit::counted(static_cast<std::size_t>(take.frameCount()), "frame")));
-    }
-    return options.frames.value_or(take.frameCount());
-}
-
-void check(const StreamOptions& options) {
-    if (!(options.rate >= 0 && std::isfinite(options.rate))) { // not-a-number included
-        throw UsageError("--rate must be 0 or greater");
-    }
-    if (options.frames && *options.frames < 1) {
-        throw UsageError("--frames must be at least 1");
-    }
-}
-
 /// From a replay device to a recorder; what was recorded has to be the take.
 int stream(const StreamOptions& options) {
-    check(options);
     const Take take(options.take);
-    const int count = framesToStream(options, take);
+    const FrameRange range = chosenFrames(options.frames, take.frameCount());
+    const int count = countOf(range);
 
     const auto clock = std::make_shared<kit::SteadyClock>();
     kit::ReplayDevice device("stream", clock);
@@ -80,7 +63,10 @@ int stream(const StreamOptions& options) {
     recorder.tieToIFramePort(kit::RecorderNode::framePort,
                              device.oFramePort(kit::ReplayDevice::posePort));
     device.open(options.take);
-    device.setSpeed(options.rate);
+    device.setSpeed(options.speed);
+    if (count > 0) {
+        device.seek(range.first);
+    }
     StreamWatch::Instants arrivals;
     if (count > 0) {
         ProgressBar bar(stderr, count);
@@ -97,8 +83,8 @@ int stream(const StreamOptions& options) {
     fmt::print("  lost      {}\n",
                static_cast<std::int64_t>(count) - recorder.frameCount() + recorder.lostFrames());
     fmt::print("  duration  {:.3f} s\n", durationOf(arrivals));
-    printJitter(arrivals, take.rate() * options.rate);
-    compare(*recorder.take(0, count), take, count);
+    printJitter(arrivals, take.rate() * options.speed);
+    compare(*recorder.take(0, range.last + 1), take, range);
     fmt::print("  recording identical to the take\n");
     return exitSuccess;
 }
@@ -107,17 +93,12 @@ int stream(const StreamOptions& options) {
 
 void addStream(CommandLine& line) {
     auto [command, options] = line.add("stream",
-                                       "Stream a take from a replay device to a recorder, and\n"
+                                       "Stream a take from a replay device to a recorder, and "
                                        "compare the recording with the take",
                                        stream);
-    command.add_option("TAKE", options.take, "A BVH file")->required()->type_name("");
-    command
-        .add_option("--rate", options.rate,
-                    "How much faster than the take to stream; 0 for as fast\n"
-                    "as it goes; if not given, 1")
-        ->type_name("F");
-    command.add_option("--frames", options.frames, "How many frames to stream; if not given, all")
-        ->type_name("N");
+    addTake(command, options.take);
+    addFrames(command, options.frames);
+    addSpeed(command, options.speed);
 }
 
 } // namespace tarn::capture

@@ -15,8 +15,8 @@ bool isSame(const Frame& a, const Frame& b) {
 
 } // namespace
 
-std::optional<int> firstDifference(Tracks& a, Tracks& b, int count) {
-    for (int i = 0; i < count; ++i) {
+std::optional<int> firstDifference(Tracks& a, Tracks& b, FrameRange range) {
+    for (int i = range.first; i <= range.last; ++i) {
         const auto ofA = a.getFrame(i, kit::poseDataType);
         const auto ofB = b.getFrame(i, kit::poseDataType);
         const bool both = ofA != nullptr && ofB != nullptr;

@@ -3,14 +3,16 @@
 
 #pragma once
 
+#include "support/FrameRange.h"
+
 #include <tarn/Tracks.h>
 
 #include <optional>
 
 namespace tarn::capture {
 
-/// Compares the poses of the first `count` frames of two takes: time and values. Returns the index
-/// of the first frame that differs, or that only one of them has; none if all are the same.
-std::optional<int> firstDifference(Tracks& a, Tracks& b, int count);
+/// Compares the poses of some frames of two takes: time and values. Returns the index of the first
+/// frame that differs, or that only one of them has; none if all are the same.
+std::optional<int> firstDifference(Tracks& a, Tracks& b, FrameRange range);
 
 } // namespace tarn::capture

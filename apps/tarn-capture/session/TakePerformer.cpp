@@ -24,11 +24,11 @@ TakeDevice make(const TakeDeviceMaker& maker, const std::string& file, const std
 
 } // namespace
 
-TakeDeviceMaker replays(bool realtime, std::shared_ptr<kit::Clock> clock) {
-    return [realtime, clock = std::move(clock)](const std::string& file, const std::string& name) {
+TakeDeviceMaker replays(double speed, std::shared_ptr<kit::Clock> clock) {
+    return [speed, clock = std::move(clock)](const std::string& file, const std::string& name) {
         auto device = std::make_unique<kit::ReplayDevice>(name, clock);
         kit::BvhTake take = device->open(file);
-        device->setSpeed(realtime ? 1 : 0);
+        device->setSpeed(speed);
         return TakeDevice{std::move(device), std::move(take), clock};
     };
 }

@@ -30,8 +30,9 @@ struct TakeDevice {
 /// cannot be read.
 using TakeDeviceMaker = std::function<TakeDevice(const std::string& file, const std::string& name)>;
 
-/// Devices that replay the takes: `realtime`, as `clock` has it, or as fast as frames are taken.
-TakeDeviceMaker replays(bool realtime,
+/// Devices that replay the takes so much faster than they are, by `clock`; 0 for as fast as frames
+/// are taken.
+TakeDeviceMaker replays(double speed,
                         std::shared_ptr<kit::Clock> clock = std::make_shared<kit::SteadyClock>());
 
 /// One character of a session with all that belongs to it: a device that sends a take, a solver,

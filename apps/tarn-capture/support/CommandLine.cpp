@@ -3,6 +3,8 @@
 
 #include "support/CommandLine.h"
 
+#include "help/HelpFormatter.h"
+#include "help/Suggestion.h"
 #include "support/Errors.h"
 
 #include <cstdio>
@@ -25,7 +27,11 @@ void flushOutput() {
 CommandLine::CommandLine(const std::string& program, const std::string& description,
                          const std::string& version)
     : app_(description, program) {
-    app_.set_version_flag("--version", program + " " + version);
+    app_.formatter(std::make_shared<HelpFormatter>()); // for the commands as well
+    app_.set_help_flag("-h,--help", "Print this help");
+    app_.set_version_flag("--version", version,
+                          "Print the versions of the program and its libraries");
+    app_.footer("'" + program + " COMMAND --help' tells what a command takes.");
     app_.require_subcommand(0, 1); // none at all is reported after what is unknown
 }
 
@@ -54,7 +60,9 @@ int CommandLine::parseAndRun(int argc, const char* const* argv) {
         flushOutput();
         return exitSuccess;
     } catch (const CLI::Error& error) {
-        reportUsage(error.what());
+        // A word that nobody knows explains what else seems to be missing.
+        const std::string unknown = unknownWord(app_);
+        reportUsage(unknown.empty() ? error.what() : unknown);
     } catch (const UsageError& error) {
         reportUsage(error.what());
     }

@@ -15,6 +15,7 @@ namespace tarn::capture {
 /// The program's command line: commands, each with options of its own, of which one is run.
 class CommandLine {
 public:
+    /// `version` is all that `--version` prints.
     CommandLine(const std::string& program, const std::string& description,
                 const std::string& version);
 
@@ -23,12 +24,13 @@ public:
 
     /// Adds a command, to which its options are then added: what they are set to goes into the
     /// `Options` that come with it, which live as long as the command line. If the command is the
-    /// one asked for, `function` is called with them and returns the exit code.
+    /// one asked for, `function` is called with them and returns the exit code. Descriptions, those
+    /// of options too, are plain text: their lines are broken where they are shown.
     template <class Options>
     std::pair<CLI::App&, Options&> add(const std::string& name, const std::string& description,
                                        int (*function)(const Options&)) {
         auto options = std::make_shared<Options>();
-        CLI::App& command = *app_.add_subcommand(name, description);
+        CLI::App& command = *app_.add_subcommand(name, description)->group("Commands");
         command.callback([this, options, function] {
             chosen_ = [options, function] { return function(*options); };
         });

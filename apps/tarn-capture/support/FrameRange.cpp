@@ -10,7 +10,6 @@
 
 #include <cstddef>
 #include <limits>
-#include <optional>
 
 namespace tarn::capture {
 
@@ -24,28 +23,47 @@ std::optional<int> parseFrame(std::string_view text) {
     return kit::numberIn<int>(text).value_or(std::numeric_limits<int>::max());
 }
 
-} // namespace
-
-FrameRange parseFrameRange(std::string_view text, std::string_view option) {
+std::optional<FrameChoice> choiceIn(std::string_view text) {
     constexpr std::string_view dots = "..";
     const std::size_t middle = text.find(dots);
-    if (middle != std::string_view::npos) {
-        const auto first = parseFrame(text.substr(0, middle));
-        const auto last = parseFrame(text.substr(middle + dots.size()));
-        if (first && last && *first <= *last) {
-            return {*first, *last};
-        }
+    const auto first = parseFrame(text.substr(0, middle));
+    if (!first) {
+        return std::nullopt;
     }
-    throw UsageError(fmt::format("{} '{}': expected A..B with A not after B", option, text));
+    if (middle == std::string_view::npos) {
+        return *first > 0 ? std::optional(FrameChoice{0, *first - 1}) : std::nullopt;
+    }
+    const std::string_view end = text.substr(middle + dots.size());
+    if (end.empty()) {
+        return FrameChoice{*first, std::nullopt};
+    }
+    const auto last = parseFrame(end);
+    return last && *first <= *last ? std::optional(FrameChoice{*first, last}) : std::nullopt;
 }
 
-void checkFrameRange(FrameRange range, int frameCount, std::string_view option) {
+} // namespace
+
+FrameChoice parseFrames(std::string_view text) {
+    if (const auto choice = choiceIn(text)) {
+        return *choice;
+    }
+    throw UsageError(fmt::format("--frames '{}': expected A..B with A not after B, A.. for all "
+                                 "from A on, or N for the first N",
+                                 text));
+}
+
+FrameRange chosenFrames(const std::optional<FrameChoice>& choice, int frameCount) {
+    if (!choice) {
+        return allFrames(frameCount);
+    }
     if (frameCount == 0) {
-        throw UsageError(fmt::format("{}: the take has no frames", option));
+        throw UsageError("--frames: the take has no frames");
     }
-    if (range.last >= frameCount) {
-        throw UsageError(fmt::format("{}: the take has frames 0..{}", option, frameCount - 1));
+    const FrameRange range{choice->first, choice->last.value_or(frameCount - 1)};
+    if (range.first >= frameCount || range.last >= frameCount) {
+        throw UsageError(fmt::format("--frames: the take has frames 0..{}", frameCount - 1));
     }
+    return range;
 }
 
 } // namespace tarn::capture

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 namespace tarn::capture {
@@ -15,12 +16,20 @@ struct FrameRange {
 
 /// All frames of a take.
 inline FrameRange allFrames(int frameCount) { return {0, frameCount - 1}; }
+inline int countOf(FrameRange range) { return range.last - range.first + 1; }
 
-/// Reads "A..B", decimal digits on both sides. Throws `UsageError`, which names `option`, if it is
-/// something else or A is after B.
-FrameRange parseFrameRange(std::string_view text, std::string_view option);
+/// Frames that somebody asked for, before it is known how many there are.
+struct FrameChoice {
+    int first = 0;
+    std::optional<int> last; ///< to the end if not given
+};
 
-/// Throws `UsageError`, which says what the take has, unless both are frames of the take.
-void checkFrameRange(FrameRange range, int frameCount, std::string_view option);
+/// Reads "A..B", "A.." (from A to the end) or "N" (the first N frames), in decimal digits. Throws
+/// `UsageError`, which names `--frames`, if it is something else, A is after B, or N is 0.
+FrameChoice parseFrames(std::string_view text);
+
+/// The frames of a take that were asked for, all if nothing was. Throws `UsageError`, which says
+/// what the take has, unless it has them all.
+FrameRange chosenFrames(const std::optional<FrameChoice>& choice, int frameCount);
 
 } // namespace tarn::capture

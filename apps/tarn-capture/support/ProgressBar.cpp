@@ -3,9 +3,9 @@
 
 #include "support/ProgressBar.h"
 
+#include "support/Terminal.h"
+
 #include <fmt/format.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -17,22 +17,10 @@ namespace {
 constexpr int widestBar = 50;
 constexpr int textWidth = 8; // brackets, blank, "100%", and the last column, which stays free
 
-/// 0 if `stream` does not go to a terminal.
-int terminalWidth(std::FILE* stream) {
-    const int descriptor = ::fileno(stream);
-    if (::isatty(descriptor) == 0) {
-        return 0;
-    }
-    constexpr int usualWidth = 80;
-    winsize size{};
-    const bool known = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : usualWidth;
-}
-
 } // namespace
 
 ProgressBar::ProgressBar(std::FILE* stream, long long total)
-    : stream_(stream), total_(total), width_(terminalWidth(stream)) {}
+    : stream_(stream), total_(total), width_(static_cast<int>(terminalWidth(stream))) {}
 
 ProgressBar::~ProgressBar() {
     if (percent_ >= 0) {

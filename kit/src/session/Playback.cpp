@@ -99,15 +99,23 @@ bool Playback::run(const StopRequested& stopRequested) {
 }
 
 bool Playback::runInRealTime(const StopRequested& stopRequested) {
+    return runAtSpeed(1, stopRequested);
+}
+
+bool Playback::runAtSpeed(double speed, const StopRequested& stopRequested) {
+    assert(speed >= 0 && std::isfinite(speed));
+    if (speed == 0) {
+        return run(stopRequested);
+    }
     Pacer pacer(*d_->clock);
     const std::int64_t count = stepCount();
     for (std::int64_t step = 0; step < count; ++step) {
-        if (!pacer.waitUntil(static_cast<double>(step) / d_->rate, stopRequested)) {
+        if (!pacer.waitUntil(static_cast<double>(step) / (d_->rate * speed), stopRequested)) {
             return false;
         }
         d_->show(step);
     }
-    return pacer.waitUntil(d_->duration(), stopRequested);
+    return pacer.waitUntil(d_->duration() / speed, stopRequested);
 }
 
 } // namespace tarn::kit

@@ -41,13 +41,24 @@ TEST_F(CommandLine, WithoutACommandIsAUsageError) {
 }
 
 TEST_F(CommandLine, AnUnknownCommandIsAUsageErrorThatNamesIt) {
-    expectUsageError({"stand"}, "The following argument was not expected: stand", "tarn-capture");
+    expectUsageError({"stand"}, "unknown command 'stand'", "tarn-capture");
+    expectUsageError({"stand", take_, "--out", out_}, "unknown command 'stand'", "tarn-capture");
 }
 
 TEST_F(CommandLine, AnUnknownOptionIsAUsageErrorThatNamesIt) {
-    expectUsageError({"--loud"}, "The following argument was not expected: --loud", "tarn-capture");
-    expectUsageError({"info", take_, "--loud"}, "The following argument was not expected: --loud",
-                     "tarn-capture info");
+    expectUsageError({"--loud"}, "unknown flag '--loud'", "tarn-capture");
+    expectUsageError({"info", take_, "--loud"}, "unknown flag '--loud'", "tarn-capture info");
+    expectUsageError({"info", take_, "-l"}, "unknown flag '-l'", "tarn-capture info");
+}
+
+TEST_F(CommandLine, SaysWhatWasProbablyMeantByAWordThatIsUnknown) {
+    expectUsageError({"exprot", take_}, "unknown command 'exprot'; did you mean 'export'?",
+                     "tarn-capture");
+    expectUsageError({"inf", take_}, "unknown command 'inf'; did you mean 'info'?", "tarn-capture");
+    expectUsageError({"play", take_, "--ot=" + out_}, "unknown flag '--ot'; did you mean '--out'?",
+                     "tarn-capture play");
+    expectUsageError({"export", take_, "--form", "csv"},
+                     "unknown flag '--form'; did you mean '--format'?", "tarn-capture export");
 }
 
 TEST_F(CommandLine, EveryCommandNeedsATake) {
@@ -65,7 +76,7 @@ TEST_F(CommandLine, OnlyInfoAndRunTakeSeveralTakes) {
                                      Arguments{"export", "--format", "csv", "--out", out_}}) {
         Arguments arguments = command;
         arguments.insert(arguments.end(), {take_, "second"});
-        expectUsageError(arguments, "The following argument was not expected: second",
+        expectUsageError(arguments, "'second' is one argument too many",
                          "tarn-capture " + command[0]);
     }
 }
@@ -87,27 +98,30 @@ TEST_F(CommandLine, AnExportNeedsAFormatThatIsKnown) {
 }
 
 TEST_F(CommandLine, ARateThatCannotBePlayedIsAUsageError) {
-    for (const char* rate : {"0", "-1", "nan", "inf", "1000.1"}) {
+    for (const char* rate : {"0", "-1", "nan", "inf", "1000.1", "fast", "1/0"}) {
         expectUsageError({"play", take_, "--out", out_, "--rate", rate},
-                         "--rate must be greater than 0 and at most 1000", "tarn-capture play");
+                         "--rate '" + std::string(rate) +
+                             "': expected frames per second, greater than 0 and at most 1000, such "
+                             "as 25, 29.97 or 30000/1001",
+                         "tarn-capture play");
     }
-    expectUsageError({"play", take_, "--out", out_, "--rate", "fast"},
-                     "Could not convert: --rate = fast", "tarn-capture play");
     EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
 }
 
 TEST_F(CommandLine, FramesThatAreNoneAreAUsageError) {
-    for (const std::string frames : {"2..1", "-1..1", "1", "1..", "..1", "..", "", "a..b", "0...1",
+    for (const std::string frames : {"2..1", "-1..1", "0", "..1", "..", "", "a..b", "1..a", "0...1",
                                      "0..1..2", " 0..1", "+0..1", "0x1..2", "99999999999..1"}) {
         expectUsageError({"export", take_, "--format", "csv", "--out", out_, "--frames", frames},
-                         "--frames '" + frames + "': expected A..B with A not after B",
+                         "--frames '" + frames +
+                             "': expected A..B with A not after B, A.. for all from A on, or N for "
+                             "the first N",
                          "tarn-capture export");
     }
     EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
 }
 
 TEST_F(CommandLine, FramesThatTheTakeDoesNotHaveAreAUsageErrorThatSaysWhatItHas) {
-    for (const std::string frames : {"1..3", "3..3", "0..99999999999"}) {
+    for (const std::string frames : {"1..3", "3..3", "3..", "4", "0..99999999999"}) {
         expectUsageError({"export", take_, "--format", "csv", "--out", out_, "--frames", frames},
                          "--frames: the take has frames 0..2", "tarn-capture export");
     }
@@ -129,7 +143,7 @@ TEST_F(CommandLine, IsFoundAtFaultBeforeAnyFileIsOpened) {
     };
     expectUsage({"play", none, "--out", out_, "--rate", "0"});
     expectUsage({"export", none, "--format", "csv", "--out", out_, "--frames", "2..1"});
-    expectUsage({"stream", none, "--rate", "-1"});
+    expectUsage({"stream", none, "--speed", "-1"});
     expectUsage({"stream", none, "--frames", "0"});
     expectUsage({"run", none, "--out", ""});
     expectUsage({"run", none, "--out", out_, "--calibrate", "-1"});
@@ -187,15 +201,15 @@ TEST_F(CommandLine, HelpOfACommandListsWhatItTakes) {
             EXPECT_THAT(outcome.out, HasSubstr("\n  " + word));
         }
     };
-    expectHelp("info", {"TAKE ... REQUIRED"});
-    expectHelp("play", {"TAKE REQUIRED", "--out DIR REQUIRED", "--rate R", "--realtime"});
-    expectHelp("export", {"TAKE REQUIRED", "--format FORMAT:{csv,json} REQUIRED",
-                          "--out FILE REQUIRED", "--frames A..B"});
-    expectHelp("stream", {"TAKE REQUIRED", "--rate F", "--frames N"});
-    expectHelp("run", {"TAKE ... REQUIRED", "--out DIR REQUIRED", "--actor FILE",
-                       "--calibrate SECONDS", "--realtime"});
-    expectHelp("actor", {"FILE REQUIRED", "--name NAME", "--dimension NAME=VALUE ...",
-                         "--sensor NAME=NUMBER ...", "--check"});
+    expectHelp("info", {"TAKE "});
+    expectHelp("play", {"TAKE ", "--out DIR (required)", "--rate R ", "--speed F ", "--realtime "});
+    expectHelp("export",
+               {"TAKE ", "--format FORMAT (required)", "--out FILE (required)", "--frames A..B "});
+    expectHelp("stream", {"TAKE ", "--speed F ", "--frames A..B "});
+    expectHelp("run", {"TAKE ", "--out DIR (required)", "--actor FILE ", "--calibrate SECONDS ",
+                       "--speed F ", "--realtime "});
+    expectHelp("actor", {"FILE ", "--name NAME ", "--dimension NAME=VALUE ...",
+                         "--sensor NAME=NUMBER ...", "--check "});
 }
 
 TEST_F(CommandLine, NoLineOfTheHelpIsWiderThanATerminal) {
@@ -204,7 +218,7 @@ TEST_F(CommandLine, NoLineOfTheHelpIsWiderThanATerminal) {
             *command == 0 ? Arguments{"--help"} : Arguments{command, "--help"};
         std::istringstream help(capture(arguments).out);
         for (std::string line; std::getline(help, line);) {
-            EXPECT_LT(line.size(), 90U) << line;
+            EXPECT_LT(line.size(), 80U) << line;
         }
     }
 }

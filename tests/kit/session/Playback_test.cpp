@@ -79,7 +79,7 @@ protected:
     using Instants = std::vector<std::pair<Clock::Duration, int>>; ///< what is shown from when on
 
     /// When each frame was shown and, with -1, when the playback was over.
-    Instants play(int frames, double showRate) {
+    Instants play(int frames, double showRate, double speed = 1) {
         Instants instants;
         const auto note = [&](int frame) {
             instants.emplace_back(clock_->now().time_since_epoch(), frame);
@@ -89,7 +89,7 @@ protected:
         Playback playback(shown.take(), showRate, clock_);
         std::atomic<bool> over{false};
         std::thread player([&] {
-            EXPECT_TRUE(playback.runInRealTime());
+            EXPECT_TRUE(speed == 1 ? playback.runInRealTime() : playback.runAtSpeed(speed));
             note(-1);
             over = true;
         });
@@ -116,6 +116,18 @@ TEST_F(RealTimeThreads, TheTakeKeepsItsSpeedAtAnyRate) {
     clock_->advanceTo(Clock::Instant(1s));
     EXPECT_THAT(play(4, 0.5 * rate),
                 ElementsAre(std::pair(1000ms, 0), std::pair(1080ms, 2), std::pair(1160ms, -1)));
+}
+
+TEST_F(RealTimeThreads, AtAnotherSpeedTheTakeLastsAsMuchLonger) {
+    EXPECT_THAT(play(2, rate, 0.5),
+                ElementsAre(std::pair(0ms, 0), std::pair(80ms, 1), std::pair(160ms, -1)));
+}
+
+TEST(Playback, AtSpeedZeroShowsAllFramesAtOnce) {
+    Shown shown(3);
+    Playback playback(shown.take(), rate, std::make_shared<ManualClock>());
+    EXPECT_TRUE(playback.runAtSpeed(0)); // by a clock that stands
+    EXPECT_THAT(shown.frames(), ElementsAre(0, 1, 2));
 }
 
 TEST_F(RealTimeThreads, HearsARequestToStopWhileItWaitsForAFrame) {

@@ -38,6 +38,9 @@ public:
     /// nothing after, and returns when the last one has lasted as long as the others. False if a
     /// stop was requested, at most 50 ms after that.
     bool runInRealTime(const StopRequested& stopRequested = {});
+    /// Shows them as `runInRealTime` does, but `speed` times as fast; for 0, as `run` does.
+    /// Precondition: `speed` is from 0 on and finite.
+    bool runAtSpeed(double speed, const StopRequested& stopRequested = {});
 
 private:
     struct PrivateData;

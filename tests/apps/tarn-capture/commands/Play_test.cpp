@@ -113,12 +113,20 @@ TEST_F(Play, ARateThatIsNoFractionOfTheOthersStaysWithinTheTake) {
 TEST_F(Play, InRealTimeItTakesAsLongAsTheTakeLasts) {
     writeFrames(25);
     for (const Arguments& more :
-         {Arguments{"--realtime"}, Arguments{"--realtime", "--rate", "0.001"}}) {
+         {Arguments{"--realtime"}, Arguments{"--realtime", "--rate", "0.001"},
+          Arguments{"--speed", "1"}}) {
         const auto begin = std::chrono::steady_clock::now();
         const Outcome outcome = play(more);
         EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
         EXPECT_EQ(outcome.exitCode, 0);
     }
+}
+
+TEST_F(Play, AtHalfTheSpeedItTakesTwiceAsLong) {
+    writeFrames(13); // 0.52 s
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(play({"--speed", "0.5"}).exitCode, 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1040));
 }
 
 TEST_F(Play, PlaysATakeWithOneFrame) {

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 
 namespace tarn::tests {
 namespace {
@@ -28,7 +29,7 @@ protected:
 TEST_F(Stream, RecordsASampleTakeFrameForFrame) {
     const std::string take = sampleTake("cmu_131_01_walk");
 
-    const Outcome outcome = capture({"stream", take, "--rate", "0"});
+    const Outcome outcome = capture({"stream", take, "--speed", "0"});
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.err, IsEmpty());
@@ -40,7 +41,7 @@ TEST_F(Stream, RecordsASampleTakeFrameForFrame) {
 
 TEST_F(Stream, SaysHowFastItStreamedAndHowLong) {
     // 3 frames at 25 per second, ten times as fast: the last one is due 8 ms after the first.
-    const Outcome outcome = capture({"stream", take_, "--rate", "10"});
+    const Outcome outcome = capture({"stream", take_, "--speed", "10"});
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.out, MatchesRegex(".*\n  streamed  3 frames of 3\n"
@@ -51,15 +52,15 @@ TEST_F(Stream, SaysHowFastItStreamedAndHowLong) {
                                           "  recording identical to the take\n"));
 }
 
-TEST_F(Stream, TakesLongerAtALowerRate) {
+TEST_F(Stream, TakesLongerAtALowerSpeed) {
     // The last of 3 frames is due after 80 ms, or ten times that.
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(capture({"stream", take_, "--rate", "0.1"}).exitCode, 0);
+    EXPECT_EQ(capture({"stream", take_, "--speed", "0.1"}).exitCode, 0);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(800));
 }
 
 TEST_F(Stream, StopsAfterAsManyFramesAsAreWanted) {
-    const Outcome outcome = capture({"stream", take_, "--rate", "0", "--frames", "2"});
+    const Outcome outcome = capture({"stream", take_, "--speed", "0", "--frames", "2"});
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.out, AllOf(HasSubstr("  streamed  2 frames of 3\n  lost      0\n"),
@@ -67,8 +68,17 @@ TEST_F(Stream, StopsAfterAsManyFramesAsAreWanted) {
 }
 
 TEST_F(Stream, MayBeAskedForAllFrames) {
-    EXPECT_THAT(capture({"stream", take_, "--rate", "0", "--frames", "3"}).out,
+    EXPECT_THAT(capture({"stream", take_, "--speed", "0", "--frames", "3"}).out,
                 HasSubstr("  streamed  3 frames of 3\n  lost      0\n"));
+}
+
+TEST_F(Stream, BeginsWithTheFirstFrameThatIsWanted) {
+    for (const auto& [frames, count] : {std::pair("1..1", "1 frame"), std::pair("1..", "2 frames"),
+                                        std::pair("0..2", "3 frames")}) {
+        EXPECT_THAT(capture({"stream", take_, "--speed", "0", "--frames", frames}).out,
+                    AllOf(HasSubstr("  streamed  " + std::string(count) + " of 3\n  lost      0\n"),
+                          HasSubstr("identical")));
+    }
 }
 
 TEST_F(Stream, HasNothingToStreamInATakeWithoutFrames) {
@@ -85,8 +95,8 @@ TEST_F(Stream, HasNothingToStreamInATakeWithoutFrames) {
 }
 
 TEST_F(Stream, ShowsItsProgressOnATerminalOnly) {
-    EXPECT_THAT(capture({"stream", take_, "--rate", "0"}).err, IsEmpty());
-    EXPECT_THAT(captureOnTerminal({"stream", take_, "--rate", "0"}, 40).err, HasSubstr("100%"));
+    EXPECT_THAT(capture({"stream", take_, "--speed", "0"}).err, IsEmpty());
+    EXPECT_THAT(captureOnTerminal({"stream", take_, "--speed", "0"}, 40).err, HasSubstr("100%"));
 }
 
 TEST_F(Stream, FailsOnABadFileWithItsPlace) {
@@ -108,12 +118,12 @@ TEST_F(Stream, RefusesWhatMakesNoSense) {
         EXPECT_THAT(outcome.err, HasSubstr(reason));
         EXPECT_THAT(outcome.out, IsEmpty());
     };
-    expectUsageError({"--rate", "-1"}, "--rate must be 0 or greater");
-    expectUsageError({"--rate", "nan"}, "--rate");
-    expectUsageError({"--rate", "inf"}, "--rate");
-    expectUsageError({"--rate", "fast"}, "--rate");
-    expectUsageError({"--frames", "0"}, "--frames must be at least 1");
-    expectUsageError({"--frames", "4"}, "--frames 4 is more than the take has (3 frames)");
+    for (const std::string speed : {"-1", "nan", "inf", "fast", ""}) {
+        expectUsageError({"--speed", speed},
+                         "--speed '" + speed + "': expected a number from 0 on");
+    }
+    expectUsageError({"--frames", "0"}, "--frames '0': expected A..B");
+    expectUsageError({"--frames", "4"}, "--frames: the take has frames 0..2");
     expectUsageError({"--frames", "many"}, "--frames");
     EXPECT_EQ(capture({"stream"}).exitCode, 2);
 }
@@ -121,7 +131,7 @@ TEST_F(Stream, RefusesWhatMakesNoSense) {
 TEST_F(Stream, ExplainsItself) {
     const Outcome outcome = capture({"stream", "--help"});
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_THAT(outcome.out, AllOf(HasSubstr("--rate"), HasSubstr("--frames")));
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("--speed"), HasSubstr("--frames")));
 }
 
 } // namespace

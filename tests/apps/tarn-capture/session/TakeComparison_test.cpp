@@ -35,36 +35,37 @@ protected:
 };
 
 TEST_F(TakeComparison, FindsNoDifferenceBetweenTheSameFrames) {
-    EXPECT_EQ(firstDifference(a_, b_, 3), std::nullopt);
+    EXPECT_EQ(firstDifference(a_, b_, allFrames(3)), std::nullopt);
 }
 
 TEST_F(TakeComparison, FindsAFrameOfAnotherValue) {
     put(b_, 1, Time(1, 30), {1, 1.0000001F});
     put(b_, 2, Time(2, 30), {2, 2});
-    EXPECT_EQ(firstDifference(a_, b_, 3), 1);
+    EXPECT_EQ(firstDifference(a_, b_, allFrames(3)), 1);
 }
 
 TEST_F(TakeComparison, FindsAFrameOfFewerValues) {
     put(b_, 0, Time(0, 30), {1});
-    EXPECT_EQ(firstDifference(a_, b_, 3), 0);
+    EXPECT_EQ(firstDifference(a_, b_, allFrames(3)), 0);
 }
 
 TEST_F(TakeComparison, FindsAFrameOfAnotherTime) {
     put(b_, 2, Time(4, 60), {1, 2}); // the same second, but not the same time
-    EXPECT_EQ(firstDifference(a_, b_, 3), 2);
+    EXPECT_EQ(firstDifference(a_, b_, allFrames(3)), 2);
 }
 
 TEST_F(TakeComparison, FindsAFrameThatOnlyOneHas) {
     Tracks shorter;
     shorter.setTimeLength(3);
     put(shorter, 0, Time(0, 30), {1, 0});
-    EXPECT_EQ(firstDifference(a_, shorter, 3), 1);
-    EXPECT_EQ(firstDifference(shorter, a_, 3), 1);
+    EXPECT_EQ(firstDifference(a_, shorter, allFrames(3)), 1);
+    EXPECT_EQ(firstDifference(shorter, a_, allFrames(3)), 1);
 }
 
 TEST_F(TakeComparison, LooksNoFurtherThanItIsTold) {
     put(b_, 2, Time(2, 30), {7, 7});
-    EXPECT_EQ(firstDifference(a_, b_, 2), std::nullopt);
+    put(b_, 0, Time(0, 30), {7, 7});
+    EXPECT_EQ(firstDifference(a_, b_, {1, 1}), std::nullopt);
 }
 
 } // namespace

@@ -1,0 +1,18 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/Commands.h"
+
+namespace tarn::capture {
+
+void addCommands(CommandLine& line) {
+    // In the order in which the help lists them.
+    addInfo(line);
+    addPlay(line);
+    addExport(line);
+    addStream(line);
+    addRun(line);
+    addActor(line);
+}
+
+} // namespace tarn::capture

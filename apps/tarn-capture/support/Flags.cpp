@@ -1,0 +1,84 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "support/Flags.h"
+
+#include "support/Errors.h"
+
+#include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
+
+#include <cmath>
+
+namespace tarn::capture {
+
+namespace {
+
+kit::Rate parseRate(const std::string& text) {
+    constexpr double highest = 1000;
+    const auto rate = kit::Rate::parse(text);
+    if (!rate || rate->value() > highest) {
+        throw UsageError(fmt::format("--rate '{}': expected frames per second, greater than 0 and "
+                                     "at most {}, such as 25, 29.97 or 30000/1001",
+                                     text, highest));
+    }
+    return *rate;
+}
+
+double parseSpeed(const std::string& text) {
+    const auto speed = kit::numberIn<double>(text);
+    if (!speed || !(*speed >= 0 && std::isfinite(*speed))) { // not-a-number included
+        throw UsageError(fmt::format("--speed '{}': expected a number from 0 on", text));
+    }
+    return *speed;
+}
+
+} // namespace
+
+void addTakes(CLI::App& command, std::vector<std::string>& takes, const std::string& meaning) {
+    command.add_option("TAKE", takes, meaning)->required()->type_name("");
+}
+
+void addTake(CLI::App& command, std::string& take, const std::string& meaning) {
+    command.add_option("TAKE", take, meaning)->required()->type_name("");
+}
+
+void addOut(CLI::App& command, std::string& out, const std::string& type,
+            const std::string& meaning) {
+    command.add_option("--out", out, meaning)->required()->type_name(type);
+}
+
+void addFrames(CLI::App& command, std::optional<FrameChoice>& frames) {
+    command
+        .add_option_function<std::string>(
+            "--frames", [&frames](const std::string& text) { frames = parseFrames(text); },
+            "First and last frame, both included, counted from 0; A.. for all from A on, N for the "
+            "first N; if not given, all frames")
+        ->type_name("A..B");
+}
+
+void addRate(CLI::App& command, std::optional<kit::Rate>& rate, const std::string& meaning) {
+    command
+        .add_option_function<std::string>(
+            "--rate", [&rate](const std::string& text) { rate = parseRate(text); }, meaning)
+        ->type_name("R");
+}
+
+void addSpeed(CLI::App& command, double& speed) {
+    CLI::Option* const flag =
+        command
+            .add_option_function<std::string>(
+                "--speed", [&speed](const std::string& text) { speed = parseSpeed(text); },
+                fmt::format("How much faster than the take itself, such as 0.5 for half as fast; 0 "
+                            "for as fast as it goes; if not given, {}",
+                            speed))
+            ->type_name("F");
+    if (speed != 1) {
+        command
+            .add_flag_callback(
+                "--realtime", [&speed] { speed = 1; }, "The same as --speed 1")
+            ->excludes(flag);
+    }
+}
+
+} // namespace tarn::capture

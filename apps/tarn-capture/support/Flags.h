@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "support/FrameRange.h"
+
+#include <CLI/CLI.hpp>
+#include <tarn_kit/session/Rate.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarn::capture {
+
+// Arguments and flags that several commands have. Each is added here and nowhere else, so that it
+// means the same everywhere. What cannot be is a `UsageError` while the command line is read,
+// before any file is opened. `meaning` is what the flag does in a command, for the help.
+
+/// TAKE...: the files to read; "-" is standard input.
+void addTakes(CLI::App& command, std::vector<std::string>& takes,
+              const std::string& meaning = "BVH files; - is standard input");
+/// One TAKE.
+void addTake(CLI::App& command, std::string& take,
+             const std::string& meaning = "A BVH file; - is standard input");
+/// --out, required.
+void addOut(CLI::App& command, std::string& out, const std::string& type,
+            const std::string& meaning);
+
+/// --frames A..B, A.. or N
+void addFrames(CLI::App& command, std::optional<FrameChoice>& frames);
+/// --rate R: frames per second of what comes out.
+void addRate(CLI::App& command, std::optional<kit::Rate>& rate, const std::string& meaning);
+/// --speed F: how much faster than the take itself time goes by; 0 for as fast as it can. And
+/// --realtime for 1, where that is not the default. What `speed` is now is used if neither is
+/// given.
+void addSpeed(CLI::App& command, double& speed);
+
+} // namespace tarn::capture
