@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 
 #include "session/ActorDocument.h"
+#include "session/OlderSession.h"
 #include "session/SessionFiles.h"
 #include "session/SessionSummary.h"
 #include "session/TakeSession.h"
@@ -36,11 +37,19 @@ struct RunOptions {
     std::optional<std::string> actor; ///< a settings document that every actor begins with
     double calibrate = 1;             ///< seconds
     double speed = 0;                 ///< how much faster than the takes; 0 for as fast as it goes
+    bool dimensions = false;          ///< print everything that was measured
+    bool force = false;               ///< a session that is there may go
 };
 
 void check(const RunOptions& options) {
     if (options.out.empty()) {
         throw UsageError("--out must name a directory");
+    }
+    if (holdsSession(options.out) && !options.force) {
+        throw UsageError(
+            fmt::format("--out: '{}' holds a session; --force replaces it, and removes "
+                        "the files that it lists",
+                        options.out));
     }
     constexpr double longest = 3600;
     if (!(options.calibrate >= 0 && options.calibrate <= longest)) { // not-a-number included
@@ -115,9 +124,7 @@ public:
         }
         const bool complete = play();
         write(complete);
-        printSummary(session_, isPaced());
-        fmt::print("pictures drawn in {:.3f} s; {} written to {}\n", files_.drawing(),
-                   kit::counted(files_.written().size(), "file"), kit::printable(options_.out));
+        print(complete);
         if (!complete) {
             reportError(fmt::format("interrupted after {} of {} frames; what was recorded is kept "
                                     "in {}, marked as not complete",
@@ -143,6 +150,16 @@ private:
 
     /// Clocks are judged by the rate of the takes, which only devices at their speed keep.
     bool isPaced() const { return options_.speed == 1; }
+
+    void print(bool complete) {
+        fmt::print("{}", summaryOf(session_, isPaced()));
+        if (options_.dimensions) {
+            fmt::print("{}\npictures drawn in {:.3f} s\n", detailsOf(session_, isPaced()),
+                       files_.drawing());
+        }
+        fmt::print("{}; {} written to {}\n", verdictOn(session_, complete, isPaced()),
+                   kit::counted(files_.written().size(), "file"), kit::printable(options_.out));
+    }
 
     bool play() {
         try {
@@ -200,6 +217,12 @@ void addRun(CommandLine& line) {
         .add_option("--calibrate", options.calibrate, "For how long to calibrate; if not given, 1")
         ->type_name("SECONDS");
     addSpeed(command, options.speed);
+    command.add_flag("--dimensions", options.dimensions,
+                     "Print of each performer all lengths that were measured, the clock, and the "
+                     "time that each stage took");
+    command.add_flag("--force", options.force,
+                     "Replace a session that the directory holds, and remove the files that it "
+                     "lists");
 }
 
 } // namespace tarn::capture

@@ -7,8 +7,11 @@
 #include <tarn_kit/files/Text.h>
 
 #include <memory>
+#include <system_error>
 
 namespace tarn::capture {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -55,11 +58,18 @@ void describeDimensions(Settings& character, const kit::BodyDimensionCalibrator&
     }
 }
 
-void describe(TakePerformer& performer, bool paced) {
+/// A document is found again together with what it names, wherever both are moved.
+std::string relativePath(const fs::path& file, const fs::path& directory) {
+    std::error_code error;
+    const fs::path path = fs::relative(file, directory, error);
+    return kit::printable(error || path.empty() ? file.string() : path.generic_string());
+}
+
+void describe(TakePerformer& performer, bool paced, const fs::path& directory) {
     Character& character = performer.character();
     const kit::PerformerStatistics& statistics = performer.statistics();
     character.setValue("Name", character.characterName());
-    character.setValue("Take", kit::printable(performer.file()));
+    character.setValue("Take", relativePath(performer.file(), directory));
     put(character, "FramesIn", statistics.framesIn);
     put(character, "FramesOut", statistics.framesOut);
     put(character, "FramesLost", statistics.framesExpected - statistics.framesIn);
@@ -72,7 +82,7 @@ void describe(TakePerformer& performer, bool paced) {
 
 } // namespace
 
-void describeSession(TakeSession& session, SessionOutcome outcome,
+void describeSession(TakeSession& session, SessionOutcome outcome, const fs::path& directory,
                      const std::vector<std::string>& files) {
     Scene& scene = session.scene();
     scene.clear();
@@ -84,7 +94,7 @@ void describeSession(TakeSession& session, SessionOutcome outcome,
     }
     int number = 0;
     for (const auto& performer : session.performers()) {
-        describe(*performer, outcome.paced);
+        describe(*performer, outcome.paced, directory);
         // Copied; the pointer owns nothing.
         const std::shared_ptr<Settings> character(std::shared_ptr<void>(), &performer->character());
         scene.addSubSettings(fmt::format("Session.Characters.Character{}", ++number), character);

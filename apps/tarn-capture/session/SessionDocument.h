@@ -5,6 +5,7 @@
 
 #include "session/TakeSession.h"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,7 @@ struct SessionOutcome {
 };
 
 /// Writes down in the settings of the scene and its characters what the session was, for the scene
-/// to be saved:
+/// to be saved in a directory:
 ///
 ///     Session
 ///         Complete        "yes", or "no" for one that was stopped
@@ -25,11 +26,12 @@ struct SessionOutcome {
 ///         File            repeated: the files that belong to it
 ///         Characters
 ///             Character1  and so on, in the order of the takes
-///                 Name, Take, FramesIn, FramesOut, FramesLost
+///                 Name, FramesIn, FramesOut, FramesLost
+///                 Take        the file, as it is found from the directory of the document
 ///                 Solver      its status
 ///                 Clock       what its calibrator measured
 ///                 Dimensions  mean and spread of each length
 void describeSession(TakeSession& session, SessionOutcome outcome,
-                     const std::vector<std::string>& files);
+                     const std::filesystem::path& directory, const std::vector<std::string>& files);
 
 } // namespace tarn::capture

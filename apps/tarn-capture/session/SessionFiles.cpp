@@ -3,6 +3,7 @@
 
 #include "session/SessionFiles.h"
 
+#include "session/OlderSession.h"
 #include "session/PositionsCsv.h"
 #include "session/SessionDocument.h"
 #include "support/OutputPath.h"
@@ -27,8 +28,6 @@ namespace tarn::capture {
 namespace {
 
 namespace fs = std::filesystem;
-
-const char* const sessionName = "session.xml";
 
 /// The body that was solved of a frame; null where the frame was lost.
 const kit::BodyPose* bodyAt(Tracks& recording, int frame) {
@@ -83,9 +82,12 @@ std::vector<SessionPicture> sessionPictures() {
 SessionFiles::SessionFiles(TakeSession& session, std::filesystem::path directory,
                            const std::vector<std::string>& inputs,
                            std::vector<SessionPicture> pictures)
-    : session_(session), directory_(std::move(directory)), pictures_(std::move(pictures)) {
+    : session_(session), directory_(std::move(directory)), pictures_(std::move(pictures)),
+      older_(filesOfSession(directory_)) {
+    auto lost = names();
+    lost.insert(lost.end(), older_.begin(), older_.end());
     for (const std::string& input : inputs) {
-        for (const std::string& name : names()) {
+        for (const std::string& name : lost) {
             refuseToOverwrite(input, path(name), "--out");
         }
     }
@@ -111,7 +113,7 @@ std::vector<std::string> SessionFiles::names() const {
             names.push_back(draw::pageFile(picture.name + ".svg", i));
         }
     }
-    names.emplace_back(sessionName);
+    names.emplace_back(sessionFileName);
     for (const auto& performer : session_.performers()) {
         for (const char* const ending : {".actor.xml", ".csv", ".bvh"}) {
             names.push_back(performer->name() + ending);
@@ -121,10 +123,8 @@ std::vector<std::string> SessionFiles::names() const {
 }
 
 std::vector<std::string> SessionFiles::write(bool complete, bool paced) {
-    // An older session's must not speak for this one, whatever happens next.
-    std::error_code ignored;
-    if (fs::is_regular_file(fs::symlink_status(path(sessionName), ignored))) {
-        fs::remove(path(sessionName), ignored);
+    if (!beginSession(paced)) {
+        return problems_;
     }
     for (const auto& performer : session_.performers()) {
         const Stopwatch stopwatch(performer->writing());
@@ -136,8 +136,31 @@ std::vector<std::string> SessionFiles::write(bool complete, bool paced) {
     }
     writePictures();
     const bool isWhole = complete && problems_.empty();
-    attempt(sessionName, [&] { writeSession(isWhole, paced); });
+    attempt(sessionFileName, [&] {
+        auto files = written_;
+        files.emplace_back(sessionFileName);
+        writeSession(isWhole, paced, files);
+    });
     return problems_;
+}
+
+/// What an older session left goes, once there is a document that speaks for this one. False, with
+/// everything as it was, if there cannot be one.
+bool SessionFiles::beginSession(bool paced) {
+    auto files = names();
+    files.insert(files.end(), older_.begin(), older_.end());
+    attempt(sessionFileName, [&] { writeSession(false, paced, files); });
+    if (!problems_.empty()) {
+        return false;
+    }
+    written_.clear(); // it is yet to get its final text
+    for (const std::string& name : older_) {
+        std::error_code ignored; // one that is gone already is no loss
+        if (name != sessionFileName) {
+            fs::remove(path(name), ignored);
+        }
+    }
+    return true;
 }
 
 void SessionFiles::attempt(const std::string& name, const std::function<void()>& write) {
@@ -209,11 +232,9 @@ void SessionFiles::writePicture(const SessionPicture& picture) {
     }
 }
 
-void SessionFiles::writeSession(bool complete, bool paced) {
-    auto files = written_;
-    files.emplace_back(sessionName);
-    describeSession(session_, {complete, paced}, files);
-    save(session_.scene(), sessionName);
+void SessionFiles::writeSession(bool complete, bool paced, const std::vector<std::string>& files) {
+    describeSession(session_, {complete, paced}, directory_, files);
+    save(session_.scene(), sessionFileName);
 }
 
 void SessionFiles::save(Settings& settings, const std::string& name) {

@@ -31,11 +31,17 @@ std::vector<SessionPicture> sessionPictures();
 /// NAME.actor.xml, and for all of them the pictures, and session.xml, which lists the others. Each
 /// is complete or not there. What is said of a frame stands at its index, whatever was lost before
 /// it.
+///
+/// The files that a session there was before lists as its own go before these are written: a
+/// session.xml never stands beside files of another session. Whatever ends the program meanwhile,
+/// session.xml lists all that may be left, and says that it is not complete. Where not even that
+/// can be written, everything stays as it was.
 class SessionFiles {
 public:
     /// Makes the directory, and sees whether each of the files can be made in it. Throws
     /// `UsageError` if one of `inputs` would be overwritten, and `std::runtime_error` if there can
-    /// be no such directory or file, or the performers cannot be drawn.
+    /// be no such directory or file, the performers cannot be drawn, or a session that is there
+    /// does not say which files are its own.
     SessionFiles(TakeSession& session, std::filesystem::path directory,
                  const std::vector<std::string>& inputs,
                  std::vector<SessionPicture> pictures = sessionPictures());
@@ -62,7 +68,8 @@ private:
     void writeBvh(TakePerformer& performer, Tracks& recording);
     void writePictures();
     void writePicture(const SessionPicture& picture);
-    void writeSession(bool complete, bool paced);
+    bool beginSession(bool paced);
+    void writeSession(bool complete, bool paced, const std::vector<std::string>& files);
     void save(Settings& settings, const std::string& name);
     void writeText(const std::string& name, const std::string& text);
 
@@ -71,6 +78,7 @@ private:
     TakeSession& session_;
     std::filesystem::path directory_;
     std::vector<SessionPicture> pictures_;
+    std::vector<std::string> older_; ///< files of the session that is there
     std::vector<std::string> written_;
     std::vector<std::string> problems_;
     double drawing_ = 0;

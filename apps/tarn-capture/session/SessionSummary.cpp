@@ -3,21 +3,46 @@
 
 #include "session/SessionSummary.h"
 
+#include "support/Terminal.h"
+#include "support/Wrapped.h"
+
 #include <fmt/format.h>
 #include <tarn_kit/files/Text.h>
 
-#include <string>
-#include <utility>
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace tarn::capture {
 
 namespace {
 
-constexpr std::size_t columns = 3;
+/// One line of the details: a label and what it labels, broken where it would leave the terminal.
+std::string fact(const char* label, const std::string& text) {
+    constexpr std::size_t column = 14;
+    std::string lines;
+    for (const std::string& line : wrapped(text, outputWidth() - column)) {
+        lines += fmt::format("  {:<10}  {}\n", lines.empty() ? label : "", line);
+    }
+    return lines;
+}
 
-void printFact(const char* label, const std::string& fact) {
-    fmt::print("  {:<12} {}\n", label, fact);
+std::string padded(const std::string& text, std::size_t width) {
+    return text + std::string(width - std::min(width, columnsOf(text)), ' ');
+}
+
+std::int64_t lostBy(TakePerformer& performer) {
+    const kit::PerformerStatistics& statistics = performer.statistics();
+    return statistics.framesExpected - statistics.framesIn;
+}
+
+/// In a word or two.
+std::string clockVerdict(const kit::ClockCalibrator& clock, bool paced) {
+    if (clock.quality().frames == 0) {
+        return "not measured";
+    }
+    return !paced ? "not paced" : clock.isTrusted() ? "trusted" : "not trusted";
 }
 
 std::string clockText(const kit::ClockCalibrator& clock, bool paced) {
@@ -26,67 +51,132 @@ std::string clockText(const kit::ClockCalibrator& clock, bool paced) {
         return "not measured";
     }
     if (!paced) {
-        return fmt::format("{} missing; rate and jitter not measured: frames were not paced",
+        return fmt::format("{} missing; rate and jitter not measured: frames did not come at the "
+                           "rate of the take",
                            quality.missing);
     }
     return fmt::format("{:.3f} per second measured, {} stated; jitter {:.3f} ms, {} missing: {}",
                        quality.measuredRate, quality.statedRate, 1000 * quality.jitter,
-                       quality.missing, clock.isTrusted() ? "trusted" : "not trusted");
+                       quality.missing, clockVerdict(clock, paced));
 }
 
-std::string lengthWithSpread(const kit::MeasuredLength& length, const kit::LengthUnit& unit) {
-    return fmt::format("{} ± {:.2g}", kit::lengthText(length.mean, unit), length.spread);
+std::string heightText(TakePerformer& performer) {
+    const kit::BodyDimensionCalibrator& dimensions = performer.dimensions();
+    return dimensions.collectedFrames() == 0
+               ? "not measured"
+               : kit::lengthText(dimensions.height().mean, performer.take().unit());
 }
 
-/// Without the blanks that fill its last column.
-void printLine(const std::string& line) {
-    fmt::print("  {}\n", line.substr(0, line.find_last_not_of(' ') + 1));
+/// 0.1 mm in the take's unit.
+double visibleSpread(const Take& take) {
+    const std::string& unit = take.unit().symbol;
+    if (unit == "m") {
+        return 0.0001;
+    }
+    if (unit == "cm") {
+        return 0.01;
+    }
+    if (unit == "mm") {
+        return 0.1;
+    }
+    if (unit == "in") {
+        return 0.1 / 25.4;
+    }
+    constexpr double personInTenthsOfAMillimetre = 17'000;
+    return take.bodyHeight() / personInTenthsOfAMillimetre;
 }
 
-void printDimensions(const kit::BodyDimensionCalibrator& dimensions, const kit::LengthUnit& unit) {
+std::string lengthWithSpread(const kit::MeasuredLength& length, const Take& take) {
+    const std::string text = kit::lengthText(length.mean, take.unit());
+    return length.spread > visibleSpread(take) ? fmt::format("{} ± {:.2g}", text, length.spread)
+                                               : text;
+}
+
+std::string dimensionsText(TakePerformer& performer) {
+    const kit::BodyDimensionCalibrator& dimensions = performer.dimensions();
     if (dimensions.collectedFrames() == 0) {
-        printFact("dimensions", "not measured");
-        return;
+        return fact("dimensions", "not measured");
     }
-    printFact("height", lengthWithSpread(dimensions.height(), unit));
-    printFact(
-        "dimensions",
-        fmt::format("mean ± spread over {}",
-                    kit::counted(static_cast<std::size_t>(dimensions.collectedFrames()), "frame")));
-    std::string line;
-    std::size_t column = 0;
-    for (const kit::MeasuredLength& length : dimensions.segments()) {
-        line += fmt::format("  {:<16} {:<22}", kit::shortened(kit::printable(length.name), 16),
-                            lengthWithSpread(length, unit));
-        if (++column % columns == 0) {
-            printLine(std::exchange(line, {}));
-        }
+    auto lengths = dimensions.segments();
+    lengths.insert(lengths.begin(), dimensions.height());
+    constexpr std::size_t longestName = 20;
+    std::size_t width = 0;
+    for (kit::MeasuredLength& length : lengths) {
+        length.name = kit::shortened(kit::printable(length.name), longestName);
+        width = std::max(width, columnsOf(length.name));
     }
-    if (!line.empty()) {
-        printLine(line);
+    std::vector<std::string> items;
+    items.reserve(lengths.size());
+    for (const kit::MeasuredLength& length : lengths) {
+        items.push_back(padded(length.name, width) + " " +
+                        lengthWithSpread(length, performer.take()));
     }
+    const auto frames = static_cast<std::size_t>(dimensions.collectedFrames());
+    constexpr std::size_t indent = 4;
+    return fact("dimensions", fmt::format("mean over {}; ± spread where it exceeds 0.1 mm",
+                                          kit::counted(frames, "frame"))) +
+           inColumns(items, indent, outputWidth());
 }
 
-void printPerformer(TakePerformer& performer, bool paced) {
+std::string timeText(TakePerformer& performer) {
     const kit::PerformerStatistics& statistics = performer.statistics();
-    fmt::print("{}\n", performer.name());
-    printFact("frames",
-              fmt::format("{} in, {} out, {} lost", statistics.framesIn, statistics.framesOut,
-                          statistics.framesExpected - statistics.framesIn));
-    printFact("clock", clockText(performer.clock(), paced));
-    printDimensions(performer.dimensions(), performer.take().unit());
-    printFact("time", fmt::format("read {:.3f} s, wait {:.3f} s, solve {:.3f} s, record {:.3f} s, "
-                                  "write {:.3f} s",
-                                  performer.reading(), statistics.waiting, statistics.solving,
-                                  statistics.recording, performer.writing()));
+    return fmt::format(
+        "{:.3f} s to read, {:.3f} to wait, {:.3f} to solve, {:.3f} to record, {:.3f} to write",
+        performer.reading(), statistics.waiting, statistics.solving, statistics.recording,
+        performer.writing());
 }
 
 } // namespace
 
-void printSummary(const TakeSession& session, bool paced) {
+std::string summaryOf(const TakeSession& session, bool paced) {
+    constexpr std::size_t columns = 52; // what stands behind the name
+    const std::size_t room = outputWidth() - columns;
+    std::size_t width = std::string("performer").size();
     for (const auto& performer : session.performers()) {
-        printPerformer(*performer, paced);
+        width = std::max(width, std::min(columnsOf(performer->name()), room));
     }
+    const auto line = [width](const std::string& name, auto in, auto out, auto lost,
+                              const std::string& clock, const std::string& height) {
+        return fmt::format("{}  {:>7}  {:>7}  {:>7}  {:<12}  {}\n", padded(name, width), in, out,
+                           lost, clock, height);
+    };
+    std::string text = line("performer", "in", "out", "lost", "clock", "height");
+    for (const auto& performer : session.performers()) {
+        const kit::PerformerStatistics& statistics = performer->statistics();
+        text += line(kit::shortened(performer->name(), width), statistics.framesIn,
+                     statistics.framesOut, lostBy(*performer),
+                     clockVerdict(performer->clock(), paced), heightText(*performer));
+    }
+    return text;
+}
+
+std::string verdictOn(const TakeSession& session, bool complete, bool paced) {
+    std::int64_t lost = 0;
+    std::int64_t expected = 0;
+    std::string distrusted;
+    for (const auto& performer : session.performers()) {
+        lost += lostBy(*performer);
+        expected += performer->statistics().framesExpected;
+        const bool measured = performer->clock().quality().frames > 0;
+        if (paced && measured && !performer->clock().isTrusted()) {
+            distrusted += (distrusted.empty() ? "" : ", ") + performer->name();
+        }
+    }
+    return fmt::format("{}, {}{}", complete ? "complete" : "not complete",
+                       lost == 0 ? "nothing lost"
+                                 : fmt::format("{} of {} frames lost", lost, expected),
+                       distrusted.empty() ? "" : "; clock not trusted: " + distrusted);
+}
+
+std::string detailsOf(const TakeSession& session, bool paced) {
+    std::string text;
+    for (const auto& performer : session.performers()) {
+        text += fmt::format("\n{}\n", performer->name());
+        text += fact("clock", clockText(performer->clock(), paced));
+        text += dimensionsText(*performer);
+        text += fact("time", timeText(*performer));
+    }
+    return text;
 }
 
 } // namespace tarn::capture

@@ -22,7 +22,7 @@ protected:
     /// Runs a session that can write nothing.
     Outcome runWithoutRoom(const std::string& take) const {
         return runProgram("sh", {"-c", "trap '' XFSZ; ulimit -f 0; exec '" + captureProgram() +
-                                           "' run '" + take + "' --out '" + out_ + "'"});
+                                           "' run '" + take + "' --out '" + out_ + "' --force"});
     }
 };
 
@@ -55,8 +55,8 @@ TEST_F(SessionFiles, HoldWhatWasPlayedAndNothingOfTheCalibration) {
 }
 
 TEST_F(SessionFiles, NeverTakeThePlaceOfATake) {
-    for (const char* const name : {"poses.png", "poses.svg", "motion.png", "motion.svg",
-                                   "session.xml", "take.csv", "take.bvh"}) {
+    for (const char* const name :
+         {"poses.png", "poses.svg", "motion.png", "motion.svg", "take.csv", "take.bvh"}) {
         const TempDirectory directory;
         const std::string take = directory / name;
         writeFile(take, TakeText().text());
@@ -78,28 +78,104 @@ TEST_F(SessionFiles, NeverTakeThePlaceOfASecondTake) {
     EXPECT_THAT(outcome.err, HasSubstr("'" + directory_.path().string() + "/take.bvh' is what"));
 }
 
-TEST_F(SessionFiles, LeaveNoOldDocumentWhereTheNewOneCannotBeWritten) {
+TEST_F(SessionFiles, StayAsTheyWereWhereNoNewDocumentCanBeWritten) {
+    ASSERT_EQ(run({writeTake("old.bvh", 3)}).exitCode, 0);
+    const auto before = outputs();
+    const std::string document = readFile(output("session.xml"));
+
+    const Outcome outcome = runWithoutRoom(writeTake("new.bvh", 3));
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outputs(), before);
+    EXPECT_EQ(readFile(output("session.xml")), document);
+}
+
+TEST_F(SessionFiles, ReplaceAnOlderSessionOnlyWhenTheyAreToldTo) {
+    ASSERT_EQ(run({writeTake("old.bvh", 3), writeTake("both.bvh", 3)}).exitCode, 0);
+    writeFile(output("notes.txt"), "mine");
+    const auto before = outputs();
+    const std::string document = readFile(output("session.xml"));
+
+    const Outcome refused = run({writeTake("new.bvh", 3)});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_THAT(refused.err, HasSubstr("--out: '" + out_ + "' holds a session; --force replaces"));
+    EXPECT_EQ(outputs(), before);
+    EXPECT_EQ(readFile(output("session.xml")), document);
+
+    EXPECT_EQ(run({writeTake("new.bvh", 3), writeTake("both.bvh", 3)}, {"--force"}).exitCode, 0);
+    EXPECT_THAT(outputs(), ElementsAre("both.actor.xml", "both.bvh", "both.csv", "motion.png",
+                                       "motion.svg", "new.actor.xml", "new.bvh", "new.csv",
+                                       "notes.txt", "poses.png", "poses.svg", "session.xml"));
+}
+
+TEST_F(SessionFiles, AreAllListedInTheirDocument) {
+    ASSERT_EQ(run({writeTake("old.bvh", 3), writeTake("both.bvh", 3)}).exitCode, 0);
+    ASSERT_EQ(run({writeTake("new.bvh", 3)}, {"--force"}).exitCode, 0);
+    Settings document;
+    ASSERT_TRUE(document.loadSettingsFromFile(output("session.xml")));
+    const auto list = document.subSettings("Session")->valueList("File");
+    std::vector<std::string> files(list.begin(), list.end());
+    std::sort(files.begin(), files.end());
+    EXPECT_EQ(files, outputs());
+}
+
+TEST_F(SessionFiles, RemoveNothingThatLiesElsewhereWhateverAnOldDocumentLists) {
     const std::string take = writeTake("take.bvh", 3);
-    ASSERT_EQ(run({take}).exitCode, 0);
+    fs::create_directory(out_);
+    fs::create_directory(output("sub"));
+    writeFile(output("sub/file"), "mine");
+    writeFile(directory_ / "file", "mine");
+    fs::create_symlink(directory_ / "file", output("link"));
+    writeFile(output("session.xml"), "<Session><File>../file</File><File>sub/file</File>"
+                                     "<File>sub</File><File>link</File><File>..</File><File/>"
+                                     "<File>" +
+                                         directory_ / "file" + "</File></Session>");
 
-    EXPECT_EQ(runWithoutRoom(take).exitCode, 1);
+    EXPECT_EQ(run({take}, {"--force"}).exitCode, 0);
 
-    EXPECT_FALSE(fs::exists(output("session.xml")));
-    EXPECT_TRUE(fs::exists(output("take.csv"))); // the others stay as they were
+    EXPECT_TRUE(fs::exists(output("sub/file")));
+    EXPECT_TRUE(fs::exists(output("link")));
+    EXPECT_TRUE(fs::exists(directory_ / "file"));
+}
+
+TEST_F(SessionFiles, AreNotMixedWithThoseOfASessionThatDoesNotSayWhatIsItsOwn) {
+    const std::string take = writeTake("take.bvh", 3);
+    fs::create_directory(out_);
+    for (const char* const text : {"no document", "<Actor/>"}) {
+        writeFile(output("session.xml"), text);
+        const Outcome outcome = run({take}, {"--force"});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_THAT(outcome.err, HasSubstr("'" + output("session.xml") + "' is no session's"));
+        EXPECT_THAT(outputs(), ElementsAre("session.xml"));
+    }
+}
+
+TEST_F(SessionFiles, NeverTakeThePlaceOfATakeThatAnOlderSessionLeft) {
+    ASSERT_EQ(run({writeTake("take.bvh", 3)}).exitCode, 0);
+    const auto before = outputs();
+    for (const char* const name : {"take.bvh", "other.bvh"}) {
+        if (!fs::exists(output(name))) {
+            fs::create_hard_link(output("take.bvh"), output(name));
+        }
+        const Outcome outcome = run({output(name)}, {"--force"});
+        EXPECT_EQ(outcome.exitCode, 2) << name;
+        EXPECT_THAT(outcome.err, HasSubstr("' is what the command reads\n"));
+    }
+    EXPECT_TRUE(fs::exists(output("take.bvh")));
 }
 
 TEST_F(SessionFiles, LeaveALinkInThePlaceOfTheDocument) {
     const std::string take = writeTake("take.bvh", 3);
     const std::string elsewhere = directory_ / "elsewhere.xml";
-    writeFile(elsewhere, "old");
+    writeFile(elsewhere, "<Session/>");
     fs::create_directory(out_);
     fs::create_symlink(elsewhere, output("session.xml"));
 
     EXPECT_EQ(runWithoutRoom(take).exitCode, 1);
     EXPECT_TRUE(fs::is_symlink(output("session.xml")));
-    EXPECT_EQ(readFile(elsewhere), "old");
+    EXPECT_EQ(readFile(elsewhere), "<Session/>");
 
-    EXPECT_EQ(run({take}).exitCode, 0);
+    EXPECT_EQ(run({take}, {"--force"}).exitCode, 0);
     EXPECT_TRUE(fs::is_symlink(output("session.xml")));
     EXPECT_THAT(readFile(elsewhere), HasSubstr("<Complete>yes</Complete>"));
 }

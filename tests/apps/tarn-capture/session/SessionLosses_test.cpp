@@ -224,10 +224,10 @@ TEST_F(Files, AreWrittenBesideAPictureThatCannotBeDrawn) {
 TEST_F(Files, AreSummedUpWithTheFramesThatWereLost) {
     TakeSession session({take_}, losing({0, 3, 4, 7}));
     ASSERT_TRUE(session.play({}, {}));
-    ::testing::internal::CaptureStdout();
-    printSummary(session, false);
-    EXPECT_THAT(::testing::internal::GetCapturedStdout(),
-                HasSubstr("take\n  frames       4 in, 4 out, 4 lost\n"));
+    EXPECT_THAT(summaryOf(session, false),
+                HasSubstr("\ntake             4        4        4  not measured  not measured\n"));
+    EXPECT_EQ(verdictOn(session, true, false), "complete, 4 of 8 frames lost");
+    EXPECT_EQ(verdictOn(session, false, false), "not complete, 4 of 8 frames lost");
 }
 
 } // namespace
