@@ -62,10 +62,15 @@ void visitContinued(const C3dParameters& parameters, std::string_view group, std
     }
 }
 
+/// Some programs fill names up with NULs or blanks.
+bool isNamed(std::string_view name, std::string_view wanted) {
+    return sameWord(name, wanted) || sameWord(trimmed(name), wanted);
+}
+
 template <class Groups>
 auto groupNamed(Groups& groups, std::string_view name) {
     return std::find_if(groups.begin(), groups.end(),
-                        [name](const C3dGroup& group) { return sameWord(group.name, name); });
+                        [name](const C3dGroup& group) { return isNamed(group.name, name); });
 }
 
 } // namespace
@@ -186,9 +191,8 @@ bool C3dParameter::operator==(const C3dParameter& other) const noexcept {
 
 const C3dParameter* C3dGroup::find(std::string_view parameter) const noexcept {
     const auto found =
-        std::find_if(parameters.begin(), parameters.end(), [parameter](const C3dParameter& one) {
-            return sameWord(one.name, parameter);
-        });
+        std::find_if(parameters.begin(), parameters.end(),
+                     [parameter](const C3dParameter& one) { return isNamed(one.name, parameter); });
     return found == parameters.end() ? nullptr : &*found;
 }
 
@@ -216,7 +220,7 @@ const C3dGroup* C3dParameters::find(std::string_view group) const noexcept {
 const C3dParameter* C3dParameters::find(std::string_view group,
                                         std::string_view parameter) const noexcept {
     for (const C3dGroup& one : groups_) {
-        if (sameWord(one.name, group)) {
+        if (isNamed(one.name, group)) {
             if (const C3dParameter* const found = one.find(parameter)) {
                 return found;
             }
@@ -248,7 +252,7 @@ std::vector<double> C3dParameters::numbers(std::string_view group,
 void C3dParameters::set(std::string_view group, C3dParameter parameter) {
     for (C3dGroup& one : groups_) {
         for (C3dParameter& old : one.parameters) {
-            if (sameWord(one.name, group) && sameWord(old.name, parameter.name)) {
+            if (isNamed(one.name, group) && isNamed(old.name, parameter.name)) {
                 old.type = parameter.type;
                 old.dimensions = std::move(parameter.dimensions);
                 old.data = std::move(parameter.data);
@@ -266,11 +270,11 @@ void C3dParameters::set(std::string_view group, C3dParameter parameter) {
 
 void C3dParameters::remove(std::string_view group, std::string_view parameter) {
     for (C3dGroup& one : groups_) {
-        if (sameWord(one.name, group)) {
+        if (isNamed(one.name, group)) {
             auto& all = one.parameters;
             all.erase(std::remove_if(all.begin(), all.end(),
                                      [parameter](const C3dParameter& old) {
-                                         return sameWord(old.name, parameter);
+                                         return isNamed(old.name, parameter);
                                      }),
                       all.end());
         }

@@ -320,7 +320,7 @@ private:
         const auto found = std::lower_bound(
             records.begin(), records.end(), offset,
             [](const C3dRecord& record, std::uint64_t at) { return record.start < at; });
-        if (found == records.end() || found->start != offset) {
+        if (found == records.end() || found->start != offset || found->isMended) {
             return {};
         }
         return std::string(source_->bytes().substr(found->start, found->end - found->start));

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -898,6 +899,112 @@ TEST(C3dReport, SaysWhereInTheFileAParameterLies) {
     const auto finding = findingOn(readBytes(bytes), "POINT:USED");
     ASSERT_TRUE(finding);
     EXPECT_EQ(bytes.substr(finding->offset + 2, 4), "USED");
+}
+
+// How many of what.
+
+TEST(C3dOddities, FramesThatNobodyCountsAreThoseThatTheFileHolds) {
+    FileBuilder file = large();
+    file.standard().without("FRAMES").header(4, 0).header(5, 0);
+    const C3dTake missing = readBytes(file.bytes());
+    expectData(missing, 32);
+    EXPECT_EQ(findingOn(missing, "POINT:FRAMES")->found, "no number of frames");
+    file.integer(1, "FRAMES", 0);
+    const C3dTake none = readBytes(file.bytes());
+    expectData(none, 32);
+    EXPECT_EQ(findingOn(none, "POINT:FRAMES")->found, "0");
+    FileBuilder empty; // with a block of padding
+    empty.frames = 0;
+    EXPECT_EQ(readBytes(empty.standard().bytes() + std::string(512, '\0')).frameCount, 0);
+}
+
+TEST(C3dOddities, ACountThatEndsAt32767MayBeThatOfALongerTake) {
+    FileBuilder file(C3dEncoding::IntelInteger);
+    file.points = 1;
+    file.frames = 40000;
+    file.standard().without("FRAMES").integer(1, "FRAMES", 32767).header(5, 32767);
+    const C3dTake take = readStrictly(file.bytes());
+    EXPECT_EQ(take.frameCount, 40000);
+    const std::string bytes = file.bytes();
+    EXPECT_EQ(readBytes(bytes.substr(0, bytes.size() - 1005)).frameCount, 39874)
+        << "and broken off in a frame";
+}
+
+TEST(C3dOddities, ALongTakeThatBreaksOffInAFrameIsReadToThere) {
+    FileBuilder file(C3dEncoding::IntelInteger);
+    file.points = 100; // frames of 800 bytes
+    file.frames = 66000;
+    file.padded = false;
+    file.standard().without("FRAMES").integer(1, "FRAMES", 65535).header(5, 65535);
+    std::string bytes = file.bytes();
+    bytes.resize(bytes.size() - 100);
+    EXPECT_EQ(readBytes(bytes).frameCount, 65999);
+}
+
+TEST(C3dOddities, UnsignedOffsetsAreThatInRealFilesToo) {
+    FileBuilder file;
+    file.channels = 1;
+    file.samples = 1;
+    file.standard().without("OFFSET").integers(2, "OFFSET", {32768}).text(2, "FORMAT", "UNSIGNED");
+    C3dTake take = readBytes(file.bytes());
+    EXPECT_EQ(take.channels[0].offset, 32768);
+    take.channels[0].offset = 40000;
+    std::ostringstream stream;
+    writeC3d(take, stream);
+    EXPECT_EQ(readBytes(stream.str()).channels[0].offset, 40000);
+}
+
+TEST(C3dOddities, ABlockOfPaddingTooManyIsNoReasonToDoubtWhatIsStated) {
+    FileBuilder file = large();
+    file.standard().headerReal(7, 0.25F); // as integers the data would fill half of the file
+    const C3dTake take = readBytes(file.bytes() + std::string(512, '\0'));
+    expectData(take, 32);
+    EXPECT_FALSE(findingOn(take, "the size of the file"));
+    FileBuilder integers = large(); // and the other way round: no reals at all
+    integers.standard().without("SCALE").number(1, "SCALE", 0.25F);
+    expectData(readBytes(integers.bytes() + std::string(512, '\0')), 32);
+}
+
+TEST(C3dOddities, ListsSayHowManyThereAreWhereNumbersDisagree) {
+    FileBuilder file; // 3 and 4 markers fill the same block
+    file.frames = 4;
+    file.standard().without("USED").integer(1, "USED", 4);
+    expectSettled(file.bytes(), "POINT:USED", "4", "3");
+    FileBuilder analog;
+    analog.channels = 2;
+    analog.samples = 1;
+    analog.rate = 50;
+    analog.standard().without("RATE").number(1, "RATE", 50);
+    for (FileBuilder::Record& record : analog.records) {
+        if (record.name == "USED" && record.group == 2) {
+            record.content[2] = 1; // of 2 samples each, it could be as well
+        }
+    }
+    const C3dTake take = readBytes(analog.bytes());
+    EXPECT_EQ(take.channels.size(), 2U);
+    EXPECT_EQ(findingOn(take, "ANALOG:USED")->found, "1");
+}
+
+TEST(C3dOddities, DataEndWhereParametersBehindThemStart) {
+    FileBuilder file;
+    file.dataBlock = 2;
+    file.standard().without("FRAMES").integer(1, "FRAMES", 200).header(5, 200);
+    std::string bytes = file.header() + file.data();
+    bytes.resize(1024, '\0');
+    bytes[0] = 3;
+    const C3dTake take = readBytes(bytes + file.section());
+    EXPECT_LE(take.frameCount, 512 / 48);
+    EXPECT_EQ(findingOn(take, "the size of the file")->offset, 1024U);
+}
+
+TEST(C3dOddities, AStatedSectionWithItsHeaderIsBelievedWhateverItsFirstRecordIs) {
+    FileBuilder file;
+    file.standard();
+    file.records.insert(file.records.begin(), {0, std::string("\1\2", 2), "junk"});
+    const C3dTake take = readBytes(file.bytes());
+    expectData(take);
+    EXPECT_EQ(take.markers[0].name, "M1");
+    EXPECT_FALSE(findingOn(take, "header word 1"));
 }
 
 } // namespace

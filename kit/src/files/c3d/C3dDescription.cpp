@@ -202,6 +202,8 @@ std::vector<C3dChannel> channelsOf(const C3dParameters& parameters, std::size_t 
     const std::vector<double> scales = parameters.numbers("ANALOG", "SCALE");
     const std::vector<double> offsets = parameters.numbers("ANALOG", "OFFSET");
     const double general = numberAt(parameters.numbers("ANALOG", "GEN_SCALE"), 0, 1);
+    const C3dParameter* const offset = parameters.find("ANALOG", "OFFSET");
+    const bool isWhole = offset != nullptr && offset->type == C3dType::Integer;
     std::vector<C3dChannel> channels(count);
     for (std::size_t i = 0; i < count; ++i) {
         C3dChannel& channel = channels[i];
@@ -210,7 +212,8 @@ std::vector<C3dChannel> channelsOf(const C3dParameters& parameters, std::size_t 
         channel.unit = textAt(unitTexts, i);
         channel.scale = numberAt(scales, i, 1) * general;
         channel.offset = numberAt(offsets, i, 0);
-        if (isUnsigned && channel.offset < 0) {
+        // Whatever the samples are, 16 bits without a sign have been meant.
+        if (isUnsigned && isWhole && channel.offset < 0) {
             channel.offset += 65536;
         }
     }
@@ -291,7 +294,7 @@ C3dInfo describe(std::string_view bytes, const C3dSection& section, const C3dLay
     const std::size_t channels = countOf(layout.channels, layout.frames, parameters, "ANALOG");
     const std::size_t bodies = countOf(layout.bodies, layout.bodyFrames, parameters, "ROTATION");
     info.markers = markersOf(parameters, markers);
-    info.channels = channelsOf(parameters, channels, layout.unsignedAnalog && !layout.real);
+    info.channels = channelsOf(parameters, channels, layout.unsignedAnalog);
     info.bodies = bodiesOf(parameters, bodies);
     info.samplesPerFrame = channels == 0 ? 0 : static_cast<int>(layout.samplesPerFrame);
     info.bodiesPerFrame = bodies == 0 ? 0 : static_cast<int>(layout.bodiesPerFrame);

@@ -67,8 +67,6 @@ private:
 
 // Finding the parameters.
 
-bool namesProcessor(std::uint8_t byte) { return byte >= 84 && byte <= 86; }
-
 std::uint64_t statedSection(std::string_view bytes) {
     const std::uint64_t block = byteAt(bytes.data());
     return block == 0 ? 0 : (block - 1) * c3dBlock;
@@ -318,6 +316,9 @@ private:
     }
 
     void collect() {
+        labels_ = section_.parameters.texts("POINT", "LABELS").size();
+        analogLabels_ = section_.parameters.texts("ANALOG", "LABELS").size();
+        analogScales_ = section_.parameters.numbers("ANALOG", "SCALE").size();
         addStated(points_, "POINT", "USED");
         points_.add(header_.statedWord(header::points));
         collectAnalog();
@@ -409,11 +410,14 @@ private:
         const int end = header_.word(header::lastFrame);
         // A first frame that 16 bits cannot hold says nothing.
         const bool says = (begin != 0 || end != 0) && begin != 65535;
-        if (says || frames_.values.empty()) {
+        if (says) {
             // A last frame before the first one has been counted over 65,535.
             const int count = end - begin + 1;
             frames_.add({static_cast<double>(count < 0 ? count + 65536 : count),
                          wordPlace(header::lastFrame), header::offsetOf(header::lastFrame)});
+        }
+        if (frames_.values.empty()) {
+            frames_.addValue(0); // what the file holds will count
         }
     }
 
@@ -478,9 +482,14 @@ private:
         }
     }
 
+    /// Where data that start there end at the latest: at what lies behind them.
     std::uint64_t limitFrom(std::uint64_t start) const {
-        const bool bodiesFollow = layout_.bodies > 0 && layout_.bodiesStart > start;
-        return bodiesFollow ? layout_.bodiesStart : layout_.fileSize;
+        std::uint64_t limit = layout_.fileSize;
+        const std::uint64_t bodies = layout_.bodies > 0 ? layout_.bodiesStart : 0;
+        for (const std::uint64_t other : {bodies, section_.start}) {
+            limit = other > start ? std::min(limit, other) : limit;
+        }
+        return limit;
     }
 
     double bytesPerFrame(const Reading& reading) const {
@@ -494,16 +503,37 @@ private:
         return static_cast<double>(limitFrom(static_cast<std::uint64_t>(start))) - start;
     }
 
-    /// Whether so many frames fill what there is, up to the block that is begun.
-    bool fills(const Reading& reading, double frames) const {
+    /// How well so many frames fill what there is.
+    enum class Fit : std::uint8_t {
+        No,
+        NearlyFull, ///< but for a block, which some programs add
+        Full,       ///< up to the block that is begun
+    };
+    Fit fitOf(const Reading& reading, double frames) const {
+        constexpr auto block = static_cast<double>(c3dBlock);
         const double rest = roomFor(reading) - frames * bytesPerFrame(reading);
-        return rest >= 0 && rest < static_cast<double>(c3dBlock);
+        if (rest < 0 || rest >= 2 * block) {
+            return Fit::No;
+        }
+        return rest < block ? Fit::Full : Fit::NearlyFull;
     }
 
+    /// How many statements agree with a reading.
     int votesFor(const Reading& reading) const {
         return points_.votesFor(points_.values[reading.points]) +
                frames_.votesFor(frames_.values[reading.frames]) +
                starts_.votesFor(starts_.values[reading.start]) + votesFor(analog_[reading.analog]);
+    }
+
+    /// How many lists have an entry for each marker or channel. There may be more names than what
+    /// they name, so that says less than a number that is stated.
+    int listsFor(const Reading& reading) const {
+        const auto counts = [](std::size_t size, double count) {
+            return size > 0 && static_cast<double>(size) == count ? 1 : 0;
+        };
+        const double channels = analog_[reading.analog].channels;
+        return counts(labels_, points_.values[reading.points]) + counts(analogLabels_, channels) +
+               counts(analogScales_, channels);
     }
 
     template <class Visit>
@@ -522,25 +552,20 @@ private:
     }
 
     /// Chooses the reading that fills the file; of several, or if none does, the one that most
-    /// statements agree with; of several, the one with the more trusted statements.
+    /// statements agree with, and most lists; of several, the one with the more trusted statements.
     void choose() {
         Reading best{0, 0, 0, 0, 0};
-        bool bestFills = false;
-        int bestVotes = -1;
+        auto most = std::make_tuple(Fit::No, -1, -1);
         visitReadings([&](const Reading& reading) {
-            const bool full = fills(reading, frames_.values[reading.frames]);
-            const int votes = votesFor(reading);
-            if ((full && !bestFills) || (full == bestFills && votes > bestVotes)) {
+            const auto merit = std::make_tuple(fitOf(reading, frames_.values[reading.frames]),
+                                               votesFor(reading), listsFor(reading));
+            if (merit > most) {
                 best = reading;
-                bestFills = full;
-                bestVotes = votes;
+                most = merit;
             }
         });
         frameCount_ = frames_.values[best.frames];
-        if (!bestFills) {
-            bestFills = chooseLongTake(best);
-        }
-        fills_ = bestFills;
+        fills_ = std::get<Fit>(most) != Fit::No || chooseLongTake(best) || chooseAllHeld(best);
         layout_.points = static_cast<std::uint64_t>(points_.values[best.points]);
         layout_.channels = static_cast<std::uint64_t>(analog_[best.analog].channels);
         layout_.samplesPerFrame = static_cast<std::uint64_t>(analog_[best.analog].samples);
@@ -548,20 +573,35 @@ private:
         layout_.real = reals_.values[best.real] != 0;
     }
 
-    /// Counts of frames in 16 bits have been cut off at 65,535 or have started again from 0 in
-    /// takes that are longer. Such a take is believed if it fills the file.
+    double heldBy(const Reading& reading) const {
+        const double size = bytesPerFrame(reading);
+        return size > 0 ? std::max(0.0, std::floor(roomFor(reading) / size)) : 0;
+    }
+
+    /// Whether a count is the most that its field holds: 16 bits, with a sign or without.
+    bool isSaturated(double count) const {
+        const int last = header_.word(header::lastFrame);
+        return count == 65535 || count == 32767 ||
+               (last == 32767 && count == last - header_.word(header::firstFrame) + 1);
+    }
+
+    /// Counts of frames in 16 bits have been cut off at 65,535 or 32,767, or have started again
+    /// from 0, in takes that are longer. Such a take is believed if it fills the file, or, where
+    /// that breaks off, but for a part of a frame.
     bool chooseLongTake(Reading& best) {
         bool found = false;
         visitReadings([&](const Reading& reading) {
             const double stated = frames_.values[reading.frames];
-            const double size = bytesPerFrame(reading);
-            const double held = size > 0 ? std::floor(roomFor(reading) / size) : 0;
-            if (found || stated > 65535 || held < 65536) {
+            const double held = heldBy(reading);
+            const bool isCutOff = isSaturated(stated) && held > stated;
+            if (found || stated > 65535 || (held < 65536 && !isCutOff)) {
                 return;
             }
             const double whole = held - std::fmod(held - stated, 65536);
-            for (const double count : {whole, stated == 65535 ? held : whole}) {
-                if (!found && count > stated && fills(reading, count)) {
+            for (const double count : {whole, isCutOff ? held : whole}) {
+                const double rest = roomFor(reading) - count * bytesPerFrame(reading);
+                const double most = std::max<double>(c3dBlock, bytesPerFrame(reading));
+                if (!found && count > stated && rest >= 0 && rest < most) {
                     best = reading;
                     frameCount_ = count;
                     found = true;
@@ -571,6 +611,20 @@ private:
         return found;
     }
 
+    /// No frames, or no number of them, in a file that holds more than padding: those are believed.
+    bool chooseAllHeld(const Reading& best) {
+        const double held = heldBy(best);
+        if (frameCount_ != 0 || held == 0 || roomFor(best) < 2 * static_cast<double>(c3dBlock)) {
+            return false;
+        }
+        frameCount_ = held;
+        if (frames_.statements.empty()) {
+            judge_.contradict({"POINT:FRAMES", section_.start, "no number of frames",
+                               numberText(held), "the file holds as many", true});
+        }
+        return true;
+    }
+
     /// Says what was stated otherwise than it is believed.
     void report() {
         const std::string reason = fills_ ? "with that the data fills the file"
@@ -578,9 +632,10 @@ private:
         reportChoice(points_, static_cast<double>(layout_.points), reason);
         for (const Statement& one : frames_.statements) {
             // What 16 bits can say of a longer take is no contradiction.
-            const bool cut = frameCount_ > 65535 && one.value <= 65535 &&
-                             (one.value == 65535 || one.value == std::fmod(frameCount_, 65536) ||
-                              header_.word(header::lastFrame) == 65535);
+            const bool cut = (frameCount_ > one.value && isSaturated(one.value)) ||
+                             (frameCount_ > 65535 && one.value <= 65535 &&
+                              (one.value == std::fmod(frameCount_, 65536) ||
+                               header_.word(header::lastFrame) == 65535));
             if (one.value != frameCount_ && !cut) {
                 contradict(one, frameCount_, reason);
             } else if (one.value != frameCount_) {
@@ -744,6 +799,9 @@ private:
     std::vector<Statement> badStarts_;
     std::vector<Statement> scales_;
     std::vector<Statement> badScales_;
+    std::size_t labels_ = 0;
+    std::size_t analogLabels_ = 0;
+    std::size_t analogScales_ = 0;
     double frameCount_ = 0;
     bool fills_ = false;
 };
@@ -777,7 +835,8 @@ C3dSection findSection(std::string_view bytes, std::uint64_t fileSize, C3dJudge&
                           "the file has the parameters of a C3D file", true});
     }
     for (C3dFinding& finding : section.findings) {
-        judge.contradict(std::move(finding));
+        finding.isContradiction ? judge.contradict(std::move(finding))
+                                : judge.remark(std::move(finding));
     }
     section.findings.clear();
     const std::uint64_t stated =

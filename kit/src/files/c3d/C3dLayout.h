@@ -30,7 +30,7 @@ inline constexpr int eventFlags = 189;
 inline constexpr int eventLabels = 199;
 inline constexpr int maxEvents = 18;
 inline constexpr int key = 12345; ///< says that what follows it is there
-inline constexpr char magic = 0x50;
+inline constexpr char magic = c3dKey;
 
 inline std::uint64_t offsetOf(int word) { return static_cast<std::uint64_t>(word - 1) * 2; }
 } // namespace c3d_header

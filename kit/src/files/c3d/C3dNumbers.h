@@ -14,6 +14,8 @@ namespace tarn::kit {
 /// them by.
 enum class C3dProcessor : std::uint8_t { Intel = 84, Dec = 85, Mips = 86 };
 
+inline bool namesProcessor(std::uint8_t byte) noexcept { return byte >= 84 && byte <= 86; }
+
 C3dProcessor processorOf(C3dEncoding encoding) noexcept;
 bool isReal(C3dEncoding encoding) noexcept;
 C3dEncoding encodingOf(C3dProcessor processor, bool real) noexcept;

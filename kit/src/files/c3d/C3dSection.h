@@ -16,16 +16,18 @@ namespace tarn::kit {
 
 inline constexpr std::uint64_t c3dBlock = 512;
 
+/// The second byte of the header, and of the parameters.
+inline constexpr char c3dKey = 0x50;
+
 /// Where the record of a group or of a parameter lies in a file, up to the next one.
 struct C3dRecord {
     std::uint64_t start;
     std::uint64_t end;
+    /// Whether a byte of it was taken for another one than it is.
+    bool isMended = false;
 };
 
-/// The parameters of a file, and where they lie. A record is a length of the name (negative if it
-/// is locked), the number of the group (negative for the group itself), the name, and the distance
-/// of the next record from there; then the description, and of a parameter before it the type, the
-/// shape and the elements.
+/// The parameters of a file, and where they lie.
 struct C3dSection {
     C3dProcessor processor = C3dProcessor::Intel;
     std::uint64_t start = 0; ///< of its header of 4 bytes; 0 in a file without parameters
@@ -33,15 +35,20 @@ struct C3dSection {
     int statedBlocks = 0;
     C3dParameters parameters;
     std::vector<C3dRecord> records; ///< in the order of the file
+    /// Groups that state the number of one before them; without their parameters.
+    std::vector<C3dGroup> spareGroups;
     std::vector<C3dFinding> findings;
     /// Whether reading came to the end of the bytes at hand, so that more of them may matter.
     bool ranOut = false;
 };
 
-/// Whether a section of parameters could start there: with the header, then a record or nothing.
+/// Whether a section of parameters could start there: with a header of its own, or a record behind
+/// it.
 bool looksLikeSection(std::string_view bytes, std::uint64_t start);
 
-/// Reads records from `start` on for as long as there are any; never fails.
+/// Reads records from `start` on for as long as there are any; never fails. A record that is
+/// damaged costs no other: where one byte of it explains the damage, that is mended, else reading
+/// goes on with the next record that is whole.
 C3dSection readSection(std::string_view bytes, std::uint64_t start, C3dProcessor processor);
 
 /// The record of a group or a parameter as it is written. `last` records state no distance.

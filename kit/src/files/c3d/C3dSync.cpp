@@ -191,9 +191,9 @@ private:
             return isSameScale(a, b) && a.name == b.name && a.unit == b.unit &&
                    a.description == b.description;
         };
-        const bool isUnsigned = to_.unsignedAnalog && !to_.real;
         if (take_.source != nullptr &&
-            allSame(channelsOf(parameters_, channels_.size(), isUnsigned), channels_, same)) {
+            allSame(channelsOf(parameters_, channels_.size(), to_.unsignedAnalog), channels_,
+                    same)) {
             return;
         }
         const auto text = [this](std::string C3dChannel::*member) {
