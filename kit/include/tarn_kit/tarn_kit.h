@@ -8,6 +8,7 @@
 #include <tarn/tarn.h>
 #include <tarn_kit/Export.h>
 #include <tarn_kit/body/Analog.h>
+#include <tarn_kit/body/BodyNames.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/ForwardKinematics.h>
 #include <tarn_kit/body/LengthUnit.h>

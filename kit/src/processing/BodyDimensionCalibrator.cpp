@@ -44,7 +44,7 @@ private:
 
 /// A node of the rig at rest, and what was measured of its distance from its parent.
 struct MeasuredNode {
-    std::string name;
+    std::string name; ///< of the bone that ends there
     int parent = -1;
     double rise = 0;   ///< how much higher than its parent it is
     double length = 0; ///< how far from its parent it is; 0 for a root
@@ -57,12 +57,14 @@ struct Measurement {
     double height = 0;
 };
 
-std::vector<MeasuredNode> nodesOf(const Rig& rig) {
+std::vector<MeasuredNode> nodesOf(const Rig& rig, const BodyNames& bodyNames) {
     std::vector<MeasuredNode> nodes;
     nodes.reserve(rig.nodes().size());
+    const auto names = boneLengthNames(rig, bodyNames.match(rig));
     for (const RigNode& node : rig.nodes()) {
         const double length = node.parent < 0 ? 0 : lengthOf(toDouble(node.offset));
-        nodes.push_back({node.name, node.parent, static_cast<double>(node.offset.y), length, {}});
+        nodes.push_back(
+            {names[nodes.size()], node.parent, static_cast<double>(node.offset.y), length, {}});
     }
     return nodes;
 }
@@ -128,13 +130,14 @@ struct BodyDimensionCalibrator::PrivateData {
     void writeTo(Actor& actor) const;
 
     int frameCount;
+    std::shared_ptr<const BodyNames> bodyNames = std::make_shared<BodyNames>();
     std::vector<MeasuredNode> nodes;
     Statistics height;
     std::vector<std::shared_ptr<Frame>> frames;
 };
 
 void BodyDimensionCalibrator::PrivateData::reset(const ForwardKinematicsSolver* solver) {
-    nodes = solver == nullptr ? std::vector<MeasuredNode>() : nodesOf(solver->rig());
+    nodes = solver == nullptr ? std::vector<MeasuredNode>() : nodesOf(solver->rig(), *bodyNames);
     height = Statistics();
     frames.clear();
 }
@@ -203,6 +206,11 @@ BodyDimensionCalibrator::BodyDimensionCalibrator(const std::string& id, int fram
 }
 
 BodyDimensionCalibrator::~BodyDimensionCalibrator() = default;
+
+void BodyDimensionCalibrator::setBodyNames(std::shared_ptr<const BodyNames> names) {
+    assert(names != nullptr);
+    d_->bodyNames = std::move(names);
+}
 
 int BodyDimensionCalibrator::collectedFrames() const { return static_cast<int>(d_->frames.size()); }
 

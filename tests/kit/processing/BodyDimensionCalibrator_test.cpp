@@ -172,10 +172,10 @@ TEST(BodyDimensionCalibrator, MeasuresSegmentsAndHeight) {
     bench.give(0, {5, 6, 7, 80, 90});
     const auto segments = bench.calibrator.segments();
     ASSERT_EQ(segments.size(), 2U);
-    EXPECT_EQ(segments[0].name, "Leg");
+    EXPECT_EQ(segments[0].name, "Hips"); // from the hips to the leg
     EXPECT_NEAR(segments[0].mean, 2, 1e-6);
     EXPECT_EQ(segments[0].spread, 0);
-    EXPECT_EQ(segments[1].name, "Leg_End");
+    EXPECT_EQ(segments[1].name, "Leg");
     EXPECT_NEAR(segments[1].mean, 1.5, 1e-6);
     EXPECT_EQ(bench.calibrator.height().name, "Height");
     EXPECT_NEAR(bench.calibrator.height().mean, 3.5, 1e-6);
@@ -200,6 +200,24 @@ TEST(BodyDimensionCalibrator, MeasuresMeanAndSpread) {
     EXPECT_NEAR(bench.calibrator.height().spread, 3.5 * spread, 1e-6);
 }
 
+TEST(BodyDimensionCalibrator, NamesLengthsAsItIsToldToUnderstandNames) {
+    const auto rig = std::make_shared<Rig>();
+    rig->addJoint("bone 1", -1, {}, {});
+    rig->addJoint("bone 2", 0, {0, -2, 0}, {});
+    ForwardKinematicsSolver solver("solver", rig);
+    auto names = std::make_shared<BodyNames>();
+    names->addJoint("bone 1", BoneLeftUpLeg);
+    BodyDimensionCalibrator calibrator("dimensions");
+    calibrator.setBodyNames(names);
+    calibrator.setSolver(&solver);
+    calibrator.start();
+    solver.addInput(poseFrame(0, {}));
+    ASSERT_TRUE(solver.evaluate());
+    calibrator.flushFrame(std::make_shared<Timeline>(Time(0, 100)));
+    ASSERT_EQ(calibrator.segments().size(), 1U);
+    EXPECT_EQ(calibrator.segments().front().name, "LeftUpLeg");
+}
+
 TEST(BodyDimensionCalibrator, MeasuresTheHeightOfTheRestPoseWithSegmentsAsLongAsTheyAre) {
     // The leg is let down by a position channel, from 2 to 3, on its way to the side.
     const auto rig = std::make_shared<Rig>();
@@ -220,7 +238,7 @@ TEST(BodyDimensionCalibrator, MeasuresTheHeightOfTheRestPoseWithSegmentsAsLongAs
     for (const MeasuredLength& segment : calibrator.segments()) {
         names.push_back(segment.name);
     }
-    EXPECT_THAT(names, ElementsAre("Leg", "Leg_End", "Spine"));
+    EXPECT_THAT(names, ElementsAre("Hips-Leg", "Leg", "Hips"));
 }
 
 TEST(BodyDimensionCalibrator, HasNothingMeasuredAtFirst) {

@@ -5,6 +5,7 @@
 
 #include <tarn/SolverCalibrator.h>
 #include <tarn_kit/Export.h>
+#include <tarn_kit/body/BodyNames.h>
 
 #include <memory>
 #include <string>
@@ -39,10 +40,11 @@ struct MeasuredLength {
 /// Starting it while it runs changes nothing and succeeds; cancelling it while it does not run
 /// changes nothing.
 ///
-/// Dimensions: "Height", and per segment that has a length the name of the node at its end, in the
-/// rig's length unit times the solver's scale. What cannot be in the name of an XML element
-/// becomes a "_", and one is put before what cannot begin one. Of nodes that share a
-/// name the last one counts, one without a name is left out; "Height" is always the body's.
+/// Dimensions: "Height", and the lengths of the bones, each under the name of the bone that it is
+/// the length of, as `boneLengthNames` has it ("LeftUpLeg" from the hip to the knee), in the rig's
+/// length unit times the solver's scale. What cannot be in the name of an XML element becomes a
+/// "_", and one is put before what cannot begin one. Of bones that share a name the last one
+/// counts, one without a name is left out; "Height" is always the body's.
 class TARN_KIT_EXPORT BodyDimensionCalibrator : public SolverCalibrator {
 public:
     /// The number of its factor: `int`, at least 1, how many frames it collects. Set by a number of
@@ -56,13 +58,18 @@ public:
     BodyDimensionCalibrator(const BodyDimensionCalibrator&) = delete;
     BodyDimensionCalibrator& operator=(const BodyDimensionCalibrator&) = delete;
 
+    /// How names of joints are understood, from the next beginning on; as built in, if none were
+    /// ever set. Precondition: not empty.
+    void setBodyNames(std::shared_ptr<const BodyNames> names);
+
     /// How many frames have been collected.
     int collectedFrames() const;
     /// How tall the body is when it stands as the rig's rest pose does, with the segments as long
     /// as they are in a frame; roots stand at their offsets. 0 without a frame.
     MeasuredLength height() const;
-    /// The distance of each node from its parent, under the node's name, in node order. Roots, and
-    /// nodes that are at their parent's place in the rig, are left out. Empty after `cancel()`.
+    /// The distance of each node from its parent, in the order of the nodes and under the names of
+    /// `boneLengthNames`. Roots, and nodes that are at their parent's place in the rig, are left
+    /// out. Empty after `cancel()`.
     std::vector<MeasuredLength> segments() const;
 
 protected:
