@@ -3,7 +3,9 @@
 
 #include "commands/Commands.h"
 
+#include "session/BodyNamesDocument.h"
 #include "session/Take.h"
+#include "support/BodyTable.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
 #include "support/SkeletonTree.h"
@@ -13,6 +15,7 @@
 #include <tarn_kit/files/Text.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +26,7 @@ namespace {
 
 struct InfoOptions {
     std::vector<std::string> takes;
+    std::optional<std::string> names; ///< a document
 };
 
 /// One line of the report: a label and what it labels, in columns.
@@ -58,7 +62,15 @@ void printSkeleton(const kit::Rig& rig) {
     fmt::print("{}", skeletonTree(rig, "    "));
 }
 
-void printTake(const std::string& file, const Take& take) {
+void printBody(const kit::Rig& rig, const kit::BodyNames& names) {
+    const kit::BodyMatch match = names.match(rig);
+    printFact("body", bodySummary(match));
+    if (match.matchedCount() + match.ambiguousCount() > 0) { // else all would say the same
+        fmt::print("{}", bodyTable(rig, match, "    "));
+    }
+}
+
+void printTake(const std::string& file, const Take& take, const kit::BodyNames& names) {
     fmt::print("{}\n", kit::printable(file));
     printFact("frames", std::to_string(take.frameCount()));
     printFact("rate", kit::counted(static_cast<std::size_t>(take.rate()), "frame") + " per second");
@@ -66,17 +78,19 @@ void printTake(const std::string& file, const Take& take) {
     printFact("body height", kit::lengthText(take.bodyHeight(), take.unit()));
     printGuesses(take);
     printSkeleton(take.rig());
+    printBody(take.rig(), names);
 }
 
 /// One that cannot be read is reported and does not keep the others from being shown.
 int info(const InfoOptions& options) {
+    const auto names = loadBodyNames(options.names);
     int exitCode = exitSuccess;
     const char* separator = "";
     for (const std::string& file : options.takes) {
         try {
             const Take take(file);
             fmt::print("{}", std::exchange(separator, "\n"));
-            printTake(file, take);
+            printTake(file, take, *names);
         } catch (const kit::ReadError& error) {
             reportError(error.what());
             exitCode = exitFailure;
@@ -91,9 +105,10 @@ void addInfo(CommandLine& line) {
     auto [command, options] =
         line.add("info",
                  "Describe takes: skeleton, joints, frames, rate, length, body "
-                 "height, and what had to be guessed",
+                 "height, what had to be guessed, and which joints are which segments of the body",
                  info);
     addTakes(command, options.takes);
+    addNames(command, options.names);
 }
 
 } // namespace tarn::capture

@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 
 #include "session/ActorDocument.h"
+#include "session/BodyNamesDocument.h"
 #include "session/OlderSession.h"
 #include "session/SessionFiles.h"
 #include "session/SessionSummary.h"
@@ -35,6 +36,7 @@ struct RunOptions {
     std::vector<std::string> takes;
     std::string out;
     std::optional<std::string> actor; ///< a settings document that every actor begins with
+    std::optional<std::string> names; ///< a document that says what joints are called
     double calibrate = 1;             ///< seconds
     double speed = 0;                 ///< how much faster than the takes; 0 for as fast as it goes
     bool dimensions = false;          ///< print everything that was measured
@@ -137,6 +139,10 @@ public:
 private:
     TakeSession& prepared() {
         prepareActors(session_, options_.actor);
+        const auto names = loadBodyNames(options_.names);
+        for (const auto& performer : session_.performers()) {
+            performer->setBodyNames(names);
+        }
         return session_;
     }
     /// The files that must not be written over.
@@ -216,6 +222,7 @@ void addRun(CommandLine& line) {
     command
         .add_option("--calibrate", options.calibrate, "For how long to calibrate; if not given, 1")
         ->type_name("SECONDS");
+    addNames(command, options.names);
     addSpeed(command, options.speed);
     command.add_flag("--dimensions", options.dimensions,
                      "Print of each performer all lengths that were measured, the clock, and the "

@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace tarn::capture {
 
@@ -63,6 +64,10 @@ public:
     /// How many seconds it took to write what came out; for who writes to add to.
     double& writing() { return writing_; }
 
+    /// How the names of its joints are understood, when it is calibrated.
+    void setBodyNames(std::shared_ptr<const kit::BodyNames> names) {
+        dimensions_.setBodyNames(std::move(names));
+    }
     /// How many frames the calibration is to use.
     void setCalibrationFrames(int frames);
 

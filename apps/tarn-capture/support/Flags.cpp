@@ -48,6 +48,14 @@ void addOut(CLI::App& command, std::string& out, const std::string& type,
     command.add_option("--out", out, meaning)->required()->type_name(type);
 }
 
+void addNames(CLI::App& command, std::optional<std::string>& document) {
+    command
+        .add_option("--names", document,
+                    "A settings document that says which joints are which segments of the body, "
+                    "beside the names that are known")
+        ->type_name("FILE");
+}
+
 void addFrames(CLI::App& command, std::optional<FrameChoice>& frames) {
     command
         .add_option_function<std::string>(

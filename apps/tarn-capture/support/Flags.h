@@ -28,6 +28,8 @@ void addTake(CLI::App& command, std::string& take,
 void addOut(CLI::App& command, std::string& out, const std::string& type,
             const std::string& meaning);
 
+/// --names FILE: a document that says what joints are called.
+void addNames(CLI::App& command, std::optional<std::string>& document);
 /// --frames A..B, A.. or N
 void addFrames(CLI::App& command, std::optional<FrameChoice>& frames);
 /// --rate R: frames per second of what comes out.

@@ -361,14 +361,13 @@ void BodyNames::add(const Settings& document) {
     }
     std::vector<std::pair<std::string, std::string>> entries;
     for (const auto& [segment, ignored] : group->values()) {
+        const std::string element = "BodyNames." + segment;
+        if (segment != "None" && !segmentNamed(segment) && !isWord(segment)) {
+            throw std::invalid_argument(element + ": no segment of the body has this name");
+        }
         for (const std::string& name : group->valueList(segment)) {
-            if (segment != "None" && !segmentNamed(segment) && !isWord(segment)) {
-                throw std::invalid_argument("BodyNames." + segment +
-                                            ": no segment of the body has this name");
-            }
             if (name.empty() || (isWord(segment) && keyOf(name).empty())) {
-                throw std::invalid_argument("BodyNames." + segment + ": expected a name, found '" +
-                                            name + "'");
+                throw std::invalid_argument(element + ": expected a name, found '" + name + "'");
             }
             entries.emplace_back(segment, name);
         }

@@ -167,7 +167,7 @@ TEST(BodyDimensionCalibratorActor, GetsDimensionsUnderNamesThatADocumentCarries)
     EXPECT_FLOAT_EQ(loaded.bodyDimension("Hips-\xe5\xb7\xa6_____", -1), 10);
     EXPECT_FLOAT_EQ(loaded.bodyDimension("Hips-Twin", -1), 2);
     EXPECT_FLOAT_EQ(loaded.bodyDimension("Height", -1), 6);
-    EXPECT_EQ(loaded.bodyDimensionSettings()->values().size(), 7U);
+    EXPECT_EQ(loaded.bodyDimensionSettings()->values().size(), 8U);
 }
 
 TEST(BodyDimensionCalibratorActor, GetsDimensionsUnderNamesInAnyScript) {

@@ -77,7 +77,7 @@ void addPrefixed(const std::string& key, std::string_view prefix, BodySide side,
 void addSuffixed(const std::string& key, std::string_view suffix, BodySide side,
                  std::vector<NameReading>& readings) {
     const std::size_t rest = key.size() - std::min(key.size(), suffix.size());
-    if (rest > 0 && key.compare(rest, std::string::npos, suffix) == 0) {
+    if (rest > 0 && key.substr(rest) == suffix) {
         readings.push_back({side, key.substr(0, rest)});
     }
 }

@@ -84,12 +84,15 @@ const std::initializer_list<PhalanxWords> phalanges = {
 /// "index1", "handindex1", "findex1", "fingerindex1", "indexfinger1"
 std::vector<std::string> wordsFor(const FingerWords& finger, const PhalanxWords& phalanx) {
     std::vector<std::string> keys;
-    for (const std::string word : finger.words) {
-        for (const std::string ending : phalanx.words) {
+    const auto add = [&](const char* first, const char* second, const char* third) {
+        keys.emplace_back(first).append(second).append(third);
+    };
+    for (const char* const word : finger.words) {
+        for (const char* const ending : phalanx.words) {
             for (const char* const before : {"", "hand", "f", "finger"}) {
-                keys.push_back(before + word + ending);
+                add(before, word, ending);
             }
-            keys.push_back(word + "finger" + ending);
+            add(word, "finger", ending);
         }
     }
     return keys;

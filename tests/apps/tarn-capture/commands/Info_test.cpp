@@ -47,6 +47,11 @@ TEST_F(Info, ShowsEverythingAboutATake) {
         Head_End  (end site)
       LeftLeg  rotation ZXY
       rLeg  rotation ZXY
+  body         2 of 4 joints are segments of the body, 2 are ambiguous
+    Hips                      Hips
+    Head                      Head
+    LeftLeg                   ambiguous: may be LeftUpLeg or LeftLeg
+    rLeg                      ambiguous: may be RightUpLeg or RightLeg
 )");
 }
 
@@ -60,6 +65,38 @@ TEST_F(Info, DescribesASampleTake) {
                                "                  Head_End  (end site)\n"));
     EXPECT_THAT(out, HasSubstr("LeftShoulder  rotation ZXY"));
     EXPECT_THAT(out, Not(HasSubstr("rounded"))); // 0.0083333 s is 120 Hz in few digits
+}
+
+TEST_F(Info, ShowsWhichJointsAreWhichSegmentsOfTheBody) {
+    const std::string out = capture({"info", sampleTake("cmu_131_01_walk")}).out;
+    EXPECT_THAT(out, HasSubstr("\n  body         26 of 31 joints are segments of the body\n"));
+    EXPECT_THAT(out, HasSubstr("\n    LeftShoulder              LeftArm\n"));
+    EXPECT_THAT(out, HasSubstr("\n    LHipJoint                 none: no segment has this name\n"));
+}
+
+TEST_F(Info, UnderstandsNamesThatADocumentSays) {
+    writeFile(directory_ / "names.xml",
+              "<BodyNames><LeftUpLeg>LeftLeg</LeftUpLeg><Head>rLeg</Head></BodyNames>");
+    writeFile(take_, TakeText().text());
+    const Outcome outcome = capture({"info", take_, "--names", directory_ / "names.xml"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("\n    LeftLeg                   LeftUpLeg\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("\n    rLeg                      Head\n"));
+    EXPECT_THAT(
+        outcome.out,
+        HasSubstr("\n    Head                      none: another joint is said to be Head\n"));
+}
+
+TEST_F(Info, RefusesADocumentOfNamesThatSaysWhatCannotBe) {
+    const std::string names = directory_ / "names.xml";
+    writeFile(names, "<BodyNames><LeftThigh>x</LeftThigh></BodyNames>");
+    writeFile(take_, TakeText().text());
+    const Outcome outcome = capture({"info", take_, "--names", names});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr(names + ": BodyNames.LeftThigh: no segment of the body has "
+                                               "this name"));
+    EXPECT_THAT(capture({"info", take_, "--names", directory_ / "none.xml"}).err,
+                HasSubstr("none.xml: "));
 }
 
 TEST_F(Info, ShowsTheLengthAsTimecodeAndSeconds) {

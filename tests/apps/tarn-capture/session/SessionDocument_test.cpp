@@ -33,9 +33,9 @@ std::string character(int number, const std::string& name, const std::string& ta
            "\t\t\t<Solver>\n\t\t\t\t<scale>1</scale>\n"
            "\t\t\t\t<smoothingWindow>1</smoothingWindow>\n\t\t\t</Solver>\n"
            "\t\t\t<Clock>\n\t\t\t\t<Missing>0</Missing>\n\t\t\t</Clock>\n\t\t\t<Dimensions>\n" +
-           length(1, "Height", "1.750000") + length(2, "Head", "0.656250") +
-           length(3, "Head_End", "0.218750") + length(4, "LeftLeg", "0.892328") +
-           length(5, "rLeg", "0.892328") + "\t\t\t</Dimensions>\n\t\t</" + key + ">\n";
+           length(1, "Height", "1.750000") + length(2, "Hips", "0.656250") +
+           length(3, "Head", "0.218750") + length(4, "Hips-LeftLeg", "0.892328") +
+           length(5, "Hips-rLeg", "0.892328") + "\t\t\t</Dimensions>\n\t\t</" + key + ">\n";
 }
 
 TEST_F(SessionDocument, WritesDownAllThatASessionWas) {
@@ -98,7 +98,7 @@ TEST_F(SessionDocument, NamesTakesAndJointsThatAreNoTextAsText) {
     const std::string character = "Session.Characters.Character1.";
     EXPECT_EQ(session(character + "Name"), "ta\xEF\xBF\xBDke");
     EXPECT_EQ(session(character + "Take"), "../ta\xEF\xBF\xBDke.bvh");
-    EXPECT_EQ(session(character + "Dimensions.Length2.Name"), "He\xEF\xBF\xBD\xEF\xBF\xBD"
+    EXPECT_EQ(session(character + "Dimensions.Length3.Name"), "He\xEF\xBF\xBD\xEF\xBF\xBD"
                                                               "d");
 }
 
