@@ -18,7 +18,7 @@
 namespace tarn::kit {
 
 /// What a joint of a rig is, as far as its name tells.
-struct TARN_KIT_EXPORT JointMatch {
+struct JointMatch {
     int node = -1; ///< index of the joint in `Rig::nodes()`
     /// The body segment that begins at the joint; nothing if it is none or that is not certain.
     std::optional<EBoneID> segment;

@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 #include <tarn/Actor.h>
+#include <tarn_kit/body/BodyNames.h>
 #include <tarn_kit/files/Bvh.h>
 
 #include <algorithm>
@@ -104,10 +105,13 @@ TEST_F(RunDancers, FindsDimensionsWithinAPercentOfTheSkeletons) {
         EXPECT_EQ(actor.actorName(), name);
         const auto height = rig->height();
         EXPECT_NEAR(actor.bodyDimension("Height", 0), height, 0.01F * height);
+        EXPECT_GT(actor.bodyDimension("LeftUpLeg", 0), 0.2F * height); // the thigh, not the hip
+        const auto names = kit::boneLengthNames(*rig, kit::BodyNames().match(*rig));
         for (const kit::RigNode& node : rig->nodes()) {
+            const auto& bone = names.at(static_cast<std::size_t>(&node - rig->nodes().data()));
             const float length = std::hypot(node.offset.x, node.offset.y, node.offset.z);
             if (node.parent >= 0 && length > 0) {
-                EXPECT_NEAR(actor.bodyDimension(node.name, 0), length, 0.01F * length) << node.name;
+                EXPECT_NEAR(actor.bodyDimension(bone, 0), length, 0.01F * length) << bone;
             }
         }
     }
