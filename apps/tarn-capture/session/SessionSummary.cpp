@@ -99,7 +99,7 @@ std::string dimensionsText(TakePerformer& performer) {
     }
     auto lengths = dimensions.segments();
     lengths.insert(lengths.begin(), dimensions.height());
-    constexpr std::size_t longestName = 20;
+    constexpr std::size_t longestName = 26; // "RightHand-RightHandMiddle1"
     std::size_t width = 0;
     for (kit::MeasuredLength& length : lengths) {
         length.name = kit::shortened(kit::printable(length.name), longestName);

@@ -46,8 +46,8 @@ TEST_F(SessionSummary, PrintsWhatWasMeasuredWhenItIsAskedFor) {
                "  dimensions  mean over " +
                frames +
                " frames; ± spread where it exceeds 0.1 mm\n"
-               "    Height   1.75 m    Head     0.6562 m  Head_End 0.2188 m  LeftLeg  0.8923 m\n"
-               "    rLeg     0.8923 m\n"
+               "    Height       1.75 m    Hips         0.6562 m  Head         0.2188 m\n"
+               "    Hips-LeftLeg 0.8923 m  Hips-rLeg    0.8923 m\n"
                "  time        T s to read, T to wait, T to solve, T to record,\n"
                "              T to write\n";
     };
@@ -68,7 +68,7 @@ TEST_F(SessionSummary, SaysHowMuchALengthVaried) {
     // The end of the stick is 1 and 1.2 from the root.
     writeFile(directory_ / "stick.bvh", stick("0.2"));
     EXPECT_THAT(run({directory_ / "stick.bvh"}, {"--dimensions"}).out,
-                HasSubstr("\n    Height 1.1 units ± 0.1  Tip    1.1 units ± 0.1\n"));
+                HasSubstr("\n    Height 1.1 units ± 0.1  Base   1.1 units ± 0.1\n"));
     const std::string length = "Session.Characters.Character1.Dimensions.Length2.";
     EXPECT_EQ(session(length + "Mean"), "1.100000");
     EXPECT_EQ(session(length + "Spread"), "0.100000");
@@ -80,8 +80,8 @@ TEST_F(SessionSummary, KeepsQuietAboutASpreadOfLessThanATenthOfAMillimetre) {
         writeFile(directory_ / "stick.bvh", stick(rise, "1.75"));
         return run({directory_ / "stick.bvh"}, {"--dimensions", "--force"}).out;
     };
-    EXPECT_THAT(outOf("0.00018"), HasSubstr("\n    Height 1.75 m  Tip    1.75 m\n"));
-    EXPECT_THAT(outOf("0.00022"), HasSubstr("\n    Height 1.75 m ± 0.00011  Tip    1.75 m ± "));
+    EXPECT_THAT(outOf("0.00018"), HasSubstr("\n    Height 1.75 m  Base   1.75 m\n"));
+    EXPECT_THAT(outOf("0.00022"), HasSubstr("\n    Height 1.75 m ± 0.00011  Base   1.75 m ± "));
 }
 
 TEST_F(SessionSummary, StaysWithinTheTerminal) {
@@ -108,7 +108,7 @@ TEST_F(SessionSummary, CutsLongNamesOfJoints) {
     text.replace(text.find(name), name.size(), "JOINT A\x01_very_long_name_of_a_head");
     writeFile(directory_ / "take.bvh", text);
     EXPECT_THAT(run({directory_ / "take.bvh"}, {"--dimensions"}).out,
-                HasSubstr("  A\xEF\xBF\xBD_very_long_name_o… 0.6562 m"));
+                HasSubstr("  A\xEF\xBF\xBD_very_long_name_of_a_he… 0.2188 m"));
 }
 
 TEST_F(SessionSummary, IsOneLinePerFactWhateverTheDirectoryIsCalled) {
