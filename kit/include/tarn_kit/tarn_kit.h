@@ -29,6 +29,8 @@
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>
 #include <tarn_kit/processing/ClockCalibrator.h>
 #include <tarn_kit/processing/ForwardKinematicsSolver.h>
+#include <tarn_kit/processing/cleaning/GapFilling.h>
+#include <tarn_kit/processing/cleaning/LowPass.h>
 #include <tarn_kit/session/FrameQueue.h>
 #include <tarn_kit/session/Linked.h>
 #include <tarn_kit/session/Performer.h>
