@@ -28,6 +28,8 @@ function(tarn_target target)
                     -Wformat=2
                     -Wnull-dereference
                     -Wundef
+                    -Wredundant-decls
+                    -Wzero-as-null-pointer-constant
                     -Wdouble-promotion)
         if(TARN_WARNINGS_AS_ERRORS)
             target_compile_options(${target} PRIVATE -Werror)
