@@ -103,20 +103,22 @@ TEST(SignalEmitAndDisconnect, EndsTheEmissionThatItIsStartedFrom) {
 }
 
 TEST(SignalEmitAndDisconnect, KeepsTheSlotsBehindOneThatThrows) {
-    Signal<> signal;
+    // Not on the stack: a lock left behind there is, to a sanitizer, the lock of whatever comes to
+    // lie there next.
+    const auto signal = std::make_unique<Signal<>>();
     Trace trace;
     int rounds = 0;
-    signal.connect([&] {
+    signal->connect([&] {
         if (rounds++ == 0) {
             throw std::runtime_error("broken slot");
         }
     });
-    signal.connect([&] { trace.emplace_back("second"); });
+    signal->connect([&] { trace.emplace_back("second"); });
 
-    EXPECT_THROW(signal.emitAndDisconnectAll([&] { trace.emplace_back("done"); }),
+    EXPECT_THROW(signal->emitAndDisconnectAll([&] { trace.emplace_back("done"); }),
                  std::runtime_error);
     EXPECT_THAT(trace, IsEmpty());
-    signal.emitAndDisconnectAll([&] { trace.emplace_back("done"); });
+    signal->emitAndDisconnectAll([&] { trace.emplace_back("done"); });
     EXPECT_THAT(trace, ElementsAre("second", "done"));
 }
 
