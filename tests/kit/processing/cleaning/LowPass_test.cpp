@@ -126,7 +126,7 @@ Curve textbook(const Curve& values, double cutoff, double rate) {
         std::reverse(out.begin(), out.end());
         padded = out;
     }
-    return Curve(padded.begin() + 9, padded.end() - 9);
+    return {padded.begin() + 9, padded.end() - 9};
 }
 
 TEST(LowPass, AgreesWithTheDifferenceEquationOverALongCurve) {
