@@ -236,9 +236,9 @@ void printRows(const Sample& sample, int seeds) {
     });
     for (const double least : {25.0, 50.0, 100.0}) {
         rows(fmt::format("five spikes of {} or more", least), [&](Harmer& harmer, Table& table) {
-            std::vector<Harm> harms;
-            for (int i = 0; i < 5; ++i) {
-                harms.push_back(harmer.spike(table, least));
+            std::vector<Harm> harms(5);
+            for (Harm& harm : harms) {
+                harm = harmer.spike(table, least);
             }
             return harms;
         });
