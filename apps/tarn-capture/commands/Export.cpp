@@ -3,20 +3,17 @@
 
 #include "commands/Commands.h"
 
-#include "session/PositionsCsv.h"
+#include "export/MotionCsv.h"
+#include "export/MotionJson.h"
+#include "export/MotionSample.h"
 #include "session/Take.h"
+#include "session/TakeFile.h"
+#include "support/EachTake.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
+#include "support/Output.h"
 #include "support/OutputPath.h"
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
-#include <tarn/OutputFile.h>
-#include <tarn_kit/body/ForwardKinematics.h>
-#include <tarn_kit/files/Text.h>
-
-#include <cmath>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -26,95 +23,82 @@ namespace tarn::capture {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-using Positions = std::vector<Vector3f>;
-
 struct ExportOptions {
-    std::string take;
+    std::vector<std::string> takes;
     std::string format; ///< "csv" or "json"
     std::string out;
     std::optional<FrameChoice> frames;
+    MotionKinds kinds = {true};
 };
 
-// Numbers are written with the fewest digits that read back to the same value. Both formats are
-// written frame by frame, so that the length of a take costs time and no memory.
+// Both formats are written frame by frame, so that the length of a take costs time and no memory.
 
-void writeCsv(OutputFile& file, const Take& take, FrameRange range) {
-    file.write(csvHeader(take.rig(), take.unit()));
+void writeCsv(Output& file, const Take& take, FrameRange range, const MotionKinds& kinds) {
+    MotionSampler sampler(take, kinds);
+    file.write(csvHeader(take.rig(), take.unit(), kinds));
     for (int frame = range.first; frame <= range.last; ++frame) {
-        CsvRow row(frame, take.secondsAt(frame));
-        for (const Vector3f& at : kit::worldPositions(take.rig(), take.pose(frame))) {
-            row.add(at);
-        }
-        file.write(row.finished());
+        file.write(csvLine(take.rig(), frame, take.secondsAt(frame), sampler.at(frame)));
     }
 }
 
-Json jsonNodes(const kit::Rig& rig) {
-    Json nodes = Json::array();
-    for (const kit::RigNode& node : rig.nodes()) {
-        nodes.push_back({{"name", kit::validUtf8(node.name)},
-                         {"parent", node.parent < 0 ? Json() : Json(node.parent)},
-                         {"end_site", node.isEndSite()}});
-    }
-    return nodes;
-}
-
-/// JSON has no number for what does not fit a float.
-std::string jsonNumber(float value) {
-    return std::isfinite(value) ? fmt::to_string(value) : "null";
-}
-
-std::string jsonPose(int frame, double time, const Positions& positions) {
-    std::string text = fmt::format(R"({{"frame": {}, "time": {}, "positions": [)", frame, time);
-    const char* separator = "";
-    for (const Vector3f& at : positions) {
-        fmt::format_to(std::back_inserter(text), "{}[{}, {}, {}]", std::exchange(separator, ", "),
-                       jsonNumber(at.x), jsonNumber(at.y), jsonNumber(at.z));
-    }
-    return text + "]}";
-}
-
-void writeJson(OutputFile& file, const Take& take, FrameRange range) {
-    file.write(fmt::format("{{\"rate\": {},\n\"unit\": {},\n\"nodes\": {},\n\"poses\": [",
-                           take.rate(), Json(take.unit().symbol).dump(),
-                           jsonNodes(take.rig()).dump()));
+void writeJson(Output& file, const Take& take, FrameRange range, const MotionKinds& kinds) {
+    MotionSampler sampler(take, kinds);
+    file.write(jsonBegin(take, kinds));
     const char* separator = "\n";
     for (int frame = range.first; frame <= range.last; ++frame) {
         file.write(std::exchange(separator, ",\n"));
-        file.write(jsonPose(frame, take.secondsAt(frame),
-                            kit::worldPositions(take.rig(), take.pose(frame))));
+        file.write(jsonPose(take.rig(), frame, take.secondsAt(frame), sampler.at(frame)));
     }
-    file.write("\n]}\n");
+    file.write(jsonEnd);
 }
 
-int exportPositions(const ExportOptions& options) {
-    refuseToOverwrite(options.take, options.out, "--out");
-    const Take take(options.take);
+void exportTake(const std::string& name, const std::string& out, const ExportOptions& options) {
+    const Take take(name);
     const FrameRange range = chosenFrames(options.frames, take.frameCount());
-    OutputFile file(options.out);
-    if (options.format == "csv") {
-        writeCsv(file, take, range);
-    } else {
-        writeJson(file, take, range);
-    }
+    Output file(out);
+    (options.format == "csv" ? writeCsv : writeJson)(file, take, range, options.kinds);
     file.commit();
-    return exitSuccess;
+}
+
+/// Where each take goes.
+std::vector<std::string> outputsOf(const ExportOptions& options) {
+    if (options.takes.size() == 1 && !isDirectory(options.out)) {
+        return {options.out};
+    }
+    return filesIn(options.out, uniqueTakeNames(options.takes), "." + options.format);
+}
+
+int exportTakes(const ExportOptions& options) {
+    checkInputs(options.takes);
+    const auto outputs = outputsOf(options);
+    refuseToOverwrite(options.takes, outputs, "--out");
+    return forEachTake(options.takes,
+                       [&](std::size_t i) { exportTake(options.takes[i], outputs[i], options); });
 }
 
 } // namespace
 
 void addExport(CommandLine& line) {
     auto [command, options] = line.add("export",
-                                       "Write the world positions of all joints and end sites, "
-                                       "frame by frame",
-                                       exportPositions);
-    addTake(command, options.take);
+                                       "Write what the joints and end sites of takes do, frame by "
+                                       "frame, as a table or as JSON",
+                                       exportTakes);
+    addTakes(command, options.takes);
     command.add_option("--format", options.format, "What to write: csv or json")
         ->required()
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"csv", "json"}));
-    addOut(command, options.out, "FILE", "The file to write");
+    addOut(command, options.out, "PATH",
+           "The file to write, - for standard output; a directory, which gets a file of its name "
+           "for each take, where that is there, ends with a /, or there are several takes");
+    auto& kinds = options.kinds;
+    command
+        .add_option_function<std::string>(
+            "--what", [&kinds](const std::string& text) { kinds = parseMotionKinds(text); },
+            "One or more of positions, rotations (quaternions in the world), angles (of a joint, "
+            "relative to its parent) and velocities, with commas between them; if not given, "
+            "positions")
+        ->type_name("LIST");
     addFrames(command, options.frames);
 }
 

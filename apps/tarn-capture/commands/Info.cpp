@@ -5,13 +5,13 @@
 
 #include "session/BodyNamesDocument.h"
 #include "session/Take.h"
+#include "session/TakeFile.h"
 #include "support/BodyTable.h"
-#include "support/Errors.h"
+#include "support/EachTake.h"
 #include "support/Flags.h"
 #include "support/SkeletonTree.h"
 
 #include <fmt/core.h>
-#include <tarn_kit/files/ReadError.h>
 #include <tarn_kit/files/Text.h>
 
 #include <cstddef>
@@ -83,20 +83,14 @@ void printTake(const std::string& file, const Take& take, const kit::BodyNames& 
 
 /// One that cannot be read is reported and does not keep the others from being shown.
 int info(const InfoOptions& options) {
+    checkInputs(options.takes);
     const auto names = loadBodyNames(options.names);
-    int exitCode = exitSuccess;
     const char* separator = "";
-    for (const std::string& file : options.takes) {
-        try {
-            const Take take(file);
-            fmt::print("{}", std::exchange(separator, "\n"));
-            printTake(file, take, *names);
-        } catch (const kit::ReadError& error) {
-            reportError(error.what());
-            exitCode = exitFailure;
-        }
-    }
-    return exitCode;
+    return forEachTake(options.takes, [&](std::size_t i) {
+        const Take take(options.takes[i]);
+        fmt::print("{}", std::exchange(separator, "\n"));
+        printTake(options.takes[i], take, *names);
+    });
 }
 
 } // namespace

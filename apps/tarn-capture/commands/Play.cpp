@@ -5,7 +5,8 @@
 
 #include "session/ShownFrames.h"
 #include "session/Take.h"
-#include "support/Errors.h"
+#include "session/TakeFile.h"
+#include "support/EachTake.h"
 #include "support/Flags.h"
 #include "support/OutputPath.h"
 #include "support/ProgressBar.h"
@@ -32,8 +33,9 @@ namespace {
 namespace fs = std::filesystem;
 
 struct PlayOptions {
-    std::string take;
-    std::string out;               ///< the directory for the pictures
+    std::vector<std::string> takes;
+    std::string out; ///< the directory for the pictures
+    std::optional<FrameChoice> frames;
     std::optional<kit::Rate> rate; ///< the take's if not given
     double speed = 0;              ///< how much faster than the take; 0 for as fast as it goes
 };
@@ -44,6 +46,18 @@ void playWithProgress(Tracks& tracks, kit::Playback& playback, double speed) {
     const tsignal::ScopedConnection connection(
         tracks.onCurrentTimeChanged().connect([&bar](int) { bar.advance(); }));
     playback.runAtSpeed(speed);
+}
+
+/// Some frames of a take as one that begins with the first of them.
+std::unique_ptr<Tracks> framesOf(const Take& take, FrameRange range) {
+    auto tracks = std::make_unique<Tracks>();
+    tracks->setFps(take.rate());
+    tracks->setTimeLength(countOf(range));
+    for (int frame = range.first; frame <= range.last; ++frame) {
+        tracks->setFrame(frame - range.first, kit::poseDataType,
+                         take.tracks().getFrame(frame, kit::poseDataType));
+    }
+    return tracks;
 }
 
 /// What was shown of a take, each frame in its place.
@@ -66,44 +80,73 @@ std::vector<std::string> notesOf(const Take& take) {
     return notes;
 }
 
-/// Draws what was shown.
-int play(const PlayOptions& options) {
-    const fs::path png = fs::path(options.out) / "poses.png";
-    const fs::path svg = fs::path(options.out) / "poses.svg";
-    for (const fs::path& picture : {png, svg}) {
-        refuseToOverwrite(options.take, picture, "--out");
+/// The two files of one picture.
+struct PictureFiles {
+    std::string png;
+    std::string svg;
+};
+
+/// "poses" of one take; of several, each with the name of its take before that.
+std::vector<PictureFiles> picturesOf(const PlayOptions& options) {
+    std::vector<PictureFiles> pictures;
+    for (const std::string& name : uniqueTakeNames(options.takes)) {
+        const std::string stem = options.takes.size() == 1 ? "poses" : name + ".poses";
+        const fs::path directory = options.out;
+        pictures.push_back({directory / (stem + ".png"), directory / (stem + ".svg")});
     }
-    const Take take(options.take);
-    makeDirectory(options.out);
+    return pictures;
+}
 
-    const double rate = options.rate ? options.rate->value() : take.rate();
-    const ShownFrames shown(take.tracks());
-    kit::Playback playback(take.tracks(), rate);
-    playWithProgress(take.tracks(), playback, options.speed);
-
+void draw(const Take& take, const ShownFrames& shown, const PictureFiles& files) {
     const draw::Picture sheet = draw::poseSheet({shownOf(take, shown)}, notesOf(take));
     const draw::ScopedFonts fonts;
-    OutputFile pngFile(png);
-    OutputFile svgFile(svg);
-    pngFile.write(draw::renderPng(sheet));
-    svgFile.write(draw::renderSvg(sheet));
-    pngFile.commit();
-    svgFile.commit();
+    OutputFile png(files.png);
+    OutputFile svg(files.svg);
+    png.write(draw::renderPng(sheet));
+    svg.write(draw::renderSvg(sheet));
+    png.commit();
+    svg.commit();
+}
+
+/// Draws what was shown.
+void playTake(const std::string& name, const PictureFiles& files, const PlayOptions& options) {
+    const Take take(name);
+    const FrameRange range = chosenFrames(options.frames, take.frameCount());
+    makeDirectory(options.out);
+
+    const kit::Rate rate = options.rate.value_or(kit::Rate(take.rate()));
+    const auto played = framesOf(take, range);
+    const ShownFrames shown(*played, range.first);
+    kit::Playback playback(*played, rate.value());
+    playWithProgress(*played, playback, options.speed);
+
+    draw(take, shown, files);
     const auto steps = static_cast<std::size_t>(playback.stepCount());
     fmt::print("{} shown, {:.3f} s at {:.6g} per second: {}, {}\n", kit::counted(steps, "frame"),
-               take.duration(), rate, kit::printable(png.string()), kit::printable(svg.string()));
-    return exitSuccess;
+               take.secondsAt(range.last + 1) - take.secondsAt(range.first), rate.value(),
+               kit::printable(files.png), kit::printable(files.svg));
+}
+
+int play(const PlayOptions& options) {
+    checkInputs(options.takes);
+    const auto pictures = picturesOf(options);
+    for (const PictureFiles& files : pictures) {
+        refuseToOverwrite(options.takes, {files.png, files.svg}, "--out");
+    }
+    return forEachTake(options.takes,
+                       [&](std::size_t i) { playTake(options.takes[i], pictures[i], options); });
 }
 
 } // namespace
 
 void addPlay(CommandLine& line) {
     auto [command, options] = line.add("play",
-                                       "Play a take and draw a contact sheet of it: "
-                                       "poses.png and poses.svg",
+                                       "Play takes and draw a contact sheet of each: poses.png "
+                                       "and poses.svg; of several takes, NAME.poses.png and so on",
                                        play);
-    addTake(command, options.take);
+    addTakes(command, options.takes);
     addOut(command, options.out, "DIR", "Directory for the pictures, created if it is not there");
+    addFrames(command, options.frames);
     addRate(command, options.rate,
             "Frames shown per second, at most 1000; if not given, the rate of the take. The take "
             "keeps its speed: a lower rate skips frames, a higher one repeats them");

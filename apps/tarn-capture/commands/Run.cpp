@@ -8,6 +8,7 @@
 #include "session/OlderSession.h"
 #include "session/SessionFiles.h"
 #include "session/SessionSummary.h"
+#include "session/TakeFile.h"
 #include "session/TakeSession.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
@@ -53,6 +54,7 @@ void check(const RunOptions& options) {
                         "the files that it lists",
                         options.out));
     }
+    checkInputs(options.takes);
     constexpr double longest = 3600;
     if (!(options.calibrate >= 0 && options.calibrate <= longest)) { // not-a-number included
         throw UsageError(fmt::format("--calibrate must be from 0 to {} seconds", longest));

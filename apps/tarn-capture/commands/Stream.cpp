@@ -6,6 +6,7 @@
 #include "session/StreamWatch.h"
 #include "session/Take.h"
 #include "session/TakeComparison.h"
+#include "session/TakeFile.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
 #include "support/ProgressBar.h"
@@ -53,7 +54,8 @@ void compare(Tracks& recording, const Take& take, FrameRange range) {
 
 /// From a replay device to a recorder; what was recorded has to be the take.
 int stream(const StreamOptions& options) {
-    const Take take(options.take);
+    TakeFile file(options.take);
+    const Take take(file.read());
     const FrameRange range = chosenFrames(options.frames, take.frameCount());
     const int count = countOf(range);
 
@@ -62,7 +64,7 @@ int stream(const StreamOptions& options) {
     kit::RecorderNode recorder(kit::poseDataType, count);
     recorder.tieToIFramePort(kit::RecorderNode::framePort,
                              device.oFramePort(kit::ReplayDevice::posePort));
-    device.open(options.take);
+    device.open(file.read()); // anew: the recording has to be that of another reading
     device.setSpeed(options.speed);
     if (count > 0) {
         device.seek(range.first);

@@ -3,8 +3,8 @@
 
 #include "session/SessionFiles.h"
 
+#include "export/MotionCsv.h"
 #include "session/OlderSession.h"
-#include "session/PositionsCsv.h"
 #include "session/SessionDocument.h"
 #include "support/OutputPath.h"
 #include "support/Stopwatch.h"
@@ -61,12 +61,15 @@ kit::BvhTake posesOf(const Take& take, Tracks& recording) {
 }
 
 /// A line of the table; its cells are empty where the frame was lost.
-std::string csvLine(const Take& take, const kit::BodyPose* body, int frame) {
-    CsvRow row(frame, take.secondsAt(frame));
-    for (std::size_t i = 0; i < take.rig().nodes().size(); ++i) {
-        body != nullptr ? row.add(body->segments[i].position) : row.addUnknown();
+std::string lineOf(const Take& take, const kit::BodyPose* body, int frame) {
+    if (body == nullptr) {
+        return csvLineWithoutPositions(take.rig(), frame, take.secondsAt(frame));
     }
-    return std::string(row.finished());
+    MotionSample sample;
+    for (const kit::Segment& segment : body->segments) {
+        sample.positions.push_back(segment.position);
+    }
+    return csvLine(take.rig(), frame, take.secondsAt(frame), sample);
 }
 
 } // namespace
@@ -183,9 +186,9 @@ void SessionFiles::writeCsv(TakePerformer& performer, Tracks& recording) {
     const std::string name = performer.name() + ".csv";
     const Take& take = performer.take();
     OutputFile file(path(name));
-    file.write(csvHeader(take.rig(), take.unit()));
+    file.write(csvHeader(take.rig(), take.unit(), {true}));
     for (int i = 0; i < recording.timeLength(); ++i) {
-        file.write(csvLine(take, bodyAt(recording, i), i));
+        file.write(lineOf(take, bodyAt(recording, i), i));
     }
     file.commit();
 }

@@ -7,10 +7,12 @@
 
 namespace tarn::capture {
 
-ShownFrames::ShownFrames(Tracks& take)
-    : take_(take), connection_(take.onCurrentTimeChanged().connect(this, &ShownFrames::add)) {}
+ShownFrames::ShownFrames(Tracks& take, int first)
+    : take_(take), first_(first),
+      connection_(take.onCurrentTimeChanged().connect(this, &ShownFrames::add)) {}
 
-void ShownFrames::add(int frame) {
+void ShownFrames::add(int index) {
+    const int frame = first_ + index;
     if (shown_.empty() || shown_.back().frame != frame) {
         shown_.push_back({frame, take_.currentFrame()->frame(kit::poseDataType)});
     }

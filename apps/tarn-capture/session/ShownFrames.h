@@ -20,16 +20,17 @@ struct ShownFrame {
 /// Keeps what a take shows whenever its current time is moved.
 class ShownFrames {
 public:
-    /// The take must outlive this.
-    explicit ShownFrames(Tracks& take);
+    /// The take must outlive this. Its first frame counts as `first`, where it is a part of one.
+    explicit ShownFrames(Tracks& take, int first = 0);
 
     /// What was shown, in order; a frame shown several times running is listed once.
     const std::vector<ShownFrame>& all() const { return shown_; }
 
 private:
-    void add(int frame);
+    void add(int index);
 
     Tracks& take_;
+    const int first_;
     std::vector<ShownFrame> shown_;
     tsignal::ScopedConnection connection_;
 };

@@ -3,6 +3,8 @@
 
 #include "session/Take.h"
 
+#include "session/TakeFile.h"
+
 #include <fmt/format.h>
 #include <tarn_kit/files/Text.h>
 
@@ -12,7 +14,7 @@
 
 namespace tarn::capture {
 
-Take::Take(const std::filesystem::path& file) : Take(kit::readBvh(file)) {}
+Take::Take(const std::string& file) : Take(readTake(file)) {}
 
 Take::Take(kit::BvhTake data) : data_(std::move(data)), unit_(kit::guessLengthUnit(bodyHeight())) {}
 

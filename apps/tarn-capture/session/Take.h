@@ -7,7 +7,6 @@
 #include <tarn_kit/files/Bvh.h>
 
 #include <cstddef>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,8 +16,9 @@ namespace tarn::capture {
 /// A take read from a file, with what the commands want to know about it.
 class Take {
 public:
-    /// Throws `kit::ReadError` when the file cannot be read or is broken.
-    explicit Take(const std::filesystem::path& file);
+    /// From a file as a `TakeFile` knows them. Throws `kit::ReadError` when it cannot be read or is
+    /// broken.
+    explicit Take(const std::string& file);
     /// A take that has been read already.
     explicit Take(kit::BvhTake data);
 

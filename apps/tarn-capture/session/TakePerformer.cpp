@@ -3,6 +3,7 @@
 
 #include "session/TakePerformer.h"
 
+#include "session/TakeFile.h"
 #include "support/Stopwatch.h"
 
 #include <fmt/format.h>
@@ -27,7 +28,8 @@ TakeDevice make(const TakeDeviceMaker& maker, const std::string& file, const std
 TakeDeviceMaker replays(double speed, std::shared_ptr<kit::Clock> clock) {
     return [speed, clock = std::move(clock)](const std::string& file, const std::string& name) {
         auto device = std::make_unique<kit::ReplayDevice>(name, clock);
-        kit::BvhTake take = device->open(file);
+        kit::BvhTake take = readTake(file);
+        device->open(take);
         device->setSpeed(speed);
         return TakeDevice{std::move(device), std::move(take), clock};
     };

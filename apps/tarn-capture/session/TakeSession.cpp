@@ -3,33 +3,16 @@
 
 #include "session/TakeSession.h"
 
-#include <fmt/format.h>
-#include <tarn_kit/files/Text.h>
+#include "session/TakeFile.h"
 
-#include <filesystem>
-#include <set>
+#include <cstddef>
 
 namespace tarn::capture {
 
-namespace {
-
-/// The name of a take's file, with a number added where another performer has it already.
-std::string uniqueName(const std::string& file, std::set<std::string>& taken) {
-    const std::string stem = kit::printable(std::filesystem::path(file).stem().string());
-    std::string name = stem;
-    for (int i = 2; !taken.insert(name).second; ++i) {
-        name = fmt::format("{}-{}", stem, i);
-    }
-    return name;
-}
-
-} // namespace
-
 TakeSession::TakeSession(const std::vector<std::string>& takes, const TakeDeviceMaker& maker) {
-    std::set<std::string> names;
-    for (const std::string& file : takes) {
-        performers_.push_back(
-            std::make_unique<TakePerformer>(session_, file, uniqueName(file, names), maker));
+    const auto names = uniqueTakeNames(takes);
+    for (std::size_t i = 0; i < takes.size(); ++i) {
+        performers_.push_back(std::make_unique<TakePerformer>(session_, takes[i], names[i], maker));
     }
 }
 

@@ -23,11 +23,35 @@ void makeDirectory(const fs::path& directory) {
     }
 }
 
+bool isDirectory(const std::string& name) {
+    std::error_code error;
+    return (!name.empty() && name.back() == '/') || fs::is_directory(name, error);
+}
+
+std::vector<std::string> filesIn(const fs::path& directory, const std::vector<std::string>& names,
+                                 const std::string& ending) {
+    std::vector<std::string> files;
+    files.reserve(names.size());
+    for (const std::string& name : names) {
+        files.push_back((directory / (name + ending)).string());
+    }
+    return files;
+}
+
 void refuseToOverwrite(const fs::path& input, const fs::path& output, std::string_view option) {
     std::error_code error; // a file that is not there is no other file
     if (fs::equivalent(input, output, error)) {
         throw UsageError(
             fmt::format("{}: '{}' is what the command reads", option, output.string()));
+    }
+}
+
+void refuseToOverwrite(const std::vector<std::string>& inputs,
+                       const std::vector<std::string>& outputs, std::string_view option) {
+    for (const std::string& input : inputs) {
+        for (const std::string& output : outputs) {
+            refuseToOverwrite(fs::path(input), fs::path(output), option);
+        }
     }
 }
 

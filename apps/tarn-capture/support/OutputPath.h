@@ -4,7 +4,9 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarn::capture {
 
@@ -12,9 +14,19 @@ namespace tarn::capture {
 /// line that names it.
 void makeDirectory(const std::filesystem::path& directory);
 
+/// Whether a name stands for a directory: one that is there, or one that ends as such.
+bool isDirectory(const std::string& name);
+
+/// The paths of files in a directory, each a name with an ending.
+std::vector<std::string> filesIn(const std::filesystem::path& directory,
+                                 const std::vector<std::string>& names, const std::string& ending);
+
 /// Throws `UsageError` if writing to `output` would destroy `input`. `option` is what named
 /// `output`.
 void refuseToOverwrite(const std::filesystem::path& input, const std::filesystem::path& output,
                        std::string_view option);
+/// The same for any of several inputs and outputs.
+void refuseToOverwrite(const std::vector<std::string>& inputs,
+                       const std::vector<std::string>& outputs, std::string_view option);
 
 } // namespace tarn::capture

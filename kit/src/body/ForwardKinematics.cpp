@@ -19,4 +19,27 @@ std::vector<Vector3f> worldPositions(const Rig& rig, const Pose& pose) {
     return positions;
 }
 
+BodyPose worldPose(const Rig& rig, const Pose& pose) {
+    Transforms transforms;
+    setLocal(rig, pose, transforms);
+    makeWorld(rig, transforms);
+    BodyPose body;
+    body.segments.reserve(transforms.size());
+    for (const Transform& transform : transforms) {
+        body.segments.push_back({toSingle(transform.position), toSingle(transform.rotation)});
+    }
+    return body;
+}
+
+std::vector<Quaterniond> localRotations(const Rig& rig, const Pose& pose) {
+    Transforms transforms;
+    setLocal(rig, pose, transforms);
+    std::vector<Quaterniond> rotations;
+    rotations.reserve(transforms.size());
+    for (const Transform& transform : transforms) {
+        rotations.push_back(transform.rotation);
+    }
+    return rotations;
+}
+
 } // namespace tarn::kit

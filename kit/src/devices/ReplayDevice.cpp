@@ -159,6 +159,8 @@ BvhTake ReplayDevice::open(const std::filesystem::path& file) {
     return command(*this, "open", file)->dataAs<BvhTake>();
 }
 
+void ReplayDevice::open(const BvhTake& take) { command(*this, "open", take); }
+
 void ReplayDevice::start() { command(*this, "start"); }
 
 void ReplayDevice::pause() { command(*this, "pause"); }

@@ -109,16 +109,29 @@ void ReplayPlayer::sendNext() {
 }
 
 void ReplayPlayer::open(const Request& request, Reply& reply) {
+    if (const auto* const take = std::any_cast<BvhTake>(&request.data())) {
+        openTake(*take, reply);
+        return;
+    }
     const std::optional<fs::path> file = fileIn(request.data());
     if (!file) {
         fail(reply, ReplayDevice::BadPayload,
-             "\"open\" takes a file name, as std::string or std::filesystem::path");
+             "\"open\" takes a file name, as std::string or std::filesystem::path, or a BvhTake");
         return;
     }
     if (const std::optional<BvhTake> take = read(*file, reply)) {
         load(*file, *take);
         reply.setData(*take);
     }
+}
+
+void ReplayPlayer::openTake(const BvhTake& take, Reply& reply) {
+    if (take.rig == nullptr || take.tracks == nullptr) {
+        fail(reply, ReplayDevice::BadPayload, "\"open\" takes no take without a rig or tracks");
+        return;
+    }
+    load({}, take);
+    reply.setData(take);
 }
 
 void ReplayPlayer::load(const fs::path& file, const BvhTake& take) {

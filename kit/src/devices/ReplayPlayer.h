@@ -71,6 +71,7 @@ private:
     bool hasTake(Reply& reply) const;
     bool isAtEnd() const { return next_ == frames_.size(); }
     double ticksPerSecond() const { return rate_ * factor_; }
+    void openTake(const BvhTake& take, Reply& reply);
     void load(const std::filesystem::path& file, const BvhTake& take);
     void enter(Device::DeviceState state);
 

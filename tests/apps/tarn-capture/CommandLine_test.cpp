@@ -5,6 +5,7 @@
 #include "apps/support/Takes.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <sstream>
 #include <string>
@@ -71,12 +72,49 @@ TEST_F(CommandLine, EveryCommandNeedsATake) {
     expectUsageError({"actor", "--check"}, "FILE is required", "tarn-capture actor");
 }
 
-TEST_F(CommandLine, OnlyInfoAndRunTakeSeveralTakes) {
-    for (const Arguments& command : {Arguments{"play", "--out", out_}, Arguments{"stream"},
-                                     Arguments{"export", "--format", "csv", "--out", out_}}) {
+TEST_F(CommandLine, TooManyArgumentsAreAUsageErrorThatNamesThem) {
+    expectUsageError({"stream", take_, "second"}, "'second' is one argument too many",
+                     "tarn-capture stream");
+    expectUsageError({"actor", "one.xml", "two.xml"}, "'two.xml' is one argument too many",
+                     "tarn-capture actor");
+}
+
+TEST_F(CommandLine, ADashIsStandardInputAndAPipeIsReadToItsEnd) {
+    const std::string expected = capture({"export", take_, "--format", "csv", "--out", "-"}).out;
+    const std::string pipe = directory_ / "pipe.bvh";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::string program = "'" + captureProgram() + "' ";
+    const std::string cat = "cat '" + take_ + "'";
+    for (const std::string& line :
+         {cat + " | " + program + "export - --format csv --out -",
+          cat + " > '" + pipe + "' & " + program + "export '" + pipe + "' --format csv --out -"}) {
+        const Outcome outcome = runProgram("sh", {"-c", line});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, expected);
+    }
+    // Compared with a reading of its own, which a pipe gives only once.
+    const Outcome streamed = runProgram("sh", {"-c", cat + " | " + program + "stream - --speed 0"});
+    EXPECT_THAT(streamed.out, HasSubstr("identical to the take"));
+    const Outcome ran =
+        runProgram("sh", {"-c", cat + " | " + program + "run - --out '" + out_ + "'"});
+    EXPECT_EQ(ran.exitCode, 0) << ran.err;
+    EXPECT_FALSE(readFile(out_ + "/stdin.bvh").empty());
+}
+
+TEST_F(CommandLine, WhatIsWrongOnStandardInputIsToldWithItsPlace) {
+    const Outcome outcome =
+        runProgram("sh", {"-c", "echo HIERARCHY | '" + captureProgram() + "' info -"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, StartsWith("tarn-capture: stdin:2:1: expected"));
+}
+
+TEST_F(CommandLine, StandardInputIsReadOnce) {
+    for (const Arguments& command :
+         {Arguments{"info"}, Arguments{"play", "--out", out_}, Arguments{"run", "--out", out_},
+          Arguments{"export", "--format", "csv", "--out", out_}}) {
         Arguments arguments = command;
-        arguments.insert(arguments.end(), {take_, "second"});
-        expectUsageError(arguments, "'second' is one argument too many",
+        arguments.insert(arguments.end(), {"-", "-"});
+        expectUsageError(arguments, "-: standard input can be read only once",
                          "tarn-capture " + command[0]);
     }
 }
@@ -203,8 +241,8 @@ TEST_F(CommandLine, HelpOfACommandListsWhatItTakes) {
     };
     expectHelp("info", {"TAKE "});
     expectHelp("play", {"TAKE ", "--out DIR (required)", "--rate R ", "--speed F ", "--realtime "});
-    expectHelp("export",
-               {"TAKE ", "--format FORMAT (required)", "--out FILE (required)", "--frames A..B "});
+    expectHelp("export", {"TAKE ", "--format FORMAT (required)", "--out PATH (required)",
+                          "--what LIST ", "--frames A..B "});
     expectHelp("stream", {"TAKE ", "--speed F ", "--frames A..B "});
     expectHelp("run", {"TAKE ", "--out DIR (required)", "--actor FILE ", "--calibrate SECONDS ",
                        "--speed F ", "--realtime "});

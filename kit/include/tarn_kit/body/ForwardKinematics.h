@@ -5,7 +5,9 @@
 
 #include <tarn/Rotation.h>
 #include <tarn_kit/Export.h>
+#include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/Rig.h>
+#include <tarn_kit/body/Rotations.h>
 
 #include <vector>
 
@@ -20,5 +22,14 @@ namespace tarn::kit {
 ///
 /// Precondition: `pose` has `rig.valueCount()` values.
 TARN_KIT_EXPORT std::vector<Vector3f> worldPositions(const Rig& rig, const Pose& pose);
+
+/// Where every node is and how it is turned in the world: what a `ForwardKinematicsSolver` without
+/// scale and smoothing makes of the pose. Precondition: as above.
+TARN_KIT_EXPORT BodyPose worldPose(const Rig& rig, const Pose& pose);
+
+/// How every node is turned relative to its parent, a root relative to the world; no rotation for
+/// an end site. In double precision: what the channels say, and nothing of how they say it.
+/// Precondition: as above.
+TARN_KIT_EXPORT std::vector<Quaterniond> localRotations(const Rig& rig, const Pose& pose);
 
 } // namespace tarn::kit

@@ -19,8 +19,9 @@ namespace tarn::kit {
 /// What a `ReplayDevice` answers to "status".
 struct TARN_KIT_EXPORT ReplayStatus {
     Device::DeviceState state = Device::Lost;
-    std::filesystem::path file; ///< as it was given to "open"; empty while no take is open
-    int nextFrame = 0;          ///< the frame to be sent next; `frameCount` at the end of the take
+    /// As it was given to "open"; empty while no take is open, and for one that came as such.
+    std::filesystem::path file;
+    int nextFrame = 0; ///< the frame to be sent next; `frameCount` at the end of the take
     int frameCount = 0;
     int rate = 0;                ///< of the take, in frames per second
     double factor = 1;           ///< how much faster than that; 0 for as fast as it can
@@ -33,7 +34,7 @@ struct TARN_KIT_EXPORT ReplayStatus {
 ///
 /// | command  | payload     | what it does                                              | then  |
 /// |----------|-------------|-----------------------------------------------------------|-------|
-/// | "open"   | file name   | reads a take, which replaces the one before               | Ready |
+/// | "open"   | take        | opens a take, which replaces the one before               | Ready |
 /// | "start"  |             | streams from the current frame; at the end, from frame 0  | Busy  |
 /// | "pause"  |             | stops streaming, stays at the current frame               | Ready |
 /// | "stop"   |             | stops streaming, goes back to frame 0                     | Ready |
@@ -41,11 +42,13 @@ struct TARN_KIT_EXPORT ReplayStatus {
 /// | "rate"   | factor      | replays so much faster; 0 for as fast as it can           |       |
 /// | "status" |             | replies with a `ReplayStatus`                             |       |
 ///
-/// A file name is a `std::string` or a `std::filesystem::path` (a `const char*` is refused: what it
-/// points to may be gone when the device reads it). The reply to "open" has the `BvhTake` as its
-/// payload; what the host does to its tracks does not concern the device. A frame index is an
-/// `int`. A factor is a `double`, a `float` or an `int`; it is 1 at first and outlives "open" and
-/// "stop". A command that finds things as it wants them ("pause" when nothing streams) succeeds.
+/// A take is the name of a BVH file, as `std::string` or `std::filesystem::path` (a `const char*`
+/// is refused: what it points to may be gone when the device reads it), or a `BvhTake` that has
+/// been read already, whose frames are shared. The reply to "open" has the `BvhTake` as its
+/// payload; what the host does to its tracks afterwards does not concern the device. A frame index
+/// is an `int`. A factor is a `double`, a `float` or an `int`; it is 1 at first and outlives "open"
+/// and "stop". A command that finds things as it wants them ("pause" when nothing streams)
+/// succeeds.
 ///
 /// A command that fails changes nothing: a take that streams goes on. Its reply has the result code
 /// `failed`, with an `Error` and a text that says what was expected. A command that the device does
@@ -108,6 +111,8 @@ public:
 
     /// "open": reads a take, which replaces the one before, and returns it.
     BvhTake open(const std::filesystem::path& file);
+    /// "open": a take that has been read already; it replaces the one before.
+    void open(const BvhTake& take);
     /// "start"
     void start();
     /// "pause"

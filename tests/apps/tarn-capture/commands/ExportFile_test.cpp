@@ -12,6 +12,7 @@
 
 #include <array>
 #include <filesystem>
+#include <iterator>
 #include <string>
 
 namespace tarn::tests {
@@ -19,6 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
@@ -137,12 +139,67 @@ TEST_F(ExportFile, AFullDeviceIsAFailure) {
 }
 
 TEST_F(ExportFile, APlaceThatIsNoFileIsAFailure) {
-    const std::string nowhere = directory_ / "missing/out.csv";
-    expectFailure(exportTo(nowhere), "cannot write '" + nowhere + "': No such file or directory");
-    const std::string directory = directory_.path().string();
-    expectFailure(exportTo(directory), "cannot write '" + directory + "': Is a directory");
+    const std::string nowhere = take_ + "/out.csv";
+    expectFailure(exportTo(nowhere),
+                  "cannot create the directory '" + take_ + "': Not a directory");
     expectFailure(exportTo(""), "cannot write '': No such file or directory");
     EXPECT_THAT(directory_.names(), ElementsAre("take.bvh"));
+}
+
+TEST_F(ExportFile, GetsTheDirectoriesThatItNeeds) {
+    const std::string deep = directory_ / "new/directory/out.csv";
+    EXPECT_EQ(exportTo(deep).exitCode, 0);
+    EXPECT_THAT(readFile(deep), StartsWith("frame,"));
+}
+
+TEST_F(ExportFile, IsNamedAfterTheTakeInADirectory) {
+    const std::string there = directory_ / "there";
+    fs::create_directory(there);
+    EXPECT_EQ(exportTo(there).exitCode, 0);
+    EXPECT_THAT(readFile(there + "/take.csv"), StartsWith("frame,"));
+    const std::string made = directory_ / "made/";
+    EXPECT_EQ(exportTo(made).exitCode, 0);
+    EXPECT_EQ(readFile(made + "take.csv"), readFile(there + "/take.csv"));
+}
+
+TEST_F(ExportFile, IsOneForEachOfSeveralTakes) {
+    fs::create_directory(directory_ / "b");
+    TakeText other;
+    other.root = "Other";
+    writeFile(directory_ / "b/take.bvh", other.text());
+    const std::string out = directory_ / "out";
+
+    const Outcome outcome = capture({"export", take_, directory_ / "missing.bvh",
+                                     directory_ / "b/take.bvh", "--format", "json", "--out", out});
+
+    EXPECT_EQ(outcome.exitCode, 1); // of the one that is not there
+    EXPECT_EQ(outcome.err,
+              "tarn-capture: " + directory_ / "missing.bvh" + ": No such file or directory\n");
+    EXPECT_THAT(readFile(out + "/take.json"), HasSubstr("\"name\":\"Hips\""));
+    EXPECT_THAT(readFile(out + "/take-2.json"), HasSubstr("\"name\":\"Other\""));
+    EXPECT_EQ(std::distance(fs::directory_iterator(out), fs::directory_iterator()), 2);
+}
+
+TEST_F(ExportFile, IsStandardOutputForADash) {
+    ASSERT_EQ(exportTo(out_).exitCode, 0);
+    const Outcome outcome = exportTo("-");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.out, readFile(out_));
+    EXPECT_THAT(directory_.names(), ElementsAre("out.csv", "take.bvh"));
+
+    const Outcome full = runProgram("sh", {"-c", "'" + captureProgram() + "' export '" + take_ +
+                                                     "' --format csv --out - > /dev/full"});
+    EXPECT_EQ(full.exitCode, 1);
+    EXPECT_EQ(full.err, "tarn-capture: cannot write to standard output\n");
+}
+
+TEST_F(ExportFile, NeverTakesThePlaceOfOneOfSeveralTakes) {
+    const std::string odd = directory_ / "take.csv";
+    writeFile(odd, TakeText().text());
+    const Outcome outcome =
+        capture({"export", take_, odd, "--format", "csv", "--out", directory_.path().string()});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(readFile(odd), TakeText().text());
 }
 
 } // namespace

@@ -129,6 +129,31 @@ TEST_F(Play, AtHalfTheSpeedItTakesTwiceAsLong) {
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1040));
 }
 
+TEST_F(Play, PlaysTheChosenFrames) {
+    EXPECT_EQ(play({"--frames", "1..3"}).out, line("3 frames shown, 0.120 s at 25 per second"));
+    EXPECT_THAT(drawnFrames(), ElementsAre(1, 2, 3));
+    EXPECT_EQ(play({"--frames", "3..", "--rate", "12.5"}).out,
+              line("1 frame shown, 0.080 s at 12.5 per second"));
+    EXPECT_THAT(drawnFrames(), ElementsAre(3));
+}
+
+TEST_F(Play, DrawsEachOfSeveralTakes) {
+    const std::string other = directory_ / "other.bvh";
+    writeFile(other, TakeText().text());
+
+    const Outcome outcome = capture({"play", take_, "missing.bvh", other, "--out", out_});
+
+    EXPECT_EQ(outcome.exitCode, 1); // of the one that is not there
+    EXPECT_EQ(outcome.err, "tarn-capture: missing.bvh: No such file or directory\n");
+    EXPECT_EQ(outcome.out, "5 frames shown, 0.200 s at 25 per second: " + out_ +
+                               "/take.poses.png, " + out_ + "/take.poses.svg\n" +
+                               "3 frames shown, 0.120 s at 25 per second: " + out_ +
+                               "/other.poses.png, " + out_ + "/other.poses.svg\n");
+    EXPECT_THAT(readFile(out_ + "/take.poses.svg"), HasSubstr(": frame 4"));
+    EXPECT_THAT(readFile(out_ + "/other.poses.svg"), Not(HasSubstr(": frame 3")));
+    EXPECT_THAT(readFile(out_ + "/other.poses.png"), StartsWith("\x89PNG"));
+}
+
 TEST_F(Play, PlaysATakeWithOneFrame) {
     writeFrames(1);
     EXPECT_EQ(play().out, line("1 frame shown, 0.040 s at 25 per second"));

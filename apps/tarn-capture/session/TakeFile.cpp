@@ -1,0 +1,82 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "session/TakeFile.h"
+
+#include "support/Errors.h"
+#include "support/StandardStreams.h"
+
+#include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <set>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+namespace tarn::capture {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const char* const standardInput = "stdin"; // in errors, and as the name of the take
+
+std::string readToEnd(std::istream& stream) {
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+} // namespace
+
+TakeFile::TakeFile(std::string name) : name_(std::move(name)) {}
+
+bool TakeFile::isKept() const {
+    std::error_code error;
+    return isStandardStream(name_) || fs::is_fifo(name_, error);
+}
+
+kit::BvhTake TakeFile::read() {
+    if (!isKept()) {
+        return kit::readBvh(name_);
+    }
+    if (!std::exchange(isRead_, true)) {
+        if (isStandardStream(name_)) {
+            text_ = readToEnd(std::cin);
+        } else {
+            std::ifstream pipe(name_, std::ios::binary);
+            text_ = readToEnd(pipe);
+        }
+    }
+    std::istringstream stream(text_);
+    return kit::readBvh(stream, isStandardStream(name_) ? standardInput : name_);
+}
+
+kit::BvhTake readTake(const std::string& name) { return TakeFile(name).read(); }
+
+void checkInputs(const std::vector<std::string>& names) {
+    if (std::count_if(names.begin(), names.end(), isStandardStream) > 1) {
+        throw UsageError("-: standard input can be read only once");
+    }
+}
+
+std::vector<std::string> uniqueTakeNames(const std::vector<std::string>& files) {
+    std::vector<std::string> names;
+    std::set<std::string> taken;
+    for (const std::string& file : files) {
+        const std::string stem =
+            isStandardStream(file) ? standardInput : kit::printable(fs::path(file).stem().string());
+        std::string name = stem;
+        for (int i = 2; !taken.insert(name).second; ++i) {
+            name = fmt::format("{}-{}", stem, i);
+        }
+        names.push_back(name);
+    }
+    return names;
+}
+
+} // namespace tarn::capture

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn_kit/files/Bvh.h>
+
+#include <string>
+#include <vector>
+
+namespace tarn::capture {
+
+/// Where a take comes from, as the command line names it: a file, "-" for standard input, or a
+/// pipe. The one place where the program finds out what a name means.
+class TakeFile {
+public:
+    explicit TakeFile(std::string name);
+
+    /// Reads the take, each time anew; what can be read only once is kept. Throws
+    /// `kit::ReadError`, which names the file, if it cannot be read.
+    kit::BvhTake read();
+
+private:
+    bool isKept() const; ///< whether it can be read only once
+
+    std::string name_;
+    std::string text_; ///< of what can be read only once
+    bool isRead_ = false;
+};
+
+/// Reads a take that is needed once.
+kit::BvhTake readTake(const std::string& name);
+
+/// Throws `UsageError` if standard input is named more than once: it can be read only once.
+void checkInputs(const std::vector<std::string>& names);
+
+/// For each take a name that says which it is, without directory and extension, fit to be printed
+/// and to be part of a file's name; with a number added where another has it already.
+std::vector<std::string> uniqueTakeNames(const std::vector<std::string>& files);
+
+} // namespace tarn::capture

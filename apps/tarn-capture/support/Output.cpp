@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "support/Output.h"
+
+#include "support/OutputPath.h"
+#include "support/StandardStreams.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+
+namespace tarn::capture {
+
+Output::Output(const std::string& name) {
+    if (isStandardStream(name)) {
+        return;
+    }
+    const auto directory = std::filesystem::path(name).parent_path();
+    if (!directory.empty()) {
+        makeDirectory(directory);
+    }
+    file_.emplace(name);
+}
+
+void Output::write(std::string_view text) {
+    if (file_) {
+        file_->write(text);
+    } else if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+        throw std::runtime_error("cannot write to standard output");
+    }
+}
+
+void Output::commit() {
+    if (file_) {
+        file_->commit();
+    }
+}
+
+} // namespace tarn::capture

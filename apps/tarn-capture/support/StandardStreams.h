@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <string>
+
+namespace tarn::capture {
+
+/// Whether a file's name stands for standard input, where something is read, or standard output,
+/// where something is written. A file of that name is "./-".
+inline bool isStandardStream(const std::string& name) { return name == "-"; }
+
+} // namespace tarn::capture
