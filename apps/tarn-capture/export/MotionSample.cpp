@@ -99,6 +99,9 @@ std::vector<kit::EulerAngles> MotionSampler::anglesAt(int frame) {
         angles.push_back(lastAngles_.empty()
                              ? kit::toEulerDegrees(rotations[i], order)
                              : kit::toEulerDegrees(rotations[i], order, lastAngles_[i]));
+        for (double& angle : angles.back()) {
+            angle += 0.0; // no negative zero
+        }
     }
     lastAngles_ = angles;
     return angles;

@@ -126,8 +126,14 @@ void ReplayPlayer::open(const Request& request, Reply& reply) {
 }
 
 void ReplayPlayer::openTake(const BvhTake& take, Reply& reply) {
-    if (take.rig == nullptr || take.tracks == nullptr) {
-        fail(reply, ReplayDevice::BadPayload, "\"open\" takes no take without a rig or tracks");
+    if (take.rig == nullptr || take.tracks == nullptr || take.tracks->fps() < 1) {
+        fail(reply, ReplayDevice::BadPayload,
+             "\"open\" takes no take without a rig, tracks or rate");
+        return;
+    }
+    const auto frames = framesOf(*take.tracks);
+    if (std::find(frames.begin(), frames.end(), nullptr) != frames.end()) {
+        fail(reply, ReplayDevice::BadPayload, "\"open\" takes no take with a frame without a pose");
         return;
     }
     load({}, take);

@@ -83,21 +83,20 @@ TEST_F(CommandLine, ADashIsStandardInputAndAPipeIsReadToItsEnd) {
     const std::string expected = capture({"export", take_, "--format", "csv", "--out", "-"}).out;
     const std::string pipe = directory_ / "pipe.bvh";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const std::string program = "'" + captureProgram() + "' ";
-    const std::string cat = "cat '" + take_ + "'";
-    for (const std::string& line :
-         {cat + " | " + program + "export - --format csv --out -",
-          cat + " > '" + pipe + "' & " + program + "export '" + pipe + "' --format csv --out -"}) {
-        const Outcome outcome = runProgram("sh", {"-c", line});
+    // In scripts: $1 is the program, $2 the take, $3 the pipe, $4 a directory.
+    const auto script = [&](const std::string& text) {
+        return runProgram("sh", {"-c", text, "sh", captureProgram(), take_, pipe, out_});
+    };
+    for (const char* const text : {R"(cat "$2" | "$1" export - --format csv --out -)",
+                                   R"(cat "$2" > "$3" & "$1" export "$3" --format csv --out -)"}) {
+        const Outcome outcome = script(text);
         EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
         EXPECT_EQ(outcome.out, expected);
     }
     // Compared with a reading of its own, which a pipe gives only once.
-    const Outcome streamed = runProgram("sh", {"-c", cat + " | " + program + "stream - --speed 0"});
-    EXPECT_THAT(streamed.out, HasSubstr("identical to the take"));
-    const Outcome ran =
-        runProgram("sh", {"-c", cat + " | " + program + "run - --out '" + out_ + "'"});
-    EXPECT_EQ(ran.exitCode, 0) << ran.err;
+    EXPECT_THAT(script(R"(cat "$2" | "$1" stream - --speed 0)").out,
+                HasSubstr("identical to the take"));
+    EXPECT_EQ(script(R"(cat "$2" | "$1" run - --out "$4")").exitCode, 0);
     EXPECT_FALSE(readFile(out_ + "/stdin.bvh").empty());
 }
 

@@ -121,6 +121,29 @@ TEST(ForwardKinematics, PlacesEachRootInTheWorld) {
     expectNear(positions[2], 5, 0, 4);
 }
 
+TEST(ForwardKinematics, TurnsEachNodeWithItsParent) {
+    Rig rig;
+    rig.addJoint("Shoulder", -1, {}, {Channel::Zrotation});
+    rig.addJoint("Elbow", 0, {2, 0, 0}, {Channel::Xrotation, Channel::Yrotation});
+    rig.addEndSite(1, {1, 0, 0});
+    const Pose pose{{90, 30, 40}};
+
+    const Quaterniond shoulder = fromAxisAngle({0, 0, 1}, pi / 2);
+    const Quaterniond elbow =
+        fromAxisAngle({1, 0, 0}, radiansOf(30.0)) * fromAxisAngle({0, 1, 0}, radiansOf(40.0));
+    const auto local = localRotations(rig, pose);
+    ASSERT_EQ(local.size(), 3U);
+    EXPECT_NEAR(radiansBetween(local[0], shoulder), 0, 1e-7);
+    EXPECT_NEAR(radiansBetween(local[1], elbow), 0, 1e-7);
+    EXPECT_EQ(local[2], Quaterniond());
+
+    const BodyPose body = worldPose(rig, pose);
+    ASSERT_EQ(body.segments.size(), 3U);
+    expectNear(body.segments[1].position, 0, 2, 0);
+    EXPECT_NEAR(radiansBetween(toDouble(body.segments[1].rotation), shoulder * elbow), 0, 1e-6);
+    EXPECT_NEAR(radiansBetween(toDouble(body.segments[2].rotation), shoulder * elbow), 0, 1e-6);
+}
+
 #ifndef NDEBUG
 TEST(ForwardKinematicsDeathTest, AssertsThatThePoseIsOneOfTheRig) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

@@ -103,6 +103,33 @@ TEST(ReplayDevice, TakesAFileNameAsStringOrAsPath) {
     expectSucceeded(*replay.command("open", file.path()));
 }
 
+TEST(ReplayDevice, OpensATakeThatHasBeenRead) {
+    const TakeFile file(5);
+    const BvhTake take = readBvh(file.path());
+    Replay replay;
+    const auto reply = replay.command("open", take);
+    expectSucceeded(*reply);
+    EXPECT_EQ(reply->dataAs<BvhTake>().tracks, take.tracks);
+    EXPECT_THAT(replay.states(), ElementsAre(Device::Ready));
+    EXPECT_EQ(replay.status().file, "");
+    EXPECT_EQ(replay.status().frameCount, 5);
+    EXPECT_EQ(replay.status().rate, 100);
+    replay.device().open(take); // as a call
+}
+
+TEST(ReplayDevice, RefusesATakeThatCannotBeReplayed) {
+    const TakeFile file(5);
+    Replay replay;
+    expectFailed(*replay.command("open", BvhTake()), ReplayDevice::BadPayload, "without a rig");
+    const BvhTake gap = readBvh(file.path());
+    gap.tracks->setTimeLength(6); // of which the last has no pose
+    expectFailed(*replay.command("open", gap), ReplayDevice::BadPayload, "without a pose");
+    const BvhTake still = readBvh(file.path());
+    still.tracks->setFps(0);
+    expectFailed(*replay.command("open", still), ReplayDevice::BadPayload, "rate");
+    EXPECT_EQ(replay.status().state, Device::Lost);
+}
+
 TEST(ReplayDevice, RefusesAFileNameOfAnotherType) {
     Replay replay;
     const char* const volatileName = "take.bvh";

@@ -44,11 +44,11 @@ struct TARN_KIT_EXPORT ReplayStatus {
 ///
 /// A take is the name of a BVH file, as `std::string` or `std::filesystem::path` (a `const char*`
 /// is refused: what it points to may be gone when the device reads it), or a `BvhTake` that has
-/// been read already, whose frames are shared. The reply to "open" has the `BvhTake` as its
-/// payload; what the host does to its tracks afterwards does not concern the device. A frame index
-/// is an `int`. A factor is a `double`, a `float` or an `int`; it is 1 at first and outlives "open"
-/// and "stop". A command that finds things as it wants them ("pause" when nothing streams)
-/// succeeds.
+/// been read already, whose frames are shared: a pose in each, and a rate. The reply to "open" has
+/// the `BvhTake` as its payload; what the host does to its tracks afterwards does not concern the
+/// device. A frame index is an `int`. A factor is a `double`, a `float` or an `int`; it is 1 at
+/// first and outlives "open" and "stop". A command that finds things as it wants them ("pause" when
+/// nothing streams) succeeds.
 ///
 /// A command that fails changes nothing: a take that streams goes on. Its reply has the result code
 /// `failed`, with an `Error` and a text that says what was expected. A command that the device does
