@@ -4,10 +4,10 @@
 #include "commands/Commands.h"
 
 #include "session/BodyNamesDocument.h"
+#include "session/EachTake.h"
 #include "session/Take.h"
 #include "session/TakeFile.h"
 #include "support/BodyTable.h"
-#include "support/EachTake.h"
 #include "support/Flags.h"
 #include "support/SkeletonTree.h"
 

@@ -3,10 +3,10 @@
 
 #include "commands/Commands.h"
 
+#include "session/EachTake.h"
 #include "session/ShownFrames.h"
 #include "session/Take.h"
 #include "session/TakeFile.h"
-#include "support/EachTake.h"
 #include "support/Flags.h"
 #include "support/OutputPath.h"
 #include "support/ProgressBar.h"
