@@ -100,7 +100,7 @@ void drawSign(Canvas& canvas, Point at, const CurveStyle& style) {
 } // namespace
 
 CurvePanel::CurvePanel(const std::vector<Curve>& curves, const ValueRange& range, int frames,
-                       int rate)
+                       double rate)
     : curves_(curves), range_(range), frames_(frames), rate_(rate) {}
 
 double CurvePanel::lastSecond() const {

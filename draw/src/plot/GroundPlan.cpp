@@ -53,8 +53,8 @@ double shortestSpan(double bodyHeight, const Range& x, const Range& z) {
 } // namespace
 
 GroundPlan::GroundPlan(const std::vector<Vector3f>& positions, double bodyHeight,
-                       kit::LengthUnit unit, double width)
-    : unit_(std::move(unit)), width_(width) {
+                       kit::LengthUnit unit, double width, kit::UpAxis up)
+    : unit_(std::move(unit)), width_(width), up_(up) {
     Range x;
     Range z;
     for (const Vector3f& at : positions) {
@@ -143,10 +143,16 @@ void GroundPlan::drawGrid(Canvas& canvas, const Box& plot) const {
 }
 
 void GroundPlan::drawAxisNames(Canvas& canvas, const Box& plot) const {
-    const auto axisName = [this](char axis) { return fmt::format("{} [{}]", axis, unit_.symbol); };
-    canvas.text({plot.x + plot.width / 2, plot.bottom() + 58}, axisName(zToTheRight_ ? 'Z' : 'X'),
+    // The axes of the drawing are those of the take, moved on so that the one that is up is Y.
+    constexpr std::size_t x = 0;
+    constexpr std::size_t z = 2;
+    const std::size_t moved = static_cast<std::size_t>(up_) + 2;
+    const auto nameOf = [&](std::size_t axis) {
+        return fmt::format("{} [{}]", "XYZ"[(axis + moved) % 3], unit_.symbol);
+    };
+    canvas.text({plot.x + plot.width / 2, plot.bottom() + 58}, nameOf(zToTheRight_ ? z : x),
                 axisFont, Align::centre, colours::ink);
-    canvas.upwardText({plot.x - 84, plot.y + plot.height / 2}, axisName(zToTheRight_ ? 'X' : 'Z'),
+    canvas.upwardText({plot.x - 84, plot.y + plot.height / 2}, nameOf(zToTheRight_ ? x : z),
                       axisFont, colours::ink);
 }
 

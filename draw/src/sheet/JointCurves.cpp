@@ -43,7 +43,7 @@ std::vector<double> heightsOf(const std::vector<Vector3f>& path) {
     return heights;
 }
 
-std::vector<double> speedsOf(const std::vector<Vector3f>& path, int rate) {
+std::vector<double> speedsOf(const std::vector<Vector3f>& path, double rate) {
     constexpr std::size_t reach = 2;
     std::vector<double> speeds;
     speeds.reserve(path.size());
@@ -58,7 +58,7 @@ std::vector<double> speedsOf(const std::vector<Vector3f>& path, int rate) {
 
 } // namespace
 
-JointCurves jointCurvesOf(const Subject& subject, int frames, int rate) {
+JointCurves jointCurvesOf(const Subject& subject, int frames, double rate) {
     JointCurves curves{trackedJoints(*subject.rig), {}, {}};
     const auto paths = pathsOf(subject, curves.joints, frames);
     for (std::size_t i = 0; i < paths.size(); ++i) {

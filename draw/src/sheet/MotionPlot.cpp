@@ -145,7 +145,7 @@ private:
     std::vector<Subject> subjects_;
     std::string facts_;
     int frames_;
-    int rate_;
+    double rate_;
     std::vector<JointCurves> curves_;
     ValueRange heights_;
     ValueRange speeds_;

@@ -85,7 +85,8 @@ Pieces piecesOf(const std::vector<Point>& path) {
 
 RootPaths::RootPaths(const std::vector<Subject>& subjects, const PoseSummary& summary, double width)
     : subjects_(subjects), summary_(summary),
-      plan_(allOf(summary.rootPaths), bodyHeightOf(subjects), unitOf(subjects), width),
+      plan_(allOf(summary.rootPaths), bodyHeightOf(subjects), unitOf(subjects), width,
+            upAxisOf(subjects)),
       width_(width) {}
 
 double RootPaths::height() const { return plan_.height(); }

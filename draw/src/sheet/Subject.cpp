@@ -30,15 +30,21 @@ const Payload* payloadOf(const std::shared_ptr<Frame>& frame) {
     return frame == nullptr ? nullptr : std::any_cast<Payload>(&frame->data());
 }
 
-} // namespace
-
-Subject subjectOf(std::string name, std::shared_ptr<const kit::Rig> rig,
-                  std::shared_ptr<Tracks> take) {
-    kit::LengthUnit unit = kit::guessLengthUnit(static_cast<double>(rig->height()));
-    return {std::move(name), std::move(rig), std::move(take), std::move(unit)};
+/// Where positions come to lie in the world of the drawing.
+Vector3f drawn(const Vector3f& at, kit::UpAxis up) {
+    switch (up) {
+    case kit::UpAxis::X:
+        return {at.z, at.x, at.y};
+    case kit::UpAxis::Z:
+        return {at.y, at.z, at.x};
+    case kit::UpAxis::Y:
+        break;
+    }
+    return at;
 }
 
-std::vector<Vector3f> positionsAt(const Subject& subject, int frame) {
+/// In the take's own axes.
+std::vector<Vector3f> givenPositionsAt(const Subject& subject, int frame) {
     const auto solved = subject.take->getFrame(frame, kit::bodyDataType);
     if (const auto* const body = payloadOf<kit::BodyPose>(solved)) {
         return body->segments.size() == subject.rig->nodes().size() ? positionsOf(*body)
@@ -49,6 +55,25 @@ std::vector<Vector3f> positionsAt(const Subject& subject, int frame) {
     return pose != nullptr && pose->values.size() == subject.rig->valueCount()
                ? kit::worldPositions(*subject.rig, *pose)
                : std::vector<Vector3f>();
+}
+
+} // namespace
+
+Subject subjectOf(std::string name, std::shared_ptr<const kit::Rig> rig,
+                  std::shared_ptr<Tracks> take) {
+    const kit::Space& space = rig->space();
+    const kit::UpAxis up = space.up;
+    kit::LengthUnit unit =
+        space.unit.known() ? space.unit : kit::guessLengthUnit(static_cast<double>(rig->height()));
+    return {std::move(name), std::move(rig), std::move(take), std::move(unit), up, std::nullopt};
+}
+
+std::vector<Vector3f> positionsAt(const Subject& subject, int frame) {
+    auto positions = givenPositionsAt(subject, frame);
+    for (Vector3f& at : positions) {
+        at = drawn(at, subject.up);
+    }
+    return positions;
 }
 
 std::string whyNotDrawn(const std::vector<Subject>& subjects) {

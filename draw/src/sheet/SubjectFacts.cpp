@@ -15,8 +15,12 @@ namespace tarn::draw {
 
 namespace {
 
-int rateOrNone(const std::vector<Subject>& subjects) {
+/// 0 for none
+double rateOrNone(const std::vector<Subject>& subjects) {
     for (const Subject& subject : subjects) {
+        if (subject.rate) {
+            return subject.rate->value();
+        }
         if (subject.take->fps() > 0) {
             return subject.take->fps();
         }
@@ -27,9 +31,9 @@ int rateOrNone(const std::vector<Subject>& subjects) {
 std::string framesText(const std::vector<Subject>& subjects) {
     const int frames = frameCountOf(subjects);
     const std::string count = kit::counted(static_cast<std::size_t>(frames), "frame");
-    const int rate = rateOrNone(subjects);
+    const double rate = rateOrNone(subjects);
     return rate == 0 ? count
-                     : fmt::format("{} at {} per second, {:.3f} s", count, rate,
+                     : fmt::format("{} at {:.6g} per second, {:.3f} s", count, rate,
                                    static_cast<double>(frames) / rate);
 }
 
@@ -50,7 +54,10 @@ int frameCountOf(const std::vector<Subject>& subjects) {
     return count;
 }
 
-int rateOf(const std::vector<Subject>& subjects) { return std::max(rateOrNone(subjects), 1); }
+double rateOf(const std::vector<Subject>& subjects) {
+    const double rate = rateOrNone(subjects);
+    return rate > 0 ? rate : 1;
+}
 
 double bodyHeightOf(const std::vector<Subject>& subjects) {
     float height = 0;
@@ -62,6 +69,10 @@ double bodyHeightOf(const std::vector<Subject>& subjects) {
 
 kit::LengthUnit unitOf(const std::vector<Subject>& subjects) {
     return subjects.empty() ? kit::LengthUnit{"unit", ""} : subjects.front().unit;
+}
+
+kit::UpAxis upAxisOf(const std::vector<Subject>& subjects) {
+    return subjects.empty() ? kit::UpAxis::Y : subjects.front().up;
 }
 
 std::string namesText(const std::vector<Subject>& subjects) {

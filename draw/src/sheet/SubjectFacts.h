@@ -15,12 +15,14 @@ void requireDrawable(const std::vector<Subject>& subjects);
 
 /// How many frames the longest take has.
 int frameCountOf(const std::vector<Subject>& subjects);
-/// Frames per second, at least 1; those of the first take that knows.
-int rateOf(const std::vector<Subject>& subjects);
+/// Frames per second, greater than 0; those of the first take that knows.
+double rateOf(const std::vector<Subject>& subjects);
 /// How high the tallest rig is, finite.
 double bodyHeightOf(const std::vector<Subject>& subjects);
 /// That of the first one.
 kit::LengthUnit unitOf(const std::vector<Subject>& subjects);
+/// That of the first one.
+kit::UpAxis upAxisOf(const std::vector<Subject>& subjects);
 
 /// The subjects' names in one line, for the head of a page.
 std::string namesText(const std::vector<Subject>& subjects);

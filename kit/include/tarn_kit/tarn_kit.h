@@ -17,7 +17,9 @@
 #include <tarn_kit/body/Rig.h>
 #include <tarn_kit/body/RigidBodies.h>
 #include <tarn_kit/body/Rotations.h>
+#include <tarn_kit/body/Scaling.h>
 #include <tarn_kit/body/SharedArray.h>
+#include <tarn_kit/body/Space.h>
 #include <tarn_kit/devices/Clock.h>
 #include <tarn_kit/devices/Command.h>
 #include <tarn_kit/devices/ReplayDevice.h>

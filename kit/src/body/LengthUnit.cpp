@@ -13,14 +13,13 @@ namespace {
 /// The body heights that speak for a unit. No two ranges overlap.
 struct PlausibleHeights {
     const char* symbol;
-    const char* name;
     double least, most;
 };
 constexpr std::array<PlausibleHeights, 4> plausibleHeights{{
-    {"m", "metres", 1.2, 2.3},
-    {"in", "inches", 47, 90},
-    {"cm", "centimetres", 120, 230},
-    {"mm", "millimetres", 1200, 2300},
+    {"m", 1.2, 2.3},
+    {"in", 47, 90},
+    {"cm", 120, 230},
+    {"mm", 1200, 2300},
 }};
 
 /// In four significant digits, with a point whatever the locale.
@@ -33,10 +32,29 @@ std::string numberText(double number) {
 
 } // namespace
 
+std::optional<LengthUnit> lengthUnitNamed(std::string_view symbol) {
+    struct Unit {
+        std::string_view symbol;
+        const char* name;
+        double metres;
+    };
+    constexpr std::array<Unit, 5> units{{{"m", "metres", 1},
+                                         {"cm", "centimetres", 0.01},
+                                         {"mm", "millimetres", 0.001},
+                                         {"in", "inches", 0.0254},
+                                         {"ft", "feet", 0.3048}}};
+    for (const Unit& unit : units) {
+        if (unit.symbol == symbol) {
+            return LengthUnit{std::string(symbol), unit.name, unit.metres};
+        }
+    }
+    return std::nullopt;
+}
+
 LengthUnit guessLengthUnit(double bodyHeight) {
     for (const PlausibleHeights& heights : plausibleHeights) {
         if (bodyHeight >= heights.least && bodyHeight <= heights.most) {
-            return {heights.symbol, heights.name};
+            return *lengthUnitNamed(heights.symbol);
         }
     }
     return {"unit", ""};

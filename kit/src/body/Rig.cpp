@@ -16,6 +16,8 @@ struct Rig::PrivateData {
     std::vector<std::unique_ptr<Bone>> bones;
     std::vector<std::unique_ptr<Skeleton>> skeletons;
     std::size_t valueCount = 0;
+    UpAxis standing = UpAxis::Y;
+    Space space;
 
     bool isJoint(int index) const;
     RigNode& joint(int index) { return nodes[static_cast<std::size_t>(index)]; }
@@ -72,7 +74,15 @@ int Rig::jointCount() const noexcept { return static_cast<int>(d_->bones.size())
 
 std::size_t Rig::valueCount() const noexcept { return d_->valueCount; }
 
-float Rig::height() const {
+UpAxis Rig::standing() const noexcept { return d_->standing; }
+
+void Rig::setStanding(UpAxis axis) noexcept { d_->standing = axis; }
+
+const Space& Rig::space() const noexcept { return d_->space; }
+
+void Rig::setSpace(const Space& space) { d_->space = space; }
+
+float Rig::heightAlong(UpAxis axis) const {
     if (d_->nodes.empty()) {
         return 0;
     }
@@ -80,7 +90,7 @@ float Rig::height() const {
     heights.reserve(d_->nodes.size());
     for (const RigNode& node : d_->nodes) {
         const double base = node.parent < 0 ? 0 : heights[static_cast<std::size_t>(node.parent)];
-        heights.push_back(base + static_cast<double>(node.offset.y));
+        heights.push_back(base + toDouble(node.offset)[static_cast<std::size_t>(axis)]);
     }
     const auto [lowest, highest] = std::minmax_element(heights.begin(), heights.end());
     return toSingle(*highest - *lowest);

@@ -7,7 +7,12 @@
 #include "files/BvhMotion.h"
 #include "files/FileBytes.h"
 
+#include <tarn_kit/body/Scaling.h>
+#include <tarn_kit/session/TakeOf.h>
+
 #include <fstream>
+#include <utility>
+#include <vector>
 
 namespace tarn::kit {
 
@@ -20,6 +25,9 @@ BvhTake parse(std::string_view text, const std::string& name) {
     BvhTake take;
     take.rig = readHierarchy(scanner);
     readMotion(scanner, take);
+    const Space space = guessSpace(*take.rig); // the file says nothing of it
+    take.rig->setStanding(space.up);
+    take.rig->setSpace(space);
     take.tracks->setTracksName(fs::path(name).stem().string());
     return take;
 }
@@ -39,6 +47,20 @@ BvhTake readBvh(std::istream& stream, const std::string& name) {
     }
     constexpr std::size_t firstRead = 65'536;
     return parse(readAll(*stream.rdbuf(), firstRead, name), name);
+}
+
+BvhTake scaledTake(const BvhTake& take, double factor) {
+    std::vector<std::shared_ptr<Frame>> frames;
+    for (int i = 0; i < take.tracks->timeLength(); ++i) {
+        const auto frame = take.tracks->getFrame(i, poseDataType);
+        frames.push_back(std::make_shared<Frame>(
+            frame->time(), poseDataType, scaledPose(*take.rig, frame->dataAs<Pose>(), factor)));
+    }
+    BvhTake scaled = take;
+    scaled.rig = scaledRig(*take.rig, factor);
+    scaled.tracks = takeOf(poseDataType, std::move(frames), take.tracks->fps());
+    scaled.tracks->setTracksName(take.tracks->tracksName());
+    return scaled;
 }
 
 } // namespace tarn::kit

@@ -60,11 +60,11 @@ struct Measurement {
 std::vector<MeasuredNode> nodesOf(const Rig& rig, const BodyNames& bodyNames) {
     std::vector<MeasuredNode> nodes;
     nodes.reserve(rig.nodes().size());
+    const auto up = static_cast<std::size_t>(rig.standing());
     const auto names = boneLengthNames(rig, bodyNames.match(rig));
     for (const RigNode& node : rig.nodes()) {
         const double length = node.parent < 0 ? 0 : lengthOf(toDouble(node.offset));
-        nodes.push_back(
-            {names[nodes.size()], node.parent, static_cast<double>(node.offset.y), length, {}});
+        nodes.push_back({names[nodes.size()], node.parent, toDouble(node.offset)[up], length, {}});
     }
     return nodes;
 }
@@ -84,7 +84,7 @@ std::vector<double> lengthsOf(const std::vector<MeasuredNode>& nodes, const Body
     return lengths;
 }
 
-/// How far the nodes reach along Y at rest, with segments of these lengths.
+/// How far the nodes reach upwards at rest, with segments of these lengths.
 double heightOf(const std::vector<MeasuredNode>& nodes, const std::vector<double>& lengths) {
     std::vector<double> heights(nodes.size());
     for (std::size_t i = 0; i < nodes.size(); ++i) {
@@ -131,12 +131,14 @@ struct BodyDimensionCalibrator::PrivateData {
 
     int frameCount;
     std::shared_ptr<const BodyNames> bodyNames = std::make_shared<BodyNames>();
+    LengthUnit unit = {"unit", ""}; ///< of the lengths
     std::vector<MeasuredNode> nodes;
     Statistics height;
     std::vector<std::shared_ptr<Frame>> frames;
 };
 
 void BodyDimensionCalibrator::PrivateData::reset(const ForwardKinematicsSolver* solver) {
+    unit = solver == nullptr ? LengthUnit{"unit", ""} : solver->rig().space().unit;
     nodes = solver == nullptr ? std::vector<MeasuredNode>() : nodesOf(solver->rig(), *bodyNames);
     height = Statistics();
     frames.clear();
@@ -161,6 +163,7 @@ float BodyDimensionCalibrator::PrivateData::progress() const {
 }
 
 void BodyDimensionCalibrator::PrivateData::writeTo(Actor& actor) const {
+    convertDimensions(actor, unit);
     for (const MeasuredNode& node : nodes) {
         if (node.length > 0 && !node.name.empty()) {
             actor.setBodyDimension(xmlName(node.name), toSingle(node.measured.mean()));

@@ -32,6 +32,11 @@ const PerformerSetup& checked(const PerformerSetup& setup) {
     if (setup.device == nullptr) {
         throw std::invalid_argument("performer '" + setup.name + "' has no device");
     }
+    if (setup.exactRate && setup.exactRate->fps() != setup.rate) {
+        throw std::invalid_argument("performer '" + setup.name + "' has a rate of " +
+                                    std::to_string(setup.rate) + ", which is not that of " +
+                                    setup.exactRate->text());
+    }
     if (setup.rate <= 0) {
         throw std::invalid_argument("performer '" + setup.name + "' has no frame rate");
     }
@@ -277,6 +282,8 @@ Performer::~Performer() {
 }
 
 const PerformerSetup& Performer::setup() const { return d_->setup; }
+
+Rate Performer::exactRate() const { return d_->setup.exactRate.value_or(Rate(d_->setup.rate)); }
 
 Character& Performer::character() { return d_->character; }
 

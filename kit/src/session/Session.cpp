@@ -40,11 +40,16 @@ Session::~Session() {
 
 Performer& Session::addPerformer(const PerformerSetup& setup) {
     auto added = std::make_unique<Performer>(std::to_string(d_->performers.size() + 1), setup);
-    if (!d_->performers.empty() && setup.rate != rate()) {
-        throw std::invalid_argument(std::to_string(setup.rate) + " frames per second, but '" +
+    if (!d_->performers.empty() && added->exactRate() != *exactRate()) {
+        throw std::invalid_argument(added->exactRate().text() + " frames per second, but '" +
                                     d_->performers.front()->setup().name + "' has " +
-                                    std::to_string(rate()) +
+                                    exactRate()->text() +
                                     ": performers of one session share a clock");
+    }
+    if (setup.space && areContrary(*setup.space, space())) {
+        throw std::invalid_argument(spaceText(*setup.space) + ", but the others are in " +
+                                    spaceText(space()) +
+                                    ": performers of one session share a space");
     }
     d_->performers.push_back(std::move(added));
     Performer& performer = *d_->performers.back();
@@ -65,6 +70,20 @@ const std::vector<std::unique_ptr<Performer>>& Session::performers() const {
 
 int Session::rate() const {
     return d_->performers.empty() ? 0 : d_->performers.front()->setup().rate;
+}
+
+std::optional<Rate> Session::exactRate() const {
+    return d_->performers.empty() ? std::nullopt
+                                  : std::optional(d_->performers.front()->exactRate());
+}
+
+Space Session::space() const {
+    for (const auto& performer : d_->performers) {
+        if (performer->setup().space) {
+            return *performer->setup().space;
+        }
+    }
+    return {};
 }
 
 int Session::frameCount() const { return d_->take->timeLength(); }

@@ -46,6 +46,28 @@ TEST(Subject, IsWhereItsPosesPutIt) {
     EXPECT_THAT(positionsAt(posed, 0), IsEmpty()); // a pose of another rig
 }
 
+TEST(Subject, StandsWhicheverAxisIsUp) {
+    const std::vector<Vector3f> upright = positionsAt(standing(), 2);
+    Subject zUp = subject("Anna", 3, [](int frame) {
+        auto positions = standingAt(static_cast<float>(frame), 0);
+        for (Vector3f& at : positions) {
+            at = {at.z, at.x, at.y};
+        }
+        return positions;
+    });
+    zUp.up = kit::UpAxis::Z;
+    EXPECT_EQ(positionsAt(zUp, 2), upright);
+    Subject xUp = subject("Anna", 3, [](int frame) {
+        auto positions = standingAt(static_cast<float>(frame), 0);
+        for (Vector3f& at : positions) {
+            at = {at.y, at.z, at.x};
+        }
+        return positions;
+    });
+    xUp.up = kit::UpAxis::X;
+    EXPECT_EQ(positionsAt(xUp, 2), upright);
+}
+
 TEST(Subject, IsNowhereWithoutABodyOfItsRig) {
     const Subject odd = subject("Anna", 4, [](int frame) {
         return frame == 1 ? std::vector<Vector3f>{{0, 0, 0}} : std::vector<Vector3f>();
@@ -53,6 +75,18 @@ TEST(Subject, IsNowhereWithoutABodyOfItsRig) {
     for (const int frame : {-1, 0, 1, 2, 4}) {
         EXPECT_THAT(positionsAt(odd, frame), IsEmpty()) << frame;
     }
+}
+
+TEST(SubjectOf, HasTheSpaceOfItsRig) {
+    auto rig = std::make_shared<kit::Rig>();
+    rig->addJoint("Hips", -1, {0, 0, 0}, {});
+    kit::Space space;
+    space.unit = *kit::lengthUnitNamed("in");
+    space.up = kit::UpAxis::Z;
+    rig->setSpace(space);
+    const Subject subject = subjectOf("Anna", rig, std::make_shared<Tracks>());
+    EXPECT_EQ(subject.unit.symbol, "in");
+    EXPECT_EQ(subject.up, kit::UpAxis::Z);
 }
 
 TEST(SubjectOf, GuessesTheUnitByTheHeight) {

@@ -26,6 +26,18 @@ TEST(LengthUnit, IsThatInWhichABodyIsHumanSized) {
     EXPECT_TRUE(guessLengthUnit(172).known());
 }
 
+TEST(LengthUnit, IsFoundByItsSymbol) {
+    EXPECT_EQ(lengthUnitNamed("mm")->name, "millimetres");
+    EXPECT_EQ(lengthUnitNamed("m")->metres, 1);
+    EXPECT_EQ(lengthUnitNamed("cm")->metres, 0.01);
+    EXPECT_EQ(lengthUnitNamed("in")->metres, 0.0254);
+    EXPECT_EQ(lengthUnitNamed("ft")->metres, 0.3048);
+    EXPECT_EQ(guessLengthUnit(172).metres, 0.01);
+    for (const char* const text : {"", "unit", "CM", "km", "cm "}) {
+        EXPECT_FALSE(lengthUnitNamed(text)) << text;
+    }
+}
+
 TEST(LengthUnit, IsTheTakesOwnWhereNothingFits) {
     for (const double height :
          {-1.7, 0.0, 1.19, 2.31, 30.0, 46.9, 90.1, 119.0, 231.0, 1199.0, 2301.0,

@@ -141,6 +141,20 @@ TEST(Rig, MeasuresItsHeightAcrossAllRoots) {
     EXPECT_FLOAT_EQ(rig.height(), 5.0F);
 }
 
+TEST(Rig, MeasuresItsHeightAlongTheAxisOnWhichItStandsWhicheverIsUp) {
+    Rig rig;
+    rig.addJoint("Hips", -1, {0, 3, 7}, {});
+    rig.addJoint("Head", 0, {0, 1, 2}, {});
+    Space space;
+    space.up = UpAxis::Z;
+    rig.setSpace(space);
+    EXPECT_FLOAT_EQ(rig.height(), 1);
+    rig.setStanding(UpAxis::Z);
+    EXPECT_FLOAT_EQ(rig.height(), 2);
+    EXPECT_FLOAT_EQ(rig.heightAlong(UpAxis::Y), 1);
+    EXPECT_EQ(rig.space().up, UpAxis::Z);
+}
+
 TEST(Rig, OfOneNodeHasNoHeight) {
     Rig rig;
     rig.addJoint("Hips", -1, {0, 10, 0}, {});

@@ -225,5 +225,19 @@ TEST(Bvh, ReadsTheSameFromAStreamAsFromAFile) {
     EXPECT_EQ(namesOf(*fromStream.rig), namesOf(*fromFile.rig));
 }
 
+TEST(BvhRate, IsTheExactFractionThatTheFrameTimeMeans) {
+    EXPECT_EQ(readWithFrameTime("0.0333667").exactRate(), Rate(30000, 1001));
+    EXPECT_EQ(readWithFrameTime("0.0166833").exactRate(), Rate(60000, 1001));
+    EXPECT_EQ(readWithFrameTime("0.0083333").exactRate(), Rate(120));
+    EXPECT_EQ(readWithFrameTime("0.08").exactRate(), Rate(25, 2));
+}
+
+TEST(BvhSpace, IsGuessedFromTheRestPose) {
+    const auto take = readBvh(tarn::testing::samplePath("cmu_60_12_salsa_a.bvh"));
+    EXPECT_EQ(take.rig->space().unit.symbol, "cm");
+    EXPECT_EQ(take.rig->space().unitOrigin, Origin::Guessed);
+    EXPECT_EQ(take.rig->space().up, UpAxis::Y);
+}
+
 } // namespace
 } // namespace tarn::kit

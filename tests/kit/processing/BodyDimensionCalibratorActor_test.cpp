@@ -123,6 +123,29 @@ TEST(BodyDimensionCalibratorActor, KeepsItsDimensionsWhenNothingRunsThatCouldBeC
     EXPECT_TRUE(announced.all().empty());
 }
 
+TEST(BodyDimensionCalibratorActor, GetsTheUnitOfTheRigAndAllDimensionsInIt) {
+    const auto rig = std::make_shared<Rig>();
+    rig->addJoint("Hips", -1, {}, {});
+    rig->addJoint("Spine", 0, {0, 50, 0}, {});
+    Space space;
+    space.unit = *lengthUnitNamed("cm");
+    rig->setSpace(space);
+    Studio studio;
+    studio.actor.setBodyDimension("Shoe", 0.3F);
+    stateUnitOfDimensions(studio.actor, *lengthUnitNamed("m"));
+    ForwardKinematicsSolver solver("solver", rig);
+    studio.calibrator.setSolver(&solver);
+    studio.calibrator.start();
+    solver.addInput(poseFrame(0, {}));
+    ASSERT_TRUE(solver.evaluate());
+    studio.flush(0);
+    studio.calibrator.finish();
+    studio.calibrator.setSolver(&studio.solver);
+    EXPECT_EQ(unitOfDimensions(studio.actor)->symbol, "cm");
+    EXPECT_FLOAT_EQ(studio.dimension("Hips"), 50);
+    EXPECT_NEAR(studio.dimension("Shoe"), 30, 1e-4);
+}
+
 TEST(BodyDimensionCalibratorActor, GetsTheDimensionsOfFramesThatWereKept) {
     Studio first;
     first.calibrator.start();

@@ -166,6 +166,51 @@ TEST_F(SessionOfTwo, StopsEverythingWhenADeviceRefuses) {
     EXPECT_TRUE(left_.isReady());
 }
 
+TEST(SessionSpace, IsThatOfTheFirstPerformerThatKnows) {
+    ScriptedDevice device({});
+    PerformerSetup setup;
+    setup.device = &device;
+    setup.port = port;
+    setup.rate = rate;
+    Session session;
+    session.addPerformer(setup);
+    EXPECT_FALSE(session.space().unit.known());
+    setup.space = tarn::kit::Space{*tarn::kit::lengthUnitNamed("cm"), tarn::kit::Origin::Stated,
+                                   tarn::kit::UpAxis::Z, tarn::kit::Origin::Stated};
+    session.addPerformer(setup);
+    EXPECT_EQ(session.space().unit.symbol, "cm");
+    EXPECT_EQ(session.space().up, tarn::kit::UpAxis::Z);
+    setup.space->unit = *tarn::kit::lengthUnitNamed("m");
+    EXPECT_THAT([&] { session.addPerformer(setup); },
+                ::testing::ThrowsMessage<std::invalid_argument>(
+                    "m, Z up, but the others are in cm, Z up: performers of one session share a "
+                    "space"));
+    setup.space->unitOrigin = tarn::kit::Origin::Guessed;
+    session.addPerformer(setup);
+    EXPECT_EQ(session.performers().size(), 3U);
+}
+
+TEST(SessionRate, IsExact) {
+    ScriptedDevice device({});
+    PerformerSetup setup;
+    setup.device = &device;
+    setup.port = port;
+    setup.rate = 30;
+    setup.exactRate = tarn::kit::Rate(30000, 1001);
+    Session session;
+    EXPECT_EQ(session.exactRate(), std::nullopt);
+    EXPECT_EQ(session.addPerformer(setup).exactRate(), tarn::kit::Rate(30000, 1001));
+    EXPECT_EQ(session.exactRate(), tarn::kit::Rate(30000, 1001));
+    EXPECT_EQ(session.rate(), 30);
+    setup.exactRate.reset();
+    EXPECT_THAT([&] { session.addPerformer(setup); },
+                ::testing::ThrowsMessage<std::invalid_argument>(
+                    "30 frames per second, but '' has 30000/1001: performers of one session share "
+                    "a clock"));
+    setup.exactRate = tarn::kit::Rate(25);
+    EXPECT_THROW(session.addPerformer(setup), std::invalid_argument);
+}
+
 TEST_F(SessionOfTwo, RefusesAnotherRateAndStaysAsItIs) {
     add(left_, &first_, 4);
     PerformerSetup setup = sledSetup(right_, &second_, 9, "Bea");

@@ -67,7 +67,7 @@ class TARN_DRAW_EXPORT CurvePanel {
 public:
     /// The curves must outlive the panel. `range` is not empty; `frames` and `rate` (frames per
     /// second) are at least 1.
-    CurvePanel(const std::vector<Curve>& curves, const ValueRange& range, int frames, int rate);
+    CurvePanel(const std::vector<Curve>& curves, const ValueRange& range, int frames, double rate);
 
     /// Draws into `plot`; the numbers and the name of the vertical axis go to the left of it, where
     /// they take 110 pixels. The first frame is at the left edge, the last one at the right edge.
@@ -86,7 +86,7 @@ private:
     const std::vector<Curve>& curves_;
     ValueRange range_;
     int frames_;
-    int rate_;
+    double rate_;
 };
 
 /// Draws a piece of a curve from `left` on, `length` pixels long, as a legend shows it.

@@ -7,6 +7,7 @@
 #include <tarn_draw/Export.h>
 #include <tarn_draw/canvas/Canvas.h>
 #include <tarn_kit/body/LengthUnit.h>
+#include <tarn_kit/body/Space.h>
 
 #include <string>
 #include <vector>
@@ -23,8 +24,10 @@ public:
     /// Shows all of `positions` that are finite, but the sway of a body that stands stays small: so
     /// small as `bodyHeight`, which is in the same unit and finite, makes it. `width` is in pixels,
     /// all included, at least 500.
+    /// `up` is the axis that was up before positions were turned to have Y up, as `positionsAt`
+    /// does: the axes bear the names that they had.
     GroundPlan(const std::vector<Vector3f>& positions, double bodyHeight, kit::LengthUnit unit,
-               double width);
+               double width, kit::UpAxis up = kit::UpAxis::Y);
 
     /// In pixels, all included.
     double height() const;
@@ -57,6 +60,7 @@ private:
     Place centre_{0, 0};
     double plotHeight_;
     double scale_; ///< pixels per unit
+    kit::UpAxis up_;
 };
 
 /// A path without the steps that are shorter than so many pixels: too short to be seen.

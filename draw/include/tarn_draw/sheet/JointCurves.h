@@ -22,7 +22,7 @@ struct JointCurves {
 };
 
 /// The heights and speeds of a subject's tracked joints over `frames` frames at `rate` per second
-/// (at least 1); not a number where there is none.
-TARN_DRAW_EXPORT JointCurves jointCurvesOf(const Subject& subject, int frames, int rate);
+/// (greater than 0); not a number where there is none.
+TARN_DRAW_EXPORT JointCurves jointCurvesOf(const Subject& subject, int frames, double rate);
 
 } // namespace tarn::draw

@@ -5,18 +5,24 @@
 
 #include <tarn_kit/Export.h>
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace tarn::kit {
 
-/// What lengths in a take are measured in. Motion files do not state it, so it is guessed from what
-/// is known to be human-sized.
+/// What lengths in a take are measured in. Most motion files do not state it: then it is guessed
+/// from what is known to be human-sized, or given by the user. See `Space`.
 struct LengthUnit {
-    std::string symbol; ///< "m", "cm", "mm", "in", or "unit" where nothing fits
+    std::string symbol; ///< "m", "cm", "mm", "in", "ft", or "unit" where nothing fits
     std::string name;   ///< in words, plural; empty where nothing fits
+    double metres = 0;  ///< how long one is; 0 where nothing fits
     /// Whether a unit fitted.
     bool known() const { return !name.empty(); }
 };
+
+/// The unit with this symbol: "m", "cm", "mm", "in" or "ft". Nothing for any other text.
+TARN_KIT_EXPORT std::optional<LengthUnit> lengthUnitNamed(std::string_view symbol);
 
 /// The unit in which `bodyHeight` (of a rig: `Rig::height()`) is that of a human being, from a
 /// child of 1.2 m to 2.3 m, both included; at most one unit fits. What is no number fits none.

@@ -7,6 +7,7 @@
 #include <tarn/Rotation.h>
 #include <tarn/Skeleton.h>
 #include <tarn_kit/Export.h>
+#include <tarn_kit/body/Space.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -51,7 +52,7 @@ inline constexpr int poseDataType = 1;
 /// A body as motion files describe it: joints with offsets and channels, and end sites, in file
 /// order, together with the skeleton of bones that hosts and solvers work with.
 ///
-/// Right-handed, Y up unless the file's author chose otherwise (no motion file says so).
+/// Right-handed; `space()` says which axis is up and what lengths are measured in.
 /// Threads: build it on one thread; from then on any number may read it at once, solvers included.
 /// Ownership: the rig owns its skeletons and bones; whoever links one of them to an object of their
 /// own unlinks it before the rig is destroyed.
@@ -78,9 +79,19 @@ public:
     int jointCount() const noexcept;
     /// How many values a pose of this rig has.
     std::size_t valueCount() const noexcept;
-    /// How far the nodes reach along Y when no joint moves or turns: the height of the body for
-    /// files whose rest pose stands upright. 0 without nodes.
-    float height() const;
+    /// How far the nodes reach along an axis when no joint moves or turns. 0 without nodes.
+    float heightAlong(UpAxis axis) const;
+    /// The height of the body: how far it reaches along the axis on which its rest pose stands.
+    float height() const { return heightAlong(standing()); }
+    /// The axis along which the rest pose stands: Y, unless it was said. Takes may have been
+    /// captured with another one up, which is that of `space()`.
+    UpAxis standing() const noexcept;
+    void setStanding(UpAxis axis) noexcept;
+
+    /// What positions of the rig and of its poses mean: in an unknown unit, with Y up, until it is
+    /// said.
+    const Space& space() const noexcept;
+    void setSpace(const Space& space);
 
 private:
     struct PrivateData;

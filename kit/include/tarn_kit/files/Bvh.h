@@ -7,6 +7,7 @@
 #include <tarn_kit/Export.h>
 #include <tarn_kit/body/Rig.h>
 #include <tarn_kit/files/ReadError.h>
+#include <tarn_kit/session/Rate.h>
 
 #include <cstddef>
 #include <filesystem>
@@ -19,6 +20,7 @@ namespace tarn::kit {
 
 /// What a BVH file holds.
 struct TARN_KIT_EXPORT BvhTake {
+    /// Its unit and the axis that is up are guessed (`guessSpace`): files do not state them.
     std::shared_ptr<Rig> rig;
     /// One track of the data type `poseDataType` at offset 0, with a `Pose` of `rig` in every slot.
     /// Frame i is stamped `Time(i, rate)`; rate, length, frame count, times and work range are set,
@@ -30,7 +32,17 @@ struct TARN_KIT_EXPORT BvhTake {
     /// by more than the few digits explain to which frame times are commonly written (1 part in
     /// 10,000).
     bool rateRounded = false;
+
+    /// The rate that the frame time means, as an exact fraction: 30000/1001 for 0.0333667. It is
+    /// what times of frames are to be told by. Precondition: the frame time is one that files may
+    /// have.
+    Rate exactRate() const { return Rate::fromFrameTime(frameTime); }
 };
+
+/// The same take with all lengths, those of the rig and those of its motion, multiplied by
+/// `factor`. What the rig's space says stays. Precondition: `factor` is finite and greater than 0;
+/// there is a pose of the rig in every slot.
+TARN_KIT_EXPORT BvhTake scaledTake(const BvhTake& take, double factor);
 
 /// A file with more joints and end sites than this is refused: no body has them, and each costs the
 /// host some kilobyte, far more than the few bytes that claim it in a file.

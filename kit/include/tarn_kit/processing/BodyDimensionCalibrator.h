@@ -42,7 +42,9 @@ struct MeasuredLength {
 ///
 /// Dimensions: "Height", and the lengths of the bones, each under the name of the bone that it is
 /// the length of, as `boneLengthNames` has it ("LeftUpLeg" from the hip to the knee), in the rig's
-/// length unit times the solver's scale. What cannot be in the name of an XML element becomes a
+/// length unit times the solver's scale. The unit is stated beside them, where it is known, and
+/// what the actor has in another unit is converted (`convertDimensions`). What cannot be in the
+/// name of an XML element becomes a
 /// "_", and one is put before what cannot begin one. Of bones that share a name the last one
 /// counts, one without a name is left out; "Height" is always the body's.
 class TARN_KIT_EXPORT BodyDimensionCalibrator : public SolverCalibrator {

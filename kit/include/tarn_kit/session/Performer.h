@@ -11,6 +11,8 @@
 #include <tarn_kit/Export.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/Rig.h>
+#include <tarn_kit/body/Space.h>
+#include <tarn_kit/session/Rate.h>
 
 #include <functional>
 #include <memory>
@@ -42,6 +44,10 @@ struct PerformerSetup {
     /// The frame index that the device counts from. Empty: that of the first frame to come after
     /// each start, for devices whose counter is anywhere.
     std::optional<unsigned> firstFrame = 0;
+    /// The exact rate, where that is not whole: 30000/1001 with a `rate` of 30.
+    std::optional<Rate> exactRate;
+    /// What the positions that are put out mean, if the host knows.
+    std::optional<Space> space;
 };
 
 /// What became of a performer's frames while it recorded, and how many seconds each stage took
@@ -75,14 +81,16 @@ public:
     using StopRequested = std::function<bool()>;
 
     /// `id` tells the character from others. Throws `std::invalid_argument` for a setup without a
-    /// device, with a rate that is not positive, with a negative number of frames, or with one data
-    /// type for what goes in and what comes out.
+    /// device, with a rate that is not positive or not that of `exactRate`, with a negative number
+    /// of frames, or with one data type for what goes in and what comes out.
     Performer(const std::string& id, const PerformerSetup& setup);
     ~Performer();
     Performer(const Performer&) = delete;
     Performer& operator=(const Performer&) = delete;
 
     const PerformerSetup& setup() const;
+    /// Of the frames, and of what is recorded.
+    Rate exactRate() const;
     Character& character();
     Actor& actor();
 

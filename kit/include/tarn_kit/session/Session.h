@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace tarn::kit {
@@ -35,14 +36,20 @@ public:
     Session& operator=(const Session&) = delete;
 
     /// Adds a performer to the scene; the first one becomes its current character. Throws
-    /// `std::invalid_argument` for a setup that `Performer` refuses, or a rate that is not that of
-    /// the others: frames of one clock come at one rate.
+    /// `std::invalid_argument` for a setup that `Performer` refuses, for a rate that is not that of
+    /// the others (frames of one clock come at one rate), and for another unit or another axis up
+    /// than theirs, where that is not only guessed: they share a space.
     Performer& addPerformer(const PerformerSetup& setup);
 
     Scene& scene();
     const std::vector<std::unique_ptr<Performer>>& performers() const;
     /// Whole frames per second; 0 without a performer.
     int rate() const;
+    /// The exact rate; nothing without a performer.
+    std::optional<Rate> exactRate() const;
+    /// What positions mean, as the first performer that knows says; guessed, in an unknown unit
+    /// with Y up, if none does.
+    Space space() const;
     /// Of the longest performer.
     int frameCount() const;
     /// While it last played.

@@ -1,0 +1,136 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <tarn_kit/body/Space.h>
+
+#include <tarn_kit/body/Rig.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <optional>
+#include <string>
+
+namespace tarn::kit {
+namespace {
+
+/// A body of that height whose rest pose stands along an axis, to one of its sides.
+Rig& build(Rig& rig, UpAxis up, float height, float sign = 1) {
+    const auto along = [&](float length) {
+        std::array<float, 3> offset{};
+        offset.at(static_cast<std::size_t>(up)) = sign * length;
+        return Vector3f{offset[0], offset[1], offset[2]};
+    };
+    const int hips = rig.addJoint("Hips", -1, {}, {});
+    const int spine = rig.addJoint("Spine", hips, along(height / 4), {});
+    rig.addJoint("Head", spine, along(height / 4), {});
+    rig.addJoint("lfoot", hips, along(-height / 2), {});
+    rig.addJoint("rfoot", hips, along(-height / 2), {});
+    return rig;
+}
+
+TEST(Space, IsOfAnUnknownUnitWithYUpUntilItIsSaid) {
+    const Space space;
+    EXPECT_FALSE(space.unit.known());
+    EXPECT_EQ(space.up, UpAxis::Y);
+    EXPECT_EQ(space.unitOrigin, Origin::Guessed);
+    EXPECT_EQ(spaceText(space), "unit, Y up");
+}
+
+TEST(Space, NamesAndReadsAxes) {
+    EXPECT_EQ(axisName(UpAxis::X), "X");
+    EXPECT_EQ(axisName(UpAxis::Z), "Z");
+    EXPECT_EQ(parseUpAxis("z"), UpAxis::Z);
+    EXPECT_EQ(parseUpAxis("Y"), UpAxis::Y);
+    EXPECT_EQ(parseUpAxis("w"), std::nullopt);
+    EXPECT_EQ(parseUpAxis(""), std::nullopt);
+    EXPECT_EQ(parseUpAxis("zz"), std::nullopt);
+}
+
+TEST(Space, SaysWhereSomethingComesFrom) {
+    EXPECT_EQ(originText(Origin::Guessed), "guessed");
+    EXPECT_EQ(originText(Origin::Stated), "as stated");
+    EXPECT_EQ(originText(Origin::Given), "as given");
+}
+
+TEST(Space, IsGuessedByTheAxisAlongWhichTheRestPoseStands) {
+    for (const UpAxis up : {UpAxis::X, UpAxis::Y, UpAxis::Z}) {
+        for (const float sign : {1.0F, -1.0F}) {
+            Rig rig;
+            const Space space = guessSpace(build(rig, up, 180, sign));
+            EXPECT_EQ(space.up, up);
+            EXPECT_EQ(space.unit.symbol, "cm");
+            EXPECT_EQ(space.upOrigin, Origin::Guessed);
+            EXPECT_EQ(space.unitOrigin, Origin::Guessed);
+        }
+    }
+}
+
+TEST(Space, IsGuessedToHaveYUpWhereNamesOrPoseDoNotTell) {
+    Rig unnamed;
+    unnamed.addJoint("a", -1, {}, {});
+    unnamed.addJoint("b", 0, {0, 0, 180}, {});
+    EXPECT_EQ(guessSpace(unnamed).up, UpAxis::Y);
+    Rig slanted;
+    slanted.addJoint("Hips", -1, {}, {});
+    slanted.addJoint("Head", 0, {0, 100, 100}, {});
+    EXPECT_EQ(guessSpace(slanted).up, UpAxis::Y);
+    EXPECT_EQ(guessSpace(Rig()).up, UpAxis::Y);
+}
+
+TEST(Space, IsContraryToAnotherOnlyWhereNeitherIsGuessed) {
+    Space metres;
+    metres.unit = *lengthUnitNamed("m");
+    Space inches;
+    inches.unit = *lengthUnitNamed("in");
+    inches.up = UpAxis::Z;
+    EXPECT_FALSE(areContrary(metres, inches));
+    metres.unitOrigin = Origin::Given;
+    EXPECT_FALSE(areContrary(metres, inches));
+    inches.unitOrigin = Origin::Stated;
+    EXPECT_TRUE(areContrary(metres, inches));
+    EXPECT_FALSE(areContrary(metres, metres));
+    inches.unit = metres.unit;
+    EXPECT_FALSE(areContrary(metres, inches));
+    metres.upOrigin = inches.upOrigin = Origin::Given;
+    EXPECT_TRUE(areContrary(metres, inches));
+}
+
+TEST(UnitOfDimensions, IsKeptWithTheActorsSettings) {
+    Actor actor;
+    EXPECT_EQ(unitOfDimensions(actor), std::nullopt);
+    actor.setBodyDimension("Height", 1.7F);
+    stateUnitOfDimensions(actor, *lengthUnitNamed("m"));
+    std::string text;
+    ASSERT_TRUE(actor.saveSettingsToString(text));
+    EXPECT_NE(text.find("\t<LengthUnit>m</LengthUnit>"), std::string::npos) << text;
+    Actor loaded;
+    ASSERT_TRUE(loaded.loadSettingsFromString(text));
+    ASSERT_TRUE(unitOfDimensions(loaded));
+    EXPECT_EQ(unitOfDimensions(loaded)->symbol, "m");
+    EXPECT_FLOAT_EQ(loaded.bodyDimension("Height", 0), 1.7F);
+    stateUnitOfDimensions(loaded, {"unit", ""});
+    EXPECT_EQ(unitOfDimensions(loaded), std::nullopt);
+}
+
+TEST(UnitOfDimensions, IsNoneWhereTheSettingsSayWhatIsNoUnit) {
+    Actor actor;
+    ASSERT_TRUE(
+        actor.loadSettingsFromString("<MocapActor><LengthUnit>cubits</LengthUnit></MocapActor>"));
+    EXPECT_EQ(unitOfDimensions(actor), std::nullopt);
+}
+
+TEST(ConvertDimensions, TurnsThoseThatAreThereIntoTheNewUnit) {
+    Actor actor;
+    actor.setBodyDimension("Height", 1.75F);
+    actor.setBodyDimension("LeftUpLeg", 0.4F);
+    convertDimensions(actor, *lengthUnitNamed("m")); // said for the first time: nothing to convert
+    EXPECT_FLOAT_EQ(actor.bodyDimension("Height", 0), 1.75F);
+    convertDimensions(actor, *lengthUnitNamed("cm"));
+    EXPECT_NEAR(actor.bodyDimension("Height", 0), 175, 1e-4);
+    EXPECT_NEAR(actor.bodyDimension("LeftUpLeg", 0), 40, 1e-4);
+    EXPECT_EQ(unitOfDimensions(actor)->symbol, "cm");
+}
+
+} // namespace
+} // namespace tarn::kit
