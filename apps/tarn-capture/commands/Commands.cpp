@@ -10,6 +10,7 @@ void addCommands(CommandLine& line) {
     addInfo(line);
     addPlay(line);
     addExport(line);
+    addClean(line);
     addStream(line);
     addRun(line);
     addActor(line);

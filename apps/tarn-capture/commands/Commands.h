@@ -16,6 +16,7 @@ namespace tarn::capture {
 void addCommands(CommandLine& line);
 
 void addActor(CommandLine& line);
+void addClean(CommandLine& line);
 void addExport(CommandLine& line);
 void addInfo(CommandLine& line);
 void addPlay(CommandLine& line);

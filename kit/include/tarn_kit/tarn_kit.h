@@ -34,6 +34,7 @@
 #include <tarn_kit/processing/cleaning/GapFilling.h>
 #include <tarn_kit/processing/cleaning/LowPass.h>
 #include <tarn_kit/processing/cleaning/MarkerRepair.h>
+#include <tarn_kit/processing/cleaning/UnlabelledMarkers.h>
 #include <tarn_kit/session/FrameQueue.h>
 #include <tarn_kit/session/Linked.h>
 #include <tarn_kit/session/Performer.h>
