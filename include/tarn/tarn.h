@@ -31,3 +31,4 @@
 #include <tarn/Timeline.h>
 #include <tarn/Track.h>
 #include <tarn/Tracks.h>
+#include <tarn/Version.h>

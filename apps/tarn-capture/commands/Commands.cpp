@@ -14,6 +14,8 @@ void addCommands(CommandLine& line) {
     addStream(line);
     addRun(line);
     addActor(line);
+    addCompletion(line);
+    addManual(line);
 }
 
 } // namespace tarn::capture

@@ -17,8 +17,10 @@ void addCommands(CommandLine& line);
 
 void addActor(CommandLine& line);
 void addClean(CommandLine& line);
+void addCompletion(CommandLine& line);
 void addExport(CommandLine& line);
 void addInfo(CommandLine& line);
+void addManual(CommandLine& line);
 void addPlay(CommandLine& line);
 void addRun(CommandLine& line);
 void addStream(CommandLine& line);

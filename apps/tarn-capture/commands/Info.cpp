@@ -10,9 +10,12 @@
 #include "support/BodyTable.h"
 #include "support/Flags.h"
 #include "support/SkeletonTree.h"
+#include "support/Terminal.h"
+#include "support/Wrapped.h"
 
 #include <fmt/core.h>
 #include <tarn_kit/files/Text.h>
+#include <tarn_kit/session/Timecode.h>
 
 #include <cstddef>
 #include <optional>
@@ -27,6 +30,7 @@ namespace {
 struct InfoOptions {
     std::vector<std::string> takes;
     std::optional<std::string> names; ///< a document
+    bool brief = false;
 };
 
 /// One line of the report: a label and what it labels, in columns.
@@ -34,23 +38,25 @@ void printFact(const char* label, const std::string& fact) {
     fmt::print("  {:<12} {}\n", label, fact);
 }
 
-/// Hours, minutes, seconds and frames, as the text of a `Time`, which counts no more than 256 of
-/// hours and of frames.
-std::string timecode(int frames, int rate) {
-    const int seconds = frames / rate;
-    return fmt::format("{}:{}:{} {}.0", seconds / 3600, seconds / 60 % 60, seconds % 60,
-                       frames % rate);
+/// How long a take is.
+std::string timecode(const Take& take) {
+    const kit::Timecode length = kit::timecodeOf(take.frameCount(), kit::Rate(take.rate()));
+    return fmt::format("{:02}:{:02}:{:02}:{:02}", length.hours, length.minutes, length.seconds,
+                       length.frames);
 }
 
 void printLength(const Take& take) {
-    printFact("length", fmt::format("{} ({:.3f} s)", timecode(take.frameCount(), take.rate()),
-                                    take.duration()));
+    printFact("length", fmt::format("{} ({:.3f} s)", timecode(take), take.duration()));
 }
 
 void printGuesses(const Take& take) {
     fmt::print("  guesses\n");
+    constexpr std::size_t indent = 4;
     for (const std::string& guess : take.guesses()) {
-        fmt::print("    {}\n", guess);
+        std::size_t more = 0; // where a line goes on
+        for (const std::string& line : wrapped(guess, outputWidth() - indent - 2)) {
+            fmt::print("{:{}}{}\n", "", indent + std::exchange(more, 2), line);
+        }
     }
 }
 
@@ -81,6 +87,13 @@ void printTake(const std::string& file, const Take& take, const kit::BodyNames& 
     printBody(take.rig(), names);
 }
 
+/// The file comes last, since it may be of any length.
+void printBrief(const std::string& file, const Take& take) {
+    fmt::print("{:>7} frames  {:>4}/s  {}  {:>4} joints  {:>12}  {}\n", take.frameCount(),
+               take.rate(), timecode(take), take.rig().jointCount(),
+               kit::lengthText(take.bodyHeight(), take.unit()), kit::printable(file));
+}
+
 /// One that cannot be read is reported and does not keep the others from being shown.
 int info(const InfoOptions& options) {
     checkInputs(options.takes);
@@ -88,6 +101,10 @@ int info(const InfoOptions& options) {
     const char* separator = "";
     return forEachTake(options.takes, [&](std::size_t i) {
         const Take take(options.takes[i]);
+        if (options.brief) {
+            printBrief(options.takes[i], take);
+            return;
+        }
         fmt::print("{}", std::exchange(separator, "\n"));
         printTake(options.takes[i], take, *names);
     });
@@ -103,6 +120,8 @@ void addInfo(CommandLine& line) {
                  info);
     addTakes(command, options.takes);
     addNames(command, options.names);
+    command.add_flag("--brief", options.brief,
+                     "One line per take: frames, rate, length, joints and body height");
 }
 
 } // namespace tarn::capture

@@ -37,6 +37,9 @@ public:
         return {command, *options};
     }
 
+    /// All that is known of the commands, once they have been added.
+    const CLI::App& app() const { return app_; }
+
     /// Runs the command that is asked for, and returns the exit code. Reports what is wrong with
     /// the command line, and whatever the command throws, in one line.
     int run(int argc, const char* const* argv);

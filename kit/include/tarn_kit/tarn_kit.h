@@ -7,6 +7,7 @@
 
 #include <tarn/tarn.h>
 #include <tarn_kit/Export.h>
+#include <tarn_kit/Version.h>
 #include <tarn_kit/body/Analog.h>
 #include <tarn_kit/body/BodyNames.h>
 #include <tarn_kit/body/BodyPose.h>

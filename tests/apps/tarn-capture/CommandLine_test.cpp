@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <tarn/Version.h>
 
 #include <sstream>
 #include <string>
@@ -222,8 +223,8 @@ TEST_F(CommandLine, HelpListsTheCommands) {
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.err, IsEmpty());
     EXPECT_THAT(outcome.out, HasSubstr("Usage: tarn-capture"));
-    for (const char* word :
-         {"info", "play", "export", "stream", "run", "actor", "-h,--help", "--version"}) {
+    for (const char* word : {"info", "play", "export", "stream", "run", "actor", "completion",
+                             "manual", "-h,--help", "--version"}) {
         EXPECT_THAT(outcome.out, HasSubstr("\n  " + std::string(word) + " "));
     }
 }
@@ -260,10 +261,11 @@ TEST_F(CommandLine, NoLineOfTheHelpIsWiderThanATerminal) {
     }
 }
 
-TEST_F(CommandLine, VersionIsThatOfTheProject) {
+TEST_F(CommandLine, VersionIsThatOfTheProgramAndItsLibraries) {
     const Outcome outcome = capture({"--version"});
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_EQ(outcome.out, "tarn-capture " TARN_CAPTURE_VERSION "\n");
+    EXPECT_EQ(outcome.out, "tarn-capture " TARN_VERSION " (tarn_sdk " TARN_VERSION
+                           ", tarn_kit " TARN_VERSION ")\n");
 }
 
 TEST_F(CommandLine, AFileNameMayStartWithADash) {

@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <regex>
+#include <sstream>
 #include <string>
 
 namespace tarn::tests {
@@ -36,7 +38,7 @@ TEST_F(Info, ShowsEverythingAboutATake) {
     EXPECT_EQ(infoOn(TakeText()), take_ + R"(
   frames       3
   rate         25 frames per second
-  length       0:0:0 3.0 (0.120 s)
+  length       00:00:00:03 (0.120 s)
   body height  1.75 m
   guesses
     Y is up
@@ -59,7 +61,7 @@ TEST_F(Info, DescribesASampleTake) {
     const std::string out = capture({"info", sampleTake("cmu_131_01_walk")}).out;
     EXPECT_THAT(out, HasSubstr("\n  frames       994\n"));
     EXPECT_THAT(out, HasSubstr("\n  rate         120 frames per second\n"));
-    EXPECT_THAT(out, HasSubstr("\n  length       0:0:8 34.0 (8.283 s)\n"));
+    EXPECT_THAT(out, HasSubstr("\n  length       00:00:08:34 (8.283 s)\n"));
     EXPECT_THAT(out, HasSubstr("\n  skeleton     31 joints, 7 end sites, 1 root\n"));
     EXPECT_THAT(out, HasSubstr("\n                Head  rotation ZYX\n"
                                "                  Head_End  (end site)\n"));
@@ -104,7 +106,7 @@ TEST_F(Info, ShowsTheLengthAsTimecodeAndSeconds) {
     take.frameTime = "1";
     take.rootPositions.assign(3725, "0 0 0");
     EXPECT_THAT(infoOn(take), HasSubstr("\n  rate         1 frame per second\n"
-                                        "  length       1:2:5 0.0 (3725.000 s)\n"));
+                                        "  length       01:02:05:00 (3725.000 s)\n"));
 }
 
 TEST_F(Info, ShowsTheLengthOfATakeWithMoreThan256FramesPerSecond) {
@@ -112,7 +114,7 @@ TEST_F(Info, ShowsTheLengthOfATakeWithMoreThan256FramesPerSecond) {
     take.frameTime = "0.001";
     take.rootPositions.assign(1999, "0 0 0");
     EXPECT_THAT(infoOn(take), HasSubstr("\n  rate         1000 frames per second\n"
-                                        "  length       0:0:1 999.0 (1.999 s)\n"));
+                                        "  length       00:00:01:999 (1.999 s)\n"));
 }
 
 TEST_F(Info, GuessesTheUnitOfLengthFromTheHeightOfTheBody) {
@@ -120,7 +122,9 @@ TEST_F(Info, GuessesTheUnitOfLengthFromTheHeightOfTheBody) {
                                     const std::string& guess) {
         TakeText take;
         take.height = height;
-        const std::string out = infoOn(take);
+        // In one line, which stands in two where it is long.
+        const std::string out =
+            std::regex_replace(infoOn(take), std::regex("\n      metres"), " metres");
         EXPECT_THAT(out, HasSubstr("\n  body height  " + text + "\n"));
         EXPECT_THAT(out, HasSubstr("\n    lengths are in " + guess + "\n"));
     };
@@ -141,9 +145,10 @@ TEST_F(Info, GuessesTheUnitOfLengthFromTheHeightOfTheBody) {
 TEST_F(Info, ListsARateThatHadToBeRounded) {
     TakeText take;
     take.frameTime = "0.0333667";
-    EXPECT_THAT(infoOn(take),
-                HasSubstr("\n    the rate is 30 frames per second, rounded from 29.970: the file "
-                          "says 0.0333667 s from frame to frame\n"));
+    EXPECT_THAT(
+        infoOn(take),
+        HasSubstr("\n    the rate is 30 frames per second, rounded from 29.970: the file says\n"
+                  "      0.0333667 s from frame to frame\n"));
 }
 
 TEST_F(Info, DescribesATakeWithoutFrames) {
@@ -151,7 +156,7 @@ TEST_F(Info, DescribesATakeWithoutFrames) {
     take.rootPositions.clear();
     EXPECT_THAT(infoOn(take), HasSubstr("\n  frames       0\n"
                                         "  rate         25 frames per second\n"
-                                        "  length       0:0:0 0.0 (0.000 s)\n"));
+                                        "  length       00:00:00:00 (0.000 s)\n"));
 }
 
 TEST_F(Info, DescribesASingleJointWithoutHeight) {
@@ -195,6 +200,27 @@ TEST_F(Info, PrintsTheNameOfTheFileInOneLine) {
     writeFile(directory_ / "a\nb.bvh", TakeText().text());
     EXPECT_THAT(capture({"info", directory_ / "a\nb.bvh"}).out, HasSubstr("/a\xEF\xBF\xBD"
                                                                           "b.bvh\n  frames "));
+}
+
+TEST_F(Info, IsALinePerTakeIfItIsToBeBrief) {
+    writeFile(take_, TakeText().text());
+    const std::string walk = sampleTake("cmu_131_01_walk");
+    const Outcome outcome = capture({"info", "--brief", take_, "missing", walk});
+    EXPECT_EQ(outcome.exitCode, 1); // of the one that is not there
+    EXPECT_EQ(outcome.out,
+              "      3 frames    25/s  00:00:00:03     4 joints        1.75 m  " + take_ + "\n" +
+                  "    994 frames   120/s  00:00:08:34    31 joints   24.27 units  " + walk + "\n");
+}
+
+TEST_F(Info, BreaksLongGuessesAtTheWidthOfTheTerminal) {
+    TakeText take;
+    take.frameTime = "0.0333667";
+    take.height = 0.5;
+    std::istringstream out(infoOn(take));
+    for (std::string line; std::getline(out, line);) {
+        const bool isName = line.find(".bvh") != std::string::npos;
+        EXPECT_TRUE(isName || line.size() < 80) << line;
+    }
 }
 
 TEST_F(Info, ShowsSeveralTakesInOrder) {
