@@ -33,7 +33,9 @@
 #include <tarn_kit/processing/ClockCalibrator.h>
 #include <tarn_kit/processing/ForwardKinematicsSolver.h>
 #include <tarn_kit/processing/cleaning/GapFilling.h>
+#include <tarn_kit/processing/cleaning/GapFillingNode.h>
 #include <tarn_kit/processing/cleaning/LowPass.h>
+#include <tarn_kit/processing/cleaning/LowPassNode.h>
 #include <tarn_kit/processing/cleaning/MarkerRepair.h>
 #include <tarn_kit/processing/cleaning/UnlabelledMarkers.h>
 #include <tarn_kit/session/FrameQueue.h>

@@ -3,8 +3,8 @@
 
 #include <tarn_kit/processing/cleaning/GapFilling.h>
 
-#include "processing/cleaning/GapFiller.h"
 #include "processing/cleaning/GapTrial.h"
+#include "processing/cleaning/MarkerTable.h"
 
 #include <algorithm>
 #include <cmath>
@@ -251,10 +251,6 @@ std::vector<MarkerGap> Filler::fill() {
 
 } // namespace
 
-std::vector<MarkerGap> fillGaps(MarkerTable& table, const GapFillingOptions& options) {
-    return Filler(table, options).fill();
-}
-
 GapFilling fillGaps(const std::shared_ptr<Tracks>& take, const GapFillingOptions& options) {
     MarkerTable table(take);
     GapFillingOptions known = options;
@@ -263,7 +259,7 @@ GapFilling fillGaps(const std::shared_ptr<Tracks>& take, const GapFillingOptions
         throw std::invalid_argument("the take has no rate");
     }
     GapFilling result;
-    result.gaps = fillGaps(table, known);
+    result.gaps = Filler(table, known).fill();
     result.take = table.take();
     return result;
 }
