@@ -5,6 +5,7 @@
 
 #include "session/ActorDocument.h"
 #include "support/Errors.h"
+#include "support/Flags.h"
 
 #include <fmt/format.h>
 #include <tarn_kit/files/Text.h>
@@ -25,6 +26,7 @@ namespace {
 struct ActorOptions {
     std::string file;
     std::optional<std::string> name;
+    std::optional<kit::LengthUnit> unit;
     std::vector<std::string> dimensions; ///< each "NAME=VALUE"
     std::vector<std::string> sensors;    ///< each "NAME=NUMBER"
     bool check = false;
@@ -36,7 +38,9 @@ struct Changes {
     std::vector<std::pair<std::string, float>> dimensions;
     std::vector<std::pair<std::string, int>> sensors;
 
-    bool any() const { return name || !dimensions.empty() || !sensors.empty(); }
+    std::optional<kit::LengthUnit> unit;
+
+    bool any() const { return name || unit || !dimensions.empty() || !sensors.empty(); }
 };
 
 /// Splits "NAME=VALUE", where `read` makes a number of the value; `option` and `expected` are for
@@ -62,6 +66,7 @@ std::pair<std::string, Number> assignment(const std::string& text, const char* o
 Changes changesIn(const ActorOptions& options) {
     Changes changes;
     changes.name = options.name;
+    changes.unit = options.unit;
     for (const std::string& text : options.dimensions) {
         changes.dimensions.push_back(
             assignment(text, "--dimension", "NAME=VALUE, a number from 0 on", dimensionIn));
@@ -76,6 +81,9 @@ Changes changesIn(const ActorOptions& options) {
 void apply(const Changes& changes, Actor& actor) {
     if (changes.name) {
         actor.setActorName(*changes.name);
+    }
+    if (changes.unit) {
+        kit::convertDimensions(actor, *changes.unit);
     }
     for (const auto& [name, value] : changes.dimensions) {
         storeDimension(actor, name, value);
@@ -116,6 +124,9 @@ void addActor(CommandLine& line) {
                                        actor);
     command.add_option("FILE", options.file, "An XML file")->required()->type_name("");
     command.add_option("--name", options.name, "Set the actor's name")->type_name("NAME");
+    addUnit(command, options.unit,
+            "State what dimensions are measured in: m, cm, mm, in or ft; those that the document "
+            "has in another unit are converted");
     command
         .add_option("--dimension", options.dimensions,
                     "Set a body dimension, such as Height=1.72; six decimals are kept")

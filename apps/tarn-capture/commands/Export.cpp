@@ -28,6 +28,7 @@ struct ExportOptions {
     std::string format; ///< "csv" or "json"
     std::string out;
     std::optional<FrameChoice> frames;
+    SpaceChoice space;
     MotionKinds kinds = {true};
 };
 
@@ -35,7 +36,7 @@ struct ExportOptions {
 
 void writeCsv(Output& file, const Take& take, FrameRange range, const MotionKinds& kinds) {
     MotionSampler sampler(take, kinds);
-    file.write(csvHeader(take.rig(), take.unit(), kinds));
+    file.write(csvHeader(take.rig(), kinds));
     for (int frame = range.first; frame <= range.last; ++frame) {
         file.write(csvLine(take.rig(), frame, take.secondsAt(frame), sampler.at(frame)));
     }
@@ -53,7 +54,7 @@ void writeJson(Output& file, const Take& take, FrameRange range, const MotionKin
 }
 
 void exportTake(const std::string& name, const std::string& out, const ExportOptions& options) {
-    const Take take(name);
+    const Take take(name, options.space);
     const FrameRange range = chosenFrames(options.frames, take.frameCount());
     Output file(out);
     (options.format == "csv" ? writeCsv : writeJson)(file, take, range, options.kinds);
@@ -100,6 +101,7 @@ void addExport(CommandLine& line) {
             "positions")
         ->type_name("LIST");
     addFrames(command, options.frames);
+    addSpace(command, options.space);
 }
 
 } // namespace tarn::capture

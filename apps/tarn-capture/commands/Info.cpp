@@ -30,6 +30,7 @@ namespace {
 struct InfoOptions {
     std::vector<std::string> takes;
     std::optional<std::string> names; ///< a document
+    SpaceChoice space;
     bool brief = false;
 };
 
@@ -45,11 +46,32 @@ std::string timecode(const Take& take) {
                        length.frames);
 }
 
+/// "120 frames per second", "29.97 (30000/1001) frames per second"
+std::string rateText(const kit::Rate& rate) {
+    if (rate.isWhole()) {
+        return kit::counted(static_cast<std::size_t>(rate.numerator()), "frame") + " per second";
+    }
+    return fmt::format("{:.5g} ({}) frames per second", rate.value(), rate.text());
+}
+
 void printLength(const Take& take) {
     printFact("length", fmt::format("{} ({:.3f} s)", timecode(take), take.duration()));
 }
 
+/// What is only guessed is among the guesses.
+void printSpace(const kit::Space& space) {
+    if (space.unitOrigin != kit::Origin::Guessed) {
+        printFact("unit", space.unit.symbol + ", " + kit::originText(space.unitOrigin));
+    }
+    if (space.upOrigin != kit::Origin::Guessed) {
+        printFact("up", kit::axisName(space.up) + ", " + kit::originText(space.upOrigin));
+    }
+}
+
 void printGuesses(const Take& take) {
+    if (take.guesses().empty()) {
+        return;
+    }
     fmt::print("  guesses\n");
     constexpr std::size_t indent = 4;
     for (const std::string& guess : take.guesses()) {
@@ -79,9 +101,10 @@ void printBody(const kit::Rig& rig, const kit::BodyNames& names) {
 void printTake(const std::string& file, const Take& take, const kit::BodyNames& names) {
     fmt::print("{}\n", kit::printable(file));
     printFact("frames", std::to_string(take.frameCount()));
-    printFact("rate", kit::counted(static_cast<std::size_t>(take.rate()), "frame") + " per second");
+    printFact("rate", rateText(take.exactRate()));
     printLength(take);
     printFact("body height", kit::lengthText(take.bodyHeight(), take.unit()));
+    printSpace(take.space());
     printGuesses(take);
     printSkeleton(take.rig());
     printBody(take.rig(), names);
@@ -100,7 +123,7 @@ int info(const InfoOptions& options) {
     const auto names = loadBodyNames(options.names);
     const char* separator = "";
     return forEachTake(options.takes, [&](std::size_t i) {
-        const Take take(options.takes[i]);
+        const Take take(options.takes[i], options.space);
         if (options.brief) {
             printBrief(options.takes[i], take);
             return;
@@ -119,6 +142,7 @@ void addInfo(CommandLine& line) {
                  "height, what had to be guessed, and which joints are which segments of the body",
                  info);
     addTakes(command, options.takes);
+    addSpace(command, options.space);
     addNames(command, options.names);
     command.add_flag("--brief", options.brief,
                      "One line per take: frames, rate, length, joints and body height");

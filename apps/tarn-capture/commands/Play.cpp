@@ -36,6 +36,7 @@ struct PlayOptions {
     std::vector<std::string> takes;
     std::string out; ///< the directory for the pictures
     std::optional<FrameChoice> frames;
+    SpaceChoice space;
     std::optional<kit::Rate> rate; ///< the take's if not given
     double speed = 0;              ///< how much faster than the take; 0 for as fast as it goes
 };
@@ -69,7 +70,7 @@ draw::Subject shownOf(const Take& take, const ShownFrames& frames) {
         shown->setFrame(at.frame, kit::poseDataType,
                         take.tracks().getFrame(at.frame, kit::poseDataType));
     }
-    return {take.name(), take.sharedRig(), shown, take.unit()};
+    return {take.name(), take.sharedRig(), shown, take.unit(), take.space().up, take.exactRate()};
 }
 
 std::vector<std::string> notesOf(const Take& take) {
@@ -110,7 +111,7 @@ void draw(const Take& take, const ShownFrames& shown, const PictureFiles& files)
 
 /// Draws what was shown.
 void playTake(const std::string& name, const PictureFiles& files, const PlayOptions& options) {
-    const Take take(name);
+    const Take take(name, options.space);
     const FrameRange range = chosenFrames(options.frames, take.frameCount());
     makeDirectory(options.out);
 
@@ -123,8 +124,9 @@ void playTake(const std::string& name, const PictureFiles& files, const PlayOpti
     draw(take, shown, files);
     const auto steps = static_cast<std::size_t>(playback.stepCount());
     fmt::print("{} shown, {:.3f} s at {:.6g} per second: {}, {}\n", kit::counted(steps, "frame"),
-               take.secondsAt(range.last + 1) - take.secondsAt(range.first), rate.value(),
-               kit::printable(files.png), kit::printable(files.svg));
+               take.secondsAt(range.last + 1) - take.secondsAt(range.first),
+               options.rate.value_or(take.exactRate()).value(), kit::printable(files.png),
+               kit::printable(files.svg));
 }
 
 int play(const PlayOptions& options) {
@@ -147,6 +149,7 @@ void addPlay(CommandLine& line) {
     addTakes(command, options.takes);
     addOut(command, options.out, "DIR", "Directory for the pictures, created if it is not there");
     addFrames(command, options.frames);
+    addSpace(command, options.space);
     addRate(command, options.rate,
             "Frames shown per second, at most 1000; if not given, the rate of the take. The take "
             "keeps its speed: a lower rate skips frames, a higher one repeats them");

@@ -40,8 +40,9 @@ struct RunOptions {
     std::optional<std::string> names; ///< a document that says what joints are called
     double calibrate = 1;             ///< seconds
     double speed = 0;                 ///< how much faster than the takes; 0 for as fast as it goes
-    bool dimensions = false;          ///< print everything that was measured
-    bool force = false;               ///< a session that is there may go
+    SpaceChoice space;
+    bool dimensions = false; ///< print everything that was measured
+    bool force = false;      ///< a session that is there may go
 };
 
 void check(const RunOptions& options) {
@@ -118,7 +119,9 @@ std::string keptText(const SessionFiles& files, const std::string& directory) {
 class Runner {
 public:
     explicit Runner(const RunOptions& options)
-        : options_(options), session_(options.takes, replays(options.speed)),
+        : options_(options),
+          session_(options.takes,
+                   replays(options.speed, std::make_shared<kit::SteadyClock>(), options.space)),
           files_(prepared(), options.out, inputs()) {}
 
     int run() {
@@ -224,6 +227,7 @@ void addRun(CommandLine& line) {
     command
         .add_option("--calibrate", options.calibrate, "For how long to calibrate; if not given, 1")
         ->type_name("SECONDS");
+    addSpace(command, options.space);
     addNames(command, options.names);
     addSpeed(command, options.speed);
     command.add_flag("--dimensions", options.dimensions,

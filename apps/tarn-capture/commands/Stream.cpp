@@ -32,6 +32,7 @@ struct StreamOptions {
     std::string take;
     double speed = 1; ///< how much faster than the take; 0 for as fast as it goes
     std::optional<FrameChoice> frames;
+    SpaceChoice space;
 };
 
 void printJitter(const StreamWatch::Instants& arrivals, double framesPerSecond) {
@@ -55,7 +56,7 @@ void compare(Tracks& recording, const Take& take, FrameRange range) {
 /// From a replay device to a recorder; what was recorded has to be the take.
 int stream(const StreamOptions& options) {
     TakeFile file(options.take);
-    const Take take(file.read());
+    const Take take(withSpace(file.read(), options.space));
     const FrameRange range = chosenFrames(options.frames, take.frameCount());
     const int count = countOf(range);
 
@@ -64,7 +65,8 @@ int stream(const StreamOptions& options) {
     kit::RecorderNode recorder(kit::poseDataType, count);
     recorder.tieToIFramePort(kit::RecorderNode::framePort,
                              device.oFramePort(kit::ReplayDevice::posePort));
-    device.open(file.read()); // anew: the recording has to be that of another reading
+    device.open(withSpace(file.read(),
+                          options.space)); // anew: the recording has to be that of another reading
     device.setSpeed(options.speed);
     if (count > 0) {
         device.seek(range.first);
@@ -100,6 +102,7 @@ void addStream(CommandLine& line) {
                                        stream);
     addTake(command, options.take);
     addFrames(command, options.frames);
+    addSpace(command, options.space);
     addSpeed(command, options.speed);
 }
 

@@ -38,13 +38,15 @@ std::string unused(const std::string& name, std::set<std::string>& taken) {
 /// The header's cells of one kind.
 class HeaderBlock {
 public:
-    HeaderBlock(std::string& line, std::string prefix, std::string unit)
-        : line_(line), prefix_(std::move(prefix)), unit_(std::move(unit)) {}
+    /// `up` is the axis whose columns are marked as leading up; empty for none.
+    HeaderBlock(std::string& line, std::string prefix, std::string unit, std::string up = "")
+        : line_(line), prefix_(std::move(prefix)), unit_(std::move(unit)), up_(std::move(up)) {}
 
     void add(const std::string& node, const std::string& axes) {
         for (const char axis : axes) {
             const std::string unit = unit_.empty() ? "" : " [" + unit_ + "]";
-            line_ += "," + csvField(fmt::format("{}.{}{}{}", node, prefix_, axis, unit));
+            const char* const mark = up_ == std::string(1, axis) ? " up" : "";
+            line_ += "," + csvField(fmt::format("{}.{}{}{}{}", node, prefix_, axis, unit, mark));
         }
     }
 
@@ -52,6 +54,7 @@ private:
     std::string& line_;
     const std::string prefix_;
     const std::string unit_;
+    const std::string up_;
 };
 
 using Buffer = fmt::memory_buffer;
@@ -104,12 +107,15 @@ std::vector<std::string> nodeColumns(const kit::Rig& rig) {
     return columns;
 }
 
-std::string csvHeader(const kit::Rig& rig, const kit::LengthUnit& unit, const MotionKinds& kinds) {
+std::string csvHeader(const kit::Rig& rig, const MotionKinds& kinds) {
+    const kit::Space& space = rig.space();
+    const std::string& unit = space.unit.symbol;
     std::string line = "frame,time [s]";
-    HeaderBlock positions(line, "", unit.symbol);
+    const bool isUsual = space.up == kit::UpAxis::Y;
+    HeaderBlock positions(line, "", unit, isUsual ? "" : kit::lowered(kit::axisName(space.up)));
     HeaderBlock rotations(line, "q", "");
     HeaderBlock angles(line, "r", "deg");
-    HeaderBlock velocities(line, "v", unit.symbol + "/s");
+    HeaderBlock velocities(line, "v", unit + "/s");
     const auto columns = nodeColumns(rig);
     const auto forAll = [&](bool isWanted, const auto& add) {
         for (std::size_t i = 0; isWanted && i < columns.size(); ++i) {

@@ -24,7 +24,9 @@ namespace tarn::capture {
 /// root before it, "Root:Name"; with a number added where another has it already.
 std::vector<std::string> nodeColumns(const kit::Rig& rig);
 
-std::string csvHeader(const kit::Rig& rig, const kit::LengthUnit& unit, const MotionKinds& kinds);
+/// The names of the columns, with the unit of each; where another axis than Y is up, those of
+/// positions along it say so.
+std::string csvHeader(const kit::Rig& rig, const MotionKinds& kinds);
 
 /// The line of a frame.
 std::string csvLine(const kit::Rig& rig, int frame, double seconds, const MotionSample& sample);

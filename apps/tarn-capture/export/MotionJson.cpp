@@ -70,8 +70,12 @@ void addList(std::string& text, const char* name, const kit::Rig& rig, const Val
 } // namespace
 
 std::string jsonBegin(const Take& take, const MotionKinds& kinds) {
-    return fmt::format("{{\"rate\": {},\n\"unit\": {},\n\"nodes\": {},\n\"poses\": [", take.rate(),
-                       Json(take.unit().symbol).dump(), nodesOf(take.rig(), kinds).dump());
+    const kit::Rate rate = take.exactRate();
+    return fmt::format(
+        "{{\"rate\": {},\n\"exact_rate\": [{}, {}],\n\"unit\": {},\n\"up\": \"{}\",\n"
+        "\"nodes\": {},\n\"poses\": [",
+        rate.value(), rate.numerator(), rate.denominator(), Json(take.unit().symbol).dump(),
+        kit::axisName(take.space().up), nodesOf(take.rig(), kinds).dump());
 }
 
 std::string jsonPose(const kit::Rig& rig, int frame, double seconds, const MotionSample& sample) {

@@ -4,6 +4,7 @@
 #include "session/ActorDocument.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/body/Space.h>
 #include <tarn_kit/files/Text.h>
 
 #include <cmath>
@@ -81,7 +82,11 @@ void storeSensor(Actor& actor, const std::string& name, int number) {
 }
 
 void printActor(Actor& actor) {
-    fmt::print("  name        {}\n  dimensions\n", kit::printable(actor.actorName()));
+    fmt::print("  name        {}\n", kit::printable(actor.actorName()));
+    if (const auto unit = kit::unitOfDimensions(actor)) {
+        fmt::print("  unit        {}\n", unit->symbol);
+    }
+    fmt::print("  dimensions\n");
     if (const auto group = actor.rootSettings()->subSettings(dimensionsGroup)) {
         for (const auto& [name, text] : group->values()) {
             fmt::print("    {}  {:.6f}\n", kit::printable(name), actor.bodyDimension(name, 0));
@@ -99,6 +104,11 @@ std::vector<std::string> problemsOf(Actor& actor) {
     std::vector<std::string> problems;
     if (actor.actorName().empty()) {
         problems.emplace_back("MocapActor.ActorName: the actor has no name");
+    }
+    const std::string unit = actor.rootSettings()->value("LengthUnit", "");
+    if (!unit.empty() && !kit::lengthUnitNamed(unit)) {
+        problems.push_back(
+            fmt::format("MocapActor.LengthUnit: expected m, cm, mm, in or ft, found '{}'", unit));
     }
     checkGroup(actor, dimensionsGroup, "a number from 0 on", isDimension, problems);
     checkGroup(actor, sensorsGroup, "a whole number", isSensor, problems);

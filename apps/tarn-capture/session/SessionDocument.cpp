@@ -65,6 +65,13 @@ std::string relativePath(const fs::path& file, const fs::path& directory) {
     return kit::printable(error || path.empty() ? file.string() : path.generic_string());
 }
 
+void describeSpace(Settings& scene, const kit::Space& space) {
+    scene.setValue("Session.Unit", space.unit.symbol);
+    scene.setValue("Session.UnitIs", kit::originText(space.unitOrigin));
+    scene.setValue("Session.Up", kit::axisName(space.up));
+    scene.setValue("Session.UpIs", kit::originText(space.upOrigin));
+}
+
 void describe(TakePerformer& performer, bool paced, const fs::path& directory) {
     Character& character = performer.character();
     const kit::PerformerStatistics& statistics = performer.statistics();
@@ -87,8 +94,9 @@ void describeSession(TakeSession& session, SessionOutcome outcome, const fs::pat
     Scene& scene = session.scene();
     scene.clear();
     scene.setValue("Session.Complete", outcome.complete ? "yes" : "no");
-    put(scene, "Session.Rate", session.rate());
+    scene.setValue("Session.Rate", session.exactRate().text());
     put(scene, "Session.Frames", session.framesShown());
+    describeSpace(scene, session.space());
     for (const std::string& file : files) {
         scene.addValue("Session.File", file);
     }

@@ -21,8 +21,10 @@ struct SessionOutcome {
 ///
 ///     Session
 ///         Complete        "yes", or "no" for one that was stopped
-///         Rate            frames per second
+///         Rate            frames per second, "30000/1001" where they are not whole
 ///         Frames          how many were shown
+///         Unit, Up        what lengths are measured in, and which axis is up
+///         UnitIs, UpIs    how that is known: "guessed", "as stated" or "as given"
 ///         File            repeated: the files that belong to it
 ///         Characters
 ///             Character1  and so on, in the order of the takes

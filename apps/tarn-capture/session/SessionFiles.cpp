@@ -57,7 +57,8 @@ kit::BvhTake posesOf(const Take& take, Tracks& recording) {
             std::make_shared<Frame>(time, kit::poseDataType, kit::poseOf(take.rig(), *body)));
     }
     return {std::const_pointer_cast<kit::Rig>(take.sharedRig()),
-            kit::takeOf(kit::poseDataType, std::move(poses), take.rate()), take.frameTime(), false};
+            kit::takeOf(kit::poseDataType, std::move(poses), take.rate()),
+            take.exactRate().frameTime(), false};
 }
 
 /// A line of the table; its cells are empty where the frame was lost.
@@ -186,7 +187,7 @@ void SessionFiles::writeCsv(TakePerformer& performer, Tracks& recording) {
     const std::string name = performer.name() + ".csv";
     const Take& take = performer.take();
     OutputFile file(path(name));
-    file.write(csvHeader(take.rig(), take.unit(), {true}));
+    file.write(csvHeader(take.rig(), {true}));
     for (int i = 0; i < recording.timeLength(); ++i) {
         file.write(lineOf(take, bodyAt(recording, i), i));
     }
@@ -205,8 +206,8 @@ std::vector<draw::Subject> SessionFiles::subjects() const {
     std::vector<draw::Subject> subjects;
     for (const auto& performer : session_.performers()) {
         const Take& take = performer->take();
-        subjects.push_back(
-            {performer->name(), take.sharedRig(), performer->recording(), take.unit()});
+        subjects.push_back({performer->name(), take.sharedRig(), performer->recording(),
+                            take.unit(), take.space().up, take.exactRate()});
     }
     return subjects;
 }

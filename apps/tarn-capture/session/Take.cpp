@@ -14,24 +14,31 @@
 
 namespace tarn::capture {
 
-Take::Take(const std::string& file) : Take(readTake(file)) {}
+Take::Take(const std::string& file, const SpaceChoice& space)
+    : Take(withSpace(readTake(file), space)) {}
 
-Take::Take(kit::BvhTake data) : data_(std::move(data)), unit_(kit::guessLengthUnit(bodyHeight())) {}
+Take::Take(kit::BvhTake data) : data_(std::move(data)), exactRate_(data_.exactRate()) {}
 
 std::string Take::name() const { return kit::printable(data_.tracks->tracksName()); }
 
-double Take::secondsAt(int frame) const { return static_cast<double>(frame) / rate(); }
+double Take::secondsAt(int frame) const { return exactRate_.at(frame).seconds(); }
 
 double Take::bodyHeight() const {
     return static_cast<double>(std::min(data_.rig->height(), std::numeric_limits<float>::max()));
 }
 
 std::vector<std::string> Take::guesses() const {
-    std::vector<std::string> guesses{"Y is up", kit::describeGuess(unit_, bodyHeight())};
+    std::vector<std::string> guesses;
+    if (space().upOrigin == kit::Origin::Guessed) {
+        guesses.push_back(kit::axisName(space().up) + " is up");
+    }
+    if (space().unitOrigin == kit::Origin::Guessed) {
+        guesses.push_back(kit::describeGuess(unit(), bodyHeight()));
+    }
     if (data_.rateRounded) {
         guesses.push_back(fmt::format("the rate is {} frames per second, rounded from {:.3f}: the "
                                       "file says {} s from frame to frame",
-                                      rate(), 1 / data_.frameTime, data_.frameTime));
+                                      exactRate_.text(), 1 / data_.frameTime, data_.frameTime));
     }
     return guesses;
 }

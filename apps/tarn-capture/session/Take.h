@@ -3,8 +3,11 @@
 
 #pragma once
 
+#include "session/SpaceChoice.h"
+
 #include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/session/Rate.h>
 
 #include <cstddef>
 #include <memory>
@@ -18,7 +21,7 @@ class Take {
 public:
     /// From a file as a `TakeFile` knows them. Throws `kit::ReadError` when it cannot be read or is
     /// broken.
-    explicit Take(const std::string& file);
+    explicit Take(const std::string& file, const SpaceChoice& space = {});
     /// A take that has been read already.
     explicit Take(kit::BvhTake data);
 
@@ -29,18 +32,20 @@ public:
     Tracks& tracks() const { return *data_.tracks; }
 
     int frameCount() const { return data_.tracks->timeLength(); }
-    /// Whole frames per second, at least 1.
+    /// Whole frames per second, at least 1: by which frames are stamped.
     int rate() const { return data_.tracks->fps(); }
-    /// Seconds from frame to frame, as the file states them.
-    double frameTime() const { return data_.frameTime; }
-    /// When a frame begins, in seconds from the start of the take.
+    /// By which times are told.
+    kit::Rate exactRate() const { return exactRate_; }
+    /// When a frame begins, in seconds from the start of the take, by the exact rate.
     double secondsAt(int frame) const;
     /// How long the take lasts, to the end of its last frame.
     double duration() const { return secondsAt(frameCount()); }
 
     /// In the take's unit of length, in its rest pose; finite, whatever the file says.
     double bodyHeight() const;
-    const kit::LengthUnit& unit() const { return unit_; }
+    const kit::LengthUnit& unit() const { return space().unit; }
+    /// What positions mean, as it was given or guessed.
+    const kit::Space& space() const { return data_.rig->space(); }
     /// What the file leaves open and how it was settled, one sentence each.
     std::vector<std::string> guesses() const;
 
@@ -51,7 +56,7 @@ public:
 
 private:
     kit::BvhTake data_;
-    kit::LengthUnit unit_;
+    kit::Rate exactRate_;
 };
 
 } // namespace tarn::capture

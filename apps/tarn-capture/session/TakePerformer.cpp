@@ -25,14 +25,15 @@ TakeDevice make(const TakeDeviceMaker& maker, const std::string& file, const std
 
 } // namespace
 
-TakeDeviceMaker replays(double speed, std::shared_ptr<kit::Clock> clock) {
-    return [speed, clock = std::move(clock)](const std::string& file, const std::string& name) {
-        auto device = std::make_unique<kit::ReplayDevice>(name, clock);
-        kit::BvhTake take = readTake(file);
-        device->open(take);
-        device->setSpeed(speed);
-        return TakeDevice{std::move(device), std::move(take), clock};
-    };
+TakeDeviceMaker replays(double speed, std::shared_ptr<kit::Clock> clock, const SpaceChoice& space) {
+    return
+        [speed, clock = std::move(clock), space](const std::string& file, const std::string& name) {
+            auto device = std::make_unique<kit::ReplayDevice>(name, clock);
+            kit::BvhTake take = withSpace(readTake(file), space);
+            device->open(take);
+            device->setSpeed(speed);
+            return TakeDevice{std::move(device), std::move(take), clock};
+        };
 }
 
 TakePerformer::TakePerformer(kit::Session& session, const std::string& file,
@@ -46,6 +47,8 @@ TakePerformer::TakePerformer(kit::Session& session, const std::string& file,
     setup.port = kit::ReplayDevice::posePort;
     setup.solver = &solver_;
     setup.rate = take_.rate();
+    setup.exactRate = take_.exactRate();
+    setup.space = take_.space();
     setup.frameCount = take_.frameCount();
     try {
         performer_ = &session.addPerformer(setup);

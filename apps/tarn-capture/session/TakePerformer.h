@@ -34,7 +34,8 @@ using TakeDeviceMaker = std::function<TakeDevice(const std::string& file, const 
 /// Devices that replay the takes so much faster than they are, by `clock`; 0 for as fast as frames
 /// are taken.
 TakeDeviceMaker replays(double speed,
-                        std::shared_ptr<kit::Clock> clock = std::make_shared<kit::SteadyClock>());
+                        std::shared_ptr<kit::Clock> clock = std::make_shared<kit::SteadyClock>(),
+                        const SpaceChoice& space = {});
 
 /// One character of a session with all that belongs to it: a device that sends a take, a solver,
 /// two calibrators, and the performer that ties them together.

@@ -27,6 +27,8 @@ public:
     const std::vector<std::unique_ptr<TakePerformer>>& performers() const { return performers_; }
     /// Whole frames per second.
     int rate() const { return session_.rate(); }
+    kit::Rate exactRate() const { return session_.exactRate().value_or(kit::Rate()); }
+    kit::Space space() const { return session_.space(); }
     /// Of the longest take.
     int frameCount() const { return session_.frameCount(); }
     /// While it played.

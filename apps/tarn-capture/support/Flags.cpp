@@ -33,7 +33,56 @@ double parseSpeed(const std::string& text) {
     return *speed;
 }
 
+kit::LengthUnit parseUnit(const std::string& text) {
+    const auto unit = kit::lengthUnitNamed(text);
+    if (!unit) {
+        throw UsageError(fmt::format("--unit '{}': expected m, cm, mm, in or ft", text));
+    }
+    return *unit;
+}
+
+kit::UpAxis parseUp(const std::string& text) {
+    const auto up = kit::parseUpAxis(text);
+    if (!up) {
+        throw UsageError(fmt::format("--up '{}': expected x, y or z", text));
+    }
+    return *up;
+}
+
+double parseScale(const std::string& text) {
+    constexpr double largest = 1e6;
+    const auto scale = kit::numberIn<double>(text);
+    if (!scale || !(*scale >= 1 / largest && *scale <= largest)) { // not-a-number included
+        throw UsageError(
+            fmt::format("--scale '{}': expected a number from 0.000001 to 1000000", text));
+    }
+    return *scale;
+}
+
 } // namespace
+
+void addUnit(CLI::App& command, std::optional<kit::LengthUnit>& unit, const std::string& meaning) {
+    command
+        .add_option_function<std::string>(
+            "--unit", [&unit](const std::string& text) { unit = parseUnit(text); }, meaning)
+        ->type_name("U");
+}
+
+void addSpace(CLI::App& command, SpaceChoice& space) {
+    addUnit(command, space.unit,
+            "What lengths are measured in, once they are scaled: m, cm, mm, in or ft; if not "
+            "given, it is guessed from the height of the body");
+    command
+        .add_option_function<std::string>(
+            "--up", [&space](const std::string& text) { space.up = parseUp(text); },
+            "The axis that is up: x, y or z; if not given, it is guessed from the rest pose")
+        ->type_name("AXIS");
+    command
+        .add_option_function<std::string>(
+            "--scale", [&space](const std::string& text) { space.scale = parseScale(text); },
+            "Multiply all lengths; if not given, 1")
+        ->type_name("F");
+}
 
 void addTakes(CLI::App& command, std::vector<std::string>& takes, const std::string& meaning) {
     command.add_option("TAKE", takes, meaning)->required()->type_name("");

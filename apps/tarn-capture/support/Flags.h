@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "session/SpaceChoice.h"
 #include "support/FrameRange.h"
 
 #include <CLI/CLI.hpp>
@@ -28,6 +29,10 @@ void addTake(CLI::App& command, std::string& take,
 void addOut(CLI::App& command, std::string& out, const std::string& type,
             const std::string& meaning);
 
+/// --unit U, --up AXIS and --scale F: what the lengths and axes of takes mean.
+void addSpace(CLI::App& command, SpaceChoice& space);
+/// --unit U
+void addUnit(CLI::App& command, std::optional<kit::LengthUnit>& unit, const std::string& meaning);
 /// --names FILE: a document that says what joints are called.
 void addNames(CLI::App& command, std::optional<std::string>& document);
 /// --frames A..B, A.. or N

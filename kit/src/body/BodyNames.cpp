@@ -367,7 +367,8 @@ void BodyNames::add(const Settings& document) {
         }
         for (const std::string& name : group->valueList(segment)) {
             if (name.empty() || (isWord(segment) && keyOf(name).empty())) {
-                throw std::invalid_argument(element + ": expected a name, found '" + name + "'");
+                throw std::invalid_argument(
+                    std::string(element).append(": expected a name, found '").append(name) + "'");
             }
             entries.emplace_back(segment, name);
         }

@@ -67,7 +67,7 @@ UpAxis standingAxis(const Rig& rig) {
 
 } // namespace
 
-std::string axisName(UpAxis axis) { return std::string(1, "XYZ"[static_cast<std::size_t>(axis)]); }
+std::string axisName(UpAxis axis) { return {"XYZ"[static_cast<std::size_t>(axis)]}; }
 
 std::optional<UpAxis> parseUpAxis(std::string_view text) {
     for (const UpAxis axis : {UpAxis::X, UpAxis::Y, UpAxis::Z}) {
@@ -122,7 +122,7 @@ void convertDimensions(Actor& actor, const LengthUnit& unit) {
         const auto before = actor.bodyDimensionSettings();
         auto converted = std::make_shared<Settings>();
         for (const auto& [name, text] : before->values()) {
-            const double length = static_cast<double>(actor.bodyDimension(name, 0));
+            const auto length = static_cast<double>(actor.bodyDimension(name, 0));
             converted->setValue(name, std::to_string(length * factor));
         }
         actor.setBodyDimensionSettings(converted);

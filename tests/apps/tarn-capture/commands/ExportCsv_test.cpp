@@ -75,6 +75,15 @@ TEST_F(ExportCsv, NamesTheGuessedUnit) {
     EXPECT_THAT(exportedText(take.text()), StartsWith("frame,time [s],Hips.x [cm],Hips.y [cm],"));
 }
 
+TEST_F(ExportCsv, SaysWhatWasSaidOfTheUnitAndTheAxisThatIsUpAndScales) {
+    writeFile(directory_ / "take.bvh", TakeText().text());
+    EXPECT_THAT(exported(directory_ / "take.bvh",
+                         {"--unit", "mm", "--up", "z", "--scale", "1000", "--frames", "0..0"}),
+                ::testing::AllOf(
+                    StartsWith("frame,time [s],Hips.x [mm],Hips.y [mm],Hips.z [mm] up,Head.x [mm]"),
+                    HasSubstr("\n0,0,0,875,0,")));
+}
+
 TEST_F(ExportCsv, NamesEndSitesAfterTheirParents) {
     EXPECT_THAT(exportedText(TakeText().text()),
                 HasSubstr(",Head.z [m],Head_End.x [m],Head_End.y [m],Head_End.z [m],LeftLeg.x"));

@@ -45,7 +45,9 @@ TEST_F(ExportJson, WritesTheDocumentOfATake) {
     take.rootPositions = {"1 2 3", "4 5.5 6"};
     const Json expected = Json::parse(R"({
         "rate": 25,
+        "exact_rate": [25, 1],
         "unit": "m",
+        "up": "Y",
         "nodes": [
             {"name": "Hips", "parent": null, "end_site": false},
             {"name": "Head", "parent": 0, "end_site": false},

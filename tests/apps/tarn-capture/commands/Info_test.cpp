@@ -147,8 +147,42 @@ TEST_F(Info, ListsARateThatHadToBeRounded) {
     take.frameTime = "0.0333667";
     EXPECT_THAT(
         infoOn(take),
-        HasSubstr("\n    the rate is 30 frames per second, rounded from 29.970: the file says\n"
-                  "      0.0333667 s from frame to frame\n"));
+        HasSubstr("\n    the rate is 30000/1001 frames per second, rounded from 29.970: the file\n"
+                  "      says 0.0333667 s from frame to frame\n"));
+}
+
+TEST_F(Info, ShowsTheRateThatAFrameTimeMeans) {
+    TakeText take;
+    take.frameTime = "0.0333667";
+    EXPECT_THAT(infoOn(take), HasSubstr("\n  rate         29.97 (30000/1001) frames per second\n"));
+}
+
+TEST_F(Info, ShowsWhatWasSaidOfLengthsAndAxesInPlaceOfGuesses) {
+    writeFile(take_, TakeText().text());
+    const std::string out =
+        capture({"info", take_, "--unit", "cm", "--up", "z", "--scale", "100"}).out;
+    EXPECT_THAT(out, HasSubstr("\n  body height  175 cm\n  unit         cm, as given\n"
+                               "  up           Z, as given\n  skeleton "));
+}
+
+TEST_F(Info, GuessesTheUnitOfWhatIsScaled) {
+    writeFile(take_, TakeText().text());
+    EXPECT_THAT(capture({"info", take_, "--scale", "1000"}).out,
+                HasSubstr("\n    lengths are in millimetres: the body is 1750 high\n"));
+}
+
+TEST_F(Info, RefusesUnitsAxesAndScalesThatAreNone) {
+    const auto errorOf = [this](const std::string& flag, const std::string& value) {
+        const Outcome outcome = capture({"info", take_, flag, value});
+        EXPECT_EQ(outcome.exitCode, 2);
+        return outcome.err;
+    };
+    EXPECT_THAT(errorOf("--unit", "cubits"),
+                HasSubstr("--unit 'cubits': expected m, cm, mm, in or ft"));
+    EXPECT_THAT(errorOf("--up", "w"), HasSubstr("--up 'w': expected x, y or z"));
+    for (const char* const scale : {"0", "-1", "nan", "inf", "", "1e9", "2x"}) {
+        EXPECT_THAT(errorOf("--scale", scale), HasSubstr("expected a number from 0.000001"));
+    }
 }
 
 TEST_F(Info, DescribesATakeWithoutFrames) {

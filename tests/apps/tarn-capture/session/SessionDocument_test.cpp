@@ -49,6 +49,8 @@ TEST_F(SessionDocument, WritesDownAllThatASessionWas) {
                       "\t<Complete>yes</Complete>\n"
                       "\t<Rate>25</Rate>\n"
                       "\t<Frames>3</Frames>\n"
+                      "\t<Unit>m</Unit>\n\t<UnitIs>guessed</UnitIs>\n"
+                      "\t<Up>Y</Up>\n\t<UpIs>guessed</UpIs>\n"
                       "\t<File>one.actor.xml</File>\n"
                       "\t<File>one.csv</File>\n"
                       "\t<File>one.bvh</File>\n"
