@@ -47,7 +47,7 @@ LimbPlace placeInFinger(EBoneID segment) {
                                       std::pair{BoneLeftInHandThumb, BoneLeftFootExtraFinger4}}) {
         if (segment >= first && segment <= last) {
             const int index = segment - first;
-            return {FirstFinger + first + index / perFinger, index % perFinger};
+            return {FirstFinger + static_cast<int>(first) + index / perFinger, index % perFinger};
         }
     }
     return {-1, 0};
