@@ -53,7 +53,7 @@ protected:
         return times;
     }
     std::string exported(const std::string& format) const {
-        const std::string out = directory_ / ("take." + format);
+        std::string out = directory_ / ("take." + format);
         EXPECT_EQ(capture({"export", take(), "--format", format, "--out", out}).exitCode, 0);
         return out;
     }
@@ -64,6 +64,7 @@ TEST_F(ExactRate, IsThatOfAllThatASessionWrites) {
     EXPECT_THAT(errorsOf(timesInTable(output("take.csv"))), Each(Lt(1)));
     const auto motion = kit::readBvh(output("take.bvh"));
     std::vector<double> times;
+    times.reserve(count);
     for (int i = 0; i < motion.tracks->timeLength(); ++i) {
         times.push_back(i * motion.frameTime);
     }
