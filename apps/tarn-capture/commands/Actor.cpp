@@ -8,6 +8,7 @@
 #include "support/Flags.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/files/SettingsFile.h>
 #include <tarn_kit/files/Text.h>
 
 #include <filesystem>
@@ -29,18 +30,21 @@ struct ActorOptions {
     std::optional<kit::LengthUnit> unit;
     std::vector<std::string> dimensions; ///< each "NAME=VALUE"
     std::vector<std::string> sensors;    ///< each "NAME=NUMBER"
+    std::vector<std::string> removed;    ///< keys
     bool check = false;
 };
 
-/// The options that set something, understood.
+/// The options that change something, understood.
 struct Changes {
     std::optional<std::string> name;
     std::vector<std::pair<std::string, float>> dimensions;
     std::vector<std::pair<std::string, int>> sensors;
-
+    std::vector<std::string> removed;
     std::optional<kit::LengthUnit> unit;
 
-    bool any() const { return name || unit || !dimensions.empty() || !sensors.empty(); }
+    bool any() const {
+        return name || unit || !dimensions.empty() || !sensors.empty() || !removed.empty();
+    }
 };
 
 /// Splits "NAME=VALUE", where `read` makes a number of the value; `option` and `expected` are for
@@ -75,10 +79,14 @@ Changes changesIn(const ActorOptions& options) {
         changes.sensors.push_back(
             assignment(text, "--sensor", "NAME=NUMBER, a whole number", kit::numberIn<int>));
     }
+    changes.removed = options.removed;
     return changes;
 }
 
 void apply(const Changes& changes, Actor& actor) {
+    for (const std::string& key : changes.removed) {
+        removeEntry(actor, key);
+    }
     if (changes.name) {
         actor.setActorName(*changes.name);
     }
@@ -91,6 +99,19 @@ void apply(const Changes& changes, Actor& actor) {
     for (const auto& [name, number] : changes.sensors) {
         storeSensor(actor, name, number);
     }
+}
+
+/// Reports what is wrong with a document that is in a file.
+int check(Actor& document, const std::string& file) {
+    const auto problems = problemsOf(document);
+    Settings anew;
+    const std::string text = problems.empty() ? std::string() : kit::loadSettings(anew, file);
+    for (const Problem& problem : problems) {
+        const auto place = kit::placeOf(text, problem.key, problem.index);
+        const std::string where = place ? fmt::format(":{}:{}", place->line, place->column) : "";
+        reportError(fmt::format("{}{}: {}: {}", file, where, problem.key, problem.reason));
+    }
+    return problems.empty() ? exitSuccess : exitFailure;
 }
 
 /// Sets what is to be set, shows the document, and checks it if asked to.
@@ -107,11 +128,7 @@ int actor(const ActorOptions& options) {
     }
     fmt::print("{}\n", kit::printable(options.file));
     printActor(document);
-    const auto problems = options.check ? problemsOf(document) : std::vector<std::string>();
-    for (const std::string& problem : problems) {
-        reportError(fmt::format("{}: {}", options.file, problem));
-    }
-    return problems.empty() ? exitSuccess : exitFailure;
+    return options.check ? check(document, options.file) : exitSuccess;
 }
 
 } // namespace
@@ -135,6 +152,11 @@ void addActor(CommandLine& line) {
     command
         .add_option("--sensor", options.sensors, "Set an entry of the sensor map, such as Hips=3")
         ->type_name("NAME=NUMBER")
+        ->allow_extra_args(false);
+    command
+        .add_option("--remove", options.removed,
+                    "Remove an entry, such as BodyDimension.Height, SensorMap.Hips or ActorName")
+        ->type_name("KEY")
         ->allow_extra_args(false);
     command.add_flag("--check", options.check,
                      "List what is wrong with the document, and fail if anything is");

@@ -41,7 +41,7 @@ std::string choicesOf(const CLI::Option& option) {
 std::string argumentChoices(const CLI::App& command) {
     for (const CLI::Option* option :
          command.get_options([](const CLI::Option* each) { return each->get_positional(); })) {
-        const std::string words = choicesOf(*option);
+        std::string words = choicesOf(*option);
         if (!words.empty()) {
             return words;
         }

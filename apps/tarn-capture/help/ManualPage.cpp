@@ -53,7 +53,7 @@ std::string optionsOf(const CLI::App& command) {
 } // namespace
 
 std::string manualPage(const CLI::App& program, const std::string& version) {
-    const std::string name = program.get_name();
+    const std::string& name = program.get_name();
     std::string text = fmt::format(".TH {} 1 \"\" \"{} {}\" \"User Commands\"\n",
                                    upperCase(roff(name)), roff(name), version);
     text += fmt::format(".SH NAME\n{} \\- {}\n", roff(name), roff(program.get_description()));

@@ -5,19 +5,19 @@
 
 #include <fmt/format.h>
 #include <tarn_kit/body/Space.h>
+#include <tarn_kit/files/SettingsFile.h>
 #include <tarn_kit/files/Text.h>
 
 #include <cmath>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 
 namespace tarn::capture {
 
 namespace {
 
+const char* const actorGroup = "MocapActor";
 const char* const dimensionsGroup = "BodyDimension";
 const char* const sensorsGroup = "SensorMap";
 
@@ -37,7 +37,7 @@ std::shared_ptr<Settings> groupOf(Actor& actor, const char* name) {
 
 /// Lists the entries of a group that are not `isGood`, or stand there more than once.
 void checkGroup(Actor& actor, const char* group, const char* expected,
-                bool (*isGood)(std::string_view), std::vector<std::string>& problems) {
+                bool (*isGood)(std::string_view), std::vector<Problem>& problems) {
     const auto settings = actor.rootSettings()->subSettings(group);
     if (settings == nullptr) {
         return;
@@ -45,10 +45,12 @@ void checkGroup(Actor& actor, const char* group, const char* expected,
     for (const auto& [name, text] : settings->values()) {
         const std::string key = fmt::format("MocapActor.{}.{}", group, name);
         if (!isGood(text)) {
-            problems.push_back(fmt::format("{}: expected {}, found '{}'", key, expected, text));
+            // Of entries of one name, the last is what the actor has.
+            problems.push_back({key, settings->valueList(name).size() - 1,
+                                fmt::format("expected {}, found '{}'", expected, text)});
         }
         if (settings->valueList(name).size() > 1) {
-            problems.push_back(key + ": stands there more than once");
+            problems.push_back({key, 1, "stands there more than once"});
         }
     }
 }
@@ -61,15 +63,18 @@ std::optional<float> dimensionIn(std::string_view text) {
 }
 
 void loadActor(Actor& actor, const std::string& file) {
-    if (!actor.loadSettingsFromFile(file)) {
-        std::error_code error;
-        const bool exists = std::filesystem::exists(file, error);
-        throw std::runtime_error(fmt::format(
-            "{}: {}", file, exists ? "not a settings document that can be read" : "no such file"));
-    }
-    if (actor.subSettings("MocapActor") == nullptr) {
+    kit::loadSettings(actor, file);
+    if (actor.subSettings(actorGroup) == nullptr) {
         throw std::runtime_error(
-            fmt::format("{}: not an actor's document: it has no element MocapActor", file));
+            fmt::format("{}: not an actor's document: it has no element {}", file, actorGroup));
+    }
+}
+
+void removeEntry(Actor& actor, const std::string& key) {
+    const std::string prefix = std::string(actorGroup) + ".";
+    const bool isWhole = key.compare(0, prefix.size(), prefix) == 0;
+    if (kit::removeSetting(actor, isWhole ? key : prefix + key) == 0) {
+        throw std::runtime_error(fmt::format("--remove '{}': there is no such entry", key));
     }
 }
 
@@ -100,21 +105,21 @@ void printActor(Actor& actor) {
     }
 }
 
-std::vector<std::string> problemsOf(Actor& actor) {
-    std::vector<std::string> problems;
+std::vector<Problem> problemsOf(Actor& actor) {
+    std::vector<Problem> problems;
     if (actor.actorName().empty()) {
-        problems.emplace_back("MocapActor.ActorName: the actor has no name");
+        problems.push_back({"MocapActor.ActorName", 0, "the actor has no name"});
     }
     const std::string unit = actor.rootSettings()->value("LengthUnit", "");
     if (!unit.empty() && !kit::lengthUnitNamed(unit)) {
-        problems.push_back(
-            fmt::format("MocapActor.LengthUnit: expected m, cm, mm, in or ft, found '{}'", unit));
+        problems.push_back({"MocapActor.LengthUnit", 0,
+                            fmt::format("expected m, cm, mm, in or ft, found '{}'", unit)});
     }
     checkGroup(actor, dimensionsGroup, "a number from 0 on", isDimension, problems);
     checkGroup(actor, sensorsGroup, "a whole number", isSensor, problems);
     const auto unread = actor.subSettings(sensorsGroup);
     if (unread != nullptr && !unread->values().empty()) {
-        problems.emplace_back("SensorMap: stands beside MocapActor, where it is not read");
+        problems.push_back({sensorsGroup, 0, "stands beside MocapActor, where it is not read"});
     }
     return problems;
 }

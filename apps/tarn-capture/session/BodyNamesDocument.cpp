@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 #include <tarn/Settings.h>
+#include <tarn_kit/files/SettingsFile.h>
 
 #include <stdexcept>
 
@@ -16,10 +17,7 @@ std::shared_ptr<const kit::BodyNames> loadBodyNames(const std::optional<std::str
         return names;
     }
     Settings settings;
-    if (!settings.loadSettingsFromFile(*document)) {
-        throw std::runtime_error(
-            fmt::format("{}: not a settings document that can be read", *document));
-    }
+    kit::loadSettings(settings, *document);
     try {
         names->add(settings);
     } catch (const std::invalid_argument& error) {

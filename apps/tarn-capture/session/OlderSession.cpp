@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 #include <tarn/Settings.h>
+#include <tarn_kit/files/SettingsFile.h>
 
 #include <memory>
 #include <stdexcept>
@@ -40,14 +41,11 @@ std::vector<std::string> filesOfSession(const fs::path& directory) {
         return {};
     }
     Settings document;
-    std::error_code error; // the document may be a link to one
-    const bool isFile = fs::is_regular_file(directory / sessionFileName, error);
-    const auto session = isFile && document.loadSettingsFromFile(directory / sessionFileName)
-                             ? document.subSettings("Session")
-                             : nullptr;
+    kit::loadSettings(document, directory / sessionFileName); // which may be a link to one
+    const auto session = document.subSettings("Session");
     if (session == nullptr) {
         throw std::runtime_error(
-            fmt::format("'{}' is no session's document, so that it cannot be told which files are "
+            fmt::format("{}: not a session's document, so that it cannot be told which files are "
                         "its own: remove it, or name another directory",
                         (directory / sessionFileName).string()));
     }

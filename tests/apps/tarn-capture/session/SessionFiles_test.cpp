@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 namespace tarn::tests {
 namespace {
@@ -141,11 +142,13 @@ TEST_F(SessionFiles, RemoveNothingThatLiesElsewhereWhateverAnOldDocumentLists) {
 TEST_F(SessionFiles, AreNotMixedWithThoseOfASessionThatDoesNotSayWhatIsItsOwn) {
     const std::string take = writeTake("take.bvh", 3);
     fs::create_directory(out_);
-    for (const char* const text : {"no document", "<Actor/>"}) {
+    for (const auto& [text, reason] :
+         {std::pair("no document", ":1:1: expected an element, found 'no'"),
+          std::pair("<Actor/>", ": not a session's document")}) {
         writeFile(output("session.xml"), text);
         const Outcome outcome = run({take}, {"--force"});
         EXPECT_EQ(outcome.exitCode, 1);
-        EXPECT_THAT(outcome.err, HasSubstr("'" + output("session.xml") + "' is no session's"));
+        EXPECT_THAT(outcome.err, HasSubstr(output("session.xml") + reason));
         EXPECT_THAT(outputs(), ElementsAre("session.xml"));
     }
 }
