@@ -171,7 +171,7 @@ for name, library in LIBRARIES.items():
     for header in files_below(library.public, ".h"):
         room = header.parent.relative_to(public)
         if room == pathlib.Path("."):
-            if header.stem not in (name, "Export"):
+            if header.stem not in (name, "Export", "Version"):
                 fail(header, "belongs into a room")
             continue
         for folder in (private, tests):

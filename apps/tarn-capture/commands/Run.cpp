@@ -3,9 +3,9 @@
 
 #include "commands/Commands.h"
 
+#include "documents/OlderSession.h"
 #include "session/ActorDocument.h"
 #include "session/BodyNamesDocument.h"
-#include "session/OlderSession.h"
 #include "session/SessionFiles.h"
 #include "session/SessionSummary.h"
 #include "session/TakeFile.h"

@@ -3,9 +3,9 @@
 
 #include "session/SessionFiles.h"
 
+#include "documents/OlderSession.h"
+#include "documents/SessionDocument.h"
 #include "export/MotionCsv.h"
-#include "session/OlderSession.h"
-#include "session/SessionDocument.h"
 #include "support/OutputPath.h"
 #include "support/Stopwatch.h"
 

@@ -4,7 +4,7 @@
 #include <tarn_kit/files/SettingsFile.h>
 
 #include "files/FileBytes.h"
-#include "files/XmlElements.h"
+#include "files/xml/XmlElements.h"
 
 #include <algorithm>
 #include <fstream>

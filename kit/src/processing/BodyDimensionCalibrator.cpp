@@ -4,7 +4,7 @@
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>
 
 #include "body/Kinematics.h"
-#include "files/XmlName.h"
+#include "files/xml/XmlName.h"
 #include "processing/AnyNumber.h"
 
 #include <tarn/Character.h>

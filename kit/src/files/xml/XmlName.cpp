@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "files/XmlName.h"
+#include "files/xml/XmlName.h"
 
 #include "files/Utf8.h"
 

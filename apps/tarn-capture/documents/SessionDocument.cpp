@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "session/SessionDocument.h"
+#include "documents/SessionDocument.h"
 
 #include <fmt/format.h>
 #include <tarn_kit/files/Text.h>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "files/XmlElements.h"
+#include "files/xml/XmlElements.h"
 
 #include <tarn/Settings.h>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "session/OlderSession.h"
+#include "documents/OlderSession.h"
 
 #include <fmt/format.h>
 #include <tarn/Settings.h>
