@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn/Actor.h>
+#include <tarn_kit/Export.h>
+#include <tarn_kit/body/HumanBody.h>
+#include <tarn_kit/body/MarkerSet.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tarn::kit {
+
+/// A marker as it sits on one performer.
+struct BodyMarker {
+    std::string name;
+    std::string segment;
+    /// Of a marker on a forearm: whether it turns with the hand rather than with the elbow.
+    bool turnsWithHand = false;
+    Vector3d offset;          ///< from the segment's joint, in its axes, in metres
+    double uncertainty = 0;   ///< of the offset along each axis: one standard deviation, in metres
+    double spread = 0.010;    ///< how far it commonly is from its place, along each axis, in metres
+    double weight = 1;
+};
+
+/// How a joint was commonly turned while the performer was calibrated: what is assumed of it where
+/// no marker says.
+struct UsualTurn {
+    std::string joint;
+    Vector3d turn; ///< rotation vector in degrees, from the T-pose
+};
+
+/// How well a length is known: one standard deviation, in metres.
+struct LengthUncertainty {
+    std::string length;
+    double metres = 0;
+};
+
+/// An actor has no body that markers can be solved with, or a broken one; `what()` says what.
+class TARN_KIT_EXPORT MarkerBodyError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    MarkerBodyError(const MarkerBodyError&) = default;
+    MarkerBodyError& operator=(const MarkerBodyError&) = default;
+    ~MarkerBodyError() override;
+};
+
+/// A performer's body with the markers on it: what a `MarkerCalibrator` finds out and a
+/// `MarkerSolver` solves with.
+///
+/// In an actor, the lengths are its body dimensions, in metres, "Height" among them; where the
+/// markers sit stands in its settings, in the group "MarkerBody".
+struct TARN_KIT_EXPORT MarkerBody {
+    HumanBody body;
+    std::vector<BodyMarker> markers;
+    std::vector<UsualTurn> usualTurns;
+    std::vector<LengthUncertainty> uncertainties;
+
+    /// Nobody's in particular: a set's markers on a body of that height. Throws
+    /// `std::invalid_argument` for a height that `HumanBody` refuses, or a set with a segment that
+    /// no body has.
+    static MarkerBody generic(const MarkerSet& set, double height = 1.75);
+    /// That of an actor that was calibrated. Throws `MarkerBodyError`.
+    static MarkerBody of(const Actor& actor);
+    /// Replaces what the actor says of lengths and markers.
+    void writeTo(Actor& actor) const;
+};
+
+} // namespace tarn::kit

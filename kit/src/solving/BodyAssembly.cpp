@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "solving/BodyAssembly.h"
+
+#include <algorithm>
+
+namespace tarn::kit {
+
+namespace {
+
+Vector3d radiansOf(const Vector3d& degrees) { return tarn::kit::radiansOf(1) * degrees; }
+
+bool isForeArm(const std::string& name) { return name == "LeftForeArm" || name == "RightForeArm"; }
+
+/// Turns about the forearm's own axis and hardly about the others.
+SolvedJoint twistBelow(std::size_t foreArm) {
+    SolvedJoint joint;
+    joint.parent = foreArm;
+    joint.spread = radiansOf({70, 0.3, 0.3});
+    joint.lowest = radiansOf({-130, -10, -10});
+    joint.highest = radiansOf({130, 10, 10});
+    return joint;
+}
+
+} // namespace
+
+BodyAssembly::BodyAssembly(const MarkerBody& body) {
+    std::vector<std::size_t> ends; // what a joint's children and far markers hang on
+    for (const HumanJoint& human : body.body.joints()) {
+        SolvedJoint joint;
+        joint.parent = human.parent < 0 ? none : ends[static_cast<std::size_t>(human.parent)];
+        joint.offset = human.offset;
+        joint.spread = radiansOf(human.spread);
+        joint.lowest = radiansOf(human.lowest);
+        joint.highest = radiansOf(human.highest);
+        joints.push_back(articulation.joints.size());
+        articulation.joints.push_back(joint);
+        names.push_back(human.name);
+        if (isForeArm(human.name)) {
+            articulation.joints.push_back(twistBelow(joints.back()));
+            names.push_back(human.name + "Twist");
+        }
+        ends.push_back(articulation.joints.size() - 1);
+    }
+    for (const UsualTurn& usual : body.usualTurns) {
+        const auto name = std::find(names.begin(), names.end(), usual.joint);
+        if (name != names.end()) {
+            articulation.joints[static_cast<std::size_t>(name - names.begin())].usual =
+                fromRotationVector(radiansOf(usual.turn));
+        }
+    }
+    for (const BodyMarker& marker : body.markers) {
+        const auto human = static_cast<std::size_t>(body.body.jointOf(marker.segment));
+        SolvedMarker solved;
+        solved.joint = marker.turnsWithHand ? ends[human] : joints[human];
+        solved.offset = marker.offset;
+        solved.spread = marker.spread;
+        articulation.markers.push_back(solved);
+    }
+    for (const HumanLength& length : body.body.lengths()) {
+        for (const HumanLength::Use& use : length.uses) {
+            const auto human = static_cast<std::size_t>(body.body.jointOf(use.joint));
+            articulation.uses.push_back(
+                {articulation.lengths.size(), joints[human], use.direction});
+        }
+        articulation.lengths.push_back(length.metres);
+    }
+}
+
+} // namespace tarn::kit

@@ -1,0 +1,303 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "solving/BodyCalibration.h"
+
+#include "solving/BodyAssembly.h"
+#include "solving/BodyFit.h"
+#include "solving/PoseFit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace tarn::kit {
+
+namespace {
+
+constexpr std::size_t firstFrames = 60;   ///< that a body is fitted to at first, evenly spaced
+constexpr std::size_t finalFrames = 120;  ///< that differ most
+constexpr std::size_t mostSolved = 600;   ///< among which these are chosen
+constexpr double offsetSpread = 0.025;  ///< how far markers are from where the set says
+constexpr double leastSpread = 0.006;   ///< of a marker from its place on a body
+
+double median(std::vector<double> values) {
+    if (values.empty()) {
+        return 0;
+    }
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// `count` numbers below `size`, evenly spaced.
+std::vector<std::size_t> evenly(std::size_t size, std::size_t count) {
+    std::vector<std::size_t> result;
+    const std::size_t n = std::min(size, count);
+    for (std::size_t i = 0; i < n; ++i) {
+        result.push_back((2 * i + 1) * size / (2 * n));
+    }
+    return result;
+}
+
+BodyExpectation expectationOf(const MarkerBody& generic, const Articulation& body) {
+    BodyExpectation expectation;
+    for (std::size_t m = 0; m < body.markers.size(); ++m) {
+        expectation.offsets.push_back(body.markers[m].offset);
+        expectation.offsetSpreads.push_back(offsetSpread);
+    }
+    const std::vector<HumanLength>& lengths = generic.body.lengths();
+    for (const HumanLength& length : lengths) {
+        expectation.lengths.push_back(length.metres);
+        expectation.lengthSpreads.push_back(1.5 * length.spread);
+        std::size_t twin = none;
+        for (std::size_t l = 0; l < lengths.size(); ++l) {
+            twin = !length.twin.empty() && lengths[l].name == length.twin ? l : twin;
+        }
+        expectation.twins.push_back(twin);
+    }
+    return expectation;
+}
+
+/// The work, stage by stage.
+class Calibration {
+public:
+    Calibration(const MarkerSet& set, const std::vector<Sightings>& frames,
+                const CalibrationProgress& progress)
+        : all_(frames), progress_(progress),
+          result_{MarkerBody::generic(set, guessedHeight(set, frames)), {}, 0, 0, false},
+          assembly_(result_.body), expectation_(expectationOf(result_.body, assembly_.articulation)) {
+    }
+
+    CalibratedBody run() {
+        result_.isComplete = fitFirst() && fitFinal();
+        writeBody();
+        return result_;
+    }
+
+private:
+    Articulation& body() { return assembly_.articulation; }
+
+    void setSpread(double spread) {
+        for (SolvedMarker& marker : body().markers) {
+            marker.spread = spread;
+        }
+    }
+
+    /// Solves the frames of these numbers, one after the other.
+    std::vector<FitFrame> solve(const std::vector<std::size_t>& numbers, double threshold) {
+        std::vector<FitFrame> frames;
+        PoseFit fit(body());
+        fit.threshold = threshold;
+        FitFrame frame;
+        frame.stance.turns.resize(body().joints.size());
+        double usualCost = 0;
+        for (const std::size_t number : numbers) {
+            frame.sightings = all_[number];
+            FitOutcome outcome;
+            if (!frames.empty()) {
+                outcome = fit.refine(frame.stance, frame.sightings);
+            }
+            if (frames.empty() || outcome.cost > 1.5 * usualCost) {
+                Stance started = frame.stance;
+                const FitOutcome anew = fit.start(started, frame.sightings);
+                if (frames.empty() || anew.cost < outcome.cost) {
+                    outcome = anew;
+                    frame.stance = started;
+                }
+            }
+            usualCost = frames.empty() ? outcome.cost : 0.9 * usualCost + 0.1 * outcome.cost;
+            frames.push_back(frame);
+        }
+        return frames;
+    }
+
+    bool fitFirst() {
+        setSpread(0.04);
+        std::vector<FitFrame> frames = solve(evenly(all_.size(), firstFrames), 4);
+        BodyFit fit(body(), expectation_);
+        fit.threshold = 4;
+        double part = 0.1;
+        for (const double spread : {0.03, 0.015, 0.008}) {
+            setSpread(spread);
+            const auto goOn = [&] { return progress_(part += 0.015); };
+            if (!fit.run(frames, 8, goOn)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool fitFinal() {
+        setSpread(0.008);
+        std::vector<FitFrame> frames = solve(evenly(all_.size(), mostSolved), 4);
+        setSpreads(frames);
+        setUsualTurns(frames);
+        std::vector<FitFrame> chosen = mostDifferent(frames);
+        BodyFit fit(body(), expectation_);
+        double part = 0.6;
+        const auto goOn = [&] { return progress_(part += 0.02); };
+        if (!fit.run(chosen, 12, goOn)) {
+            return false;
+        }
+        frames = solve(evenly(all_.size(), mostSolved), 4);
+        setSpreads(frames);
+        setUsualTurns(frames);
+        result_.frames = static_cast<int>(chosen.size());
+        lengthUncertainties_ = fit.lengthUncertainties();
+        offsetUncertainties_ = fit.offsetUncertainties();
+        return true;
+    }
+
+    /// Learns how far each marker commonly is from its place.
+    void setSpreads(const std::vector<FitFrame>& frames) {
+        PoseProblem problem(body());
+        std::vector<std::vector<double>> misses(body().markers.size());
+        for (const FitFrame& frame : frames) {
+            problem.evaluate(frame.stance, frame.sightings);
+            for (std::size_t m = 0; m < misses.size(); ++m) {
+                if (problem.weights()[m] > 0) {
+                    misses[m].push_back(lengthOf(problem.misses()[m]));
+                }
+            }
+        }
+        std::vector<double> every;
+        result_.markerErrors.clear();
+        for (std::size_t m = 0; m < misses.size(); ++m) {
+            // Of three normal numbers the root of the sum of squares has its median at 1.538.
+            const double spread = median(misses[m]) / 1.538;
+            body().markers[m].spread = std::max(leastSpread, spread);
+            double sum = 0;
+            for (const double miss : misses[m]) {
+                sum += miss * miss;
+            }
+            every.insert(every.end(), misses[m].begin(), misses[m].end());
+            result_.markerErrors.push_back(
+                misses[m].empty() ? 0 : std::sqrt(sum / static_cast<double>(misses[m].size())));
+        }
+        std::sort(every.begin(), every.end());
+        every.resize(every.size() - every.size() / 100);
+        double sum = 0;
+        for (const double miss : every) {
+            sum += miss * miss;
+        }
+        result_.error = every.empty() ? 0 : std::sqrt(sum / static_cast<double>(every.size()));
+    }
+
+    /// Learns how joints are commonly turned.
+    void setUsualTurns(const std::vector<FitFrame>& frames) {
+        result_.body.usualTurns.clear();
+        for (std::size_t j = 1; j < body().joints.size(); ++j) {
+            Quaterniond sum = {0, 0, 0, 0};
+            for (const FitFrame& frame : frames) {
+                const Quaterniond& turn = frame.stance.turns[j];
+                const double sign = dot(turn, frames.front().stance.turns[j]) < 0 ? -1 : 1;
+                sum = {sum.x + sign * turn.x, sum.y + sign * turn.y, sum.z + sign * turn.z,
+                       sum.w + sign * turn.w};
+            }
+            const Quaterniond usual = normalized(sum);
+            body().joints[j].usual = usual;
+            result_.body.usualTurns.push_back(
+                {assembly_.names[j], tarn::kit::degreesOf(1) * toRotationVector(usual)});
+        }
+    }
+
+    /// The frames whose stances are farthest from each other: first any, then always the one that
+    /// is farthest from those chosen.
+    std::vector<FitFrame> mostDifferent(const std::vector<FitFrame>& frames) {
+        const auto distance = [](const Stance& a, const Stance& b) {
+            double sum = 0;
+            for (std::size_t j = 1; j < a.turns.size(); ++j) {
+                const double same = dot(a.turns[j], b.turns[j]);
+                sum += 1 - same * same;
+            }
+            return sum;
+        };
+        std::vector<FitFrame> chosen;
+        if (frames.empty()) {
+            return chosen;
+        }
+        std::vector<double> nearest(frames.size(), std::numeric_limits<double>::infinity());
+        std::size_t next = 0;
+        while (chosen.size() < std::min(finalFrames, frames.size())) {
+            chosen.push_back(frames[next]);
+            for (std::size_t i = 0; i < frames.size(); ++i) {
+                nearest[i] =
+                    std::min(nearest[i], distance(frames[i].stance, frames[next].stance));
+            }
+            next = static_cast<std::size_t>(std::max_element(nearest.begin(), nearest.end()) -
+                                            nearest.begin());
+        }
+        return chosen;
+    }
+
+    void writeBody() {
+        MarkerBody& found = result_.body;
+        for (std::size_t l = 0; l < body().lengths.size(); ++l) {
+            found.body.setLength(found.body.lengths()[l].name, body().lengths[l]);
+        }
+        found.uncertainties.clear();
+        for (std::size_t l = 0; l < lengthUncertainties_.size(); ++l) {
+            found.uncertainties.push_back(
+                {found.body.lengths()[l].name, lengthUncertainties_[l]});
+        }
+        for (std::size_t m = 0; m < found.markers.size(); ++m) {
+            found.markers[m].offset = body().markers[m].offset;
+            found.markers[m].spread = body().markers[m].spread;
+            if (!offsetUncertainties_.empty()) {
+                found.markers[m].uncertainty = offsetUncertainties_[m];
+            }
+        }
+    }
+
+    const std::vector<Sightings>& all_;
+    const CalibrationProgress& progress_;
+    CalibratedBody result_;
+    BodyAssembly assembly_;
+    BodyExpectation expectation_;
+    std::vector<double> lengthUncertainties_, offsetUncertainties_;
+};
+
+} // namespace
+
+double guessedHeight(const MarkerSet& set, const std::vector<Sightings>& frames) {
+    const MarkerBody generic = MarkerBody::generic(set);
+    const BodyAssembly assembly(generic);
+    const Articulation& body = assembly.articulation;
+    PoseProblem problem(body);
+    Stance stance;
+    stance.turns.resize(body.joints.size());
+    problem.evaluate(stance, Sightings(body.markers.size()));
+    std::vector<double> ratios;
+    const std::vector<std::size_t> numbers = evenly(frames.size(), 100);
+    for (std::size_t a = 0; a < body.markers.size(); ++a) {
+        for (std::size_t b = 0; b < a; ++b) {
+            const std::size_t ja = body.markers[a].joint, jb = body.markers[b].joint;
+            const double expected = lengthOf(problem.places()[a] - problem.places()[b]);
+            const bool neighbours =
+                ja == jb || body.joints[ja].parent == jb || body.joints[jb].parent == ja;
+            if (!neighbours || expected < 0.15) {
+                continue;
+            }
+            std::vector<double> distances;
+            for (const std::size_t number : numbers) {
+                const Sightings& seen = frames[number];
+                if (seen[a].weight > 0 && seen[b].weight > 0) {
+                    distances.push_back(lengthOf(seen[a].position - seen[b].position));
+                }
+            }
+            if (!distances.empty()) {
+                ratios.push_back(median(distances) / expected);
+            }
+        }
+    }
+    const double height = ratios.empty() ? 1.75 : 1.75 * median(ratios);
+    return std::min(2.5, std::max(0.5, height));
+}
+
+CalibratedBody calibrateBody(const MarkerSet& set, const std::vector<Sightings>& frames,
+                             const CalibrationProgress& progress) {
+    return Calibration(set, frames, progress).run();
+}
+
+} // namespace tarn::kit
