@@ -3,6 +3,14 @@
 
 #include <tarn_kit/solving/MarkerBody.h>
 
+#include "files/XmlName.h"
+
+#include <tarn_kit/files/Text.h>
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <optional>
 #include <stdexcept>
 
 namespace tarn::kit {
@@ -12,6 +20,80 @@ namespace {
 constexpr double heightOfPlaces = 1.75; ///< of the body that marker sets describe
 
 bool isForeArm(const std::string& name) { return name == "LeftForeArm" || name == "RightForeArm"; }
+
+/// With the fewest digits that read back to it.
+std::string textOf(double number) {
+    std::array<char, 32> text = {};
+    const auto result = std::to_chars(text.data(), text.data() + text.size(), number);
+    return {text.data(), result.ptr};
+}
+
+std::string textOf(const Vector3d& v) {
+    return textOf(v.x) + " " + textOf(v.y) + " " + textOf(v.z);
+}
+
+double numberOf(const Settings& settings, const std::string& key, const std::string& place) {
+    const std::string text = settings.value(key, "");
+    const std::optional<double> number = numberIn<double>(text);
+    if (!number || !std::isfinite(*number)) {
+        throw MarkerBodyError(place + ": " + key + " '" + printable(text) + "' is no number");
+    }
+    return *number;
+}
+
+/// Three numbers with a blank between them.
+Vector3d vectorOf(const Settings& settings, const std::string& key, const std::string& place) {
+    const std::string text = settings.value(key, "");
+    Vector3d result;
+    std::size_t begin = 0;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const std::size_t end = axis < 2 ? text.find(' ', begin) : text.size();
+        const auto number = end == std::string::npos || end < begin
+                                ? std::nullopt
+                                : numberIn<double>(std::string_view(text).substr(begin, end - begin));
+        if (!number || !std::isfinite(*number)) {
+            throw MarkerBodyError(place + ": " + key + " '" + printable(text) +
+                                  "' is not three numbers");
+        }
+        result[axis] = *number;
+        begin = end + 1;
+    }
+    return result;
+}
+
+BodyMarker markerOf(const Settings& settings, const std::string& name, const HumanBody& body) {
+    const std::string place = "marker " + printable(name);
+    BodyMarker marker;
+    marker.name = name;
+    marker.segment = settings.value("Segment", "");
+    if (body.jointOf(marker.segment) < 0) {
+        throw MarkerBodyError(place + ": Segment '" + printable(marker.segment) +
+                              "' is no segment of a body");
+    }
+    marker.turnsWithHand = settings.value("TurnsWithHand", "") == "yes";
+    marker.offset = vectorOf(settings, "Offset", place);
+    marker.uncertainty = numberOf(settings, "Uncertainty", place);
+    marker.spread = numberOf(settings, "Spread", place);
+    marker.weight = numberOf(settings, "Weight", place);
+    if (!(marker.spread > 0 && marker.weight >= 0)) {
+        throw MarkerBodyError(place + ": Spread has to be above 0, Weight not below");
+    }
+    return marker;
+}
+
+/// Stores a dimension that the actor's own setter may pass over because it changes so little.
+void setDimension(Actor& actor, const std::string& name, double metres) {
+    actor.setBodyDimension(name, static_cast<float>(metres));
+    if (std::abs(static_cast<double>(actor.bodyDimension(name, 0)) - metres) > 5e-7) {
+        std::array<char, 40> text = {};
+        const auto result = std::to_chars(text.data(), text.data() + text.size(), metres,
+                                          std::chars_format::fixed, 6);
+        actor.setValue("MocapActor.BodyDimension." + name, std::string(text.data(), result.ptr));
+    }
+}
+
+/// The group in an actor's settings.
+constexpr const char* group = "MarkerBody";
 
 } // namespace
 
@@ -34,6 +116,75 @@ MarkerBody MarkerBody::generic(const MarkerSet& set, double height) {
         marker.offset = place.along * tip + height / heightOfPlaces * place.offset;
         marker.weight = place.weight;
         result.markers.push_back(marker);
+    }
+    return result;
+}
+
+void MarkerBody::writeTo(Actor& actor) const {
+    setDimension(actor, "Height", body.height());
+    for (const HumanLength& length : body.lengths()) {
+        setDimension(actor, length.name, length.metres);
+    }
+    actor.remove(group);
+    const std::string root = std::string(group) + ".";
+    actor.setValue(root + "Unit", "m");
+    for (const LengthUncertainty& uncertainty : uncertainties) {
+        actor.setValue(root + "Uncertainties." + uncertainty.length, textOf(uncertainty.metres));
+    }
+    for (const UsualTurn& usual : usualTurns) {
+        actor.setValue(root + "UsualTurns." + usual.joint, textOf(usual.turn));
+    }
+    for (const BodyMarker& marker : markers) {
+        const std::string path = root + "Markers." + xmlName(marker.name) + ".";
+        actor.setValue(path + "Segment", marker.segment);
+        if (marker.turnsWithHand) {
+            actor.setValue(path + "TurnsWithHand", "yes");
+        }
+        actor.setValue(path + "Offset", textOf(marker.offset));
+        actor.setValue(path + "Uncertainty", textOf(marker.uncertainty));
+        actor.setValue(path + "Spread", textOf(marker.spread));
+        actor.setValue(path + "Weight", textOf(marker.weight));
+    }
+}
+
+MarkerBody MarkerBody::of(const Actor& actor) {
+    const auto settings = actor.subSettings(group);
+    const auto dimensions = actor.subSettings("MocapActor.BodyDimension");
+    if (settings == nullptr || dimensions == nullptr) {
+        throw MarkerBodyError("the actor was not calibrated with markers");
+    }
+    MarkerBody result;
+    try {
+        result.body = HumanBody(numberOf(*dimensions, "Height", "the actor's dimensions"));
+    } catch (const std::invalid_argument& error) {
+        throw MarkerBodyError(error.what());
+    }
+    const std::vector<HumanLength> lengths = result.body.lengths();
+    for (const HumanLength& length : lengths) {
+        result.body.setLength(length.name,
+                              numberOf(*dimensions, length.name, "the actor's dimensions"));
+    }
+    if (const auto uncertainties = settings->subSettings("Uncertainties")) {
+        for (const HumanLength& length : lengths) {
+            if (uncertainties->subSettings(length.name) != nullptr) {
+                result.uncertainties.push_back(
+                    {length.name, numberOf(*uncertainties, length.name, "uncertainties")});
+            }
+        }
+    }
+    if (const auto usualTurns = settings->subSettings("UsualTurns")) {
+        for (const auto& [joint, text] : usualTurns->values()) {
+            result.usualTurns.push_back({joint, vectorOf(*usualTurns, joint, "usual turns")});
+        }
+    }
+    const auto markers = settings->subSettings("Markers");
+    if (markers != nullptr) {
+        for (const auto& [name, text] : markers->values()) {
+            result.markers.push_back(markerOf(*markers->subSettings(name), name, result.body));
+        }
+    }
+    if (result.markers.empty()) {
+        throw MarkerBodyError("the actor has no markers");
     }
     return result;
 }

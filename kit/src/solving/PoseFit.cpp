@@ -3,8 +3,6 @@
 
 #include "solving/PoseFit.h"
 
-#include "solving/RotationFit.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -125,14 +123,14 @@ bool PoseFit::lay(Stance& stance, const Sightings& sightings,
     }
     from = 1 / count * from;
     to = 1 / count * to;
-    RotationFit fit;
+    rotationFit_.clear();
     for (const std::size_t m : group) {
         if (sightings[m].weight > 0) {
-            fit.add(1, problem_.places()[m] - from, sightings[m].position - to);
+            rotationFit_.add(1, problem_.places()[m] - from, sightings[m].position - to);
         }
     }
-    fit.addUsual(1e-6, Quaterniond());
-    const Quaterniond rotation = fit.rotation();
+    rotationFit_.addUsual(1e-6, Quaterniond());
+    const Quaterniond rotation = rotationFit_.rotation();
     stance.turns[0] = normalized(rotation * stance.turns[0]);
     stance.position = to - rotation * from;
     return count >= 3;
@@ -144,11 +142,11 @@ void PoseFit::alignLimbs(Stance& stance, const Sightings& sightings) {
         problem_.evaluate(stance, sightings);
         const Vector3d origin = problem_.origins()[j];
         const Block& axes = problem_.axes()[j];
-        RotationFit fit;
+        rotationFit_.clear();
         bool any = false;
         for (std::size_t m = 0; m < body_.markers.size(); ++m) {
             if (sightings[m].weight > 0 && body_.markers[m].joint == j) {
-                fit.add(1, transposedTimes(axes, problem_.places()[m] - origin),
+                rotationFit_.add(1, transposedTimes(axes, problem_.places()[m] - origin),
                         sightings[m].position - origin);
                 any = true;
             }
@@ -162,8 +160,8 @@ void PoseFit::alignLimbs(Stance& stance, const Sightings& sightings) {
             world = stance.turns[up] * world;
             above = stance.turns[up] * above;
         }
-        fit.addUsual(1e-3, world);
-        stance.turns[j] = normalized(inverse(above) * fit.rotation());
+        rotationFit_.addUsual(1e-3, world);
+        stance.turns[j] = normalized(inverse(above) * rotationFit_.rotation());
     }
 }
 

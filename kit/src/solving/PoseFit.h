@@ -5,6 +5,7 @@
 
 #include "solving/Articulation.h"
 #include "solving/PoseProblem.h"
+#include "solving/RotationFit.h"
 
 #include <cstddef>
 #include <vector>
@@ -55,6 +56,7 @@ private:
     const Articulation& body_;
     PoseProblem problem_;
     std::vector<std::vector<std::size_t>> groups_; ///< of markers, to lay the body onto
+    RotationFit rotationFit_;
     Stance trial_, candidate_;
 };
 

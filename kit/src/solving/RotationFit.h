@@ -3,22 +3,27 @@
 
 #pragma once
 
-#include "solving/Spatial.h"
+#include <tarn_kit/body/Rotations.h>
+
+#include <cstddef>
+#include <vector>
 
 namespace tarn::kit {
 
-/// The rotation that takes vectors to others with the least sum of squared, weighted misses (Horn,
-/// "Closed-form solution of absolute orientation using unit quaternions", 1987).
+/// The turn about a fixed point that brings vectors from there nearest to others. Memory is kept
+/// from one fit to the next.
 class RotationFit {
 public:
+    void clear();
     void add(double weight, const Vector3d& from, const Vector3d& to);
     /// Pulls towards `rotation`, as three unit vectors of that weight do.
     void addUsual(double weight, const Quaterniond& rotation);
-    /// The identity if nothing was added.
+    /// Precondition: something was added.
     Quaterniond rotation() const;
 
 private:
-    Block sum_; ///< of from * transposed(to)
+    std::vector<Vector3d> from_, to_;
+    std::vector<double> weights_;
 };
 
 } // namespace tarn::kit

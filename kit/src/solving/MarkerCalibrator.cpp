@@ -1,0 +1,359 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <tarn_kit/solving/MarkerCalibrator.h>
+
+#include "solving/BodyCalibration.h"
+
+#include <tarn/Character.h>
+#include <tarn_kit/body/Markers.h>
+#include <tarn_kit/files/Text.h>
+#include <tarn_kit/session/TakeOf.h>
+#include <tarn_kit/solving/MarkerSolver.h>
+
+#include <algorithm>
+#include <any>
+#include <cmath>
+#include <utility>
+
+namespace tarn::kit {
+
+namespace {
+
+constexpr double weakLength = 0.015; ///< uncertainties above this are weak spots, in metres
+constexpr double weakMarker = 0.020;
+
+MarkerSolver* solverOf(SolverCalibrator& calibrator) {
+    return dynamic_cast<MarkerSolver*>(calibrator.solver());
+}
+
+Actor* actorOf(const Calibrator& calibrator) {
+    const auto isCharacter = [](Object* object) {
+        return dynamic_cast<Character*>(object) != nullptr;
+    };
+    const auto* const character = dynamic_cast<Character*>(calibrator.findParent(isCharacter));
+    return character == nullptr ? nullptr : character->actor();
+}
+
+bool isSeen(const Marker& marker) {
+    return marker.hasPosition() &&
+           std::isfinite(marker.position.x + marker.position.y + marker.position.z);
+}
+
+/// The movement that shows how long a segment is or where its markers sit.
+std::string adviceFor(const std::string& name) {
+    const std::pair<const char*, const char*> advice[] = {
+        {"UpLeg", "lift the knee and swing the leg to all sides, then bend the knee"},
+        {"Leg", "bend the knee and circle the foot"},
+        {"Foot", "circle the foot"},
+        {"ForeArm", "bend the elbow, turn the palm up and down, and circle the hand"},
+        {"Arm", "circle the arm, and bend the elbow in several positions"},
+        {"Shoulder", "shrug, and push the shoulder to the front and to the back"},
+        {"Hand", "circle the hand"},
+        {"Spine", "bend and twist the back"},
+        {"Hips", "bend and twist the back, and swing the legs"},
+        {"Neck", "nod and turn the head"},
+        {"Head", "nod and turn the head"},
+    };
+    for (const auto& [part, movement] : advice) {
+        if (name.find(part) != std::string::npos) {
+            return movement;
+        }
+    }
+    return "";
+}
+
+std::string inMillimetres(double metres) {
+    return std::to_string(static_cast<int>(std::lround(1000 * metres))) + " mm";
+}
+
+std::string listOf(const std::vector<std::string>& names) {
+    std::string list;
+    for (const std::string& name : names) {
+        list += (list.empty() ? "" : ", ") + printable(name);
+    }
+    return list;
+}
+
+/// The frames that were collected, as the markers of a set that are there.
+struct Material {
+    MarkerSet set;
+    std::vector<Sightings> frames;
+    std::vector<int> timesSeen;
+    std::vector<std::string> missing;
+};
+
+Material materialOf(const MarkerSet& set, const MarkerSource& source,
+                    const std::vector<std::shared_ptr<Frame>>& frames) {
+    Material material;
+    material.set = set;
+    material.set.markers.clear();
+    std::vector<std::size_t> columns;
+    for (const MarkerPlace& marker : set.markers) {
+        const auto name = std::find(source.names.begin(), source.names.end(), marker.name);
+        const auto column = static_cast<std::size_t>(name - source.names.begin());
+        const auto seen = std::count_if(frames.begin(), frames.end(), [&](const auto& frame) {
+            return column < source.names.size() &&
+                   isSeen(std::any_cast<const MarkerFrame&>(frame->data())[column]);
+        });
+        if (seen > 0) {
+            material.set.markers.push_back(marker);
+            material.timesSeen.push_back(static_cast<int>(seen));
+            columns.push_back(column);
+        } else {
+            material.missing.push_back(marker.name);
+        }
+    }
+    for (const std::shared_ptr<Frame>& frame : frames) {
+        const auto& markers = std::any_cast<const MarkerFrame&>(frame->data());
+        Sightings sightings(columns.size());
+        for (std::size_t m = 0; m < columns.size(); ++m) {
+            if (isSeen(markers[columns[m]])) {
+                sightings[m].position =
+                    source.metresPerUnit * toDouble(markers[columns[m]].position);
+                sightings[m].weight = material.set.markers[m].weight;
+            }
+        }
+        material.frames.push_back(std::move(sightings));
+    }
+    return material;
+}
+
+/// Why no body can be fitted to frames; empty if one can.
+std::string problemOf(const MarkerSet& set, const Material& material) {
+    if (material.frames.empty()) {
+        return "there are no frames of markers to calibrate from";
+    }
+    const std::size_t found = material.set.markers.size();
+    if (found < 6 || 2 * found < set.markers.size()) {
+        return "the frames have " + std::to_string(found) + " of the " +
+               std::to_string(set.markers.size()) + " markers of the set" +
+               (set.name.empty() ? "" : " " + printable(set.name)) +
+               "; missing: " + listOf(material.missing);
+    }
+    double widest = 0;
+    std::size_t usable = 0;
+    for (const Sightings& frame : material.frames) {
+        const Sighting* first = nullptr;
+        std::size_t seen = 0;
+        for (const Sighting& sighting : frame) {
+            if (sighting.weight > 0) {
+                first = first == nullptr ? &sighting : first;
+                widest = std::max(widest, lengthOf(sighting.position - first->position));
+                ++seen;
+            }
+        }
+        usable += 2 * seen >= found ? 1 : 0;
+    }
+    if (usable < 10) {
+        return "at least half of the markers are seen in " + std::to_string(usable) +
+               " of the frames; it takes 10";
+    }
+    if (!(widest > 0.2 && widest < 5)) {
+        return "the markers of a frame are at most " + inMillimetres(widest) +
+               " apart, which is no body: is the unit of length right?";
+    }
+    return "";
+}
+
+std::vector<WeakSpot> weakSpotsOf(const CalibratedBody& found, const Material& material) {
+    std::vector<WeakSpot> spots;
+    for (const LengthUncertainty& length : found.body.uncertainties) {
+        if (length.metres > weakLength) {
+            spots.push_back({length.length, "known to " + inMillimetres(length.metres) + " only",
+                             adviceFor(length.length)});
+        }
+    }
+    for (std::size_t m = 0; m < found.body.markers.size(); ++m) {
+        const BodyMarker& marker = found.body.markers[m];
+        const auto frames = static_cast<int>(material.frames.size());
+        if (2 * material.timesSeen[m] < frames) {
+            spots.push_back({marker.name,
+                             "seen in " + std::to_string(material.timesSeen[m]) + " of " +
+                                 std::to_string(frames) + " frames",
+                             ""});
+        } else if (marker.uncertainty > weakMarker) {
+            spots.push_back({marker.name,
+                             "its place is known to " + inMillimetres(marker.uncertainty) + " only",
+                             adviceFor(marker.segment)});
+        }
+    }
+    return spots;
+}
+
+} // namespace
+
+struct MarkerCalibrator::PrivateData {
+    explicit PrivateData(MarkerSet theSet) : set(std::move(theSet)) {
+        report.error = "nothing was calibrated";
+    }
+
+    void forget() {
+        frames.clear();
+        stride = 1;
+        passed = 0;
+    }
+    /// Keeps every `stride`-th frame.
+    void collect(const std::shared_ptr<Frame>& frame);
+    /// Fits a body; false if that was cancelled.
+    bool fit(const MarkerSolver& solver, const CalibrationProgress& progress);
+
+    const MarkerSet set;
+    std::vector<std::shared_ptr<Frame>> frames;
+    int stride = 1;
+    int passed = 0;
+    bool isFitting = false;
+    bool isCancelled = false;
+    CalibrationReport report;
+};
+
+void MarkerCalibrator::PrivateData::collect(const std::shared_ptr<Frame>& frame) {
+    if (passed++ % stride != 0) {
+        return;
+    }
+    frames.push_back(frame);
+    if (frames.size() > static_cast<std::size_t>(mostFrames)) {
+        for (std::size_t i = 0; 2 * i < frames.size(); ++i) {
+            frames[i] = frames[2 * i];
+        }
+        frames.resize((frames.size() + 1) / 2);
+        stride *= 2;
+    }
+}
+
+bool MarkerCalibrator::PrivateData::fit(const MarkerSolver& solver,
+                                        const CalibrationProgress& progress) {
+    CalibrationReport made;
+    made.frames = static_cast<int>(frames.size());
+    const Material material = materialOf(set, solver.source(), frames);
+    made.missingMarkers = material.missing;
+    made.error = problemOf(set, material);
+    if (made.isGood()) {
+        CalibratedBody found = calibrateBody(material.set, material.frames, progress);
+        if (!found.isComplete) {
+            return false;
+        }
+        made.weakSpots = weakSpotsOf(found, material);
+        made.markerErrors = std::move(found.markerErrors);
+        made.markerRms = found.error;
+        made.body = std::move(found.body);
+    }
+    report = std::move(made);
+    return true;
+}
+
+MarkerCalibrator::MarkerCalibrator(const std::string& id, MarkerSet set)
+    : d_(std::make_unique<PrivateData>(std::move(set))) {
+    setId(id);
+    setCalibratorType("markers");
+    setSolverType("markers");
+}
+
+MarkerCalibrator::~MarkerCalibrator() = default;
+
+const MarkerSet& MarkerCalibrator::set() const { return d_->set; }
+
+int MarkerCalibrator::collectedFrames() const { return static_cast<int>(d_->frames.size()); }
+
+const CalibrationReport& MarkerCalibrator::report() const { return d_->report; }
+
+bool MarkerCalibrator::doCheckAvaialbe() { return solverOf(*this) != nullptr; }
+
+bool MarkerCalibrator::doCalibrate() {
+    if (isCalibrating()) {
+        return true;
+    }
+    if (!isAvailable()) {
+        return false;
+    }
+    d_->forget();
+    onBegin().emit();
+    onProgress().emit(0);
+    return true;
+}
+
+void MarkerCalibrator::doCancelCalibrate() {
+    if (d_->isFitting) {
+        d_->isCancelled = true; // the fit ends at its next step
+        return;
+    }
+    if (isCalibrating()) {
+        d_->forget();
+        onEnd().emit();
+    }
+}
+
+void MarkerCalibrator::doFinishCalibrate() {
+    MarkerSolver* const bound = solverOf(*this);
+    if (bound != nullptr && !d_->isFitting && (isCalibrating() || !d_->frames.empty())) {
+        d_->isFitting = true;
+        d_->isCancelled = false;
+        const bool isDone = d_->fit(*bound, [this](double part) {
+            onProgress().emit(static_cast<float>(0.5 + 0.5 * std::min(1.0, part)));
+            return !d_->isCancelled;
+        });
+        d_->isFitting = false;
+        if (!isDone) {
+            d_->forget();
+        } else if (d_->report.isGood()) {
+            bound->setBody(d_->report.body);
+            if (Actor* const actor = actorOf(*this)) {
+                d_->report.body.writeTo(*actor);
+            }
+            onProgress().emit(1);
+        }
+    }
+    if (isCalibrating()) {
+        onEnd().emit();
+    }
+}
+
+void MarkerCalibrator::doFlushFrame(std::shared_ptr<Timeline> timeline) {
+    const MarkerSolver* const bound = solverOf(*this);
+    if (timeline == nullptr || bound == nullptr) {
+        return;
+    }
+    const auto entry = timeline->frames().find(markerDataType);
+    if (entry == timeline->frames().end() || entry->second == nullptr) {
+        return;
+    }
+    const auto* const markers = std::any_cast<MarkerFrame>(&entry->second->data());
+    const bool isNew = d_->frames.empty() || d_->frames.back() != entry->second;
+    if (markers != nullptr && markers->size() == bound->source().names.size() && isNew) {
+        d_->collect(entry->second);
+        const double hundreds = static_cast<double>(d_->passed) / 100;
+        onProgress().emit(static_cast<float>(0.5 * (1 - std::exp2(-hundreds))));
+    }
+}
+
+std::shared_ptr<Tracks> MarkerCalibrator::doGetCalibrationData() {
+    if (d_->frames.empty()) {
+        return nullptr;
+    }
+    const auto rate = static_cast<int>(d_->frames.front()->time().fps());
+    return takeOf(markerDataType, d_->frames, rate);
+}
+
+void MarkerCalibrator::doSetCalibrationData(std::shared_ptr<Tracks> data) {
+    d_->forget();
+    const MarkerSolver* const bound = solverOf(*this);
+    const auto track = data == nullptr ? nullptr : data->findTrack(markerDataType);
+    for (int i = 0; track != nullptr && bound != nullptr && i < track->frameCount(); ++i) {
+        const auto frame = track->getFrame(i);
+        const auto* const markers =
+            frame == nullptr ? nullptr : std::any_cast<MarkerFrame>(&frame->data());
+        if (markers != nullptr && markers->size() == bound->source().names.size()) {
+            d_->collect(frame);
+        }
+    }
+}
+
+void MarkerCalibrator::doTruncCalibrationData() { d_->forget(); }
+
+void MarkerCalibrator::doGlobalStart() { start(); }
+
+void MarkerCalibrator::doGlobalCancel() { cancel(); }
+
+void MarkerCalibrator::doGlobalFinish() { finish(); }
+
+} // namespace tarn::kit
