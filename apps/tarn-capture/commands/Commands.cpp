@@ -16,6 +16,9 @@ void addCommands(CommandLine& line) {
     addActor(line);
     addCompletion(line);
     addManual(line);
+    addMarkers(line);
+    addCalibrate(line);
+    addSolve(line);
 }
 
 } // namespace tarn::capture

@@ -21,8 +21,13 @@ void addCompletion(CommandLine& line);
 void addExport(CommandLine& line);
 void addInfo(CommandLine& line);
 void addManual(CommandLine& line);
+void addCalibrate(CommandLine& line);
+void addExport(CommandLine& line);
+void addInfo(CommandLine& line);
+void addMarkers(CommandLine& line);
 void addPlay(CommandLine& line);
 void addRun(CommandLine& line);
+void addSolve(CommandLine& line);
 void addStream(CommandLine& line);
 
 } // namespace tarn::capture

@@ -114,6 +114,15 @@ void addFrames(CLI::App& command, std::optional<FrameChoice>& frames) {
         ->type_name("A..B");
 }
 
+void addFileFrames(CLI::App& command, std::optional<FrameChoice>& frames) {
+    command
+        .add_option_function<std::string>(
+            "--frames", [&frames](const std::string& text) { frames = parseFrames(text); },
+            "First and last frame, both included, as the file numbers them; A.. for all from A on, "
+            "N for the first N; if not given, all frames")
+        ->type_name("A..B");
+}
+
 void addRate(CLI::App& command, std::optional<kit::Rate>& rate, const std::string& meaning) {
     command
         .add_option_function<std::string>(

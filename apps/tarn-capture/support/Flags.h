@@ -37,6 +37,8 @@ void addUnit(CLI::App& command, std::optional<kit::LengthUnit>& unit, const std:
 void addNames(CLI::App& command, std::optional<std::string>& document);
 /// --frames A..B, A.. or N
 void addFrames(CLI::App& command, std::optional<FrameChoice>& frames);
+/// The same, by the numbers that a file gives its frames.
+void addFileFrames(CLI::App& command, std::optional<FrameChoice>& frames);
 /// --rate R: frames per second of what comes out.
 void addRate(CLI::App& command, std::optional<kit::Rate>& rate, const std::string& meaning);
 /// --speed F: how much faster than the take itself time goes by; 0 for as fast as it can. And

@@ -12,7 +12,9 @@
 #include <tarn_kit/body/BodyNames.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/ForwardKinematics.h>
+#include <tarn_kit/body/HumanBody.h>
 #include <tarn_kit/body/LengthUnit.h>
+#include <tarn_kit/body/MarkerSet.h>
 #include <tarn_kit/body/Markers.h>
 #include <tarn_kit/body/Payload.h>
 #include <tarn_kit/body/Rig.h>
@@ -50,3 +52,7 @@
 #include <tarn_kit/session/TakeOf.h>
 #include <tarn_kit/session/Tap.h>
 #include <tarn_kit/session/Timecode.h>
+#include <tarn_kit/solving/MarkerBody.h>
+#include <tarn_kit/solving/MarkerCalibrator.h>
+#include <tarn_kit/solving/MarkerFit.h>
+#include <tarn_kit/solving/MarkerSolver.h>

@@ -109,7 +109,10 @@ std::string onTheRight(const std::string& left) { return "Right" + left.substr(4
 std::vector<HumanLength> lengthsFor(double height) {
     constexpr double widthShare = 0.100; // between the hip joints
     std::vector<HumanLength> lengths = {
-        {"HipsWidth", widthShare * height, 0.010 * height, "",
+        {"HipsWidth",
+         widthShare * height,
+         0.010 * height,
+         "",
          {{"LeftUpLeg", {0.5, 0, 0}}, {"RightUpLeg", {-0.5, 0, 0}}}}};
     for (const Proportion& p : centralProportions()) {
         lengths.push_back(
@@ -121,8 +124,11 @@ std::vector<HumanLength> lengthsFor(double height) {
         direction.x = -direction.x;
         lengths.push_back(
             {p.name, p.share * height, p.spread * height, right, {{p.joint, p.direction}}});
-        lengths.push_back(
-            {right, p.share * height, p.spread * height, p.name, {{onTheRight(p.joint), direction}}});
+        lengths.push_back({right,
+                           p.share * height,
+                           p.spread * height,
+                           p.name,
+                           {{onTheRight(p.joint), direction}}});
     }
     return lengths;
 }
@@ -167,7 +173,8 @@ void HumanBody::place() {
     }
     // A segment ends where the next one of its chain begins.
     for (const HumanJoint& joint : joints_) {
-        const bool branches = joint.parent < 0 || joints_[static_cast<std::size_t>(joint.parent)].parent < 0 ||
+        const bool branches = joint.parent < 0 ||
+                              joints_[static_cast<std::size_t>(joint.parent)].parent < 0 ||
                               joint.name.find("Shoulder") != std::string::npos;
         if (!branches) {
             joints_[static_cast<std::size_t>(joint.parent)].tip = joint.offset;

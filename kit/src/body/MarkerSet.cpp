@@ -26,8 +26,12 @@ struct Side {
     double sign;
 };
 
-constexpr std::array<Side, 6> sides = {
-    {{"Left", 0, 1}, {"Right", 0, -1}, {"Up", 1, 1}, {"Down", 1, -1}, {"Front", 2, 1}, {"Back", 2, -1}}};
+constexpr std::array<Side, 6> sides = {{{"Left", 0, 1},
+                                        {"Right", 0, -1},
+                                        {"Up", 1, 1},
+                                        {"Down", 1, -1},
+                                        {"Front", 2, 1},
+                                        {"Back", 2, -1}}};
 
 std::string textOf(double number) {
     std::array<char, 32> text = {};

@@ -15,11 +15,11 @@ namespace tarn::kit {
 
 namespace {
 
-constexpr std::size_t firstFrames = 60;   ///< that a body is fitted to at first, evenly spaced
-constexpr std::size_t finalFrames = 120;  ///< that differ most
-constexpr std::size_t mostSolved = 600;   ///< among which these are chosen
-constexpr double offsetSpread = 0.025;  ///< how far markers are from where the set says
-constexpr double leastSpread = 0.006;   ///< of a marker from its place on a body
+constexpr std::size_t firstFrames = 60;  ///< that a body is fitted to at first, evenly spaced
+constexpr std::size_t finalFrames = 120; ///< that differ most
+constexpr std::size_t mostSolved = 600;  ///< among which these are chosen
+constexpr double offsetSpread = 0.025;   ///< how far markers are from where the set says
+constexpr double leastSpread = 0.006;    ///< of a marker from its place on a body
 
 double median(std::vector<double> values) {
     if (values.empty()) {
@@ -66,8 +66,8 @@ public:
                 const CalibrationProgress& progress)
         : all_(frames), progress_(progress),
           result_{MarkerBody::generic(set, guessedHeight(set, frames)), {}, 0, 0, false},
-          assembly_(result_.body), expectation_(expectationOf(result_.body, assembly_.articulation)) {
-    }
+          assembly_(result_.body),
+          expectation_(expectationOf(result_.body, assembly_.articulation)) {}
 
     CalibratedBody run() {
         result_.isComplete = fitFirst() && fitFinal();
@@ -222,8 +222,7 @@ private:
         while (chosen.size() < std::min(finalFrames, frames.size())) {
             chosen.push_back(frames[next]);
             for (std::size_t i = 0; i < frames.size(); ++i) {
-                nearest[i] =
-                    std::min(nearest[i], distance(frames[i].stance, frames[next].stance));
+                nearest[i] = std::min(nearest[i], distance(frames[i].stance, frames[next].stance));
             }
             next = static_cast<std::size_t>(std::max_element(nearest.begin(), nearest.end()) -
                                             nearest.begin());
@@ -238,8 +237,7 @@ private:
         }
         found.uncertainties.clear();
         for (std::size_t l = 0; l < lengthUncertainties_.size(); ++l) {
-            found.uncertainties.push_back(
-                {found.body.lengths()[l].name, lengthUncertainties_[l]});
+            found.uncertainties.push_back({found.body.lengths()[l].name, lengthUncertainties_[l]});
         }
         for (std::size_t m = 0; m < found.markers.size(); ++m) {
             found.markers[m].offset = body().markers[m].offset;

@@ -48,9 +48,8 @@ BodyFit::BodyFit(Articulation& body, BodyExpectation expectation)
     markerColumns_[0] = {0, lengthBegin_};
     for (std::size_t j = 0; j < body.joints.size(); ++j) {
         const auto before = [&](std::size_t bound) {
-            return static_cast<std::size_t>(
-                std::count_if(markers.begin(), markers.end(),
-                              [&](std::size_t m) { return orderOf(m) < bound; }));
+            return static_cast<std::size_t>(std::count_if(
+                markers.begin(), markers.end(), [&](std::size_t m) { return orderOf(m) < bound; }));
         };
         markerColumns_[j + 1] = {3 * before(order_[j]), 3 * before(ends_[j])};
     }
@@ -109,8 +108,7 @@ void BodyFit::setColumns() {
     }
     for (std::size_t u = 0; u < body_.uses.size(); ++u) {
         const LengthUse& use = body_.uses[u];
-        const Vector3d direction =
-            problem_.axes()[body_.joints[use.joint].parent] * use.direction;
+        const Vector3d direction = problem_.axes()[body_.joints[use.joint].parent] * use.direction;
         directions_[u] = direction;
         const auto add = [&](std::size_t node, const Vector3d& pull) {
             for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -184,8 +182,8 @@ void BodyFit::eliminate() {
                 double* const target = columnRow(above[depth], axis);
                 for (const auto& [begin, end] : ranges) {
                     for (std::size_t c = begin; c < end; ++c) {
-                        target[c] -=
-                            lower(0, axis) * y[0][c] + lower(1, axis) * y[1][c] + lower(2, axis) * y[2][c];
+                        target[c] -= lower(0, axis) * y[0][c] + lower(1, axis) * y[1][c] +
+                                     lower(2, axis) * y[2][c];
                     }
                 }
             }
@@ -248,8 +246,7 @@ void BodyFit::addExpectation() {
         if (twin != none && twin > l) {
             // Cauchy's weight: twins that differ much are let go.
             const double difference = body_.lengths[l] - body_.lengths[twin];
-            const double pull =
-                1 / (square(expectation_.twinSpread) + square(difference));
+            const double pull = 1 / (square(expectation_.twinSpread) + square(difference));
             matrix_(row, row) += pull;
             matrix_(lengthBegin_ + twin, lengthBegin_ + twin) += pull;
             matrix_(row, lengthBegin_ + twin) -= pull;
@@ -341,8 +338,8 @@ bool BodyFit::run(std::vector<FitFrame>& frames, int steps, const std::function<
 std::vector<double> BodyFit::offsetUncertainties() const {
     std::vector<double> result;
     for (const std::size_t column : columnOf_) {
-        result.push_back(std::sqrt(std::max(
-            {variances_[column], variances_[column + 1], variances_[column + 2]})));
+        result.push_back(std::sqrt(
+            std::max({variances_[column], variances_[column + 1], variances_[column + 2]})));
     }
     return result;
 }

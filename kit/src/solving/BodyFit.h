@@ -76,11 +76,12 @@ private:
     PoseProblem problem_;
     std::size_t lengthBegin_; ///< where the columns of lengths begin, after those of markers
     std::size_t count_;       ///< of all columns
-    std::vector<std::size_t> order_, ends_;  ///< of joints: depth first, and where what is below ends
-    std::vector<std::size_t> columnOf_;      ///< of markers
-    std::vector<Column> markerColumns_;      ///< of nodes: those of the markers below
-    std::vector<double> columns_;            ///< three rows per node
-    std::vector<Vector3d> directions_;       ///< of length uses, in world axes
+    std::vector<std::size_t> order_,
+        ends_;                          ///< of joints: depth first, and where what is below ends
+    std::vector<std::size_t> columnOf_; ///< of markers
+    std::vector<Column> markerColumns_; ///< of nodes: those of the markers below
+    std::vector<double> columns_;       ///< three rows per node
+    std::vector<Vector3d> directions_;  ///< of length uses, in world axes
     DenseMatrix matrix_;
     std::vector<double> rhs_;
     std::vector<Vector3d> gradient_;

@@ -48,9 +48,10 @@ Vector3d vectorOf(const Settings& settings, const std::string& key, const std::s
     std::size_t begin = 0;
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const std::size_t end = axis < 2 ? text.find(' ', begin) : text.size();
-        const auto number = end == std::string::npos || end < begin
-                                ? std::nullopt
-                                : numberIn<double>(std::string_view(text).substr(begin, end - begin));
+        const auto number =
+            end == std::string::npos || end < begin
+                ? std::nullopt
+                : numberIn<double>(std::string_view(text).substr(begin, end - begin));
         if (!number || !std::isfinite(*number)) {
             throw MarkerBodyError(place + ": " + key + " '" + printable(text) +
                                   "' is not three numbers");

@@ -53,7 +53,7 @@ struct SolvedBody {
     SolvedBody(MarkerBody theBody, const MarkerSource& source)
         : body(std::move(theBody)), columns(columnsOf(body, source)), assembly(body),
           tracker(assembly.articulation), sightings(body.markers.size()),
-          isLeftOut(body.markers.size()), rig(body.body.rig()) {
+          measured(body.markers.size()), isLeftOut(body.markers.size()), rig(body.body.rig()) {
         if (!rig->skeletons().empty()) {
             skeleton.emplace(rig->skeletons().front()->skeletonName());
             skeleton->setBone(rig->skeletons().front()->rootBone());
@@ -64,7 +64,8 @@ struct SolvedBody {
     std::vector<int> columns; ///< of each marker in the source's frames, or -1
     BodyAssembly assembly;
     MarkerTracker tracker;
-    Sightings sightings;
+    Sightings sightings; ///< of the frame, to be solved ...
+    Sightings measured;  ///< ... and with the markers that are left out
     std::vector<bool> isLeftOut;
     std::shared_ptr<const Rig> rig;
     std::optional<Skeleton> skeleton; ///< one of its own, over the rig's bones
@@ -89,16 +90,17 @@ struct MarkerSolver::PrivateData {
 
 void MarkerSolver::PrivateData::read(const MarkerFrame& frame) {
     for (std::size_t m = 0; m < solved->sightings.size(); ++m) {
-        Sighting& sighting = solved->sightings[m];
+        Sighting& sighting = solved->measured[m];
         sighting.weight = 0;
-        if (solved->columns[m] < 0 || solved->isLeftOut[m]) {
-            continue;
+        if (solved->columns[m] >= 0) {
+            const Marker& marker = frame[static_cast<std::size_t>(solved->columns[m])];
+            const Vector3d position = source.metresPerUnit * toDouble(marker.position);
+            if (marker.hasPosition() && std::isfinite(position.x + position.y + position.z)) {
+                sighting = {position, 1};
+            }
         }
-        const Marker& marker = frame[static_cast<std::size_t>(solved->columns[m])];
-        const Vector3d position = source.metresPerUnit * toDouble(marker.position);
-        if (marker.hasPosition() && std::isfinite(position.x + position.y + position.z)) {
-            sighting = {position, solved->body.markers[m].weight};
-        }
+        solved->sightings[m] = sighting;
+        solved->sightings[m].weight *= solved->isLeftOut[m] ? 0 : solved->body.markers[m].weight;
     }
 }
 
@@ -123,16 +125,14 @@ BodyPose MarkerSolver::PrivateData::pose() const {
     std::vector<Quaterniond> world(stance.turns.size());
     for (std::size_t j = 0; j < world.size(); ++j) {
         const std::size_t parent = solved->assembly.articulation.joints[j].parent;
-        world[j] =
-            parent == none ? stance.turns[j] : normalized(world[parent] * stance.turns[j]);
+        world[j] = parent == none ? stance.turns[j] : normalized(world[parent] * stance.turns[j]);
     }
     std::size_t joint = 0;
     for (const RigNode& node : solved->rig->nodes()) {
         if (node.isEndSite()) {
             const Segment& above = pose.segments.back();
             const Vector3d tip = toDouble(above.rotation) * toDouble(node.offset);
-            pose.segments.push_back(
-                {toSingle(toDouble(above.position) + tip), above.rotation});
+            pose.segments.push_back({toSingle(toDouble(above.position) + tip), above.rotation});
         } else {
             const std::size_t own = solved->assembly.joints[joint++];
             pose.segments.push_back({toSingle(problem.origins()[own]), toSingle(world[own])});
@@ -149,8 +149,10 @@ MarkerFit MarkerSolver::PrivateData::markerFit(const FitOutcome& outcome, double
         const Vector3d place = tracker.fit().problem().places()[m];
         FittedMarker& marker = markers[m];
         marker.position = unitsPerMetre * place;
+        if (solved->measured[m].weight > 0) {
+            marker.residual = unitsPerMetre * lengthOf(solved->measured[m].position - place);
+        }
         if (solved->sightings[m].weight > 0) {
-            marker.residual = unitsPerMetre * lengthOf(solved->sightings[m].position - place);
             marker.verdict =
                 tracker.isDoubted(m) ? MarkerVerdict::Doubted : MarkerVerdict::Believed;
         } else if (solved->isLeftOut[m]) {
@@ -179,8 +181,8 @@ bool MarkerSolver::PrivateData::solve(MarkerSolver& owner, const Frame& frame) {
     const FitOutcome outcome = solved->tracker.track(solved->sightings);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
     owner.addOutput(std::make_shared<Frame>(frame.time(), bodyDataType, pose()));
-    owner.addOutput(std::make_shared<Frame>(frame.time(), markerFitDataType,
-                                            markerFit(outcome, time.count())));
+    owner.addOutput(
+        std::make_shared<Frame>(frame.time(), markerFitDataType, markerFit(outcome, time.count())));
     return true;
 }
 
@@ -200,9 +202,12 @@ MarkerSolver::MarkerSolver(const std::string& id, MarkerBody body, MarkerSource 
                 }
             });
     };
-    addNumber(Threshold, [this]() -> double& { return d_->fit().threshold; }, 1e-6, 1e9, false);
-    addNumber(Iterations, [this]() -> int& { return d_->fit().iterations; }, 1, 1000, true);
-    addNumber(Damping, [this]() -> double& { return d_->fit().damping; }, 0, 1, false);
+    addNumber(
+        Threshold, [this]() -> double& { return d_->fit().threshold; }, 1e-6, 1e9, false);
+    addNumber(
+        Iterations, [this]() -> int& { return d_->fit().iterations; }, 1, 1000, true);
+    addNumber(
+        Damping, [this]() -> double& { return d_->fit().damping; }, 0, 1, false);
     addFactor(
         Limits, [this] { return std::any(d_->fit().problem().limits ? 1 : 0); },
         [this](const std::any& value) {

@@ -147,7 +147,7 @@ void PoseFit::alignLimbs(Stance& stance, const Sightings& sightings) {
         for (std::size_t m = 0; m < body_.markers.size(); ++m) {
             if (sightings[m].weight > 0 && body_.markers[m].joint == j) {
                 rotationFit_.add(1, transposedTimes(axes, problem_.places()[m] - origin),
-                        sightings[m].position - origin);
+                                 sightings[m].position - origin);
                 any = true;
             }
         }

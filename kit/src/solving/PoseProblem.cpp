@@ -15,8 +15,8 @@ constexpr double limitSpread = 0.05; ///< how far a joint goes beyond a limit, i
 /// The sum of a * transposed(b), weighted, onto `sum`.
 void addOuter(Block& sum, double weight, const Vector3d& a, const Vector3d& b) {
     const Vector3d wa = weight * a;
-    sum += Block{{wa.x * b.x, wa.x * b.y, wa.x * b.z, wa.y * b.x, wa.y * b.y, wa.y * b.z, wa.z * b.x,
-                  wa.z * b.y, wa.z * b.z}};
+    sum += Block{{wa.x * b.x, wa.x * b.y, wa.x * b.z, wa.y * b.x, wa.y * b.y, wa.y * b.z,
+                  wa.z * b.x, wa.z * b.y, wa.z * b.z}};
 }
 
 Vector3d minus(const Vector3d& a, const Vector3d& b) { return a - b; }

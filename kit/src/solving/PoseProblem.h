@@ -99,9 +99,9 @@ private:
     std::vector<Vector3d> origins_, places_, misses_;
     std::vector<double> weights_, trust_;
     std::vector<Load> loads_;
-    std::vector<Block> usualPull_;         ///< what usual turns and limits add, in world axes
+    std::vector<Block> usualPull_; ///< what usual turns and limits add, in world axes
     std::vector<Vector3d> usualGradient_;
-    std::vector<Block> matrix_, lowers_;   ///< blocks with the nodes above
+    std::vector<Block> matrix_, lowers_; ///< blocks with the nodes above
     std::vector<Block> diagonals_, pivots_, inverses_;
     std::vector<Vector3d> gradient_, step_;
 };

@@ -20,9 +20,9 @@ struct BodyMarker {
     std::string segment;
     /// Of a marker on a forearm: whether it turns with the hand rather than with the elbow.
     bool turnsWithHand = false;
-    Vector3d offset;          ///< from the segment's joint, in its axes, in metres
-    double uncertainty = 0;   ///< of the offset along each axis: one standard deviation, in metres
-    double spread = 0.010;    ///< how far it commonly is from its place, along each axis, in metres
+    Vector3d offset;        ///< from the segment's joint, in its axes, in metres
+    double uncertainty = 0; ///< of the offset along each axis: one standard deviation, in metres
+    double spread = 0.010;  ///< how far it commonly is from its place, along each axis, in metres
     double weight = 1;
 };
 

@@ -1,0 +1,100 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/Commands.h"
+
+#include "solving/MarkerTrial.h"
+#include "support/Errors.h"
+
+#include <fmt/format.h>
+#include <tarn_kit/body/MarkerSet.h>
+#include <tarn_kit/files/Text.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarn::capture {
+
+namespace {
+
+struct MarkersOptions {
+    std::string action; ///< "check"
+    std::string set;
+    std::optional<std::string> trial;
+    std::optional<std::string> subject;
+};
+
+void print(const char* what, const std::vector<std::string>& names) {
+    if (!names.empty()) {
+        fmt::print("{}:", what);
+        for (const std::string& name : names) {
+            fmt::print(" {}", kit::printable(name));
+        }
+        fmt::print("\n");
+    }
+}
+
+/// Whether a trial has the markers of a set, and which it has besides.
+bool checkTrial(const kit::MarkerSet& set, const MarkersOptions& options) {
+    std::vector<std::string> wanted, missing, others;
+    for (const kit::MarkerPlace& marker : set.markers) {
+        wanted.push_back(marker.name);
+    }
+    const MarkerTrial trial(*options.trial, options.subject, wanted);
+    const auto isIn = [](const std::vector<std::string>& names, const std::string& name) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
+    for (const std::string& name : wanted) {
+        if (!isIn(trial.names(), name)) {
+            missing.push_back(name);
+        }
+    }
+    for (const std::string& name : trial.names()) {
+        if (!name.empty() && !isIn(wanted, name)) {
+            others.push_back(name);
+        }
+    }
+    fmt::print("{}{}{}: has {} of {} markers\n", kit::printable(trial.file().string()),
+               trial.subject().empty() ? "" : ", ", kit::printable(trial.subject()),
+               wanted.size() - missing.size(), wanted.size());
+    print("missing", missing);
+    print("not in the set", others);
+    return missing.empty();
+}
+
+int markers(const MarkersOptions& options) {
+    const kit::MarkerSet set = kit::MarkerSet::load(options.set);
+    fmt::print("{}: {}{}{}\n", kit::printable(options.set),
+               kit::counted(set.markers.size(), "marker"), set.description.empty() ? "" : "; ",
+               kit::printable(set.description));
+    for (const kit::MarkerPlace& marker : set.markers) {
+        fmt::print("  {:<8}{:<16}{}\n", kit::printable(marker.name), marker.segment,
+                   kit::printable(marker.description));
+    }
+    return options.trial && !checkTrial(set, options) ? exitFailure : exitSuccess;
+}
+
+} // namespace
+
+void addMarkers(CommandLine& line) {
+    auto [command, options] =
+        line.add("markers", "Check a marker set, alone or against a take of markers", markers);
+    command.add_option("ACTION", options.action, "check")
+        ->required()
+        ->type_name("")
+        ->check(CLI::IsMember({"check"}));
+    command.add_option("SET", options.set, "A document, or cmu41, cmu53 or gait16")
+        ->required()
+        ->type_name("");
+    command.add_option("TRIAL", options.trial, "A C3D file: fails unless it has all markers")
+        ->type_name("");
+    command
+        .add_option("--subject", options.subject,
+                    "The performer, as the file names them; if not given, the one with most of the "
+                    "markers")
+        ->type_name("NAME");
+}
+
+} // namespace tarn::capture

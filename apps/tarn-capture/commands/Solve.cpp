@@ -1,0 +1,169 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/Commands.h"
+
+#include "session/ActorDocument.h"
+#include "solving/MarkerTrial.h"
+#include "solving/SolveFiles.h"
+#include "solving/SolvePicture.h"
+#include "solving/SolveSummary.h"
+#include "solving/SolvedTrial.h"
+#include "support/Errors.h"
+#include "support/Flags.h"
+#include "support/Interrupt.h"
+#include "support/OutputPath.h"
+#include "support/ProgressBar.h"
+
+#include <fmt/format.h>
+#include <tarn/Actor.h>
+#include <tarn_draw/canvas/Picture.h>
+#include <tarn_kit/files/Text.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tarn::capture {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct SolveCommand {
+    std::vector<std::string> trials;
+    std::string actor;
+    std::string out;
+    std::optional<std::string> subject;
+    std::optional<FrameChoice> frames;
+    SolveOptions how;
+    bool noPictures = false;
+};
+
+kit::MarkerBody bodyIn(const std::string& file) {
+    Actor actor;
+    loadActor(actor, file);
+    try {
+        return kit::MarkerBody::of(actor);
+    } catch (const kit::MarkerBodyError& error) {
+        throw std::runtime_error(fmt::format("{}: {}; tarn-capture calibrate makes such a document",
+                                             kit::printable(file), error.what()));
+    }
+}
+
+std::vector<std::string> namesOf(const kit::MarkerBody& body) {
+    std::vector<std::string> names;
+    for (const kit::BodyMarker& marker : body.markers) {
+        names.push_back(marker.name);
+    }
+    return names;
+}
+
+/// Trials of one name would write over each other's files.
+void refuseEqualNames(const std::vector<std::string>& trials) {
+    std::set<std::string> names;
+    for (const std::string& trial : trials) {
+        if (!names.insert(fs::path(trial).stem().string()).second) {
+            throw UsageError(fmt::format("{}: two trials of that name", kit::printable(trial)));
+        }
+    }
+}
+
+/// Solves one trial and writes its files; its part of the report. Empty if it was told to stop.
+std::shared_ptr<Settings> solveOne(const SolveCommand& options, const std::string& file,
+                                   const kit::MarkerBody& body, const Interrupt& interrupt) {
+    const MarkerTrial trial(file, options.subject, namesOf(body));
+    const FrameRange range = trial.chosen(options.frames);
+    SolvedTrial solved;
+    {
+        ProgressBar bar(stderr, countOf(range));
+        try {
+            solved = solveTrial(trial, range, body, options.how, [&] {
+                bar.advance();
+                return !interrupt.isRequested();
+            });
+        } catch (const kit::MarkerBodyError& error) {
+            throw std::runtime_error(fmt::format("{}: {}", kit::printable(file), error.what()));
+        }
+    }
+    if (interrupt.isRequested()) {
+        return nullptr;
+    }
+    const auto path = [&](const char* ending) {
+        return fs::path(options.out) / (trial.name() + ending);
+    };
+    const kit::BvhTake take = bvhOf(trial, solved);
+    writeBvhFile(take, path(".bvh"));
+    writeJointsCsv(trial, solved, path(".joints.csv"));
+    writeMarkersCsv(trial, solved, path(".markers.csv"));
+    if (!options.noPictures) {
+        draw::savePicture(pictureOf(trial, solved, take), path(".png").string());
+    }
+    const SolveSummary summary = summarize(trial, solved);
+    fmt::print("{}", textOf(trial, solved, summary));
+    return reportOf(trial, solved, summary);
+}
+
+int solve(const SolveCommand& options) {
+    refuseEqualNames(options.trials);
+    const kit::MarkerBody body = bodyIn(options.actor);
+    makeDirectory(options.out);
+    const fs::path reportFile = fs::path(options.out) / "solve.xml";
+    refuseToOverwrite(options.actor, reportFile, "--out");
+    const Interrupt interrupt;
+    const draw::ScopedFonts fonts;
+    Settings report;
+    report.setValue("Solve.Actor", kit::printable(options.actor));
+    for (const std::string& marker : options.how.without) {
+        report.addValue("Solve.Without", kit::printable(marker));
+    }
+    int number = 0;
+    for (const std::string& trial : options.trials) {
+        const auto part = solveOne(options, trial, body, interrupt);
+        if (part == nullptr) {
+            return interrupt.exitCode();
+        }
+        report.addSubSettings(fmt::format("Solve.Trials.Trial{}", ++number), part);
+    }
+    if (!report.saveSettingsToFile(reportFile.string())) {
+        throw std::runtime_error(
+            fmt::format("{}: cannot be written", kit::printable(reportFile.string())));
+    }
+    return exitSuccess;
+}
+
+} // namespace
+
+void addSolve(CommandLine& line) {
+    auto [command, options] =
+        line.add("solve",
+                 "Solve takes of markers with a calibrated actor: a body per frame, where it has "
+                 "every marker, and how far off each is",
+                 solve);
+    addTakes(command, options.trials, "C3D files");
+    command.add_option("--actor", options.actor, "The actor's document, as calibrate writes it")
+        ->required()
+        ->type_name("FILE");
+    addOut(command, options.out, "DIR",
+           "Directory for what is written, created if it is not there");
+    addFileFrames(command, options.frames);
+    command.add_flag("--live", options.how.live, "At the pace of the take");
+    command
+        .add_option("--without", options.how.without,
+                    "Leave a marker out of the solving; where the body has it is written all the "
+                    "same")
+        ->type_name("MARKER")
+        ->allow_extra_args(false);
+    command
+        .add_option("--subject", options.subject,
+                    "The performer, as the file names them; if not given, the one with most of the "
+                    "markers")
+        ->type_name("NAME");
+    command.add_flag("--no-pictures", options.noPictures, "Draw nothing");
+}
+
+} // namespace tarn::capture

@@ -1,0 +1,101 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "solving/MarkerTrial.h"
+
+#include "support/Errors.h"
+
+#include <fmt/format.h>
+#include <tarn_kit/body/Markers.h>
+#include <tarn_kit/files/Text.h>
+#include <tarn_kit/session/TakeOf.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <stdexcept>
+#include <utility>
+
+namespace tarn::capture {
+
+namespace {
+
+/// The performer with most of the markers.
+std::string likeliest(const std::vector<kit::C3dMarker>& all,
+                      const std::vector<std::string>& wanted) {
+    std::map<std::string, int> counts;
+    for (const kit::C3dMarker& marker : all) {
+        const bool isWanted = std::find(wanted.begin(), wanted.end(), marker.name) != wanted.end();
+        counts[marker.subject] += isWanted ? 1 : 0;
+    }
+    const auto best =
+        std::max_element(counts.begin(), counts.end(),
+                         [](const auto& a, const auto& b) { return a.second < b.second; });
+    return best == counts.end() ? std::string() : best->first;
+}
+
+std::string subjectsOf(const std::vector<kit::C3dMarker>& all) {
+    std::string list;
+    std::vector<std::string> seen;
+    for (const kit::C3dMarker& marker : all) {
+        if (std::find(seen.begin(), seen.end(), marker.subject) == seen.end()) {
+            seen.push_back(marker.subject);
+            list += (list.empty() ? "'" : ", '") + kit::printable(marker.subject) + "'";
+        }
+    }
+    return list;
+}
+
+} // namespace
+
+MarkerTrial::MarkerTrial(const std::filesystem::path& file,
+                         const std::optional<std::string>& subject,
+                         const std::vector<std::string>& markers)
+    : file_(file), take_(kit::readC3d(file)) {
+    const std::string name = kit::printable(file.string());
+    if (take_.frameCount == 0 || take_.markers.empty()) {
+        throw std::runtime_error(fmt::format("{}: holds no frames of markers", name));
+    }
+    subject_ = subject ? *subject : likeliest(take_.markers, markers);
+    bool found = false;
+    for (const kit::C3dMarker& marker : take_.markers) {
+        const bool isOurs = marker.subject == subject_;
+        found = found || isOurs;
+        names_.push_back(isOurs ? marker.name : std::string());
+    }
+    if (!found) {
+        throw std::runtime_error(fmt::format("{}: has no performer '{}', but {}", name,
+                                             kit::printable(subject_), subjectsOf(take_.markers)));
+    }
+}
+
+double MarkerTrial::metresPerUnit() const {
+    return take_.metresPerUnit > 0 ? take_.metresPerUnit : 0.001;
+}
+
+FrameRange MarkerTrial::chosen(const std::optional<FrameChoice>& choice) const {
+    if (!choice) {
+        return allFrames(frameCount());
+    }
+    const std::int64_t first = take_.firstFrame, last = numberOf(frameCount() - 1);
+    const bool isCount = choice->first == 0 && choice->last && first > 0; // "N": the first N
+    const std::int64_t from = isCount ? first : choice->first;
+    const std::int64_t to =
+        isCount ? first + *choice->last : choice->last.value_or(static_cast<int>(last));
+    if (from < first || to > last || from > to) {
+        throw UsageError(fmt::format("--frames: {} has frames {}..{}",
+                                     kit::printable(file_.string()), first, last));
+    }
+    return {static_cast<int>(from - first), static_cast<int>(to - first)};
+}
+
+std::shared_ptr<Tracks> MarkerTrial::part(FrameRange range) const {
+    std::vector<std::shared_ptr<Frame>> frames;
+    for (int i = range.first; i <= range.last; ++i) {
+        frames.push_back(take_.tracks->getFrame(i, kit::markerDataType));
+    }
+    const int rate = std::max(1, static_cast<int>(std::lround(take_.rate)));
+    return kit::takeOf(kit::markerDataType, std::move(frames), rate);
+}
+
+} // namespace tarn::capture

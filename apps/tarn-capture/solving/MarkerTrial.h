@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "support/FrameRange.h"
+
+#include <tarn_kit/files/C3d.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarn::capture {
+
+/// A take of markers of which one performer is to be solved.
+class MarkerTrial {
+public:
+    /// Throws `kit::ReadError` when the file cannot be read, and `std::runtime_error`, naming what
+    /// is there, unless it has frames and, if a performer is asked for, that one. Of several
+    /// performers, the one of whom the file has most of `markers`.
+    MarkerTrial(const std::filesystem::path& file, const std::optional<std::string>& subject,
+                const std::vector<std::string>& markers);
+
+    const std::filesystem::path& file() const { return file_; }
+    /// The file's name without directory and extension.
+    std::string name() const { return file_.stem().string(); }
+    const std::string& subject() const { return subject_; }
+    /// The performer's markers in the order of each frame; others have no name.
+    const std::vector<std::string>& names() const { return names_; }
+    double metresPerUnit() const;
+    double rate() const { return take_.rate; }
+    int frameCount() const { return take_.frameCount; }
+    /// The number that the file gives to frame `index`, counted from 0.
+    std::int64_t numberOf(int index) const { return take_.firstFrame + index; }
+    double secondsAt(int index) const { return index / take_.rate; }
+
+    /// Frames by the file's numbers, as indexes from 0. Throws `UsageError`, which says what the
+    /// file has, unless it has them all.
+    FrameRange chosen(const std::optional<FrameChoice>& choice) const;
+    /// A take of its own of these frames.
+    std::shared_ptr<Tracks> part(FrameRange range) const;
+
+private:
+    std::filesystem::path file_;
+    kit::C3dTake take_;
+    std::string subject_;
+    std::vector<std::string> names_;
+};
+
+} // namespace tarn::capture
