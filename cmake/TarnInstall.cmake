@@ -10,6 +10,7 @@ install(DIRECTORY include/tarn include/tsignal DESTINATION "${CMAKE_INSTALL_INCL
 if(TARN_BUILD_KIT)
     list(APPEND tarn_installed_targets tarn_kit)
     install(DIRECTORY kit/include/tarn_kit DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+    install(DIRECTORY kit/data/markers DESTINATION "${CMAKE_INSTALL_DATADIR}/tarn_kit")
     set_target_properties(tarn_kit PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
 if(TARGET tarn_draw)

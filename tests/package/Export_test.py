@@ -21,7 +21,7 @@ export = r"TARN(?:_KIT|_DRAW)?_EXPORT"
 classes = set(re.findall(rf"class {export} (\w+)", headers))
 payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records that frames and replies carry
 # What frames and replies of the kit carry, whatever its headers say: two libraries must agree on these types.
-carried = {"libtarn_kit": {"Pose", "BodyPose", "MarkerFrame", "AnalogFrame", "RigidBodyFrame", "BvhTake", "ReplayStatus"}}
+carried = {"libtarn_kit": {"Pose", "BodyPose", "MarkerFrame", "AnalogFrame", "RigidBodyFrame", "MarkerFit", "BvhTake", "ReplayStatus"}}
 required = payloads | carried.get(pathlib.Path(library).name.split(".")[0], set())
 from_below = set()
 for directory in below:
