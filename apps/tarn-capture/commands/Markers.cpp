@@ -38,7 +38,9 @@ void print(const char* what, const std::vector<std::string>& names) {
 
 /// Whether a trial has the markers of a set, and which it has besides.
 bool checkTrial(const kit::MarkerSet& set, const MarkersOptions& options) {
-    std::vector<std::string> wanted, missing, others;
+    std::vector<std::string> wanted;
+    std::vector<std::string> missing;
+    std::vector<std::string> others;
     for (const kit::MarkerPlace& marker : set.markers) {
         wanted.push_back(marker.name);
     }

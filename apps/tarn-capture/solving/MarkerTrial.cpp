@@ -77,7 +77,8 @@ FrameRange MarkerTrial::chosen(const std::optional<FrameChoice>& choice) const {
     if (!choice) {
         return allFrames(frameCount());
     }
-    const std::int64_t first = take_.firstFrame, last = numberOf(frameCount() - 1);
+    const std::int64_t first = take_.firstFrame;
+    const std::int64_t last = numberOf(frameCount() - 1);
     const bool isCount = choice->first == 0 && choice->last && first > 0; // "N": the first N
     const std::int64_t from = isCount ? first : choice->first;
     const std::int64_t to =

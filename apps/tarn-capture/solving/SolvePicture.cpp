@@ -40,7 +40,8 @@ struct Figure {
 /// From white over orange to dark red.
 draw::Colour colourOf(double residual) {
     const double part = std::min(1.0, residual / farthest);
-    const double first = std::min(1.0, 2 * part), second = std::max(0.0, 2 * part - 1);
+    const double first = std::min(1.0, 2 * part);
+    const double second = std::max(0.0, 2 * part - 1);
     return {1 - 0.1 * first - 0.3 * second, 1 - 0.45 * first - 0.5 * second,
             1 - 0.85 * first - 0.1 * second};
 }
@@ -160,7 +161,8 @@ private:
     /// A row per marker; of several frames in one column, the worst.
     void drawResiduals(draw::Canvas& canvas) const {
         const double top = margin + titleHeight + figureHeight + captionHeight;
-        const double left = margin + labelWidth, across = width - margin - left;
+        const double left = margin + labelWidth;
+        const double across = width - margin - left;
         const std::size_t columns =
             std::min(residuals_.size(), static_cast<std::size_t>(across / 2));
         for (std::size_t m = 0; m < names_.size(); ++m) {
@@ -191,7 +193,8 @@ private:
                         draw::Align::right, draw::colours::note);
         }
         for (int i = 0; i <= 6; ++i) {
-            const double residual = farthest * i / 6, x = left + across / 2 - 200 + 60 * i;
+            const double residual = farthest * i / 6;
+            const double x = left + across / 2 - 200 + 60 * i;
             canvas.fill({x, bottom + 30, 60, 12}, colourOf(residual));
             canvas.text({x + 30, bottom + 24}, fmt::format("{:.0f}", residual), small,
                         draw::Align::centre, draw::colours::note);

@@ -82,7 +82,8 @@ SolveSummary summarize(const MarkerTrial& trial, const SolvedTrial& solved) {
     SolveSummary summary;
     const double scale = 1000 * trial.metresPerUnit();
     const std::size_t markers = solved.body.markers.size();
-    std::vector<double> all, times;
+    std::vector<double> all;
+    std::vector<double> times;
     std::vector<std::vector<double>> ofMarker(markers);
     double iterations = 0;
     for (const SolvedFrame& frame : solved.frames) {

@@ -19,7 +19,8 @@ constexpr std::size_t firstFrames = 60;  ///< that a body is fitted to at first,
 constexpr std::size_t finalFrames = 120; ///< that differ most
 constexpr std::size_t mostSolved = 600;  ///< among which these are chosen
 constexpr double offsetSpread = 0.025;   ///< how far markers are from where the set says
-constexpr double leastSpread = 0.006;    ///< of a marker from its place on a body
+constexpr double leastInFit = 0.002;     ///< of a marker from its place, while a body is fitted ...
+constexpr double leastSpread = 0.006;    ///< ... and when it is solved in movements not seen yet
 
 double median(std::vector<double> values) {
     if (values.empty()) {
@@ -42,8 +43,8 @@ std::vector<std::size_t> evenly(std::size_t size, std::size_t count) {
 
 BodyExpectation expectationOf(const MarkerBody& generic, const Articulation& body) {
     BodyExpectation expectation;
-    for (std::size_t m = 0; m < body.markers.size(); ++m) {
-        expectation.offsets.push_back(body.markers[m].offset);
+    for (const SolvedMarker& marker : body.markers) {
+        expectation.offsets.push_back(marker.offset);
         expectation.offsetSpreads.push_back(offsetSpread);
     }
     const std::vector<HumanLength>& lengths = generic.body.lengths();
@@ -131,17 +132,18 @@ private:
     bool fitFinal() {
         setSpread(0.008);
         std::vector<FitFrame> frames = solve(evenly(all_.size(), mostSolved), 4);
-        setSpreads(frames);
+        setSpreads(frames, leastInFit);
         setUsualTurns(frames);
         std::vector<FitFrame> chosen = mostDifferent(frames);
         BodyFit fit(body(), expectation_);
+        fit.threshold = 4;
         double part = 0.6;
         const auto goOn = [&] { return progress_(part += 0.02); };
         if (!fit.run(chosen, 12, goOn)) {
             return false;
         }
         frames = solve(evenly(all_.size(), mostSolved), 4);
-        setSpreads(frames);
+        setSpreads(frames, leastSpread);
         setUsualTurns(frames);
         result_.frames = static_cast<int>(chosen.size());
         lengthUncertainties_ = fit.lengthUncertainties();
@@ -150,7 +152,7 @@ private:
     }
 
     /// Learns how far each marker commonly is from its place.
-    void setSpreads(const std::vector<FitFrame>& frames) {
+    void setSpreads(const std::vector<FitFrame>& frames, double least) {
         PoseProblem problem(body());
         std::vector<std::vector<double>> misses(body().markers.size());
         for (const FitFrame& frame : frames) {
@@ -166,7 +168,7 @@ private:
         for (std::size_t m = 0; m < misses.size(); ++m) {
             // Of three normal numbers the root of the sum of squares has its median at 1.538.
             const double spread = median(misses[m]) / 1.538;
-            body().markers[m].spread = std::max(leastSpread, spread);
+            body().markers[m].spread = std::max(least, spread);
             double sum = 0;
             for (const double miss : misses[m]) {
                 sum += miss * miss;
@@ -204,7 +206,7 @@ private:
 
     /// The frames whose stances are farthest from each other: first any, then always the one that
     /// is farthest from those chosen.
-    std::vector<FitFrame> mostDifferent(const std::vector<FitFrame>& frames) {
+    static std::vector<FitFrame> mostDifferent(const std::vector<FitFrame>& frames) {
         const auto distance = [](const Stance& a, const Stance& b) {
             double sum = 0;
             for (std::size_t j = 1; j < a.turns.size(); ++j) {
@@ -270,7 +272,8 @@ double guessedHeight(const MarkerSet& set, const std::vector<Sightings>& frames)
     const std::vector<std::size_t> numbers = evenly(frames.size(), 100);
     for (std::size_t a = 0; a < body.markers.size(); ++a) {
         for (std::size_t b = 0; b < a; ++b) {
-            const std::size_t ja = body.markers[a].joint, jb = body.markers[b].joint;
+            const std::size_t ja = body.markers[a].joint;
+            const std::size_t jb = body.markers[b].joint;
             const double expected = lengthOf(problem.places()[a] - problem.places()[b]);
             const bool neighbours =
                 ja == jb || body.joints[ja].parent == jb || body.joints[jb].parent == ja;

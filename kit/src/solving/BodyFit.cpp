@@ -136,7 +136,8 @@ void BodyFit::addOwnBlocks() {
         if (!(weight > 0)) {
             continue;
         }
-        const std::size_t column = columnOf_[m], joint = body_.markers[m].joint;
+        const std::size_t column = columnOf_[m];
+        const std::size_t joint = body_.markers[m].joint;
         const Block& axes = problem_.axes()[joint];
         const Vector3d pull = transposedTimes(axes, weight * problem_.misses()[m]);
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -157,7 +158,8 @@ void BodyFit::addOwnBlocks() {
         rhs_[row] += evidence * dot(directions_[u], problem_.loads()[body_.uses[u].joint].force);
         for (std::size_t v = 0; v < body_.uses.size(); ++v) {
             const std::size_t column = lengthBegin_ + body_.uses[v].length;
-            const std::size_t a = body_.uses[u].joint, b = body_.uses[v].joint;
+            const std::size_t a = body_.uses[u].joint;
+            const std::size_t b = body_.uses[v].joint;
             if (column >= row && (isBelow(a, b) || isBelow(b, a))) {
                 const double weight = problem_.loads()[isBelow(a, b) ? a : b].weight;
                 matrix_(row, column) += evidence * weight * dot(directions_[u], directions_[v]);
@@ -192,7 +194,9 @@ void BodyFit::eliminate() {
         }
         // With the square root of the pivot, what is left is a sum of squares.
         const Block root = choleskyOf(problem_.pivot(node));
-        const double r0 = 1 / root(0, 0), r1 = 1 / root(1, 1), r2 = 1 / root(2, 2);
+        const double r0 = 1 / root(0, 0);
+        const double r1 = 1 / root(1, 1);
+        const double r2 = 1 / root(2, 2);
         for (const auto& [begin, end] : ranges) {
             for (std::size_t c = begin; c < end; ++c) {
                 y[0][c] *= r0;
@@ -206,7 +210,9 @@ void BodyFit::eliminate() {
         g.z = (g.z - root(2, 0) * g.x - root(2, 1) * g.y) * r2;
         for (const auto& [begin, end] : ranges) {
             for (std::size_t i = begin; i < end; ++i) {
-                const double a = evidence * y[0][i], b = evidence * y[1][i], c = evidence * y[2][i];
+                const double a = evidence * y[0][i];
+                const double b = evidence * y[1][i];
+                const double c = evidence * y[2][i];
                 rhs_[i] -= a * g.x + b * g.y + c * g.z;
                 double* const row = matrix_.row(i);
                 for (const auto& [first, last] : ranges) {

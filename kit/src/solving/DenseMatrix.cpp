@@ -46,7 +46,8 @@ void DenseMatrix::solve(std::vector<double>& rhs) const {
 }
 
 std::vector<double> DenseMatrix::inverseDiagonal() const {
-    std::vector<double> diagonal(size_), column(size_);
+    std::vector<double> diagonal(size_);
+    std::vector<double> column(size_);
     for (std::size_t k = 0; k < size_; ++k) {
         column.assign(size_, 0);
         column[k] = 1;

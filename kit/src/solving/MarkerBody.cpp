@@ -29,7 +29,7 @@ std::string textOf(double number) {
 }
 
 std::string textOf(const Vector3d& v) {
-    return textOf(v.x) + " " + textOf(v.y) + " " + textOf(v.z);
+    return textOf(v.x).append(" ").append(textOf(v.y)).append(" ").append(textOf(v.z));
 }
 
 double numberOf(const Settings& settings, const std::string& key, const std::string& place) {
@@ -53,8 +53,7 @@ Vector3d vectorOf(const Settings& settings, const std::string& key, const std::s
                 ? std::nullopt
                 : numberIn<double>(std::string_view(text).substr(begin, end - begin));
         if (!number || !std::isfinite(*number)) {
-            throw MarkerBodyError(place + ": " + key + " '" + printable(text) +
-                                  "' is not three numbers");
+            throw MarkerBodyError(place + ": " + key + " is not three numbers");
         }
         result[axis] = *number;
         begin = end + 1;

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <any>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -42,7 +43,7 @@ bool isSeen(const Marker& marker) {
 
 /// The movement that shows how long a segment is or where its markers sit.
 std::string adviceFor(const std::string& name) {
-    const std::pair<const char*, const char*> advice[] = {
+    constexpr std::array<std::pair<const char*, const char*>, 11> advice = {{
         {"UpLeg", "lift the knee and swing the leg to all sides, then bend the knee"},
         {"Leg", "bend the knee and circle the foot"},
         {"Foot", "circle the foot"},
@@ -54,7 +55,7 @@ std::string adviceFor(const std::string& name) {
         {"Hips", "bend and twist the back, and swing the legs"},
         {"Neck", "nod and turn the head"},
         {"Head", "nod and turn the head"},
-    };
+    }};
     for (const auto& [part, movement] : advice) {
         if (name.find(part) != std::string::npos) {
             return movement;

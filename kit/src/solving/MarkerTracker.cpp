@@ -66,7 +66,8 @@ bool MarkerTracker::findSwap() {
                 continue;
             }
             const double before = costOf(a, a) + costOf(b, b);
-            const double first = costOf(a, b), second = costOf(b, a);
+            const double first = costOf(a, b);
+            const double second = costOf(b, a);
             if (first < 0.5 * bound && second < 0.5 * bound && before - first - second > bestGain) {
                 bestGain = before - first - second;
                 best = {std::min(a, b), std::max(a, b)};

@@ -26,7 +26,9 @@ double largest(const std::vector<Vector3d>& step) {
 
 PoseFit::PoseFit(const Articulation& body) : body_(body), problem_(body) {
     // The hips, the hips with all that hangs on them but limbs, and everything.
-    std::vector<std::size_t> hips, trunk, all;
+    std::vector<std::size_t> hips;
+    std::vector<std::size_t> trunk;
+    std::vector<std::size_t> all;
     std::vector<std::size_t> depth(body.joints.size());
     for (std::size_t j = 0; j < body.joints.size(); ++j) {
         const std::size_t parent = body.joints[j].parent;
@@ -109,7 +111,8 @@ bool PoseFit::lay(Stance& stance, const Sightings& sightings,
         stance.turns[j] = body_.joints[j].usual;
     }
     problem_.evaluate(stance, sightings);
-    Vector3d from, to;
+    Vector3d from;
+    Vector3d to;
     double count = 0;
     for (const std::size_t m : group) {
         if (sightings[m].weight > 0) {
@@ -155,7 +158,8 @@ void PoseFit::alignLimbs(Stance& stance, const Sightings& sightings) {
             continue;
         }
         const std::size_t parent = body_.joints[j].parent;
-        Quaterniond world = stance.turns[j], above;
+        Quaterniond world = stance.turns[j];
+        Quaterniond above;
         for (std::size_t up = parent; up != none; up = body_.joints[up].parent) {
             world = stance.turns[up] * world;
             above = stance.turns[up] * above;

@@ -61,7 +61,8 @@ Load& Load::operator+=(const Load& other) {
 }
 
 PoseProblem::PoseProblem(const Articulation& body) : body_(body) {
-    const std::size_t joints = body.joints.size(), markers = body.markers.size();
+    const std::size_t joints = body.joints.size();
+    const std::size_t markers = body.markers.size();
     parents_.push_back(none);
     for (const SolvedJoint& joint : body.joints) {
         parents_.push_back(joint.parent == none ? 0 : joint.parent + 1);

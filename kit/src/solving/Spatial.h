@@ -104,9 +104,15 @@ inline Block choleskyOf(const Block& a) {
 
 /// The matrix of a rotation. Precondition: `q` is of length 1.
 inline Block blockOf(const Quaterniond& q) {
-    const double xx = q.x * q.x, yy = q.y * q.y, zz = q.z * q.z;
-    const double xy = q.x * q.y, xz = q.x * q.z, yz = q.y * q.z;
-    const double wx = q.w * q.x, wy = q.w * q.y, wz = q.w * q.z;
+    const double xx = q.x * q.x;
+    const double yy = q.y * q.y;
+    const double zz = q.z * q.z;
+    const double xy = q.x * q.y;
+    const double xz = q.x * q.z;
+    const double yz = q.y * q.z;
+    const double wx = q.w * q.x;
+    const double wy = q.w * q.y;
+    const double wz = q.w * q.z;
     return {{1 - 2 * (yy + zz), 2 * (xy - wz), 2 * (xz + wy), 2 * (xy + wz), 1 - 2 * (xx + zz),
              2 * (yz - wx), 2 * (xz - wy), 2 * (yz + wx), 1 - 2 * (xx + yy)}};
 }
