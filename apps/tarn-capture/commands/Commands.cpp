@@ -14,11 +14,11 @@ void addCommands(CommandLine& line) {
     addStream(line);
     addRun(line);
     addActor(line);
-    addCompletion(line);
-    addManual(line);
     addMarkers(line);
     addCalibrate(line);
     addSolve(line);
+    addCompletion(line);
+    addManual(line);
 }
 
 } // namespace tarn::capture

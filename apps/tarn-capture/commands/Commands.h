@@ -16,14 +16,12 @@ namespace tarn::capture {
 void addCommands(CommandLine& line);
 
 void addActor(CommandLine& line);
+void addCalibrate(CommandLine& line);
 void addClean(CommandLine& line);
 void addCompletion(CommandLine& line);
 void addExport(CommandLine& line);
 void addInfo(CommandLine& line);
 void addManual(CommandLine& line);
-void addCalibrate(CommandLine& line);
-void addExport(CommandLine& line);
-void addInfo(CommandLine& line);
 void addMarkers(CommandLine& line);
 void addPlay(CommandLine& line);
 void addRun(CommandLine& line);
