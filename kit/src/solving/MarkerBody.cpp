@@ -3,7 +3,7 @@
 
 #include <tarn_kit/solving/MarkerBody.h>
 
-#include "files/XmlName.h"
+#include "files/xml/XmlName.h"
 
 #include <tarn_kit/files/Text.h>
 
