@@ -20,10 +20,7 @@ struct GapFillingNode::PrivateData : MarkerStage {
     PrivateData(tsignal::Signal<std::shared_ptr<Frame>>& out, const GapFillingOptions& how,
                 double delaySeconds, double memorySeconds);
 
-    void begin(std::size_t markers) override {
-        letAllLeave();
-        givenUp.assign(markers, false);
-    }
+    void begin(std::size_t /*markers*/) override { letAllLeave(); }
     void next(const std::shared_ptr<Frame>& frame, const MarkerFrame& markers) override;
     void flush() {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -48,8 +45,7 @@ struct GapFillingNode::PrivateData : MarkerStage {
     std::size_t delay = 0;  ///< frames
     std::size_t memory = 0; ///< frames that have left and are remembered
     std::deque<std::shared_ptr<Frame>> window;
-    std::size_t left = 0;      ///< how many of the window have left
-    std::vector<bool> givenUp; ///< markers whose gap cannot be filled, until they are seen again
+    std::size_t left = 0; ///< how many of the window have left
     std::int64_t filled = 0;
     std::int64_t missing = 0;
 };
@@ -98,14 +94,13 @@ void GapFillingNode::PrivateData::letAllLeave() {
 
 /// Whether the oldest frame held back lacks a marker that was seen before it and is seen behind it.
 bool GapFillingNode::PrivateData::hasGapThatEnds() {
+    if (left == 0) {
+        return false;
+    }
     const MarkerFrame& oldest = markersAt(left);
     for (std::size_t marker = 0; marker < oldest.size(); ++marker) {
-        if (oldest[marker].hasPosition()) {
-            givenUp[marker] = false;
-        }
-        if (oldest[marker].hasPosition() || givenUp[marker] || left == 0 ||
-            !markersAt(left - 1)[marker].hasPosition()) {
-            continue;
+        if (oldest[marker].hasPosition() || !markersAt(left - 1)[marker].hasPosition()) {
+            continue; // it is there, or its gap was looked at before
         }
         for (std::size_t place = left + 1; place < window.size(); ++place) {
             if (markersAt(place)[marker].hasPosition()) {
@@ -130,12 +125,9 @@ void GapFillingNode::PrivateData::letLeave() {
         fill();
     }
     const std::shared_ptr<Frame> frame = window[left];
-    std::size_t number = 0;
     for (const Marker& marker : markersAt(left)) {
         filled += marker.state == MarkerState::Filled ? 1 : 0;
         missing += marker.hasPosition() ? 0 : 1;
-        givenUp[number] = !marker.hasPosition();
-        ++number;
     }
     ++left; // before the frame goes: a slot may throw
     emit(frame);

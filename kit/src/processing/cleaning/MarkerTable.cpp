@@ -6,6 +6,7 @@
 #include <tarn_kit/body/Payload.h>
 #include <tarn_kit/session/TakeOf.h>
 
+#include <cmath>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -18,6 +19,12 @@ namespace {
 const MarkerFrame* markersIn(Track& track, int slot) {
     const std::shared_ptr<Frame> frame = track.getFrame(slot);
     return frame == nullptr ? nullptr : &payloadOf<MarkerFrame>(frame);
+}
+
+/// A position that is no number is as good as none.
+bool isSomewhere(const Marker& marker) {
+    return marker.hasPosition() && std::isfinite(marker.position.x) &&
+           std::isfinite(marker.position.y) && std::isfinite(marker.position.z);
 }
 
 /// How many markers each frame has.
@@ -53,7 +60,10 @@ MarkerTable::MarkerTable(std::shared_ptr<Tracks> take) : original_(std::move(tak
     for (int frame = 0; frame < frames_; ++frame) {
         if (const MarkerFrame* const markers = markersIn(*track_, frame)) {
             for (int marker = 0; marker < markers_; ++marker) {
-                values_[place(frame, marker)] = (*markers)[static_cast<std::size_t>(marker)];
+                const Marker& value = (*markers)[static_cast<std::size_t>(marker)];
+                if (isSomewhere(value)) {
+                    values_[place(frame, marker)] = value;
+                }
             }
         }
     }

@@ -10,6 +10,7 @@
 #include <map>
 #include <numeric>
 #include <optional>
+#include <set>
 #include <utility>
 
 namespace tarn::kit {
@@ -278,7 +279,11 @@ void Finder::repairGroup(const std::vector<Break>& breaks) {
     };
     const Piece* right = &pieces.front();
     double least = costOf(*right);
-    for (const Piece& piece : pieces) {
+    std::set<Labels> tried = {labelsOf(*right, pieces.front())};
+    for (const Piece& piece : pieces) { // few ways to exchange labels, however often that happens
+        if (!tried.insert(labelsOf(piece, pieces.front())).second) {
+            continue;
+        }
         if (const double cost = costOf(piece); cost < least) {
             least = cost;
             right = &piece;

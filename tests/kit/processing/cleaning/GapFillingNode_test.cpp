@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <stdexcept>
@@ -128,14 +129,16 @@ TEST(GapFillingNodeThreads, MayBeDestroyedWhileFramesArrive) {
     node->tieToIFramePort(GapFillingNode::framePort, in);
     Table table = limb(300);
     cut(table, 2, 100, 119);
+    std::atomic<bool> done{false};
     std::thread device([&] {
         unsigned index = 0;
         for (const auto& markers : table) {
             in.emit(
                 std::make_shared<Frame>(Time(index++, 120), markerDataType, MarkerFrame(markers)));
         }
+        done = true;
     });
-    while (node->filledSamples() == 0) {
+    while (node->filledSamples() == 0 && !done) {
         std::this_thread::yield();
     }
     node.reset();

@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstddef>
 #include <future>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -234,6 +235,18 @@ TEST(GapFilling, FillsFramesThatTheTakeLacks) {
     EXPECT_EQ(filling.filledSamples(), 5);
     EXPECT_EQ(filling.take->getFrame(150, markerDataType)->time(), Time(150, 120));
     EXPECT_LT(distance(markerIn(filling.take, 150, 3), markerAt(truth, 150, 3)), 0.1);
+}
+
+TEST(GapFilling, TakesAPositionThatIsNoNumberForAGap) {
+    const Table truth = limb(300);
+    Table table = truth;
+    const float nothing = std::numeric_limits<float>::quiet_NaN();
+    table[150][2] = Marker::at({nothing, 1, 2});
+    table[200][3] = Marker::at({1, std::numeric_limits<float>::infinity(), 2});
+    const GapFilling filling = fillGaps(cleaning_testing::takeOf(table));
+    EXPECT_EQ(filling.filledSamples(), 2);
+    EXPECT_LT(distance(markerIn(filling.take, 150, 2), markerAt(truth, 150, 2)), 0.1);
+    EXPECT_LT(distance(markerIn(filling.take, 200, 3), markerAt(truth, 200, 3)), 0.1);
 }
 
 TEST(GapFilling, HasNothingToDoForATakeWithoutGapsOrWithoutMarkers) {
