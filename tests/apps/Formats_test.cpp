@@ -49,7 +49,7 @@ TEST(Formats, AreWhatTheirDocumentShows) {
         }
         if (blocks[i].language == "sh") {
             const Outcome outcome =
-                runProgram("sh", {"-c", "cd \"$1\" && PATH=\"$2:$PATH\" && " + blocks[i].text, "sh",
+                runProgram("sh", {"-c", R"(cd "$1" && PATH="$2:$PATH" && )" + blocks[i].text, "sh",
                                   directory.path().string(), path});
             EXPECT_EQ(outcome.exitCode, 0) << blocks[i].text << outcome.err;
             ASSERT_LT(i + 1, blocks.size()) << blocks[i].text;

@@ -6,6 +6,7 @@
 #include "session/ActorDocument.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
+#include "support/StandardStreams.h"
 
 #include <fmt/format.h>
 #include <tarn_kit/files/SettingsFile.h>
@@ -101,11 +102,22 @@ void apply(const Changes& changes, Actor& actor) {
     }
 }
 
-/// Reports what is wrong with a document that is in a file.
-int check(Actor& document, const std::string& file) {
+/// Writes the document to where it came from, and returns its text.
+std::string save(Actor& document, const std::string& file) {
+    std::string text;
+    const bool isText = document.saveSettingsToString(text);
+    if (!isText || (!isStandardStream(file) && !document.saveSettingsToFile(file))) {
+        throw std::runtime_error(fmt::format("{}: cannot be written", file));
+    }
+    if (isStandardStream(file)) {
+        fmt::print("{}", text);
+    }
+    return text;
+}
+
+/// Reports what is wrong with a document of this text.
+int check(Actor& document, const std::string& file, const std::string& text) {
     const auto problems = problemsOf(document);
-    Settings anew;
-    const std::string text = problems.empty() ? std::string() : kit::loadSettings(anew, file);
     for (const Problem& problem : problems) {
         const auto place = kit::placeOf(text, problem.key, problem.index);
         const std::string where = place ? fmt::format(":{}:{}", place->line, place->column) : "";
@@ -114,21 +126,26 @@ int check(Actor& document, const std::string& file) {
     return problems.empty() ? exitSuccess : exitFailure;
 }
 
-/// Sets what is to be set, shows the document, and checks it if asked to.
+/// Sets what is to be set, shows the document, and checks it if asked to. A document that goes to
+/// standard output is not shown as well.
 int actor(const ActorOptions& options) {
     const Changes changes = changesIn(options);
+    const bool isStream = isStandardStream(options.file);
     Actor document;
+    std::string text;
     std::error_code error;
-    if (!changes.any() || std::filesystem::exists(options.file, error)) {
-        loadActor(document, options.file);
+    if (!changes.any() || isStream || std::filesystem::exists(options.file, error)) {
+        text = loadActor(document, options.file);
     }
     apply(changes, document);
-    if (changes.any() && !document.saveSettingsToFile(options.file)) {
-        throw std::runtime_error(fmt::format("{}: cannot be written", options.file));
+    if (changes.any()) {
+        text = save(document, options.file);
     }
-    fmt::print("{}\n", kit::printable(options.file));
-    printActor(document);
-    return options.check ? check(document, options.file) : exitSuccess;
+    if (!changes.any() || !isStream) {
+        fmt::print("{}\n", kit::printable(options.file));
+        printActor(document);
+    }
+    return options.check ? check(document, options.file, text) : exitSuccess;
 }
 
 } // namespace
@@ -139,7 +156,11 @@ void addActor(CommandLine& line) {
                                        "check it. A document that is not there is made when "
                                        "something is set",
                                        actor);
-    command.add_option("FILE", options.file, "An XML file")->required()->type_name("");
+    command
+        .add_option("FILE", options.file,
+                    "An XML file; - is standard input, and standard output for what is changed")
+        ->required()
+        ->type_name("");
     command.add_option("--name", options.name, "Set the actor's name")->type_name("NAME");
     addUnit(command, options.unit,
             "State what dimensions are measured in: m, cm, mm, in or ft; those that the document "

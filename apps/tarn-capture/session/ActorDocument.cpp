@@ -3,6 +3,8 @@
 
 #include "session/ActorDocument.h"
 
+#include "support/StandardStreams.h"
+
 #include <fmt/format.h>
 #include <tarn_kit/body/Space.h>
 #include <tarn_kit/files/SettingsFile.h>
@@ -62,12 +64,19 @@ std::optional<float> dimensionIn(std::string_view text) {
     return number && std::isfinite(*number) && *number >= 0 ? number : std::nullopt;
 }
 
-void loadActor(Actor& actor, const std::string& file) {
-    kit::loadSettings(actor, file);
+std::string loadActor(Actor& actor, const std::string& file) {
+    std::string text;
+    if (isStandardStream(file)) {
+        text = readStandardInput();
+        kit::loadSettings(actor, text, "stdin");
+    } else {
+        text = kit::loadSettings(actor, file);
+    }
     if (actor.subSettings(actorGroup) == nullptr) {
         throw std::runtime_error(
             fmt::format("{}: not an actor's document: it has no element {}", file, actorGroup));
     }
+    return text;
 }
 
 void removeEntry(Actor& actor, const std::string& key) {

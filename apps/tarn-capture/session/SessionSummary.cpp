@@ -69,18 +69,9 @@ std::string heightText(TakePerformer& performer) {
 
 /// 0.1 mm in the take's unit.
 double visibleSpread(const Take& take) {
-    const std::string& unit = take.unit().symbol;
-    if (unit == "m") {
-        return 0.0001;
-    }
-    if (unit == "cm") {
-        return 0.01;
-    }
-    if (unit == "mm") {
-        return 0.1;
-    }
-    if (unit == "in") {
-        return 0.1 / 25.4;
+    if (take.unit().known()) {
+        constexpr double metres = 0.0001;
+        return metres / take.unit().metres;
     }
     constexpr double personInTenthsOfAMillimetre = 17'000;
     return take.bodyHeight() / personInTenthsOfAMillimetre;

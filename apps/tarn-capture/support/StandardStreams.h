@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <iostream>
+#include <iterator>
 #include <string>
 
 namespace tarn::capture {
@@ -10,5 +12,10 @@ namespace tarn::capture {
 /// Whether a file's name stands for standard input, where something is read, or standard output,
 /// where something is written. A file of that name is "./-".
 inline bool isStandardStream(const std::string& name) { return name == "-"; }
+
+/// All that standard input has left.
+inline std::string readStandardInput() {
+    return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
+}
 
 } // namespace tarn::capture

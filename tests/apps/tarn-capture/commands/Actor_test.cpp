@@ -14,6 +14,7 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 class ActorDocument : public ::testing::Test {
 protected:
@@ -159,6 +160,28 @@ TEST_F(ActorDocument, LosesTheEntriesThatAreRemoved) {
                 AllOf(HasSubstr("Foot  0.3"), Not(HasSubstr("Height")), Not(HasSubstr("Hips"))));
     EXPECT_THAT(readFile(file_), AllOf(HasSubstr("<Foot>"), HasSubstr("<ActorName>Ada<"),
                                        Not(HasSubstr("Height")), Not(HasSubstr("SensorMap"))));
+}
+
+TEST_F(ActorDocument, ComesFromStandardInputAndGoesToStandardOutput) {
+    writeFile(file_, document);
+    // $1 is the program, $2 the document.
+    const auto script = [&](const std::string& text) {
+        return runProgram("sh", {"-c", text, "sh", captureProgram(), file_});
+    };
+    const Outcome shown = script(R"("$1" actor - --check < "$2")");
+    EXPECT_EQ(shown.exitCode, 0);
+    EXPECT_THAT(shown.out, HasSubstr("-\n  name "));
+
+    const Outcome changed =
+        script(R"("$1" actor - --name Eve < "$2" | "$1" actor - --dimension Nose=0.1)");
+    EXPECT_EQ(changed.exitCode, 0);
+    EXPECT_THAT(changed.out, AllOf(StartsWith("<?xml"), HasSubstr("<ActorName>Eve<"),
+                                   HasSubstr("<Nose>0.100000<")));
+    EXPECT_EQ(readFile(file_), document);
+
+    const Outcome broken = script(R"(echo '<a' | "$1" actor -)");
+    EXPECT_EQ(broken.exitCode, 1);
+    EXPECT_THAT(broken.err, StartsWith("tarn-capture: stdin:1:1: the tag of 'a' is not closed"));
 }
 
 TEST_F(ActorDocument, StaysAsItWasWhenThereIsNoEntryToRemove) {
