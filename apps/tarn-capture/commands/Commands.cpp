@@ -11,6 +11,7 @@ void addCommands(CommandLine& line) {
     addPlay(line);
     addExport(line);
     addClean(line);
+    addConvert(line);
     addStream(line);
     addRun(line);
     addActor(line);

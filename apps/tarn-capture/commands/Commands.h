@@ -19,6 +19,7 @@ void addActor(CommandLine& line);
 void addCalibrate(CommandLine& line);
 void addClean(CommandLine& line);
 void addCompletion(CommandLine& line);
+void addConvert(CommandLine& line);
 void addExport(CommandLine& line);
 void addInfo(CommandLine& line);
 void addManual(CommandLine& line);

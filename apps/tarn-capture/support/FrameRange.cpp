@@ -31,14 +31,14 @@ std::optional<FrameChoice> choiceIn(std::string_view text) {
         return std::nullopt;
     }
     if (middle == std::string_view::npos) {
-        return *first > 0 ? std::optional(FrameChoice{0, *first - 1}) : std::nullopt;
+        return *first > 0 ? std::optional(FrameChoice{0, *first - 1, true}) : std::nullopt;
     }
     const std::string_view end = text.substr(middle + dots.size());
     if (end.empty()) {
-        return FrameChoice{*first, std::nullopt};
+        return FrameChoice{*first, std::nullopt, false};
     }
     const auto last = parseFrame(end);
-    return last && *first <= *last ? std::optional(FrameChoice{*first, last}) : std::nullopt;
+    return last && *first <= *last ? std::optional(FrameChoice{*first, last, false}) : std::nullopt;
 }
 
 } // namespace

@@ -22,6 +22,7 @@ inline int countOf(FrameRange range) { return range.last - range.first + 1; }
 struct FrameChoice {
     int first = 0;
     std::optional<int> last; ///< to the end if not given
+    bool isCount = false;    ///< whether so many frames were asked for, whatever their numbers
 };
 
 /// Reads "A..B", "A.." (from A to the end) or "N" (the first N frames), in decimal digits. Throws

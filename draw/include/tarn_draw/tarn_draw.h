@@ -12,6 +12,7 @@
 #include <tarn_draw/figure/Camera.h>
 #include <tarn_draw/figure/JointSide.h>
 #include <tarn_draw/figure/StickFigure.h>
+#include <tarn_draw/markers/MarkerSheet.h>
 #include <tarn_draw/plot/CurvePanel.h>
 #include <tarn_draw/plot/GroundPlan.h>
 #include <tarn_draw/plot/TrackedJoints.h>

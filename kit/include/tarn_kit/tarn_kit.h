@@ -31,6 +31,7 @@
 #include <tarn_kit/files/C3dParameters.h>
 #include <tarn_kit/files/ReadError.h>
 #include <tarn_kit/files/SettingsFile.h>
+#include <tarn_kit/files/TakeFormat.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>
 #include <tarn_kit/processing/ClockCalibrator.h>

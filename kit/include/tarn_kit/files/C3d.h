@@ -18,6 +18,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarn::kit {
@@ -32,6 +33,11 @@ enum class C3dEncoding : std::uint8_t {
     MipsReal,
     MipsInteger,
 };
+
+/// "intel-real", "intel-int", "dec-real", "dec-int", "mips-real" or "mips-int".
+TARN_KIT_EXPORT std::string to_string(C3dEncoding encoding);
+/// The encoding of one of these names; nothing for another.
+TARN_KIT_EXPORT std::optional<C3dEncoding> c3dEncodingOf(std::string_view name);
 
 /// What to do about a file that contradicts itself.
 enum class C3dMode : std::uint8_t {

@@ -3,12 +3,19 @@
 
 #include "files/c3d/C3dNumbers.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 
 namespace tarn::kit {
 
 namespace {
+
+/// In the order of `C3dEncoding`.
+constexpr std::array<const char*, 6> encodingNames = {"intel-real", "intel-int", "dec-real",
+                                                      "dec-int",    "mips-real", "mips-int"};
 
 constexpr std::uint32_t signBit = 0x80000000U;
 constexpr std::uint32_t fraction = 0x007FFFFFU;
@@ -65,6 +72,18 @@ C3dEncoding encodingOf(C3dProcessor processor, bool real) noexcept {
     default:
         return real ? C3dEncoding::IntelReal : C3dEncoding::IntelInteger;
     }
+}
+
+std::string to_string(C3dEncoding encoding) {
+    return encodingNames.at(static_cast<std::size_t>(encoding));
+}
+
+std::optional<C3dEncoding> c3dEncodingOf(std::string_view name) {
+    const auto* const found = std::find(encodingNames.begin(), encodingNames.end(), name);
+    if (found == encodingNames.end()) {
+        return std::nullopt;
+    }
+    return static_cast<C3dEncoding>(found - encodingNames.begin());
 }
 
 const char* nameOf(C3dProcessor processor) noexcept {
