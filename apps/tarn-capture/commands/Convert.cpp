@@ -3,13 +3,13 @@
 
 #include "commands/Commands.h"
 
-#include "markers/MarkerFile.h"
 #include "markers/MarkerText.h"
+#include "session/TakeFile.h"
 #include "support/Errors.h"
+#include "support/Output.h"
 #include "support/OutputPath.h"
 
 #include <fmt/format.h>
-#include <tarn/OutputFile.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/files/Text.h>
 
@@ -17,6 +17,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace tarn::capture {
 
@@ -47,7 +48,7 @@ kit::C3dEncoding parseEncoding(const std::string& text) {
                                  text));
 }
 
-void writeC3d(const kit::C3dTake& take, const ConvertOptions& options, OutputFile& file) {
+void writeC3d(const kit::C3dTake& take, const ConvertOptions& options, Output& file) {
     kit::C3dWriteOptions writing;
     writing.encoding = options.encoding;
     try {
@@ -62,14 +63,15 @@ int convert(const ConvertOptions& options) {
     if (options.encoding && format != "c3d") {
         throw UsageError("--encoding is for files that end in .c3d");
     }
-    refuseToOverwrite(options.take, options.out, "OUT");
-    if (!holdsMarkers(options.take)) {
+    refuseToOverwrite(std::vector{options.take}, std::vector{options.out}, "OUT");
+    TakeFile source(options.take);
+    if (!source.holdsMarkers()) {
         throw std::runtime_error(
             fmt::format("{}: expected a C3D file; 'export' writes what bodies do", options.take));
     }
-    const kit::C3dTake take = readMarkers(options.take);
+    const kit::C3dTake take = source.readMarkers();
     const FrameRange range = allFrames(take.frameCount);
-    OutputFile file(options.out);
+    Output file(options.out);
     const TextSink sink = [&file](std::string_view text) { file.write(text); };
     if (format == "c3d") {
         writeC3d(take, options, file);
@@ -88,10 +90,13 @@ void addConvert(CommandLine& line) {
                  "Write a C3D file as another one, as a table or as JSON. A C3D file that is to "
                  "have the encoding that it has comes out byte for byte as it is",
                  convert);
-    command.add_option("IN", options.take, "A C3D file")->required()->type_name("");
+    command.add_option("IN", options.take, "A C3D file; - is standard input")
+        ->required()
+        ->type_name("");
     command
-        .add_option("OUT", options.out, "The file to write, whose ending says what: .c3d, .csv or "
-                                        ".json")
+        .add_option("OUT", options.out,
+                    "The file to write, whose ending says what: .c3d, .csv or "
+                    ".json")
         ->required()
         ->type_name("");
     auto& encoding = options.encoding;

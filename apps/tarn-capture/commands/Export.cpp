@@ -6,6 +6,8 @@
 #include "export/MotionCsv.h"
 #include "export/MotionJson.h"
 #include "export/MotionSample.h"
+#include "markers/MarkerFrames.h"
+#include "markers/MarkerText.h"
 #include "session/EachTake.h"
 #include "session/Take.h"
 #include "session/TakeFile.h"
@@ -53,8 +55,24 @@ void writeJson(Output& file, const Take& take, FrameRange range, const MotionKin
     file.write(jsonEnd);
 }
 
+void exportMarkers(const kit::C3dTake& take, const std::string& out, const ExportOptions& options) {
+    if (options.kinds.rotations || options.kinds.angles || options.kinds.velocities) {
+        throw UsageError("--what: markers have positions only");
+    }
+    const FrameRange range = chosenFrames(options.frames, take);
+    Output file(out);
+    (options.format == "csv" ? writeMarkerCsv : writeMarkerJson)(
+        take, range, [&file](std::string_view text) { file.write(text); });
+    file.commit();
+}
+
 void exportTake(const std::string& name, const std::string& out, const ExportOptions& options) {
-    const Take take(name, options.space);
+    TakeFile source(name);
+    if (source.holdsMarkers()) {
+        exportMarkers(withSpace(source.readMarkers(), options.space), out, options);
+        return;
+    }
+    const Take take(withSpace(source.read(), options.space));
     const FrameRange range = chosenFrames(options.frames, take.frameCount());
     Output file(out);
     (options.format == "csv" ? writeCsv : writeJson)(file, take, range, options.kinds);
@@ -81,8 +99,8 @@ int exportTakes(const ExportOptions& options) {
 
 void addExport(CommandLine& line) {
     auto [command, options] = line.add("export",
-                                       "Write what the joints and end sites of takes do, frame by "
-                                       "frame, as a table or as JSON",
+                                       "Write what the joints and end sites of takes do, or where "
+                                       "their markers are, frame by frame, as a table or as JSON",
                                        exportTakes);
     addTakes(command, options.takes);
     command.add_option("--format", options.format, "What to write: csv or json")

@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "markers/MarkerInfo.h"
 #include "session/BodyNamesDocument.h"
 #include "session/EachTake.h"
 #include "session/Take.h"
@@ -123,7 +124,15 @@ int info(const InfoOptions& options) {
     const auto names = loadBodyNames(options.names);
     const char* separator = "";
     return forEachTake(options.takes, [&](std::size_t i) {
-        const Take take(options.takes[i], options.space);
+        TakeFile source(options.takes[i]);
+        if (source.holdsMarkers()) {
+            const kit::C3dTake markers = withSpace(source.readMarkers(), options.space);
+            const std::string text = options.brief ? describeBriefly(options.takes[i], markers)
+                                                   : describeMarkers(options.takes[i], markers);
+            fmt::print("{}{}", std::exchange(separator, options.brief ? "" : "\n"), text);
+            return;
+        }
+        const Take take(withSpace(source.read(), options.space));
         if (options.brief) {
             printBrief(options.takes[i], take);
             return;
@@ -136,11 +145,13 @@ int info(const InfoOptions& options) {
 } // namespace
 
 void addInfo(CommandLine& line) {
-    auto [command, options] =
-        line.add("info",
-                 "Describe takes: skeleton, joints, frames, rate, length, body "
-                 "height, what had to be guessed, and which joints are which segments of the body",
-                 info);
+    auto [command, options] = line.add(
+        "info",
+        "Describe takes: skeleton, joints, frames, rate, length, body "
+        "height, what had to be guessed, and which joints are which segments of the body; of "
+        "C3D files markers, frames, rate, unit, events, analog channels, how much each "
+        "marker was seen, and what contradicts itself",
+        info);
     addTakes(command, options.takes);
     addSpace(command, options.space);
     addNames(command, options.names);

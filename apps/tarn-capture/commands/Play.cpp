@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "markers/MarkerPlay.h"
 #include "session/EachTake.h"
 #include "session/ShownFrames.h"
 #include "session/Take.h"
@@ -111,7 +112,14 @@ void draw(const Take& take, const ShownFrames& shown, const PictureFiles& files)
 
 /// Draws what was shown.
 void playTake(const std::string& name, const PictureFiles& files, const PlayOptions& options) {
-    const Take take(name, options.space);
+    TakeFile source(name);
+    if (source.holdsMarkers()) {
+        const kit::C3dTake markers = withSpace(source.readMarkers(), options.space);
+        makeDirectory(options.out);
+        playMarkers(markers, {options.frames, options.rate, options.speed, files.png, files.svg});
+        return;
+    }
+    const Take take(withSpace(source.read(), options.space));
     const FrameRange range = chosenFrames(options.frames, take.frameCount());
     makeDirectory(options.out);
 

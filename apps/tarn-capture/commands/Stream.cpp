@@ -3,8 +3,8 @@
 
 #include "commands/Commands.h"
 
+#include "markers/MarkerFrames.h"
 #include "session/StreamWatch.h"
-#include "session/Take.h"
 #include "session/TakeComparison.h"
 #include "session/TakeFile.h"
 #include "support/Errors.h"
@@ -45,9 +45,37 @@ void printJitter(const StreamWatch::Instants& arrivals, double framesPerSecond) 
                jitter.median, jitter.nearly, jitter.largest);
 }
 
-/// Compares what was recorded with the frames of the take, which was read on its own.
-void compare(Tracks& recording, const Take& take, FrameRange range) {
-    if (const auto frame = firstDifference(recording, take.tracks(), range)) {
+/// What both kinds of takes are streamed with.
+struct Source {
+    std::shared_ptr<Tracks> take;
+    double rate;
+    FrameRange range;
+    int port;
+    int dataType;
+};
+
+/// The take, read on its own, and the device with another reading of it, with which the recording
+/// is then compared.
+Source open(kit::ReplayDevice& device, TakeFile& file, const StreamOptions& options) {
+    if (file.holdsMarkers()) {
+        const kit::C3dTake take = withSpace(file.readMarkers(), options.space);
+        device.open(withSpace(file.readMarkers(), options.space));
+        return {take.tracks, take.rate, chosenFrames(options.frames, take),
+                kit::ReplayDevice::markerPort, kit::markerDataType};
+    }
+    const kit::BvhTake take = withSpace(file.read(), options.space);
+    device.open(withSpace(file.read(), options.space));
+    return {take.tracks, static_cast<double>(take.tracks->fps()),
+            chosenFrames(options.frames, take.tracks->timeLength()), kit::ReplayDevice::posePort,
+            kit::poseDataType};
+}
+
+/// Throws unless what was recorded is the take.
+void compare(Tracks& recording, const Source& source) {
+    const auto frame = source.port == kit::ReplayDevice::markerPort
+                           ? firstMarkerDifference(recording, *source.take, source.range)
+                           : firstDifference(recording, *source.take, source.range);
+    if (frame) {
         throw std::runtime_error(
             fmt::format("the recording differs from the take at frame {}", *frame));
     }
@@ -56,25 +84,22 @@ void compare(Tracks& recording, const Take& take, FrameRange range) {
 /// From a replay device to a recorder; what was recorded has to be the take.
 int stream(const StreamOptions& options) {
     TakeFile file(options.take);
-    const Take take(withSpace(file.read(), options.space));
-    const FrameRange range = chosenFrames(options.frames, take.frameCount());
-    const int count = countOf(range);
-
     const auto clock = std::make_shared<kit::SteadyClock>();
     kit::ReplayDevice device("stream", clock);
-    kit::RecorderNode recorder(kit::poseDataType, count);
-    recorder.tieToIFramePort(kit::RecorderNode::framePort,
-                             device.oFramePort(kit::ReplayDevice::posePort));
-    device.open(withSpace(file.read(),
-                          options.space)); // anew: the recording has to be that of another reading
+    const Source source = open(device, file, options);
+    const int count = countOf(source.range);
+
+    kit::RecorderNode recorder(source.dataType, count);
+    recorder.tieToIFramePort(kit::RecorderNode::framePort, device.oFramePort(source.port));
     device.setSpeed(options.speed);
     if (count > 0) {
-        device.seek(range.first);
+        device.seek(source.range.first);
     }
     StreamWatch::Instants arrivals;
     if (count > 0) {
         ProgressBar bar(stderr, count);
-        StreamWatch watch(device, clock, count, [&bar] { bar.advance(); });
+        StreamWatch watch(
+            device, clock, count, [&bar] { bar.advance(); }, source.port);
         device.start();
         watch.waitForEnd();
         device.stop(); // the device has left its slots when it answers
@@ -83,12 +108,13 @@ int stream(const StreamOptions& options) {
 
     const auto streamed = static_cast<std::size_t>(recorder.frameCount());
     fmt::print("{}\n", kit::printable(options.take));
-    fmt::print("  streamed  {} of {}\n", kit::counted(streamed, "frame"), take.frameCount());
+    fmt::print("  streamed  {} of {}\n", kit::counted(streamed, "frame"),
+               source.take->timeLength());
     fmt::print("  lost      {}\n",
                static_cast<std::int64_t>(count) - recorder.frameCount() + recorder.lostFrames());
     fmt::print("  duration  {:.3f} s\n", durationOf(arrivals));
-    printJitter(arrivals, take.rate() * options.speed);
-    compare(*recorder.take(0, range.last + 1), take, range);
+    printJitter(arrivals, source.rate * options.speed);
+    compare(*recorder.take(0, source.range.last + 1), source);
     fmt::print("  recording identical to the take\n");
     return exitSuccess;
 }

@@ -3,6 +3,8 @@
 
 #include "export/MotionCsv.h"
 
+#include "support/CsvField.h"
+
 #include <fmt/compile.h>
 #include <fmt/format.h>
 #include <tarn_kit/files/Text.h>
@@ -14,18 +16,6 @@
 namespace tarn::capture {
 
 namespace {
-
-/// Quotes a field where a comma, a quote or a line end in it would be taken for the table's own.
-std::string csvField(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        return text;
-    }
-    std::string quoted = "\"";
-    for (const char c : text) {
-        quoted += c == '"' ? "\"\"" : std::string(1, c);
-    }
-    return quoted + "\"";
-}
 
 std::string unused(const std::string& name, std::set<std::string>& taken) {
     std::string result = name;

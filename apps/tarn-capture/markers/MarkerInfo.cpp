@@ -3,7 +3,7 @@
 
 #include "markers/MarkerInfo.h"
 
-#include "markers/MarkerFile.h"
+#include "markers/MarkerFrames.h"
 #include "markers/MarkerSightings.h"
 
 #include <fmt/format.h>
@@ -51,10 +51,10 @@ std::string subjectsText(const std::vector<kit::C3dMarker>& markers) {
 }
 
 std::string framesText(const kit::C3dInfo& take) {
-    return take.frameCount == 0 ? "none"
-                                : fmt::format("{}, numbered {} to {}", take.frameCount,
-                                              take.firstFrame,
-                                              take.firstFrame + take.frameCount - 1);
+    return take.frameCount == 0
+               ? "none"
+               : fmt::format("{}, numbered {} to {}", take.frameCount, take.firstFrame,
+                             take.firstFrame + take.frameCount - 1);
 }
 
 std::string unitText(const kit::C3dInfo& take) {
@@ -65,8 +65,8 @@ std::string unitText(const kit::C3dInfo& take) {
 }
 
 std::string eventsText(const kit::C3dInfo& take) {
-    std::string text = fact("events", take.events.empty() ? "none"
-                                                          : std::to_string(take.events.size()));
+    std::string text =
+        fact("events", take.events.empty() ? "none" : std::to_string(take.events.size()));
     for (const kit::C3dEvent& event : take.events) {
         std::string what = event.context.empty() ? "" : event.context + " ";
         what += event.label;
@@ -81,10 +81,9 @@ std::string analogText(const kit::C3dInfo& take) {
     if (take.channels.empty()) {
         return fact("analog", "none");
     }
-    std::string text =
-        fact("analog", fmt::format("{} at {:.6g} samples per second",
-                                   kit::counted(take.channels.size(), "channel"),
-                                   take.analogRate()));
+    std::string text = fact("analog", fmt::format("{} at {:.6g} samples per second",
+                                                  kit::counted(take.channels.size(), "channel"),
+                                                  take.analogRate()));
     for (const kit::C3dChannel& channel : take.channels) {
         text += line(channel.name + (channel.unit.empty() ? "" : " [" + channel.unit + "]"));
     }
@@ -102,7 +101,8 @@ std::string sightingsText(const kit::C3dTake& take) {
         const double share = 100.0 * one.seen / take.frameCount;
         // Not 100 % where a frame is missing.
         const double shown = one.seen < take.frameCount ? std::min(share, 99.9) : share;
-        text += fmt::format("    {:<20} {:>5.1f} %", kit::printable(take.markers[i].label()), shown);
+        text +=
+            fmt::format("    {:<20} {:>5.1f} %", kit::printable(take.markers[i].label()), shown);
         if (one.longestGap > 0) {
             const std::int64_t start = take.firstFrame + one.gapStart;
             text += fmt::format("  longest gap {} ({} to {})",

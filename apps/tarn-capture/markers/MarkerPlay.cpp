@@ -3,7 +3,7 @@
 
 #include "markers/MarkerPlay.h"
 
-#include "markers/MarkerFile.h"
+#include "markers/MarkerFrames.h"
 #include "support/ProgressBar.h"
 
 #include <fmt/format.h>
@@ -38,11 +38,10 @@ std::shared_ptr<Tracks> framesOf(const kit::C3dTake& take, FrameRange range) {
 std::shared_ptr<Tracks> played(Tracks& take, kit::Playback& playback, double speed) {
     Frames shown(static_cast<std::size_t>(take.timeLength()));
     ProgressBar bar(stderr, playback.stepCount());
-    const tsignal::ScopedConnection connection(
-        take.onCurrentTimeChanged().connect([&](int frame) {
-            shown[static_cast<std::size_t>(frame)] = take.getFrame(frame, kit::markerDataType);
-            bar.advance();
-        }));
+    const tsignal::ScopedConnection connection(take.onCurrentTimeChanged().connect([&](int frame) {
+        shown[static_cast<std::size_t>(frame)] = take.getFrame(frame, kit::markerDataType);
+        bar.advance();
+    }));
     playback.runAtSpeed(speed);
     return kit::takeOf(kit::markerDataType, std::move(shown), take.fps());
 }
@@ -84,8 +83,7 @@ draw::MarkerCloud cloudOf(const kit::C3dTake& take, FrameRange range,
 
 } // namespace
 
-void playMarkers(const std::string& name, const MarkerPlay& options) {
-    const kit::C3dTake take = readMarkers(name);
+void playMarkers(const kit::C3dTake& take, const MarkerPlay& options) {
     const FrameRange range = chosenFrames(options.frames, take);
     const double rate = options.rate ? options.rate->value() : take.rate;
     const std::shared_ptr<Tracks> tracks = framesOf(take, range);

@@ -5,6 +5,7 @@
 
 #include "support/FrameRange.h"
 
+#include <tarn_kit/files/C3d.h>
 #include <tarn_kit/session/Rate.h>
 
 #include <optional>
@@ -22,6 +23,6 @@ struct MarkerPlay {
 };
 
 /// Plays a take with a progress bar, draws what was shown, and says what that was in one line.
-void playMarkers(const std::string& name, const MarkerPlay& options);
+void playMarkers(const kit::C3dTake& take, const MarkerPlay& options);
 
 } // namespace tarn::capture

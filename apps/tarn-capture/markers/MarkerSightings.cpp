@@ -3,7 +3,7 @@
 
 #include "markers/MarkerSightings.h"
 
-#include "markers/MarkerFile.h"
+#include "markers/MarkerFrames.h"
 
 #include <cstddef>
 

@@ -3,7 +3,7 @@
 
 #include "markers/MarkerText.h"
 
-#include "markers/MarkerFile.h"
+#include "markers/MarkerFrames.h"
 #include "support/CsvField.h"
 
 #include <fmt/compile.h>
@@ -73,8 +73,8 @@ void writeMarkerCsv(const kit::C3dTake& take, FrameRange range, const TextSink& 
                        secondsAt(take, frame));
         for (const kit::Marker& marker : markersAt(take, frame)) {
             if (marker.hasPosition()) {
-                fmt::format_to(std::back_inserter(row), FMT_COMPILE(",{},{},{}"),
-                               marker.position.x, marker.position.y, marker.position.z);
+                fmt::format_to(std::back_inserter(row), FMT_COMPILE(",{},{},{}"), marker.position.x,
+                               marker.position.y, marker.position.z);
             } else {
                 fmt::format_to(std::back_inserter(row), ",,,");
             }
@@ -98,7 +98,8 @@ void writeMarkerJson(const kit::C3dTake& take, FrameRange range, const TextSink&
     const char* separator = "\n";
     for (int frame = range.first; frame <= range.last; ++frame) {
         fmt::memory_buffer text;
-        fmt::format_to(std::back_inserter(text), "{}{{\"frame\": {}, \"time\": {}, \"positions\": [",
+        fmt::format_to(std::back_inserter(text),
+                       "{}{{\"frame\": {}, \"time\": {}, \"positions\": [",
                        std::exchange(separator, ",\n"), take.firstFrame + frame,
                        realText(secondsAt(take, frame)));
         const char* comma = "";

@@ -25,11 +25,12 @@ double quantile(const std::vector<double>& ascending, double part) {
 } // namespace
 
 StreamWatch::StreamWatch(kit::ReplayDevice& device, std::shared_ptr<const kit::Clock> clock,
-                         int wanted, std::function<void()> arrived)
-    : device_(device), clock_(std::move(clock)), wanted_(wanted), arrived_(std::move(arrived)) {
+                         int wanted, std::function<void()> arrived, int port)
+    : device_(device), clock_(std::move(clock)), wanted_(wanted), port_(port),
+      arrived_(std::move(arrived)) {
     arrivals_.reserve(static_cast<std::size_t>(wanted));
-    device.oFramePort(kit::ReplayDevice::posePort)
-        .connect(this, [this](const std::shared_ptr<Frame>&) { frameArrived(); });
+    device.oFramePort(port_).connect(this,
+                                     [this](const std::shared_ptr<Frame>&) { frameArrived(); });
     device.onStateChanged().connect(this, [this](Device::DeviceState state) {
         if (state == Device::Ready) {
             end();
@@ -38,7 +39,7 @@ StreamWatch::StreamWatch(kit::ReplayDevice& device, std::shared_ptr<const kit::C
 }
 
 StreamWatch::~StreamWatch() {
-    device_.oFramePort(kit::ReplayDevice::posePort).disconnect(this);
+    device_.oFramePort(port_).disconnect(this);
     device_.onStateChanged().disconnect(this);
 }
 

@@ -19,10 +19,10 @@ class StreamWatch {
 public:
     using Instants = std::vector<kit::Clock::Instant>;
 
-    /// `arrived` is called for each frame, on the device's thread. The device must outlive the
-    /// watch and not stream yet. Precondition: `wanted` is greater than 0.
+    /// `arrived` is called for each frame of a port, on the device's thread. The device must
+    /// outlive the watch and not stream yet. Precondition: `wanted` is greater than 0.
     StreamWatch(kit::ReplayDevice& device, std::shared_ptr<const kit::Clock> clock, int wanted,
-                std::function<void()> arrived);
+                std::function<void()> arrived, int port = kit::ReplayDevice::posePort);
     ~StreamWatch();
     StreamWatch(const StreamWatch&) = delete;
     StreamWatch& operator=(const StreamWatch&) = delete;
@@ -38,6 +38,7 @@ private:
     kit::ReplayDevice& device_;
     const std::shared_ptr<const kit::Clock> clock_;
     const int wanted_;
+    const int port_;
     const std::function<void()> arrived_;
     Instants arrivals_;
     std::mutex mutex_;

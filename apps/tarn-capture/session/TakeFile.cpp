@@ -7,6 +7,7 @@
 #include "support/StandardStreams.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/files/TakeFormat.h>
 #include <tarn_kit/files/Text.h>
 
 #include <algorithm>
@@ -16,6 +17,7 @@
 #include <iterator>
 #include <set>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -40,10 +42,7 @@ bool TakeFile::isKept() const {
     return isStandardStream(name_) || fs::is_fifo(name_, error);
 }
 
-kit::BvhTake TakeFile::read() {
-    if (!isKept()) {
-        return kit::readBvh(name_);
-    }
+const std::string& TakeFile::text() {
     if (!std::exchange(isRead_, true)) {
         if (isStandardStream(name_)) {
             text_ = readToEnd(std::cin);
@@ -52,8 +51,33 @@ kit::BvhTake TakeFile::read() {
             text_ = readToEnd(pipe);
         }
     }
-    std::istringstream stream(text_);
-    return kit::readBvh(stream, isStandardStream(name_) ? standardInput : name_);
+    return text_;
+}
+
+std::string TakeFile::nameInErrors() const {
+    return isStandardStream(name_) ? standardInput : name_;
+}
+
+bool TakeFile::holdsMarkers() {
+    const auto format =
+        isKept() ? kit::takeFormatOf(std::string_view(text())) : kit::takeFormatOf(fs::path(name_));
+    return format == kit::TakeFormat::C3d;
+}
+
+kit::BvhTake TakeFile::read() {
+    if (!isKept()) {
+        return kit::readBvh(name_);
+    }
+    std::istringstream stream(text());
+    return kit::readBvh(stream, nameInErrors());
+}
+
+kit::C3dTake TakeFile::readMarkers() {
+    if (!isKept()) {
+        return kit::readC3d(name_);
+    }
+    std::istringstream stream(text());
+    return kit::readC3d(stream, {}, nameInErrors());
 }
 
 kit::BvhTake readTake(const std::string& name) { return TakeFile(name).read(); }

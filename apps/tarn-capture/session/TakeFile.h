@@ -4,6 +4,7 @@
 #pragma once
 
 #include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/files/C3d.h>
 
 #include <string>
 #include <vector>
@@ -16,11 +17,19 @@ class TakeFile {
 public:
     explicit TakeFile(std::string name);
 
+    /// Whether it holds markers (C3D) and not a body (BVH), by its content.
+    bool holdsMarkers();
+
     /// Reads the take, each time anew; what can be read only once is kept. Throws
     /// `kit::ReadError`, which names the file, if it cannot be read.
     kit::BvhTake read();
+    /// The same of a take of markers.
+    kit::C3dTake readMarkers();
 
 private:
+    /// All of what can be read only once.
+    const std::string& text();
+    std::string nameInErrors() const;
     bool isKept() const; ///< whether it can be read only once
 
     std::string name_;

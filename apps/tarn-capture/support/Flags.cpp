@@ -109,8 +109,9 @@ void addFrames(CLI::App& command, std::optional<FrameChoice>& frames) {
     command
         .add_option_function<std::string>(
             "--frames", [&frames](const std::string& text) { frames = parseFrames(text); },
-            "First and last frame, both included, counted from 0; A.. for all from A on, N for the "
-            "first N; if not given, all frames")
+            "First and last frame, both included, counted from 0, those of a C3D file as it "
+            "numbers "
+            "them; A.. for all from A on, N for the first N; if not given, all frames")
         ->type_name("A..B");
 }
 

@@ -21,10 +21,10 @@ namespace tarn::capture {
 
 /// TAKE...: the files to read; "-" is standard input.
 void addTakes(CLI::App& command, std::vector<std::string>& takes,
-              const std::string& meaning = "BVH files; - is standard input");
+              const std::string& meaning = "BVH or C3D files; - is standard input");
 /// One TAKE.
 void addTake(CLI::App& command, std::string& take,
-             const std::string& meaning = "A BVH file; - is standard input");
+             const std::string& meaning = "A BVH or C3D file; - is standard input");
 /// --out, required.
 void addOut(CLI::App& command, std::string& out, const std::string& type,
             const std::string& meaning);

@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <iostream>
 #include <stdexcept>
 
 namespace tarn::capture {
@@ -31,9 +32,13 @@ void Output::write(std::string_view text) {
     }
 }
 
+std::ostream& Output::stream() { return file_ ? file_->stream() : std::cout; }
+
 void Output::commit() {
     if (file_) {
         file_->commit();
+    } else if (!std::cout.flush()) {
+        throw std::runtime_error("cannot write to standard output");
     }
 }
 

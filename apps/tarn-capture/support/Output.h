@@ -6,6 +6,7 @@
 #include <tarn/OutputFile.h>
 
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,8 @@ public:
     explicit Output(const std::string& name);
 
     void write(std::string_view text);
+    /// For what writes to streams. It fails as files do, and `commit()` says so.
+    std::ostream& stream();
     void commit();
 
 private:

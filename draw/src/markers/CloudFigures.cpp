@@ -48,9 +48,9 @@ Heading headingOfClouds(const MarkerScene& scene, const std::vector<int>& frames
     for (const int frame : frames) {
         const std::vector<Vector3f> places = scene.placesAt(frame);
         way.push_back(middle(places));
-        const auto [lowest, highest] = std::minmax_element(
-            places.begin(), places.end(),
-            [](const Vector3f& a, const Vector3f& b) { return a.y < b.y; });
+        const auto [lowest, highest] =
+            std::minmax_element(places.begin(), places.end(),
+                                [](const Vector3f& a, const Vector3f& b) { return a.y < b.y; });
         height = std::max(height, static_cast<double>(highest->y) - static_cast<double>(lowest->y));
     }
     return headingOf(way, height);
@@ -73,9 +73,9 @@ CloudFigures::CloudFigures(const MarkerScene& scene, double width)
     }
     const double cellWidth = width_ / static_cast<double>(cellsPerRow) - gap;
     if (reach > 0 || top_ + bottom_ > 0) {
-        scale_ = std::min(reach > 0 ? cellWidth / (2 * reach) : tallestCell / (top_ + bottom_),
-                          top_ + bottom_ > 0 ? tallestCell / (top_ + bottom_)
-                                             : cellWidth / (2 * reach));
+        scale_ =
+            std::min(reach > 0 ? cellWidth / (2 * reach) : tallestCell / (top_ + bottom_),
+                     top_ + bottom_ > 0 ? tallestCell / (top_ + bottom_) : cellWidth / (2 * reach));
     }
 }
 
@@ -146,9 +146,8 @@ void CloudFigures::drawCell(Canvas& canvas, const Box& cell, std::size_t index) 
     const auto seen = [&](std::size_t marker) {
         return camera_.see(*scene_.placeOf(markers, marker));
     };
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-        return seen(a).near < seen(b).near;
-    });
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return seen(a).near < seen(b).near; });
     for (const std::size_t marker : order) {
         const Point at = pixel(cell, seen(marker), centre);
         canvas.disc(at, radius + 1, colours::floor);

@@ -30,8 +30,8 @@ constexpr Font legendFont{18};
 /// The frames whose places make up the paths: no more than can be drawn in no time.
 std::vector<int> pathFrames(const MarkerScene& scene) {
     constexpr std::size_t mostPlaces = 60'000;
-    const auto wanted = static_cast<int>(
-        std::clamp<std::size_t>(mostPlaces / std::max<std::size_t>(1, scene.markerCount()), 2, 2000));
+    const auto wanted = static_cast<int>(std::clamp<std::size_t>(
+        mostPlaces / std::max<std::size_t>(1, scene.markerCount()), 2, 2000));
     return scene.someFrames(0, scene.frameCount() - 1, wanted);
 }
 
@@ -124,9 +124,9 @@ private:
 
     double legendHeight() const {
         const std::size_t count = scene_.subjects().size();
-        return count < 2 ? 0
-                         : static_cast<double>((count + legendColumns - 1) / legendColumns) *
-                               legendLine;
+        return count < 2
+                   ? 0
+                   : static_cast<double>((count + legendColumns - 1) / legendColumns) * legendLine;
     }
 
     void drawLegend(Canvas& canvas, Point corner) const {
@@ -137,8 +137,8 @@ private:
             canvas.disc({at.x + 8, at.y - 6}, 8, subjectColour(i));
             const std::string& name = scene_.subjects()[i];
             canvas.text({at.x + 26, at.y},
-                        canvas.fitted(name.empty() ? "no subject" : kit::printable(name), legendFont,
-                                      column - 40),
+                        canvas.fitted(name.empty() ? "no subject" : kit::printable(name),
+                                      legendFont, column - 40),
                         legendFont, Align::left, colours::note);
         }
     }

@@ -55,8 +55,8 @@ double SightChart::height() const {
 }
 
 std::string SightChart::summary() const {
-    const auto whole = static_cast<std::size_t>(
-        std::count(seen_.begin(), seen_.end(), scene_.frameCount()));
+    const auto whole =
+        static_cast<std::size_t>(std::count(seen_.begin(), seen_.end(), scene_.frameCount()));
     return fmt::format("{} of {} seen in every frame", whole,
                        kit::counted(scene_.markerCount(), "marker"));
 }
@@ -81,9 +81,9 @@ void SightChart::drawRow(Canvas& canvas, const Box& row, std::size_t marker) con
     const MarkerName& name = scene_.cloud().markers[marker];
     const Font font{rowHeight_ - 4};
     const double base = row.bottom() - 4;
-    const std::string label = kit::printable(
-        scene_.subjects().size() > 1 && !name.subject.empty() ? name.subject + ":" + name.name
-                                                              : name.name);
+    const std::string label = kit::printable(scene_.subjects().size() > 1 && !name.subject.empty()
+                                                 ? name.subject + ":" + name.name
+                                                 : name.name);
     canvas.text({row.x - 10, base}, canvas.fitted(label, font, labelWidth - 20), font, Align::right,
                 colours::note);
     const double frames = scene_.frameCount();

@@ -40,8 +40,9 @@ private:
     double width_;
     std::size_t rows_;
     double rowHeight_;
-    std::vector<std::vector<Run>> runs_; ///< per marker; those in which it was not seen are left out
-    std::vector<int> seen_;              ///< in how many frames
+    std::vector<std::vector<Run>>
+        runs_;              ///< per marker; those in which it was not seen are left out
+    std::vector<int> seen_; ///< in how many frames
 };
 
 } // namespace tarn::draw

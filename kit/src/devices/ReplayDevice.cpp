@@ -29,7 +29,7 @@ struct Command {
 struct ReplayDevice::PrivateData {
     PrivateData(ReplayDevice& itself, std::shared_ptr<Clock> itsClock)
         : device(itself), clock(std::move(itsClock)),
-          player(*clock, device.addOFramePort(posePort),
+          player(*clock, device.addOFramePort(posePort), device.addOFramePort(markerPort),
                  [this](DeviceState state) { device.setState(state); }) {}
 
     // Any thread.
@@ -160,6 +160,8 @@ BvhTake ReplayDevice::open(const std::filesystem::path& file) {
 }
 
 void ReplayDevice::open(const BvhTake& take) { command(*this, "open", take); }
+
+void ReplayDevice::open(const C3dTake& take) { command(*this, "open", take); }
 
 void ReplayDevice::start() { command(*this, "start"); }
 

@@ -5,6 +5,9 @@
 
 #include "processing/AnyNumber.h"
 
+#include <tarn_kit/body/Markers.h>
+#include <tarn_kit/files/TakeFormat.h>
+
 #include <algorithm>
 #include <array>
 #include <cassert>
@@ -30,21 +33,11 @@ std::optional<fs::path> fileIn(const std::any& payload) {
     return std::nullopt;
 }
 
-/// Nothing when the file cannot be read: then the reply says why.
-std::optional<BvhTake> read(const fs::path& file, Reply& reply) {
-    try {
-        return readBvh(file);
-    } catch (const std::exception& error) {
-        fail(reply, ReplayDevice::BadFile, error.what());
-        return std::nullopt;
-    }
-}
-
-std::vector<std::shared_ptr<Frame>> framesOf(Tracks& take) {
+std::vector<std::shared_ptr<Frame>> framesOf(Tracks& take, int dataType) {
     std::vector<std::shared_ptr<Frame>> frames;
     frames.reserve(static_cast<std::size_t>(take.timeLength()));
     for (int i = 0; i < take.timeLength(); ++i) {
-        frames.push_back(take.getFrame(i, poseDataType));
+        frames.push_back(take.getFrame(i, dataType));
     }
     return frames;
 }
@@ -62,8 +55,9 @@ Clock::Duration Beat::intervals(std::int64_t count, double ticksPerSecond) {
     return Clock::Duration(std::llround(std::min(nanoseconds, longest)));
 }
 
-ReplayPlayer::ReplayPlayer(const Clock& clock, Output& output, StateListener onState)
-    : clock_(clock), output_(output), onState_(std::move(onState)) {}
+ReplayPlayer::ReplayPlayer(const Clock& clock, Output& poses, Output& markers,
+                           StateListener onState)
+    : clock_(clock), poses_(poses), markers_(markers), onState_(std::move(onState)) {}
 
 bool ReplayPlayer::handle(const Request& request, Reply& reply) {
     static constexpr std::array<std::pair<std::string_view, Handler>, 7> handlers = {{
@@ -101,7 +95,7 @@ void ReplayPlayer::sendNext() {
         beat_.next();
         ++next_;
         ++framesSent_;
-        output_.emit(frame);
+        output_->emit(frame);
     }
     if (state_ == Device::Busy && isAtEnd()) {
         enter(Device::Ready);
@@ -110,40 +104,64 @@ void ReplayPlayer::sendNext() {
 
 void ReplayPlayer::open(const Request& request, Reply& reply) {
     if (const auto* const take = std::any_cast<BvhTake>(&request.data())) {
-        openTake(*take, reply);
-        return;
-    }
-    const std::optional<fs::path> file = fileIn(request.data());
-    if (!file) {
+        openTake({}, *take, reply);
+    } else if (const auto* const markers = std::any_cast<C3dTake>(&request.data())) {
+        openTake({}, *markers, reply);
+    } else if (const std::optional<fs::path> file = fileIn(request.data())) {
+        openFile(*file, reply);
+    } else {
         fail(reply, ReplayDevice::BadPayload,
-             "\"open\" takes a file name, as std::string or std::filesystem::path, or a BvhTake");
-        return;
-    }
-    if (const std::optional<BvhTake> take = read(*file, reply)) {
-        load(*file, *take);
-        reply.setData(*take);
+             "\"open\" takes a file name, as std::string or std::filesystem::path, a BvhTake or a "
+             "C3dTake");
     }
 }
 
-void ReplayPlayer::openTake(const BvhTake& take, Reply& reply) {
+void ReplayPlayer::openFile(const fs::path& file, Reply& reply) {
+    try {
+        if (takeFormatOf(file) == TakeFormat::C3d) {
+            openTake(file, readC3d(file), reply);
+        } else {
+            openTake(file, readBvh(file), reply);
+        }
+    } catch (const std::exception& error) {
+        fail(reply, ReplayDevice::BadFile, error.what());
+    }
+}
+
+void ReplayPlayer::openTake(const fs::path& file, const BvhTake& take, Reply& reply) {
     if (take.rig == nullptr || take.tracks == nullptr || take.tracks->fps() < 1) {
         fail(reply, ReplayDevice::BadPayload,
              "\"open\" takes no take without a rig, tracks or rate");
         return;
     }
-    const auto frames = framesOf(*take.tracks);
-    if (std::find(frames.begin(), frames.end(), nullptr) != frames.end()) {
-        fail(reply, ReplayDevice::BadPayload, "\"open\" takes no take with a frame without a pose");
-        return;
-    }
-    load({}, take);
     reply.setData(take);
+    load(file, *take.tracks, take.tracks->fps(), poses_, poseDataType, reply);
 }
 
-void ReplayPlayer::load(const fs::path& file, const BvhTake& take) {
+void ReplayPlayer::openTake(const fs::path& file, const C3dTake& take, Reply& reply) {
+    if (take.tracks == nullptr || !std::isfinite(take.rate) || !(take.rate > 0)) {
+        fail(reply, ReplayDevice::BadPayload, "\"open\" takes no take without tracks or rate");
+        return;
+    }
+    reply.setData(take);
+    load(file, *take.tracks, take.rate, markers_, markerDataType, reply);
+}
+
+void ReplayPlayer::load(const fs::path& file, Tracks& take, double pace, Output& output,
+                        int dataType, Reply& reply) {
+    auto frames = framesOf(take, dataType);
+    if (std::find(frames.begin(), frames.end(), nullptr) != frames.end()) {
+        reply.setData({});
+        fail(reply, ReplayDevice::BadPayload,
+             "\"open\" takes no take with a frame without a pose, "
+             "or without markers");
+        return;
+    }
     file_ = file;
-    frames_ = framesOf(*take.tracks);
-    rate_ = take.tracks->fps();
+    frames_ = std::move(frames);
+    output_ = &output;
+    rate_ = take.fps();
+    pace_ = pace;
     next_ = 0;
     framesSent_ = 0;
     enter(Device::Ready);

@@ -44,8 +44,8 @@ public:
     using Output = tsignal::Signal<std::shared_ptr<Frame>>;
     using StateListener = std::function<void(Device::DeviceState)>;
 
-    /// Clock and output must outlive it. `onState` hears of every change, one after the other.
-    ReplayPlayer(const Clock& clock, Output& output, StateListener onState);
+    /// Clock and outputs must outlive it. `onState` hears of every change, one after the other.
+    ReplayPlayer(const Clock& clock, Output& poses, Output& markers, StateListener onState);
 
     /// Carries out a command and fills in its reply, which is left to be finished. Returns false,
     /// and does nothing, when there is no such command.
@@ -70,13 +70,19 @@ private:
     /// Whether a take is open; fails the reply otherwise.
     bool hasTake(Reply& reply) const;
     bool isAtEnd() const { return next_ == frames_.size(); }
-    double ticksPerSecond() const { return rate_ * factor_; }
-    void openTake(const BvhTake& take, Reply& reply);
-    void load(const std::filesystem::path& file, const BvhTake& take);
+    double ticksPerSecond() const { return pace_ * factor_; }
+    void openFile(const std::filesystem::path& file, Reply& reply);
+    /// Opens a take, from a file if that is named, or fails the reply.
+    void openTake(const std::filesystem::path& file, const BvhTake& take, Reply& reply);
+    void openTake(const std::filesystem::path& file, const C3dTake& take, Reply& reply);
+    void load(const std::filesystem::path& file, Tracks& take, double pace, Output& output,
+              int dataType, Reply& reply);
     void enter(Device::DeviceState state);
 
     const Clock& clock_;
-    Output& output_;
+    Output& poses_;
+    Output& markers_;
+    Output* output_ = nullptr; ///< that of the take
     StateListener onState_;
     Device::DeviceState state_ = Device::Lost;
     std::deque<Device::DeviceState> announcements_; ///< the first one is being made
@@ -85,6 +91,7 @@ private:
     /// The device's own list: hosts may change the take that they got.
     std::vector<std::shared_ptr<Frame>> frames_;
     int rate_ = 0;
+    double pace_ = 0; ///< exact frames per second
     double factor_ = 1;
     std::size_t next_ = 0;
     std::int64_t framesSent_ = 0;

@@ -8,6 +8,7 @@
 #include <tarn_kit/devices/Clock.h>
 #include <tarn_kit/devices/Command.h>
 #include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/files/C3d.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -28,9 +29,9 @@ struct TARN_KIT_EXPORT ReplayStatus {
     std::int64_t framesSent = 0; ///< since the take was opened
 };
 
-/// A device that replays a take from a BVH file: frame after frame out of its output frame port
-/// `posePort`, each at its time. Its type is "replay". It starts in the state `Lost`: it has no
-/// take.
+/// A device that replays a take from a BVH or a C3D file: frame after frame, each at its time, out
+/// of its output frame port `posePort` or `markerPort`. Its type is "replay". It starts in the
+/// state `Lost`: it has no take.
 ///
 /// | command  | payload     | what it does                                              | then  |
 /// |----------|-------------|-----------------------------------------------------------|-------|
@@ -42,10 +43,11 @@ struct TARN_KIT_EXPORT ReplayStatus {
 /// | "rate"   | factor      | replays so much faster; 0 for as fast as it can           |       |
 /// | "status" |             | replies with a `ReplayStatus`                             |       |
 ///
-/// A take is the name of a BVH file, as `std::string` or `std::filesystem::path` (a `const char*`
-/// is refused: what it points to may be gone when the device reads it), or a `BvhTake` that has
-/// been read already, whose frames are shared: a pose in each, and a rate. The reply to "open" has
-/// the `BvhTake` as its payload; what the host does to its tracks afterwards does not concern the
+/// A take is the name of a BVH or a C3D file (`takeFormatOf` tells which), as `std::string` or
+/// `std::filesystem::path` (a `const char*` is refused: what it points to may be gone when the
+/// device reads it), or a `BvhTake` or `C3dTake` that has been read already, whose frames are
+/// shared: a pose or markers in each, and a rate. The reply to "open" has the `BvhTake` or
+/// `C3dTake` as its payload; what the host does to its tracks afterwards does not concern the
 /// device. A frame index is an `int`. A factor is a `double`, a `float` or an `int`; it is 1 at
 /// first and outlives "open" and "stop". A command that finds things as it wants them ("pause" when
 /// nothing streams) succeeds.
@@ -83,6 +85,9 @@ class TARN_KIT_EXPORT ReplayDevice final : public Device {
 public:
     /// The output frame port: frames of the data type `poseDataType`.
     static constexpr int posePort = 0;
+    /// That of takes of markers: frames of the data type `markerDataType`, at the exact rate of the
+    /// take.
+    static constexpr int markerPort = 1;
 
     /// The result code of a command that failed.
     static constexpr int failed = 2;
@@ -109,10 +114,11 @@ public:
     // `CommandError`, with the error code and text of the reply, if it fails. They may be called
     // from any thread, as `syncRequest` may.
 
-    /// "open": reads a take, which replaces the one before, and returns it.
+    /// "open": reads a take from a BVH file, which replaces the one before, and returns it.
     BvhTake open(const std::filesystem::path& file);
     /// "open": a take that has been read already; it replaces the one before.
     void open(const BvhTake& take);
+    void open(const C3dTake& take);
     /// "start"
     void start();
     /// "pause"

@@ -1,22 +1,15 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "markers/MarkerFile.h"
+#include "markers/MarkerFrames.h"
 
 #include "support/Errors.h"
 
 #include <fmt/format.h>
-#include <tarn_kit/files/TakeFormat.h>
 
-#include <filesystem>
+#include <cstdint>
 
 namespace tarn::capture {
-
-bool holdsMarkers(const std::string& name) {
-    return kit::takeFormatOf(std::filesystem::path(name)) == kit::TakeFormat::C3d;
-}
-
-kit::C3dTake readMarkers(const std::string& name) { return kit::readC3d(name); }
 
 FrameRange chosenFrames(const std::optional<FrameChoice>& choice, const kit::C3dInfo& take) {
     if (!choice || choice->isCount) { // N frames are the first ones, whatever their numbers
@@ -26,10 +19,9 @@ FrameRange chosenFrames(const std::optional<FrameChoice>& choice, const kit::C3d
     const std::int64_t first = choice->first;
     const std::int64_t last = choice->last ? *choice->last : end;
     if (first < take.firstFrame || first > end || last > end) {
-        throw UsageError(take.frameCount == 0
-                             ? "--frames: the take has no frames"
-                             : fmt::format("--frames: the take has frames {}..{}", take.firstFrame,
-                                           end));
+        throw UsageError(take.frameCount == 0 ? "--frames: the take has no frames"
+                                              : fmt::format("--frames: the take has frames {}..{}",
+                                                            take.firstFrame, end));
     }
     return {static_cast<int>(first - take.firstFrame), static_cast<int>(last - take.firstFrame)};
 }

@@ -8,17 +8,8 @@
 #include <tarn_kit/files/C3d.h>
 
 #include <optional>
-#include <string>
 
 namespace tarn::capture {
-
-// Takes of markers, as the command line names them.
-
-/// Whether a take holds markers and not a body, by the content of the file.
-bool holdsMarkers(const std::string& name);
-
-/// Reads a take of markers. Throws `kit::ReadError` when it cannot be read.
-kit::C3dTake readMarkers(const std::string& name);
 
 /// The frames of a take that were asked for, by the numbers that the file gives them, as indexes
 /// from 0; all if nothing was. Throws `UsageError`, which says what the take has, unless it has
