@@ -10,6 +10,7 @@
 #include <tarn/OutputFile.h>
 #include <tarn_draw/markers/MarkerSheet.h>
 #include <tarn_kit/body/Markers.h>
+#include <tarn_kit/body/Space.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/Playback.h>
 #include <tarn_kit/session/TakeOf.h>
@@ -17,6 +18,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <memory>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -24,38 +27,32 @@ namespace tarn::capture {
 
 namespace {
 
-using Frames = std::vector<std::shared_ptr<Frame>>;
-
 std::shared_ptr<Tracks> framesOf(const kit::C3dTake& take, FrameRange range) {
-    Frames frames;
+    std::vector<std::shared_ptr<Frame>> frames;
     for (int frame = range.first; frame <= range.last; ++frame) {
         frames.push_back(take.tracks->getFrame(frame, kit::markerDataType));
     }
     return kit::takeOf(kit::markerDataType, std::move(frames), take.tracks->fps());
 }
 
-/// Plays a take with a progress bar and returns what it showed, each frame in its place.
-std::shared_ptr<Tracks> played(Tracks& take, kit::Playback& playback, double speed) {
-    Frames shown(static_cast<std::size_t>(take.timeLength()));
+/// Plays a take with a progress bar; what it shows is told to those who listen.
+void playWithProgress(Tracks& take, kit::Playback& playback, double speed) {
     ProgressBar bar(stderr, playback.stepCount());
-    const tsignal::ScopedConnection connection(take.onCurrentTimeChanged().connect([&](int frame) {
-        shown[static_cast<std::size_t>(frame)] = take.getFrame(frame, kit::markerDataType);
-        bar.advance();
-    }));
+    const tsignal::ScopedConnection connection(
+        take.onCurrentTimeChanged().connect([&bar](int) { bar.advance(); }));
     playback.runAtSpeed(speed);
-    return kit::takeOf(kit::markerDataType, std::move(shown), take.fps());
 }
 
-/// The axis that the file wants to point up on the screen; else the one that laboratories use.
-draw::UpAxis upAxisOf(const kit::C3dInfo& take) {
+/// The axis that the file wants to point up on the screen, if it says so.
+std::optional<kit::UpAxis> statedUpAxis(const kit::C3dInfo& take) {
     const kit::C3dParameter* const screen = take.parameters.find("POINT", "Y_SCREEN");
-    const bool isY = screen != nullptr && screen->text().find('Y') != std::string::npos;
-    return isY ? draw::UpAxis::Y : draw::UpAxis::Z;
+    const std::string text = screen == nullptr ? std::string() : screen->text();
+    return text.empty() ? std::nullopt : kit::parseUpAxis(text.substr(text.size() - 1));
 }
 
 std::vector<std::string> notesOf(const kit::C3dInfo& take) {
     std::vector<std::string> notes;
-    if (take.parameters.find("POINT", "Y_SCREEN") == nullptr) {
+    if (!statedUpAxis(take)) {
         notes.emplace_back("Guessed: Z is up");
     }
     if (!take.report.empty()) {
@@ -66,18 +63,18 @@ std::vector<std::string> notesOf(const kit::C3dInfo& take) {
 }
 
 draw::MarkerCloud cloudOf(const kit::C3dTake& take, FrameRange range,
-                          std::shared_ptr<Tracks> shown) {
+                          std::shared_ptr<Tracks> tracks) {
     draw::MarkerCloud cloud;
     cloud.title = take.tracks->tracksName();
     for (const kit::C3dMarker& marker : take.markers) {
         cloud.markers.push_back({marker.name, marker.subject});
     }
-    cloud.take = std::move(shown);
+    cloud.take = std::move(tracks);
     cloud.rate = take.rate;
     cloud.firstFrame = take.firstFrame + range.first;
     cloud.unit.symbol = take.unit.empty() ? "unit" : kit::printable(take.unit);
     cloud.unit.name = take.unit.empty() ? "" : cloud.unit.symbol;
-    cloud.up = upAxisOf(take);
+    cloud.up = statedUpAxis(take).value_or(kit::UpAxis::Z); // as laboratories have it
     return cloud;
 }
 
@@ -88,9 +85,9 @@ void playMarkers(const kit::C3dTake& take, const MarkerPlay& options) {
     const double rate = options.rate ? options.rate->value() : take.rate;
     const std::shared_ptr<Tracks> tracks = framesOf(take, range);
     kit::Playback playback(*tracks, rate);
-    const std::shared_ptr<Tracks> shown = played(*tracks, playback, options.speed);
+    playWithProgress(*tracks, playback, options.speed);
 
-    const draw::Picture sheet = draw::markerSheet(cloudOf(take, range, shown), notesOf(take));
+    const draw::Picture sheet = draw::markerSheet(cloudOf(take, range, tracks), notesOf(take));
     const draw::ScopedFonts fonts;
     OutputFile png(options.png);
     OutputFile svg(options.svg);

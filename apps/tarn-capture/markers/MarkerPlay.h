@@ -22,7 +22,7 @@ struct MarkerPlay {
     std::string svg;
 };
 
-/// Plays a take with a progress bar, draws what was shown, and says what that was in one line.
+/// Plays a take with a progress bar, draws its frames, and says in one line what was shown.
 void playMarkers(const kit::C3dTake& take, const MarkerPlay& options);
 
 } // namespace tarn::capture

@@ -17,7 +17,6 @@
 #include <iterator>
 #include <set>
 #include <sstream>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -59,8 +58,7 @@ std::string TakeFile::nameInErrors() const {
 }
 
 bool TakeFile::holdsMarkers() {
-    const auto format =
-        isKept() ? kit::takeFormatOf(std::string_view(text())) : kit::takeFormatOf(fs::path(name_));
+    const auto format = isKept() ? kit::takeFormatIn(text()) : kit::takeFormatOf(name_);
     return format == kit::TakeFormat::C3d;
 }
 

@@ -37,8 +37,6 @@ std::ostream& Output::stream() { return file_ ? file_->stream() : std::cout; }
 void Output::commit() {
     if (file_) {
         file_->commit();
-    } else if (!std::cout.flush()) {
-        throw std::runtime_error("cannot write to standard output");
     }
 }
 

@@ -19,7 +19,7 @@ public:
     explicit Output(const std::string& name);
 
     void write(std::string_view text);
-    /// For what writes to streams. It fails as files do, and `commit()` says so.
+    /// For what writes to streams.
     std::ostream& stream();
     void commit();
 

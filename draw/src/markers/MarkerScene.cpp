@@ -3,6 +3,7 @@
 
 #include "markers/MarkerScene.h"
 
+#include "figure/Upright.h"
 #include "sheet/SubjectMark.h"
 
 #include <tarn_draw/figure/Camera.h>
@@ -38,8 +39,7 @@ std::optional<Vector3f> MarkerScene::placeOf(const kit::MarkerFrame& markers,
     if (!one.hasPosition() || !isFinite(one.position)) {
         return std::nullopt;
     }
-    const Vector3f& at = one.position;
-    return cloud_.up == UpAxis::Y ? at : Vector3f{at.x, at.z, -at.y};
+    return upright(one.position, cloud_.up);
 }
 
 std::vector<Vector3f> MarkerScene::placesAt(int frame) const {

@@ -76,7 +76,7 @@ public:
     Sheet(const MarkerCloud& cloud, const std::vector<std::string>& notes)
         : scene_(cloud), notes_(notes), figures_(scene_, page::contentWidth),
           chart_(scene_, page::contentWidth), paths_(pathsOf(scene_)),
-          plan_(allOf(paths_), 0, scene_.cloud().unit, page::contentWidth) {}
+          plan_(allOf(paths_), 0, scene_.cloud().unit, page::contentWidth, scene_.cloud().up) {}
     Sheet(const Sheet&) = delete;
     Sheet& operator=(const Sheet&) = delete;
     ~Sheet() = default;

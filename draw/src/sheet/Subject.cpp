@@ -3,6 +3,8 @@
 
 #include <tarn_draw/sheet/Subject.h>
 
+#include "figure/Upright.h"
+
 #include <fmt/format.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/ForwardKinematics.h>
@@ -28,19 +30,6 @@ std::vector<Vector3f> positionsOf(const kit::BodyPose& body) {
 template <class Payload>
 const Payload* payloadOf(const std::shared_ptr<Frame>& frame) {
     return frame == nullptr ? nullptr : std::any_cast<Payload>(&frame->data());
-}
-
-/// Where positions come to lie in the world of the drawing.
-Vector3f drawn(const Vector3f& at, kit::UpAxis up) {
-    switch (up) {
-    case kit::UpAxis::X:
-        return {at.z, at.x, at.y};
-    case kit::UpAxis::Z:
-        return {at.y, at.z, at.x};
-    case kit::UpAxis::Y:
-        break;
-    }
-    return at;
 }
 
 /// In the take's own axes.
@@ -71,7 +60,7 @@ Subject subjectOf(std::string name, std::shared_ptr<const kit::Rig> rig,
 std::vector<Vector3f> positionsAt(const Subject& subject, int frame) {
     auto positions = givenPositionsAt(subject, frame);
     for (Vector3f& at : positions) {
-        at = drawn(at, subject.up);
+        at = upright(at, subject.up);
     }
     return positions;
 }

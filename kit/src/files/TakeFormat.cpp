@@ -19,9 +19,15 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t wanted = 512; // the header of a C3D file has many a NUL
 
-bool isOfNoText(char c) {
-    const auto code = static_cast<unsigned char>(c);
-    return code < 0x20 && c != '\t' && c != '\n' && c != '\v' && c != '\f' && c != '\r';
+/// Whether it starts as a BVH file, which may hold any bytes in its names.
+bool startsAsBvh(std::string_view text) {
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    constexpr std::string_view word = "hierarchy";
+    if (text.substr(0, mark.size()) == mark) {
+        text.remove_prefix(mark.size());
+    }
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    return lowered(text.substr(0, word.size())) == word;
 }
 
 TakeFormat formatByEnding(const fs::path& file) {
@@ -30,10 +36,10 @@ TakeFormat formatByEnding(const fs::path& file) {
 
 } // namespace
 
-TakeFormat takeFormatOf(std::string_view beginning) {
+TakeFormat takeFormatIn(std::string_view beginning) {
     const std::string_view looked = beginning.substr(0, wanted);
-    return std::any_of(looked.begin(), looked.end(), isOfNoText) ? TakeFormat::C3d
-                                                                 : TakeFormat::Bvh;
+    const bool hasNul = looked.find('\0') != std::string_view::npos;
+    return hasNul && !startsAsBvh(looked) ? TakeFormat::C3d : TakeFormat::Bvh;
 }
 
 TakeFormat takeFormatOf(const fs::path& file) {
@@ -45,7 +51,7 @@ TakeFormat takeFormatOf(const fs::path& file) {
     std::array<char, wanted> bytes{};
     stream.read(bytes.data(), bytes.size());
     const auto size = static_cast<std::size_t>(stream.gcount());
-    return size == 0 ? formatByEnding(file) : takeFormatOf(std::string_view(bytes.data(), size));
+    return size == 0 ? formatByEnding(file) : takeFormatIn({bytes.data(), size});
 }
 
 } // namespace tarn::kit

@@ -42,11 +42,12 @@ void expectSucceeded(Reply& reply) {
     EXPECT_EQ(reply.errorString(), "");
 }
 
-TEST(ReplayDevice, IsADeviceWithAPosePort) {
+TEST(ReplayDevice, IsADeviceWithAPortForPosesAndOneForMarkers) {
     Replay replay;
     EXPECT_EQ(replay.device().type(), "replay");
     EXPECT_EQ(replay.device().id(), "replay 1");
-    EXPECT_THAT(replay.device().supportOFramePorts(), ElementsAre(ReplayDevice::posePort));
+    EXPECT_THAT(replay.device().supportOFramePorts(),
+                ElementsAre(ReplayDevice::posePort, ReplayDevice::markerPort));
     EXPECT_THAT(replay.device().supportIFramePorts(), IsEmpty());
 }
 

@@ -99,9 +99,12 @@ public:
     explicit Listened(const std::shared_ptr<Clock>& clock)
         : owner_(std::make_unique<ReplayDevice>("replay 1", clock)), device_(owner_.get()) {
         device_->onStateChanged().connect([this](State state) { states_.add(state); });
-        device_->oFramePort(ReplayDevice::posePort).connect([this, clock](const FramePtr& frame) {
-            sent_.add({frame->time().frameIndex(), clock->now().time_since_epoch()});
-        });
+        for (const int port : {ReplayDevice::posePort, ReplayDevice::markerPort}) {
+            device_->oFramePort(port).connect([this, clock, port](const FramePtr& frame) {
+                sent_.add({frame->time().frameIndex(), clock->now().time_since_epoch()});
+                ports_.add(port);
+            });
+        }
     }
 
     ReplayDevice& device() { return *device_; }
@@ -121,6 +124,8 @@ public:
         }
         return indexes;
     }
+    /// Out of which port each was sent.
+    std::vector<int> ports() const { return ports_.all(); }
     std::vector<State> states() const { return states_.all(); }
     void awaitSent(std::size_t count) { sent_.await(count); }
     void awaitStates(std::size_t count) { states_.await(count); }
@@ -128,6 +133,7 @@ public:
 private:
     Heard<State> states_;
     Heard<Sent> sent_;
+    Heard<int> ports_;
     std::unique_ptr<ReplayDevice> owner_; // goes before the others, since it uses them
     ReplayDevice* device_;                // for slots to use while it is being destroyed
 };

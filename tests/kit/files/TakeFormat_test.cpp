@@ -17,26 +17,29 @@ using tarn::testing::writeFile;
 const std::string c3dText("\x02\x50\x03\x00", 4);
 
 TEST(TakeFormat, IsToldByWhatAFileHolds) {
-    EXPECT_EQ(takeFormatOf("HIERARCHY\r\nROOT Hips\r\n{\n\tOFFSET"), TakeFormat::Bvh);
-    EXPECT_EQ(takeFormatOf("\xEF\xBB\xBFHIERARCHY"), TakeFormat::Bvh);
-    EXPECT_EQ(takeFormatOf(std::string_view(c3dText)), TakeFormat::C3d);
-    EXPECT_EQ(takeFormatOf(std::string(512, '\0')), TakeFormat::C3d) << "a damaged one";
+    EXPECT_EQ(takeFormatIn("HIERARCHY\r\nROOT Hips\r\n{\n\tOFFSET"), TakeFormat::Bvh);
+    EXPECT_EQ(takeFormatIn("\xEF\xBB\xBFHIERARCHY"), TakeFormat::Bvh);
+    EXPECT_EQ(takeFormatIn(std::string(" hierarchy\nROOT \0", 18)), TakeFormat::Bvh)
+        << "names may hold anything";
+    EXPECT_EQ(takeFormatIn("any other text"), TakeFormat::Bvh);
+    EXPECT_EQ(takeFormatIn(c3dText), TakeFormat::C3d);
+    EXPECT_EQ(takeFormatIn(std::string(512, '\0')), TakeFormat::C3d) << "a damaged one";
 }
 
 TEST(TakeFormat, OfAFileIsToldByItsContentWhateverItIsCalled) {
     const tarn::testing::TemporaryDirectory directory;
     writeFile(directory / "take.bvh", c3dText);
-    EXPECT_EQ(takeFormatOf(std::filesystem::path(directory / "take.bvh")), TakeFormat::C3d);
+    EXPECT_EQ(takeFormatOf(directory / "take.bvh"), TakeFormat::C3d);
     writeFile(directory / "take.c3d", "HIERARCHY\n");
-    EXPECT_EQ(takeFormatOf(std::filesystem::path(directory / "take.c3d")), TakeFormat::Bvh);
+    EXPECT_EQ(takeFormatOf(directory / "take.c3d"), TakeFormat::Bvh);
 }
 
 TEST(TakeFormat, OfWhatHoldsNothingIsToldByItsEnding) {
     const tarn::testing::TemporaryDirectory directory;
     writeFile(directory / "empty.C3D", "");
-    EXPECT_EQ(takeFormatOf(std::filesystem::path(directory / "empty.C3D")), TakeFormat::C3d);
-    EXPECT_EQ(takeFormatOf(std::filesystem::path(directory / "missing.bvh")), TakeFormat::Bvh);
-    EXPECT_EQ(takeFormatOf(std::filesystem::path(directory / "missing.c3d")), TakeFormat::C3d);
+    EXPECT_EQ(takeFormatOf(directory / "empty.C3D"), TakeFormat::C3d);
+    EXPECT_EQ(takeFormatOf(directory / "missing.bvh"), TakeFormat::Bvh);
+    EXPECT_EQ(takeFormatOf(directory / "missing.c3d"), TakeFormat::C3d);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <tarn_draw/Export.h>
 #include <tarn_draw/canvas/Picture.h>
 #include <tarn_kit/body/LengthUnit.h>
+#include <tarn_kit/body/Space.h>
 
 #include <cstdint>
 #include <memory>
@@ -14,9 +15,6 @@
 #include <vector>
 
 namespace tarn::draw {
-
-/// Which axis of a take points up.
-enum class UpAxis : std::uint8_t { Y, Z };
 
 /// A marker, as it is named in drawings: any text.
 struct MarkerName {
@@ -34,7 +32,7 @@ struct MarkerCloud {
     double rate = 1;             ///< frames per second; greater than 0
     std::int64_t firstFrame = 0; ///< the number of the frame of index 0
     kit::LengthUnit unit;
-    UpAxis up = UpAxis::Z;
+    kit::UpAxis up = kit::UpAxis::Z; ///< drawings show takes standing
 };
 
 /// One page about a take of markers: who is in it, the cloud of all markers at evenly spaced

@@ -17,10 +17,10 @@ enum class TakeFormat : std::uint8_t {
     C3d, ///< markers, for `readC3d`
 };
 
-/// The format of a file by how it begins, some hundred bytes or all of it: text is BVH, and what
-/// has bytes that no text has is C3D. Whatever the file is called, and however damaged it is, that
-/// is who can say best what is wrong with it.
-TARN_KIT_EXPORT TakeFormat takeFormatOf(std::string_view beginning);
+/// The format of a file by how it begins, some hundred bytes or all of it: what starts with the
+/// word HIERARCHY is BVH, and so is other text; what has a NUL is C3D. Whatever the file is called,
+/// and however damaged it is, that is who can say best what is wrong with it.
+TARN_KIT_EXPORT TakeFormat takeFormatIn(std::string_view beginning);
 
 /// The format of a file by its content; by its ending where it is empty, cannot be read, or is not
 /// a file that can be read twice.
