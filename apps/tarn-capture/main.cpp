@@ -10,11 +10,11 @@
 
 int main(int argc, char** argv) {
     using namespace tarn::capture;
-    CommandLine line(
-        "tarn-capture",
-        "Runs motion-capture sessions; shows, plays, exports and streams takes (BVH and C3D files).",
-        fmt::format("tarn-capture {} (tarn_sdk {}, tarn_kit {})", TARN_VERSION, tarn::version(),
-                    tarn::kit::version()));
+    CommandLine line("tarn-capture",
+                     "Runs motion-capture sessions; shows, plays, exports and streams takes (BVH "
+                     "and C3D files).",
+                     fmt::format("tarn-capture {} (tarn_sdk {}, tarn_kit {})", TARN_VERSION,
+                                 tarn::version(), tarn::kit::version()));
     addCommands(line);
     return line.run(argc, argv);
 }

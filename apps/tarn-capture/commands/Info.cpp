@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "markers/MarkerFrames.h"
 #include "markers/MarkerInfo.h"
 #include "session/BodyNamesDocument.h"
 #include "session/EachTake.h"

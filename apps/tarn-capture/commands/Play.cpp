@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "markers/MarkerFrames.h"
 #include "markers/MarkerPlay.h"
 #include "session/EachTake.h"
 #include "session/ShownFrames.h"

@@ -6,10 +6,69 @@
 #include "support/Errors.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/session/TakeOf.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace tarn::capture {
+
+namespace {
+
+/// What is done to every position.
+struct Change {
+    double factor = 1;
+    std::size_t shift = 0; ///< how many axes on each coordinate goes
+    bool isNone() const { return factor == 1 && shift == 0; }
+};
+
+Change changeOf(const kit::C3dInfo& take, const SpaceChoice& choice) {
+    Change change;
+    change.factor = choice.scale;
+    if (choice.unit && take.metresPerUnit > 0) {
+        change.factor *= take.metresPerUnit / choice.unit->metres;
+    }
+    if (choice.up) {
+        const auto from = static_cast<std::size_t>(upAxisOf(take));
+        change.shift = (static_cast<std::size_t>(*choice.up) + 3 - from) % 3;
+    }
+    return change;
+}
+
+kit::Marker changed(kit::Marker marker, const Change& change) {
+    const std::array<float, 3> from = {marker.position.x, marker.position.y, marker.position.z};
+    std::array<float, 3> to{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        to.at((i + change.shift) % 3) =
+            static_cast<float>(static_cast<double>(from.at(i)) * change.factor);
+    }
+    marker.position = {to[0], to[1], to[2]};
+    marker.residual = static_cast<float>(static_cast<double>(marker.residual) * change.factor);
+    return marker;
+}
+
+std::shared_ptr<Tracks> changed(const kit::C3dTake& take, const Change& change) {
+    std::vector<std::shared_ptr<Frame>> frames;
+    for (int i = 0; i < take.frameCount; ++i) {
+        std::vector<kit::Marker> markers;
+        for (const kit::Marker& marker : markersAt(take, i)) {
+            markers.push_back(changed(marker, change));
+        }
+        frames.push_back(
+            std::make_shared<Frame>(take.tracks->getFrame(i, kit::markerDataType)->time(),
+                                    kit::markerDataType, kit::MarkerFrame(std::move(markers))));
+    }
+    auto tracks = kit::takeOf(kit::markerDataType, std::move(frames), take.tracks->fps());
+    tracks->setTracksName(take.tracks->tracksName());
+    return tracks;
+}
+
+} // namespace
 
 FrameRange chosenFrames(const std::optional<FrameChoice>& choice, const kit::C3dInfo& take) {
     if (!choice || choice->isCount) { // N frames are the first ones, whatever their numbers
@@ -29,6 +88,33 @@ FrameRange chosenFrames(const std::optional<FrameChoice>& choice, const kit::C3d
 const kit::MarkerFrame& markersAt(const kit::C3dTake& take, int frame) {
     // The take keeps the frame alive.
     return take.tracks->getFrame(frame, kit::markerDataType)->dataAs<kit::MarkerFrame>();
+}
+
+std::optional<kit::UpAxis> statedUpAxis(const kit::C3dInfo& take) {
+    const kit::C3dParameter* const screen = take.parameters.find("POINT", "Y_SCREEN");
+    const std::string text = screen == nullptr ? std::string() : screen->text();
+    return text.empty() ? std::nullopt : kit::parseUpAxis(text.substr(text.size() - 1));
+}
+
+kit::UpAxis upAxisOf(const kit::C3dInfo& take) {
+    return statedUpAxis(take).value_or(kit::UpAxis::Z);
+}
+
+kit::C3dTake withSpace(kit::C3dTake take, const SpaceChoice& choice) {
+    const Change change = changeOf(take, choice);
+    if (!change.isNone()) {
+        take.tracks = changed(take, change);
+        take.source = nullptr;
+    }
+    if (choice.unit) {
+        take.unit = choice.unit->symbol;
+        take.metresPerUnit = choice.unit->metres;
+    }
+    if (choice.up) {
+        take.parameters.set("POINT",
+                            kit::C3dParameter::text("Y_SCREEN", "+" + kit::axisName(*choice.up)));
+    }
+    return take;
 }
 
 double secondsAt(const kit::C3dInfo& take, int frame) {

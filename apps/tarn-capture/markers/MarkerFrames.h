@@ -3,8 +3,10 @@
 
 #pragma once
 
+#include "session/SpaceChoice.h"
 #include "support/FrameRange.h"
 
+#include <tarn_kit/body/Space.h>
 #include <tarn_kit/files/C3d.h>
 
 #include <optional>
@@ -18,6 +20,16 @@ FrameRange chosenFrames(const std::optional<FrameChoice>& choice, const kit::C3d
 
 /// The markers at a frame of the take. Precondition: 0 <= `frame` < `frameCount`.
 const kit::MarkerFrame& markersAt(const kit::C3dTake& take, int frame);
+
+/// The axis that the file wants to point up on the screen; nothing if it does not say.
+std::optional<kit::UpAxis> statedUpAxis(const kit::C3dInfo& take);
+/// The axis that is up: that one, else Z, as laboratories have it.
+kit::UpAxis upAxisOf(const kit::C3dInfo& take);
+
+/// A take with its positions scaled, converted to the unit and turned to the up axis that were
+/// chosen: a C3D file says what its own are. A unit that it does not say is taken to be the chosen
+/// one. The take no longer knows the file it came from.
+kit::C3dTake withSpace(kit::C3dTake take, const SpaceChoice& choice);
 
 /// When a frame begins, in seconds from the start of the take, by the rate that the file states.
 double secondsAt(const kit::C3dInfo& take, int frame);

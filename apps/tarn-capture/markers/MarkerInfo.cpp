@@ -134,11 +134,20 @@ std::string describeMarkers(const std::string& file, const kit::C3dTake& take) {
     text += fact("rate", fmt::format("{:.6g} frames per second", take.rate));
     text += fact("length", fmt::format("{:.3f} s", secondsAt(take, take.frameCount)));
     text += fact("unit", unitText(take));
+    text += fact("up", kit::axisName(upAxisOf(take)) +
+                           (statedUpAxis(take) ? ", as stated" : ", guessed"));
     text += fact("encoding", to_string(take.encoding));
     if (!take.bodies.empty()) {
         text += fact("rotations", kit::counted(take.bodies.size(), "rigid body"));
     }
     return text + eventsText(take) + analogText(take) + sightingsText(take) + reportText(take);
+}
+
+std::string describeBriefly(const std::string& file, const kit::C3dInfo& take) {
+    return fmt::format("{:>7} frames  {:>4.6g}/s  {:>9.3f} s  {:>4} markers  {:>12}  {}\n",
+                       take.frameCount, take.rate, secondsAt(take, take.frameCount),
+                       take.markers.size(), kit::counted(take.report.size(), "finding"),
+                       kit::printable(file));
 }
 
 } // namespace tarn::capture

@@ -13,4 +13,7 @@ namespace tarn::capture {
 /// holds, how much each marker was seen, and what contradicts itself in the file.
 std::string describeMarkers(const std::string& file, const kit::C3dTake& take);
 
+/// One line: frames, rate, length, markers and what is in the report.
+std::string describeBriefly(const std::string& file, const kit::C3dInfo& take);
+
 } // namespace tarn::capture

@@ -9,8 +9,8 @@
 #include <fmt/format.h>
 #include <tarn/OutputFile.h>
 #include <tarn_draw/markers/MarkerSheet.h>
+#include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/body/Markers.h>
-#include <tarn_kit/body/Space.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/Playback.h>
 #include <tarn_kit/session/TakeOf.h>
@@ -18,7 +18,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,13 +42,6 @@ void playWithProgress(Tracks& take, kit::Playback& playback, double speed) {
     playback.runAtSpeed(speed);
 }
 
-/// The axis that the file wants to point up on the screen, if it says so.
-std::optional<kit::UpAxis> statedUpAxis(const kit::C3dInfo& take) {
-    const kit::C3dParameter* const screen = take.parameters.find("POINT", "Y_SCREEN");
-    const std::string text = screen == nullptr ? std::string() : screen->text();
-    return text.empty() ? std::nullopt : kit::parseUpAxis(text.substr(text.size() - 1));
-}
-
 std::vector<std::string> notesOf(const kit::C3dInfo& take) {
     std::vector<std::string> notes;
     if (!statedUpAxis(take)) {
@@ -72,9 +64,10 @@ draw::MarkerCloud cloudOf(const kit::C3dTake& take, FrameRange range,
     cloud.take = std::move(tracks);
     cloud.rate = take.rate;
     cloud.firstFrame = take.firstFrame + range.first;
+    const auto known = kit::lengthUnitNamed(take.unit);
     cloud.unit.symbol = take.unit.empty() ? "unit" : kit::printable(take.unit);
-    cloud.unit.name = take.unit.empty() ? "" : cloud.unit.symbol;
-    cloud.up = statedUpAxis(take).value_or(kit::UpAxis::Z); // as laboratories have it
+    cloud.unit = known.value_or(cloud.unit);
+    cloud.up = upAxisOf(take);
     return cloud;
 }
 

@@ -71,11 +71,13 @@ void addUnit(CLI::App& command, std::optional<kit::LengthUnit>& unit, const std:
 void addSpace(CLI::App& command, SpaceChoice& space) {
     addUnit(command, space.unit,
             "What lengths are measured in, once they are scaled: m, cm, mm, in or ft; if not "
-            "given, it is guessed from the height of the body");
+            "given, it is guessed from the height of the body. C3D files say it: their lengths are "
+            "converted");
     command
         .add_option_function<std::string>(
             "--up", [&space](const std::string& text) { space.up = parseUp(text); },
-            "The axis that is up: x, y or z; if not given, it is guessed from the rest pose")
+            "The axis that is up: x, y or z; if not given, it is guessed from the rest pose. Takes "
+            "of C3D files are turned")
         ->type_name("AXIS");
     command
         .add_option_function<std::string>(

@@ -58,7 +58,8 @@ TEST_F(Markers, AreDescribedByInfo) {
     for (const char* const fact :
          {"markers      3: 2 of Anna, 1 of nobody\n", "frames       4, numbered 7 to 10\n",
           "rate         50 frames per second\n", "length       0.080 s\n", "unit         mm\n",
-          "encoding     intel-real\n", "events       1\n        0.500 s",
+          "up           Z, guessed\n", "encoding     intel-real\n",
+          "events       1\n        0.500 s",
           "analog       2 channels at 100 samples per second\n    Force [V]\n    Moment [V]\n",
           "Anna:LFHD             75.0 %  longest gap 1 frame (9 to 9)\n",
           "Anna:RFHD            100.0 %\n", "report       nothing contradicts itself\n"}) {
@@ -130,6 +131,16 @@ TEST_F(Markers, AreChosenByTheNumbersThatTheFileGivesTheirFrames) {
         capture({"export", take_, "--format", "csv", "--out", out("x"), "--frames", "0..8"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_THAT(outcome.err, HasSubstr("--frames: the take has frames 7..10"));
+}
+
+TEST_F(Markers, AreConvertedToTheUnitAndTurnedToTheAxisThatIsAskedFor) {
+    const Json document = exported({"--unit", "m", "--up", "y"});
+    EXPECT_EQ(document["unit"], "m");
+    const Json& position = document["frames"][0]["positions"][1]; // of 100.25, 50.25, 0.25 mm
+    EXPECT_FLOAT_EQ(position[0].get<float>(), 0.05025F);
+    EXPECT_FLOAT_EQ(position[1].get<float>(), 0.00025F);
+    EXPECT_FLOAT_EQ(position[2].get<float>(), 0.10025F);
+    EXPECT_EQ(exported({"--unit", "mm", "--up", "z"})["frames"], exported()["frames"]);
 }
 
 TEST_F(Markers, AreExportedAsATableWithEmptyCellsWhereTheyWereNotSeen) {
