@@ -17,6 +17,7 @@
 #include <iterator>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -63,6 +64,11 @@ bool TakeFile::holdsMarkers() {
 }
 
 kit::BvhTake TakeFile::read() {
+    if (holdsMarkers()) {
+        throw std::runtime_error(
+            fmt::format("{}: holds markers, where a body is needed; 'solve' makes one of them",
+                        nameInErrors()));
+    }
     if (!isKept()) {
         return kit::readBvh(name_);
     }

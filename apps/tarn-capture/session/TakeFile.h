@@ -21,7 +21,8 @@ public:
     bool holdsMarkers();
 
     /// Reads the take, each time anew; what can be read only once is kept. Throws
-    /// `kit::ReadError`, which names the file, if it cannot be read.
+    /// `kit::ReadError`, which names the file, if it cannot be read, and `std::runtime_error` if it
+    /// holds markers.
     kit::BvhTake read();
     /// The same of a take of markers.
     kit::C3dTake readMarkers();
