@@ -22,6 +22,10 @@ constexpr double offsetSpread = 0.025;   ///< how far markers are from where the
 constexpr double leastInFit = 0.002;     ///< of a marker from its place, while a body is fitted ...
 constexpr double leastSpread = 0.006;    ///< ... and when it is solved in movements not seen yet
 
+/// Frames of a take are more alike than the noise of each: what is stated of lengths and offsets is
+/// that much wider than independent frames would have it. From bodies that are known.
+constexpr double alikeness = 1.5;
+
 double median(std::vector<double> values) {
     if (values.empty()) {
         return 0;
@@ -138,8 +142,8 @@ private:
         BodyFit fit(body(), expectation_);
         fit.threshold = 4;
         double part = 0.6;
-        const auto goOn = [&] { return progress_(part += 0.02); };
-        if (!fit.run(chosen, 12, goOn)) {
+        const auto goOn = [&] { return progress_(part += 0.015); };
+        if (!fit.run(chosen, 20, goOn)) {
             return false;
         }
         frames = solve(evenly(all_.size(), mostSolved), 4);
@@ -239,13 +243,14 @@ private:
         }
         found.uncertainties.clear();
         for (std::size_t l = 0; l < lengthUncertainties_.size(); ++l) {
-            found.uncertainties.push_back({found.body.lengths()[l].name, lengthUncertainties_[l]});
+            found.uncertainties.push_back(
+                {found.body.lengths()[l].name, alikeness * lengthUncertainties_[l]});
         }
         for (std::size_t m = 0; m < found.markers.size(); ++m) {
             found.markers[m].offset = body().markers[m].offset;
             found.markers[m].spread = body().markers[m].spread;
             if (!offsetUncertainties_.empty()) {
-                found.markers[m].uncertainty = offsetUncertainties_[m];
+                found.markers[m].uncertainty = alikeness * offsetUncertainties_[m];
             }
         }
     }

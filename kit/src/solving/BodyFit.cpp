@@ -321,7 +321,7 @@ bool BodyFit::run(std::vector<FitFrame>& frames, int steps, const std::function<
         moveBody(step);
         const double after = costOf(moved);
         const bool better = after < cost;
-        const bool small = std::abs(cost - after) < 1e-4 * cost;
+        const bool small = std::abs(cost - after) < 1e-5 * cost;
         if (better) {
             frames.swap(moved);
             cost = after;
