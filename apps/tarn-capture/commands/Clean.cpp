@@ -5,16 +5,20 @@
 
 #include "session/CleaningReport.h"
 #include "support/Errors.h"
+#include "support/Output.h"
 #include "support/OutputPath.h"
+#include "support/StandardStreams.h"
 
 #include <fmt/format.h>
-#include <tarn/OutputFile.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/processing/cleaning/UnlabelledMarkers.h>
 
+#include <cstdio>
 #include <filesystem>
+#include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -96,11 +100,15 @@ int cleanTake(const CleanOptions& options) {
         refuseToOverwrite(options.in, *options.report, "--report");
         refuseToOverwrite(options.out, *options.report, "--report");
     }
-    kit::C3dTake take = kit::readC3d(std::filesystem::path(options.in));
+    kit::C3dTake take = isStandardStream(options.in)
+                            ? kit::readC3d(std::cin, {}, "standard input")
+                            : kit::readC3d(std::filesystem::path(options.in));
     const CleaningReport report = clean(take, options);
-    OutputFile file(options.out);
-    kit::writeC3d(take, file.stream());
-    std::optional<OutputFile> document;
+    std::ostringstream bytes;
+    kit::writeC3d(take, bytes);
+    Output file(options.out);
+    file.write(bytes.str());
+    std::optional<Output> document;
     if (options.report) {
         document.emplace(*options.report);
         document->write(documentOf(report));
@@ -109,7 +117,7 @@ int cleanTake(const CleanOptions& options) {
     if (document) {
         document->commit();
     }
-    fmt::print("{}", textOf(report));
+    fmt::print(isStandardStream(options.out) ? stderr : stdout, "{}", textOf(report));
     return exitSuccess;
 }
 
@@ -121,10 +129,13 @@ void addClean(CommandLine& line) {
         "Repair a take of markers: put exchanged labels right, close gaps, filter. Says what "
         "was changed; without a flag, does --swaps and --fill",
         cleanTake);
-    command.add_option("IN", options.in, "A C3D file")->required()->type_name("");
+    command.add_option("IN", options.in, "A C3D file; - is standard input")
+        ->required()
+        ->type_name("");
     command
         .add_option("OUT", options.out,
-                    "The C3D file to write: the same but for the samples that were changed")
+                    "The C3D file to write, the same but for the samples that were changed; - is "
+                    "standard output, and what was changed is then told on standard error")
         ->required()
         ->type_name("");
     command.add_flag("--swaps", options.swaps,

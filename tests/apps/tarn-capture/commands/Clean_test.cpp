@@ -164,6 +164,14 @@ TEST_F(Clean, FiltersAllMarkers) {
     EXPECT_NEAR(markerIn(after, 400, 5).position.x, markerIn(before, 400, 5).position.x, 50);
 }
 
+TEST_F(Clean, StandsInAPipe) {
+    const Outcome outcome = runProgram("sh", {"-c", "cat '" + sample + "' | '" + captureProgram() +
+                                                        "' clean - - > '" + out_ + "'"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.err, HasSubstr("standard input: 41 markers, 810 frames at 120 Hz\n"));
+    EXPECT_EQ(readFile(out_), readFile(sample));
+}
+
 TEST_F(Clean, LeavesUnlabelledPointsAsTheyCome) {
     kit::C3dTake take = kit::readC3d(std::filesystem::path(sample));
     take.markers[3].subject = "";
@@ -192,8 +200,8 @@ TEST_F(Clean, RefusesWhatItCannotDoBeforeItWritesAnything) {
     refuses({sample, out_, "--lowpass", "60"}, 2, "less than 60 Hz");
     refuses({sample}, 2, "OUT");
     refuses({directory_ / "none.c3d", out_}, 1, "none.c3d");
-    refuses({sample, out_, "--report", directory_ / "none/report.json"}, 1, "none/report.json");
     writeFile(in_, "no C3D file at all");
+    refuses({sample, out_, "--report", in_ + "/report.json"}, 1, "in.c3d");
     refuses({in_, out_}, 1, "in.c3d");
     refuses({in_, in_}, 2, "is what the command reads");
     refuses({in_, out_, "--report", in_}, 2, "is what the command reads");

@@ -87,12 +87,14 @@ TEST(GapFillingNode, LetsLongerGapsAndThoseAtTheBeginningPass) {
     Table table = limb(400);
     cut(table, 2, 200, 230); // a frame more than the node waits
     cut(table, 1, 0, 9);
+    cut(table, 4, 215, 217);
     Line line;
     line.feed(table);
     line.node.flush();
-    EXPECT_EQ(line.node.filledSamples(), 0);
+    EXPECT_EQ(line.node.filledSamples(), 3);
     EXPECT_EQ(line.node.missingSamples(), 41);
     EXPECT_FALSE(line.markerIn(200, 2).hasPosition());
+    EXPECT_FALSE(line.markerIn(220, 2).hasPosition()); // nor is it filled from where another one is
     EXPECT_FALSE(line.markerIn(230, 2).hasPosition());
 }
 
