@@ -84,6 +84,7 @@ std::vector<std::string> outputsOf(const ExportOptions& options) {
     if (options.takes.size() == 1 && !isDirectory(options.out)) {
         return {options.out};
     }
+    refuseStandardOutput(options.out, "--out");
     return filesIn(options.out, uniqueTakeNames(options.takes), "." + options.format);
 }
 

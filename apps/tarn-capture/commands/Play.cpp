@@ -140,6 +140,7 @@ void playTake(const std::string& name, const PictureFiles& files, const PlayOpti
 
 int play(const PlayOptions& options) {
     checkInputs(options.takes);
+    refuseStandardOutput(options.out, "--out");
     const auto pictures = picturesOf(options);
     for (const PictureFiles& files : pictures) {
         refuseToOverwrite(options.takes, {files.png, files.svg}, "--out");

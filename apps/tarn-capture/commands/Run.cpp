@@ -13,6 +13,7 @@
 #include "support/Errors.h"
 #include "support/Flags.h"
 #include "support/Interrupt.h"
+#include "support/OutputPath.h"
 #include "support/ProgressBar.h"
 
 #include <fmt/format.h>
@@ -56,6 +57,7 @@ void check(const RunOptions& options) {
                         options.out));
     }
     checkInputs(options.takes);
+    refuseStandardOutput(options.out, "--out");
     constexpr double longest = 3600;
     if (!(options.calibrate >= 0 && options.calibrate <= longest)) { // not-a-number included
         throw UsageError(fmt::format("--calibrate must be from 0 to {} seconds", longest));

@@ -4,6 +4,7 @@
 #include "support/OutputPath.h"
 
 #include "support/Errors.h"
+#include "support/StandardStreams.h"
 
 #include <fmt/format.h>
 
@@ -26,6 +27,12 @@ void makeDirectory(const fs::path& directory) {
 bool isDirectory(const std::string& name) {
     std::error_code error;
     return (!name.empty() && name.back() == '/') || fs::is_directory(name, error);
+}
+
+void refuseStandardOutput(const std::string& directory, std::string_view option) {
+    if (isStandardStream(directory)) {
+        throw UsageError(fmt::format("{} -: several files cannot go to standard output", option));
+    }
 }
 
 std::vector<std::string> filesIn(const fs::path& directory, const std::vector<std::string>& names,

@@ -17,6 +17,9 @@ void makeDirectory(const std::filesystem::path& directory);
 /// Whether a name stands for a directory: one that is there, or one that ends as such.
 bool isDirectory(const std::string& name);
 
+/// Throws `UsageError` for "-": what goes into a directory cannot go to standard output.
+void refuseStandardOutput(const std::string& directory, std::string_view option);
+
 /// The paths of files in a directory, each a name with an ending.
 std::vector<std::string> filesIn(const std::filesystem::path& directory,
                                  const std::vector<std::string>& names, const std::string& ending);

@@ -108,6 +108,15 @@ TEST_F(CommandLine, WhatIsWrongOnStandardInputIsToldWithItsPlace) {
     EXPECT_THAT(outcome.err, StartsWith("tarn-capture: stdin:2:1: expected"));
 }
 
+TEST_F(CommandLine, SeveralFilesCannotGoToStandardOutput) {
+    for (const Arguments& arguments :
+         {Arguments{"play", take_, "--out", "-"}, Arguments{"run", take_, "--out", "-"},
+          Arguments{"export", take_, take_, "--format", "csv", "--out", "-"}}) {
+        expectUsageError(arguments, "--out -: several files cannot go to standard output",
+                         "tarn-capture " + arguments[0]);
+    }
+}
+
 TEST_F(CommandLine, StandardInputIsReadOnce) {
     for (const Arguments& command :
          {Arguments{"info"}, Arguments{"play", "--out", out_}, Arguments{"run", "--out", out_},
