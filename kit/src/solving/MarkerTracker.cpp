@@ -26,6 +26,7 @@ MarkerTracker::MarkerTracker(const Articulation& body)
 void MarkerTracker::reset() {
     isStarted_ = false;
     framesLost_ = 0;
+    framesDoubted_ = 0;
     usualDoubts_ = 0;
     swaps_.clear();
 }
@@ -110,7 +111,8 @@ FitOutcome MarkerTracker::recover(FitOutcome outcome) {
     };
     other_ = stance_;
     attempt(fit_.approach(other_, sightings_, 40));
-    if (framesLost_ % patience == 0) {
+    const bool isLimbLost = framesDoubted_ % (2 * patience) == 2 * patience - 1;
+    if (isLimbLost || (framesLost_ > 0 && (framesLost_ - 1) % patience == 0)) {
         attempt(fit_.start(other_, sightings_));
     }
     fit_.evaluate(stance_, sightings_);
@@ -146,13 +148,14 @@ FitOutcome MarkerTracker::track(const Sightings& sightings) {
             doubtful = doubts();
         }
     }
-    // A few markers may lie for long; it is when more begin to that the body may be lost.
+    // Where more is doubted than before the body may be lost, where some are for long a limb.
     const bool isLost = 4 * doubtful > seen;
-    if (isLost || doubtful > usualDoubts_ + 1) {
+    framesLost_ = isLost ? framesLost_ + 1 : 0;
+    framesDoubted_ = doubtful > 1 ? framesDoubted_ + 1 : 0;
+    if (isLost || doubtful > usualDoubts_ + 1 || framesDoubted_ % patience == patience - 1) {
         outcome = recover(outcome);
         doubtful = doubts();
     }
-    framesLost_ = isLost ? framesLost_ + 1 : 0;
     usualDoubts_ = doubtful;
     return outcome;
 }

@@ -48,7 +48,8 @@ private:
     std::vector<std::pair<std::size_t, std::size_t>> swaps_;
     bool isStarted_ = false;
     std::size_t usualDoubts_ = 0; ///< in the last frame
-    int framesLost_ = 0;
+    int framesLost_ = 0;          ///< in a row, with much of the body doubted
+    int framesDoubted_ = 0;       ///< in a row, with more than one marker doubted
 };
 
 } // namespace tarn::kit
