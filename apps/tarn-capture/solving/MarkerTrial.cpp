@@ -79,7 +79,7 @@ FrameRange MarkerTrial::chosen(const std::optional<FrameChoice>& choice) const {
     }
     const std::int64_t first = take_.firstFrame;
     const std::int64_t last = numberOf(frameCount() - 1);
-    const bool isCount = choice->first == 0 && choice->last && first > 0; // "N": the first N
+    const bool isCount = choice->isCount;
     const std::int64_t from = isCount ? first : choice->first;
     const std::int64_t to =
         isCount ? first + *choice->last : choice->last.value_or(static_cast<int>(last));

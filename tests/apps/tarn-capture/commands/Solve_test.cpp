@@ -1,0 +1,171 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "apps/support/Programs.h"
+#include "support/Samples.h"
+
+#include <gmock/gmock.h>
+#include <tarn/Settings.h>
+#include <tarn_kit/files/Bvh.h>
+
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// From a take of markers to an actor, and to bodies.
+
+namespace tarn::tests {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+const std::string sample = tarn::testing::samplePath("cmu_01_01_jumps.c3d").string();
+
+std::vector<std::vector<std::string>> tableIn(const std::filesystem::path& file) {
+    std::istringstream text(readFile(file));
+    std::vector<std::vector<std::string>> rows;
+    for (std::string line; std::getline(text, line);) {
+        std::istringstream cells(line);
+        rows.emplace_back();
+        for (std::string cell; std::getline(cells, cell, ',');) {
+            rows.back().push_back(cell);
+        }
+    }
+    return rows;
+}
+
+/// One actor for all tests: calibrated once.
+class Solve : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        shared = new TempDirectory;
+        calibration = capture(
+            {"calibrate", sample, "--markers", "cmu41", "--out", actor(), "--frames", "160..579"});
+    }
+    static void TearDownTestSuite() {
+        delete shared;
+        shared = nullptr;
+    }
+    static std::string actor() { return (shared->path() / "actor.xml").string(); }
+    std::string out() const { return (directory.path() / "out").string(); }
+    std::filesystem::path file(const char* ending) const {
+        return directory.path() / "out" / (std::string("cmu_01_01_jumps") + ending);
+    }
+
+    static TempDirectory* shared;
+    static Outcome calibration;
+    TempDirectory directory;
+};
+
+TempDirectory* Solve::shared = nullptr;
+Outcome Solve::calibration;
+
+TEST_F(Solve, ACalibrationPrintsLengthsWithUncertaintyAndWeakSpots) {
+    ASSERT_EQ(calibration.exitCode, 0) << calibration.err;
+    EXPECT_THAT(calibration.out, HasSubstr("420 frames"));
+    EXPECT_THAT(calibration.out, HasSubstr("LeftUpLeg"));
+    EXPECT_THAT(calibration.out, HasSubstr("±"));
+    EXPECT_THAT(calibration.out, HasSubstr("mm RMS"));
+    EXPECT_THAT(calibration.out, HasSubstr("weak: "));
+    Settings document;
+    ASSERT_TRUE(document.loadSettingsFromFile(actor()));
+    EXPECT_THAT(document.value("MocapActor.BodyDimension.LeftLeg", ""), StartsWith("0.4"));
+}
+
+TEST_F(Solve, WritesBodiesTablesReportAndPicture) {
+    const Outcome outcome =
+        capture({"solve", sample, "--actor", actor(), "--out", out(), "--frames", "700..739"});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    const auto joints = tableIn(file(".joints.csv"));
+    ASSERT_EQ(joints.size(), 41U);
+    EXPECT_EQ(joints[0][0], "frame");
+    EXPECT_EQ(joints[0][1], "time");
+    EXPECT_EQ(joints[0][2], "Hips.x");
+    EXPECT_EQ(joints[1][0], "700");
+    EXPECT_EQ(joints[1][1], "4.500000");
+    EXPECT_EQ(joints[40][0], "739");
+    const auto markers = tableIn(file(".markers.csv"));
+    ASSERT_EQ(markers.size(), 41U);
+    ASSERT_EQ(markers[0].size(), 1U + 4 * 41);
+    EXPECT_EQ(markers[0][4], markers[0][1].substr(0, markers[0][1].size() - 2) + ".residual");
+    const kit::BvhTake bvh = kit::readBvh(file(".bvh"));
+    EXPECT_EQ(bvh.tracks->timeLength(), 40);
+    EXPECT_NEAR(bvh.frameTime, 1.0 / 120, 1e-6);
+    EXPECT_GT(bvh.rig->height(), 150) << "in centimetres, standing along Y";
+    EXPECT_THAT(readFile(file(".png")), HasSubstr("PNG"));
+    Settings report;
+    ASSERT_TRUE(report.loadSettingsFromFile(out() + "/solve.xml"));
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Frames", ""), "40");
+    EXPECT_LT(std::stod(report.value("Solve.Trials.Trial1.RmsWithoutWorstPercent", "99")), 5);
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.FirstFrame", ""), "700");
+}
+
+TEST_F(Solve, SaysWhereAMarkerIsThatWasLeftOutAndHowFarItIsFromThere) {
+    const Outcome outcome = capture({"solve", sample, "--actor", actor(), "--out", out(),
+                                     "--frames", "700..704", "--without", "LKNE", "--no-pictures"});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    const auto markers = tableIn(file(".markers.csv"));
+    std::size_t column = 0;
+    while (markers[0].at(column) != "LKNE.residual") {
+        ++column;
+    }
+    EXPECT_GT(std::stod(markers[1].at(column)), 0);
+    EXPECT_LT(std::stod(markers[1].at(column)), 40);
+    EXPECT_FALSE(std::filesystem::exists(file(".png")));
+}
+
+TEST_F(Solve, WritesTheSameLive) {
+    ASSERT_EQ(capture({"solve", sample, "--actor", actor(), "--out", out(), "--frames", "700..719",
+                       "--no-pictures"})
+                  .exitCode,
+              0);
+    const std::string before = readFile(file(".joints.csv"));
+    ASSERT_EQ(capture({"solve", sample, "--actor", actor(), "--out", out(), "--frames", "700..719",
+                       "--no-pictures", "--live"})
+                  .exitCode,
+              0);
+    EXPECT_EQ(readFile(file(".joints.csv")), before);
+}
+
+TEST_F(Solve, RefusesWhatCannotBe) {
+    const auto errorOf = [&](Arguments more) {
+        Arguments arguments = {"solve", sample, "--actor", actor(), "--out", out()};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome outcome = capture(arguments);
+        EXPECT_NE(outcome.exitCode, 0);
+        return outcome.err;
+    };
+    EXPECT_THAT(errorOf({"--frames", "1..20"}), HasSubstr("has frames 160..999"));
+    EXPECT_THAT(errorOf({"--without", "TAIL"}), HasSubstr("no such marker"));
+    EXPECT_THAT(errorOf({"--subject", "Bert"}), HasSubstr("no performer 'Bert'"));
+    EXPECT_THAT(errorOf({sample}), HasSubstr("two trials of that name"));
+    const std::string empty = (directory.path() / "empty.xml").string();
+    writeFile(empty, "<MocapActor/>");
+    const Outcome outcome = capture({"solve", sample, "--actor", empty, "--out", out()});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("tarn-capture calibrate"));
+}
+
+TEST_F(Solve, ACalibrationNamesTheMarkersThatATakeDoesNotHave) {
+    const std::string file = (directory.path() / "new.xml").string();
+    const Outcome outcome = capture({"calibrate", sample, "--markers", "gait16", "--out", file});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("LASI"));
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(Solve, AMarkerSetIsCheckedAgainstATake) {
+    const Outcome fits = capture({"markers", "check", "cmu41", sample});
+    EXPECT_EQ(fits.exitCode, 0) << fits.err;
+    EXPECT_THAT(fits.out, HasSubstr("has 41 of 41 markers"));
+    EXPECT_THAT(fits.out, HasSubstr("not in the set: RBAC-1"));
+    const Outcome misses = capture({"markers", "check", "cmu53", sample});
+    EXPECT_EQ(misses.exitCode, 1);
+    EXPECT_THAT(misses.out, HasSubstr("missing: "));
+    EXPECT_EQ(capture({"markers", "check", "no-such-set"}).exitCode, 1);
+}
+
+} // namespace
+} // namespace tarn::tests
