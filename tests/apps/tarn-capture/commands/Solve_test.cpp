@@ -150,9 +150,12 @@ TEST_F(Solve, RefusesWhatCannotBe) {
 
 TEST_F(Solve, ACalibrationNamesTheMarkersThatATakeDoesNotHave) {
     const std::string file = (directory.path() / "new.xml").string();
-    const Outcome outcome = capture({"calibrate", sample, "--markers", "gait16", "--out", file});
+    const std::string set = (directory.path() / "set.xml").string();
+    writeFile(set, "<MarkerSet><Markers><LASI><Segment>Hips</Segment></LASI>"
+                   "<LKNE><Segment>LeftUpLeg</Segment></LKNE></Markers></MarkerSet>");
+    const Outcome outcome = capture({"calibrate", sample, "--markers", set, "--out", file});
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("LASI"));
+    EXPECT_THAT(outcome.err, HasSubstr("missing: LASI"));
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
