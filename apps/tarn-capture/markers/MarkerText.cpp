@@ -98,8 +98,7 @@ void writeMarkerJson(const kit::C3dTake& take, FrameRange range, const TextSink&
     const char* separator = "\n";
     for (int frame = range.first; frame <= range.last; ++frame) {
         fmt::memory_buffer text;
-        fmt::format_to(std::back_inserter(text),
-                       "{}{{\"frame\": {}, \"time\": {}, \"positions\": [",
+        fmt::format_to(std::back_inserter(text), R"({}{{"frame": {}, "time": {}, "positions": [)",
                        std::exchange(separator, ",\n"), take.firstFrame + frame,
                        realText(secondsAt(take, frame)));
         const char* comma = "";
