@@ -81,7 +81,7 @@ CloudFigures::CloudFigures(const MarkerScene& scene, double width)
 
 std::vector<int> CloudFigures::chooseFrames() const {
     std::vector<int> frames;
-    for (const int frame : scene_.someFrames(0, scene_.frameCount() - 1, instantCount)) {
+    for (const int frame : MarkerScene::someFrames(0, scene_.frameCount() - 1, instantCount)) {
         if (!scene_.placesAt(frame).empty()) {
             frames.push_back(frame);
         }
@@ -117,7 +117,8 @@ void CloudFigures::draw(Canvas& canvas, Point corner) const {
     const double cellHeight = (top_ + bottom_) * scale_ + gap + captionHeight;
     for (std::size_t i = 0; i < frames_.size(); ++i) {
         const auto column = static_cast<double>(i % cellsPerRow);
-        const auto row = static_cast<double>(i / cellsPerRow);
+        const std::size_t above = i / cellsPerRow;
+        const auto row = static_cast<double>(above);
         drawCell(canvas,
                  {corner.x + column * cellWidth, corner.y + headingHeight + row * cellHeight,
                   cellWidth, cellHeight},
@@ -164,7 +165,7 @@ void CloudFigures::drawTrails(Canvas& canvas, const Box& cell, int frame,
     const double length = std::min(trailSeconds * scene_.cloud().rate, 1e6);
     const int first = std::max(0, frame - static_cast<int>(std::ceil(length)));
     constexpr int mostSteps = 60;
-    const std::vector<int> frames = scene_.someFrames(first, frame, mostSteps);
+    const std::vector<int> frames = MarkerScene::someFrames(first, frame, mostSteps);
     for (std::size_t marker = 0; marker < scene_.markerCount(); ++marker) {
         std::vector<Point> trail;
         const auto drawTrail = [&] {

@@ -54,7 +54,7 @@ std::vector<Vector3f> MarkerScene::placesAt(int frame) const {
     return places;
 }
 
-std::vector<int> MarkerScene::someFrames(int first, int last, int wanted) const {
+std::vector<int> MarkerScene::someFrames(int first, int last, int wanted) {
     std::vector<int> frames;
     const int count = std::min(wanted, last - first + 1);
     for (int i = 0; i < count; ++i) {

@@ -31,7 +31,7 @@ public:
     /// All places of a frame.
     std::vector<Vector3f> placesAt(int frame) const;
     /// About `wanted` frames, evenly spaced, first and last included.
-    std::vector<int> someFrames(int first, int last, int wanted) const;
+    static std::vector<int> someFrames(int first, int last, int wanted);
 
     /// Those that markers name, in their order; one without a name for all that name none.
     const std::vector<std::string>& subjects() const { return subjects_; }

@@ -32,7 +32,7 @@ std::vector<int> pathFrames(const MarkerScene& scene) {
     constexpr std::size_t mostPlaces = 60'000;
     const auto wanted = static_cast<int>(std::clamp<std::size_t>(
         mostPlaces / std::max<std::size_t>(1, scene.markerCount()), 2, 2000));
-    return scene.someFrames(0, scene.frameCount() - 1, wanted);
+    return MarkerScene::someFrames(0, scene.frameCount() - 1, wanted);
 }
 
 /// One path per marker; what was not seen is passed over.
@@ -124,16 +124,16 @@ private:
 
     double legendHeight() const {
         const std::size_t count = scene_.subjects().size();
-        return count < 2
-                   ? 0
-                   : static_cast<double>((count + legendColumns - 1) / legendColumns) * legendLine;
+        const std::size_t rows = (count + legendColumns - 1) / legendColumns;
+        return count < 2 ? 0 : static_cast<double>(rows) * legendLine;
     }
 
     void drawLegend(Canvas& canvas, Point corner) const {
         const double column = page::contentWidth / static_cast<double>(legendColumns);
         for (std::size_t i = 0; legendHeight() > 0 && i < scene_.subjects().size(); ++i) {
+            const std::size_t row = i / legendColumns;
             const Point at{corner.x + static_cast<double>(i % legendColumns) * column,
-                           corner.y + static_cast<double>(i / legendColumns) * legendLine + 20};
+                           corner.y + static_cast<double>(row) * legendLine + 20};
             canvas.disc({at.x + 8, at.y - 6}, 8, subjectColour(i));
             const std::string& name = scene_.subjects()[i];
             canvas.text({at.x + 26, at.y},
