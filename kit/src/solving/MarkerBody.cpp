@@ -53,7 +53,8 @@ Vector3d vectorOf(const Settings& settings, const std::string& key, const std::s
                 ? std::nullopt
                 : numberIn<double>(std::string_view(text).substr(begin, end - begin));
         if (!number || !std::isfinite(*number)) {
-            throw MarkerBodyError(place + ": " + key + " is not three numbers");
+            throw MarkerBodyError(
+                std::string(place).append(": ").append(key).append(" is not three numbers"));
         }
         result[axis] = *number;
         begin = end + 1;

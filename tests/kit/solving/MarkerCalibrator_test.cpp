@@ -66,7 +66,7 @@ double lengthIn(const MarkerBody& body, const std::string& name) {
             return length.metres;
         }
     }
-    return NAN;
+    return std::nan("");
 }
 
 } // namespace

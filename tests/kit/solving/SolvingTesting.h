@@ -10,7 +10,9 @@
 #include <tarn_kit/solving/MarkerBody.h>
 #include <tarn_kit/solving/MarkerSolver.h>
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <random>
 #include <string>
@@ -125,7 +127,7 @@ inline double missOf(MarkerSolver& solver, const Truth& truth, const std::string
             return 1000 * lengthOf(toDouble(poseIn(solver).segments[i].position) - truth.joints[j]);
         }
     }
-    return INFINITY;
+    return std::numeric_limits<double>::infinity();
 }
 
 inline constexpr const char* limbs[] = {"LeftUpLeg", "LeftLeg",   "LeftFoot", "RightUpLeg",
