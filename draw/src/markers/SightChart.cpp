@@ -113,7 +113,7 @@ void SightChart::drawAxis(Canvas& canvas, const Box& plot) const {
     if (frames == 0) {
         return;
     }
-    const double first = static_cast<double>(scene_.cloud().firstFrame);
+    const auto first = static_cast<double>(scene_.cloud().firstFrame);
     const double step = std::max(1.0, roundLength(std::max(1.0, frames / 8.0)));
     for (const double number : multiplesOf(step, first, first + frames - 1)) {
         const double x = plot.x + plot.width * (number - first + 0.5) / frames;

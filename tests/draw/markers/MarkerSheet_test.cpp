@@ -82,7 +82,7 @@ TEST(MarkerSheet, ChartsABarWhereAMarkerWasSeenAndNoneWhereItWasNot) {
     const Region chart{280, 1500, 1650, 1582};
     const int anna = image.find(firstColour, chart).pixels;
     const int ben = image.find(secondColour, chart).pixels;
-    EXPECT_NEAR(ben, anna * 3 / 4, anna / 50);
+    EXPECT_NEAR(ben, 0.75 * anna, 0.02 * anna);
     EXPECT_LT(empty.find(secondColour, all(empty)).pixels, 300) << "but for the legend";
 }
 

@@ -19,7 +19,7 @@ const std::string c3dText("\x02\x50\x03\x00", 4);
 TEST(TakeFormat, IsToldByWhatAFileHolds) {
     EXPECT_EQ(takeFormatIn("HIERARCHY\r\nROOT Hips\r\n{\n\tOFFSET"), TakeFormat::Bvh);
     EXPECT_EQ(takeFormatIn("\xEF\xBB\xBFHIERARCHY"), TakeFormat::Bvh);
-    EXPECT_EQ(takeFormatIn(std::string(" hierarchy\nROOT \0", 18)), TakeFormat::Bvh)
+    EXPECT_EQ(takeFormatIn(std::string(" hierarchy\nROOT \0", 17)), TakeFormat::Bvh)
         << "names may hold anything";
     EXPECT_EQ(takeFormatIn("any other text"), TakeFormat::Bvh);
     EXPECT_EQ(takeFormatIn(c3dText), TakeFormat::C3d);
