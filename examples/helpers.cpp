@@ -97,7 +97,8 @@ void units(const std::string& file) {
     space.unit = *tarn::kit::lengthUnitNamed("m");
     space.unitOrigin = tarn::kit::Origin::Given;
     take.rig->setSpace(space);
-    std::cout << "the body is " << tarn::kit::lengthText(take.rig->height(), space.unit)
+    std::cout << "the body is "
+              << tarn::kit::lengthText(static_cast<double>(take.rig->height()), space.unit)
               << " high\n";
 
     // The dimensions of an actor carry their unit, and are converted with it.
