@@ -9,6 +9,7 @@
 #include <tarn_kit/files/Text.h>
 
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <initializer_list>
 #include <memory>
@@ -53,6 +54,14 @@ std::optional<UpAxis> axisAlong(const Vector3d& direction) {
         }
     }
     return std::nullopt;
+}
+
+/// As an actor writes its dimensions, whatever the locale.
+std::string decimalText(double number) {
+    std::array<char, 400> text{};
+    const auto end =
+        std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed, 6);
+    return {text.data(), end.ptr};
 }
 
 UpAxis standingAxis(const Rig& rig) {
@@ -102,8 +111,8 @@ std::string spaceText(const Space& space) {
     return space.unit.symbol + ", " + axisName(space.up) + " up";
 }
 
-std::optional<LengthUnit> unitOfDimensions(Actor& actor) {
-    return lengthUnitNamed(actor.rootSettings()->value(unitKey, ""));
+std::optional<LengthUnit> unitOfDimensions(const Actor& actor) {
+    return lengthUnitNamed(actor.value(std::string("MocapActor.") + unitKey, ""));
 }
 
 void stateUnitOfDimensions(Actor& actor, const LengthUnit& unit) {
@@ -122,8 +131,8 @@ void convertDimensions(Actor& actor, const LengthUnit& unit) {
         const auto before = actor.bodyDimensionSettings();
         auto converted = std::make_shared<Settings>();
         for (const auto& [name, text] : before->values()) {
-            const auto length = static_cast<double>(actor.bodyDimension(name, 0));
-            converted->setValue(name, std::to_string(length * factor));
+            const auto length = numberIn<double>(text);
+            converted->setValue(name, length ? decimalText(*length * factor) : text);
         }
         actor.setBodyDimensionSettings(converted);
     }

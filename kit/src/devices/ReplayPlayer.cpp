@@ -42,6 +42,14 @@ std::vector<std::shared_ptr<Frame>> framesOf(Tracks& take, int dataType) {
     return frames;
 }
 
+/// Frames per second: what the frame time of the take means, where that goes with its rate; a take
+/// that a host made may have no frame time.
+double paceOf(const BvhTake& take) {
+    const int rate = take.tracks->fps();
+    const bool hasFrameTime = std::abs(take.frameTime * rate - 1) < 0.5;
+    return hasFrameTime ? take.exactRate().value() : rate;
+}
+
 } // namespace
 
 void fail(Reply& reply, ReplayDevice::Error error, const std::string& text) {
@@ -135,7 +143,7 @@ void ReplayPlayer::openTake(const fs::path& file, const BvhTake& take, Reply& re
         return;
     }
     reply.setData(take);
-    load(file, *take.tracks, take.tracks->fps(), poses_, poseDataType, reply);
+    load(file, *take.tracks, paceOf(take), poses_, poseDataType, reply);
 }
 
 void ReplayPlayer::openTake(const fs::path& file, const C3dTake& take, Reply& reply) {

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include <tarn_kit/body/Space.h>
 #include <tarn_kit/solving/MarkerBody.h>
 
 #include "files/xml/XmlName.h"
@@ -122,6 +123,7 @@ MarkerBody MarkerBody::generic(const MarkerSet& set, double height) {
 }
 
 void MarkerBody::writeTo(Actor& actor) const {
+    convertDimensions(actor, *lengthUnitNamed("m"));
     setDimension(actor, "Height", body.height());
     for (const HumanLength& length : body.lengths()) {
         setDimension(actor, length.name, length.metres);
@@ -154,16 +156,19 @@ MarkerBody MarkerBody::of(const Actor& actor) {
     if (settings == nullptr || dimensions == nullptr) {
         throw MarkerBodyError("the actor was not calibrated with markers");
     }
+    const auto unit = unitOfDimensions(actor);
+    const auto metresOf = [&](const std::string& name) {
+        return numberOf(*dimensions, name, "the actor's dimensions") * (unit ? unit->metres : 1);
+    };
     MarkerBody result;
     try {
-        result.body = HumanBody(numberOf(*dimensions, "Height", "the actor's dimensions"));
+        result.body = HumanBody(metresOf("Height"));
     } catch (const std::invalid_argument& error) {
         throw MarkerBodyError(error.what());
     }
     const std::vector<HumanLength> lengths = result.body.lengths();
     for (const HumanLength& length : lengths) {
-        result.body.setLength(length.name,
-                              numberOf(*dimensions, length.name, "the actor's dimensions"));
+        result.body.setLength(length.name, metresOf(length.name));
     }
     if (const auto uncertainties = settings->subSettings("Uncertainties")) {
         for (const HumanLength& length : lengths) {

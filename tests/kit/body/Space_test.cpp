@@ -120,6 +120,16 @@ TEST(UnitOfDimensions, IsNoneWhereTheSettingsSayWhatIsNoUnit) {
     EXPECT_EQ(unitOfDimensions(actor), std::nullopt);
 }
 
+TEST(ConvertDimensions, LeavesWhatIsNoNumber) {
+    Actor actor;
+    ASSERT_TRUE(actor.loadSettingsFromString(
+        "<MocapActor><LengthUnit>m</LengthUnit><BodyDimension><Height>tall</Height><Arm>0.5</Arm>"
+        "</BodyDimension></MocapActor>"));
+    convertDimensions(actor, *lengthUnitNamed("mm"));
+    EXPECT_EQ(actor.bodyDimensionSettings()->value("Height", ""), "tall");
+    EXPECT_EQ(actor.bodyDimensionSettings()->value("Arm", ""), "500.000000");
+}
+
 TEST(ConvertDimensions, TurnsThoseThatAreThereIntoTheNewUnit) {
     Actor actor;
     actor.setBodyDimension("Height", 1.75F);

@@ -80,6 +80,19 @@ TEST_F(ReplayStreaming, DoesNotDriftWhenAnIntervalIsNoWholeNumber) {
     EXPECT_EQ(sent[1200], (Sent{1200, 10s}));
 }
 
+TEST_F(ReplayStreaming, KeepsARateThatIsNotWholeExactly) {
+    constexpr int frames = 31;
+    const TakeFile file(frames, "0.0333667"); // 30000/1001 per second
+    replay().open(file);
+    EXPECT_EQ(replay().status().rate, 30);
+    replay().command("start");
+    replay().steps(frames - 1);
+    replay().awaitStates(3);
+    const std::vector<Sent> sent = replay().sent();
+    ASSERT_THAT(sent, SizeIs(frames));
+    EXPECT_EQ(sent[30], (Sent{30, 1'001'000'000ns}));
+}
+
 TEST_F(ReplayStreaming, SendsTheFramesOfTheTakeThemselves) {
     const TakeFile file(3);
     Heard<FramePtr> heard;

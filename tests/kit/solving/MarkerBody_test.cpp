@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include <tarn_kit/body/Space.h>
 #include <tarn_kit/solving/MarkerBody.h>
 
 #include "kit/solving/SolvingTesting.h"
@@ -58,7 +59,11 @@ TEST(MarkerBody, IsTheActorsBodyDimensionsInMetres) {
     calibrated().writeTo(actor);
     EXPECT_FLOAT_EQ(actor.bodyDimension("LeftUpLeg", 0), 0.4321F);
     EXPECT_FLOAT_EQ(actor.bodyDimension("Height", 0), 1.70F);
+    EXPECT_EQ(unitOfDimensions(actor)->symbol, "m");
     actor.setBodyDimension("LeftUpLeg", 0.5F);
+    EXPECT_NEAR(MarkerBody::of(actor).body.joints()[7].offset.y, -0.5, 1e-6);
+    convertDimensions(actor, *lengthUnitNamed("cm"));
+    EXPECT_FLOAT_EQ(actor.bodyDimension("LeftUpLeg", 0), 50);
     EXPECT_NEAR(MarkerBody::of(actor).body.joints()[7].offset.y, -0.5, 1e-6);
 }
 

@@ -56,12 +56,12 @@ TARN_KIT_EXPORT std::string spaceText(const Space& space);
 // "MocapActor".
 
 /// The unit that an actor's settings state; nothing if they state none, or one that is not known.
-TARN_KIT_EXPORT std::optional<LengthUnit> unitOfDimensions(Actor& actor);
+TARN_KIT_EXPORT std::optional<LengthUnit> unitOfDimensions(const Actor& actor);
 /// States the unit and leaves the dimensions as they are. One that is not `known()` is stated as no
 /// unit.
 TARN_KIT_EXPORT void stateUnitOfDimensions(Actor& actor, const LengthUnit& unit);
 /// States the unit, and converts the dimensions that are there from the one that was stated before.
-/// Dimensions without a stated unit are taken to be in the new one.
+/// Dimensions without a stated unit are taken to be in the new one; what is no number stays.
 TARN_KIT_EXPORT void convertDimensions(Actor& actor, const LengthUnit& unit);
 
 } // namespace tarn::kit

@@ -24,7 +24,7 @@ struct TARN_KIT_EXPORT ReplayStatus {
     std::filesystem::path file;
     int nextFrame = 0; ///< the frame to be sent next; `frameCount` at the end of the take
     int frameCount = 0;
-    int rate = 0;                ///< of the take, in frames per second
+    int rate = 0;                ///< of the take, in whole frames per second
     double factor = 1;           ///< how much faster than that; 0 for as fast as it can
     std::int64_t framesSent = 0; ///< since the take was opened
 };
@@ -57,7 +57,7 @@ struct TARN_KIT_EXPORT ReplayStatus {
 /// not know gets the result code 1.
 ///
 /// Frames: each is sent once, in order, shared with the take, stamped as in the take. The first is
-/// sent as soon as streaming starts, frame n after that n / (rate of the take x factor) seconds
+/// sent as soon as streaming starts, frame n after that n / (exact rate x factor) seconds
 /// later, counted from the start, so that no error adds up. None is left out: frames that are late,
 /// because a slot or the reading of a file took long, follow at once. "seek" keeps the beat; "rate"
 /// starts a new one, one new interval after the last frame was due, or at once where that has

@@ -119,6 +119,27 @@ TEST_F(ActorDocument, HoldsTheLastOfSeveralValues) {
                       Not(HasSubstr(">1.0")), Not(HasSubstr(">1<"))));
 }
 
+TEST_F(ActorDocument, StatesTheUnitOfItsDimensionsAndIsConverted) {
+    writeFile(file_, document);
+    EXPECT_THAT(actor({"--unit", "m"}).out,
+                HasSubstr("\n  unit        m\n  dimensions\n    Height  1.720000\n"));
+    EXPECT_THAT(actor({"--unit", "cm", "--dimension", "Shoe=30"}).out,
+                HasSubstr("\n  unit        cm\n  dimensions\n    Height  172.000000\n"
+                          "    Shoe  30.000000\n"));
+    EXPECT_THAT(readFile(file_), HasSubstr("\t<LengthUnit>cm</LengthUnit>\n"));
+    EXPECT_EQ(actor({"--check"}).exitCode, 0);
+    EXPECT_EQ(actor({"--unit", "cubits"}).exitCode, 2);
+}
+
+TEST_F(ActorDocument, IsFaultyWithAUnitThatIsNone) {
+    writeFile(file_, "<MocapActor><ActorName>Ada</ActorName>\n<LengthUnit>cubits</LengthUnit>"
+                     "</MocapActor>");
+    const Outcome outcome = actor({"--check"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr(":2:1: MocapActor.LengthUnit: expected m, cm, mm, in or ft, "
+                                       "found 'cubits'\n"));
+}
+
 TEST_F(ActorDocument, PassesTheCheckWhenAllIsWell) {
     writeFile(file_, document);
     const Outcome outcome = actor({"--check"});
