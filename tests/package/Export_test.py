@@ -21,12 +21,14 @@ export = r"TARN(?:_KIT|_DRAW)?_EXPORT"
 classes = set(re.findall(rf"class {export} (\w+)", headers))
 payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records that frames and replies carry
 # What frames and replies of the kit carry, whatever its headers say: two libraries must agree on these types.
-carried = {"libtarn_kit": {"Pose", "BodyPose", "MarkerFrame", "AnalogFrame", "RigidBodyFrame", "MarkerFit", "BvhTake", "ReplayStatus"}}
-required = payloads | carried.get(pathlib.Path(library).name.split(".")[0], set())
+carried = {"libtarn_kit": {"Pose", "BodyPose", "MarkerFrame", "AnalogFrame", "RigidBodyFrame", "MarkerFit", "BvhTake",
+                           "ReplayStatus"}}
+documents = {"MarkerBody", "MarkerSet"}  # records that are read and written, and that nobody carries
+required = payloads - documents | carried.get(pathlib.Path(library).name.split(".")[0], set())
 from_below = set()
 for directory in below:
     from_below |= {name for path in pathlib.Path(directory).rglob("*.h")
-                   for name in re.findall(rf"struct {export} (\w+)", path.read_text(encoding="utf-8"))}
+                   for name in re.findall(rf"(?:struct|class) {export} (\w+)", path.read_text(encoding="utf-8"))}
 functions = set(re.findall(rf"^{export} [^;{{(]*?(operator[^\s(]+|\w+)\(", headers, re.MULTILINE))
 if not classes and not functions:
     sys.exit("the headers export nothing: this check would pass on anything")
