@@ -13,8 +13,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
-#include <iterator>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -29,10 +27,6 @@ namespace fs = std::filesystem;
 
 const char* const standardInput = "stdin"; // in errors, and as the name of the take
 
-std::string readToEnd(std::istream& stream) {
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 } // namespace
 
 TakeFile::TakeFile(std::string name) : name_(std::move(name)) {}
@@ -45,7 +39,7 @@ bool TakeFile::isKept() const {
 const std::string& TakeFile::text() {
     if (!std::exchange(isRead_, true)) {
         if (isStandardStream(name_)) {
-            text_ = readToEnd(std::cin);
+            text_ = readStandardInput();
         } else {
             std::ifstream pipe(name_, std::ios::binary);
             text_ = readToEnd(pipe);

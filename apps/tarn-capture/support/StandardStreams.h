@@ -4,7 +4,7 @@
 #pragma once
 
 #include <iostream>
-#include <iterator>
+#include <sstream>
 #include <string>
 
 namespace tarn::capture {
@@ -13,9 +13,14 @@ namespace tarn::capture {
 /// where something is written. A file of that name is "./-".
 inline bool isStandardStream(const std::string& name) { return name == "-"; }
 
-/// All that standard input has left.
-inline std::string readStandardInput() {
-    return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
+/// All that a stream has left.
+inline std::string readToEnd(std::istream& stream) {
+    std::ostringstream all;
+    all << stream.rdbuf();
+    return all.str();
 }
+
+/// All that standard input has left.
+inline std::string readStandardInput() { return readToEnd(std::cin); }
 
 } // namespace tarn::capture

@@ -69,7 +69,8 @@ TEST(MarkerSheet, DrawsTheMarkersOfEachSubjectInItsColour) {
     for (MarkerName& marker : alone.markers) {
         marker.subject = "Anna";
     }
-    EXPECT_EQ(drawn(markerSheet(alone)).find(secondColour, all(image)).pixels, 0);
+    const Image one = drawn(markerSheet(alone));
+    EXPECT_EQ(one.find(secondColour, all(one)).pixels, 0);
 }
 
 TEST(MarkerSheet, ChartsABarWhereAMarkerWasSeenAndNoneWhereItWasNot) {
