@@ -35,6 +35,7 @@ void rotations() {
 /// A take of one track of numbers, which say at which second they were measured.
 std::shared_ptr<tarn::Tracks> measurements(int dataType, const tarn::kit::Rate& rate, int count) {
     std::vector<FramePtr> frames;
+    frames.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         frames.push_back(
             std::make_shared<tarn::Frame>(rate.time(i), dataType, rate.at(i).seconds()));

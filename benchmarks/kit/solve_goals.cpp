@@ -85,6 +85,7 @@ void judge(const std::string& file) {
     calibrator.setSolver(&solver);
     const int half = take.frameCount / 2;
     std::vector<std::shared_ptr<Frame>> frames;
+    frames.reserve(static_cast<std::size_t>(half));
     for (int i = 0; i < half; ++i) {
         frames.push_back(take.tracks->getFrame(i, markerDataType));
     }
