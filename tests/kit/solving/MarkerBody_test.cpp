@@ -98,7 +98,8 @@ TEST(MarkerBody, SaysWhatIsWrongWithAnActor) {
 
 TEST(MarkerBody, OfASetGrowsWithTheBody) {
     const MarkerSet set = MarkerSet::load("cmu41");
-    const MarkerBody small = MarkerBody::generic(set, 1), large = MarkerBody::generic(set, 2);
+    const MarkerBody small = MarkerBody::generic(set, 1);
+    const MarkerBody large = MarkerBody::generic(set, 2);
     for (std::size_t m = 0; m < small.markers.size(); ++m) {
         EXPECT_NEAR(lengthOf(large.markers[m].offset), 2 * lengthOf(small.markers[m].offset), 1e-9);
     }

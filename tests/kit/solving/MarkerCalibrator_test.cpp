@@ -30,6 +30,7 @@ protected:
     void show(int count, double noise = 1) {
         std::mt19937 random(5);
         std::vector<std::shared_ptr<Frame>> frames;
+        frames.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) {
             const Truth truth = truthAt(body, 0.05 * i);
             frames.push_back(frameOf(markersOf(truth, noise, random), static_cast<unsigned>(i)));

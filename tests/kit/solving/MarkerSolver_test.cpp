@@ -228,6 +228,7 @@ TEST(MarkerSolverThreads, SolversOfOneBodyNeedNoCommonLock) {
     std::mt19937 random(1);
     const auto frame = frameOf(markersOf(truthAt(body, 0.1), 0, random), 0);
     std::vector<std::thread> threads;
+    threads.reserve(3);
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
             MarkerSolver solver("s", body, sourceOf(body));

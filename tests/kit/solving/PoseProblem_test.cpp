@@ -56,7 +56,8 @@ TEST(PoseProblem, ItsGradientIsThatOfItsCost) {
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 constexpr double h = 1e-5;
                 std::vector<Vector3d> step(problem.nodeCount());
-                Stance ahead = stance, behind = stance;
+                Stance ahead = stance;
+                Stance behind = stance;
                 step[node][axis] = h;
                 problem.move(ahead, step);
                 step[node][axis] = -h;

@@ -47,7 +47,8 @@ inline Vector3d turnAt(const HumanJoint& joint, std::size_t j, double seconds) {
 inline Truth truthAt(const MarkerBody& body, double seconds,
                      const Quaterniond& heading = Quaterniond()) {
     const auto& joints = body.body.joints();
-    std::vector<Quaterniond> world(joints.size()), far(joints.size()); // far: below the twist
+    std::vector<Quaterniond> world(joints.size());
+    std::vector<Quaterniond> far(joints.size()); // below the twist
     Truth truth;
     for (std::size_t j = 0; j < joints.size(); ++j) {
         const Quaterniond own = fromRotationVector(turnAt(joints[j], j, seconds));
