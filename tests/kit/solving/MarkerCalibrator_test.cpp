@@ -147,6 +147,7 @@ TEST_F(MarkerCalibratorTest, SaysWhyNoBodyComesOfDegenerateFrames) {
     const auto errorOf = [&](const Marker& marker, int count) {
         character.beginCalibrate();
         std::vector<std::shared_ptr<Frame>> frames;
+        frames.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) {
             frames.push_back(frameOf(std::vector<Marker>(41, marker), static_cast<unsigned>(i)));
         }
