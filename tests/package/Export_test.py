@@ -22,7 +22,7 @@ classes = set(re.findall(rf"class {export} (\w+)", headers))
 payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records that frames and replies carry
 # What frames and replies of the kit carry, whatever its headers say: two libraries must agree on these types.
 carried = {"libtarn_kit": {"Pose", "BodyPose", "MarkerFrame", "AnalogFrame", "RigidBodyFrame", "MarkerFit", "BvhTake",
-                           "ReplayStatus"}}
+                           "ReplayStatus", "EncodedPayload"}}
 documents = {"MarkerBody", "MarkerSet"}  # records that are read and written, and that nobody carries
 required = payloads - documents | carried.get(pathlib.Path(library).name.split(".")[0], set())
 from_below = set()

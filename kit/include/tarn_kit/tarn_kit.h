@@ -29,6 +29,7 @@
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/files/C3dParameters.h>
+#include <tarn_kit/files/Codec.h>
 #include <tarn_kit/files/ReadError.h>
 #include <tarn_kit/files/SettingsFile.h>
 #include <tarn_kit/files/TakeFormat.h>
