@@ -3,9 +3,9 @@
 
 #include <tarn_kit/files/Bvh.h>
 
-#include "files/BvhHierarchy.h"
-#include "files/BvhMotion.h"
 #include "files/FileBytes.h"
+#include "files/bvh/BvhHierarchy.h"
+#include "files/bvh/BvhMotion.h"
 
 #include <tarn_kit/body/Scaling.h>
 #include <tarn_kit/session/TakeOf.h>

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "files/BvhFormat.h"
 #include "files/TextScanner.h"
+#include "files/bvh/BvhFormat.h"
 
 #include <tarn_kit/files/Bvh.h>
 

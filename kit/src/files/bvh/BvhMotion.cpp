@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "files/BvhMotion.h"
+#include "files/bvh/BvhMotion.h"
 
-#include "files/BvhFormat.h"
+#include "files/bvh/BvhFormat.h"
 
 #include <tarn_kit/session/TakeOf.h>
 

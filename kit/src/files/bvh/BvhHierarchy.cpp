@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "files/BvhHierarchy.h"
+#include "files/bvh/BvhHierarchy.h"
 
-#include "files/BvhFormat.h"
+#include "files/bvh/BvhFormat.h"
 
 #include <tarn_kit/files/Bvh.h>
 
