@@ -19,7 +19,14 @@ if(TARGET tarn_draw)
     set_target_properties(tarn_draw PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
 
-install(FILES LICENSE NOTICE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+# Documents and examples, which link to each other as they do in the sources.
+install(FILES LICENSE NOTICE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(
+    DIRECTORY examples
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+    PATTERN CMakeLists.txt EXCLUDE
+    PATTERN expected EXCLUDE)
 
 set(tarn_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/tarn_sdk")
 install(TARGETS ${tarn_installed_targets} EXPORT tarn_sdkTargets)

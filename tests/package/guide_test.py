@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: the tarn_sdk authors
 # SPDX-License-Identifier: Apache-2.0
 
-"""Every piece of code in the guide and in the page on helpers stands in the program that it explains,
+"""Every piece of code in the guide and its companions stands in the program that it explains,
 and every file that the documents link to is there.
 
 usage: guide_test.py SOURCE_DIR
@@ -20,7 +20,7 @@ def unindented(text):
     return "\n".join(line.strip() for line in text.strip().splitlines())
 
 
-for name, example in (("guide.md", "guide_host"), ("helpers.md", "helpers")):
+for name, example in (("first_day.md", "first_day"), ("guide.md", "guide_host"), ("helpers.md", "helpers")):
     page = (root / "docs" / name).read_text(encoding="utf-8")
     program = (root / f"examples/{example}.cpp").read_text(encoding="utf-8")
     printed = (root / f"examples/expected/{example}.txt").read_text(encoding="utf-8")

@@ -35,32 +35,6 @@ const kit::BodyPose* bodyAt(Tracks& recording, int frame) {
     return solved == nullptr ? nullptr : &solved->dataAs<kit::BodyPose>(); // the take keeps it
 }
 
-/// The first body of all; null if every frame was lost.
-const kit::BodyPose* firstBody(Tracks& recording) {
-    const kit::BodyPose* body = nullptr;
-    for (int i = 0; body == nullptr && i < recording.timeLength(); ++i) {
-        body = bodyAt(recording, i);
-    }
-    return body;
-}
-
-/// The recording as channel values of its rig, for a motion file. Those files have no word for a
-/// frame that was lost: the body stays as it was before it, or, at the beginning, as it will be.
-kit::BvhTake posesOf(const Take& take, Tracks& recording) {
-    std::vector<std::shared_ptr<Frame>> poses;
-    const kit::BodyPose* body = firstBody(recording);
-    for (int i = 0; body != nullptr && i < recording.timeLength(); ++i) {
-        const kit::BodyPose* const solved = bodyAt(recording, i);
-        body = solved != nullptr ? solved : body;
-        const Time time(static_cast<unsigned>(i), static_cast<unsigned>(take.rate()));
-        poses.push_back(
-            std::make_shared<Frame>(time, kit::poseDataType, kit::poseOf(take.rig(), *body)));
-    }
-    return {std::const_pointer_cast<kit::Rig>(take.sharedRig()),
-            kit::takeOf(kit::poseDataType, std::move(poses), take.rate()),
-            take.exactRate().frameTime(), false};
-}
-
 /// A line of the table; its cells are empty where the frame was lost.
 std::string lineOf(const Take& take, const kit::BodyPose* body, int frame) {
     if (body == nullptr) {
@@ -136,7 +110,7 @@ std::vector<std::string> SessionFiles::write(bool complete, bool paced) {
         const std::string name = performer->name();
         attempt(name + ".actor.xml", [&] { writeActor(*performer); });
         attempt(name + ".csv", [&] { writeCsv(*performer, *recording); });
-        attempt(name + ".bvh", [&] { writeBvh(*performer, *recording); });
+        attempt(name + ".bvh", [&] { writeBvh(*performer); });
     }
     writePictures();
     const bool isWhole = complete && problems_.empty();
@@ -194,11 +168,12 @@ void SessionFiles::writeCsv(TakePerformer& performer, Tracks& recording) {
     file.commit();
 }
 
-void SessionFiles::writeBvh(TakePerformer& performer, Tracks& recording) {
+void SessionFiles::writeBvh(TakePerformer& performer) {
     const std::string name = performer.name() + ".bvh";
     const Take& take = performer.take();
     OutputFile file(path(name));
-    kit::writeBvh(posesOf(take, recording), file.stream());
+    const auto rig = std::const_pointer_cast<kit::Rig>(take.sharedRig());
+    kit::writeBvh(kit::bvhTakeOf(rig, performer.recording(), take.exactRate()), file.stream());
     file.commit();
 }
 

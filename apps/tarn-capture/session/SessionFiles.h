@@ -65,7 +65,7 @@ private:
 
     void writeActor(TakePerformer& performer);
     void writeCsv(TakePerformer& performer, Tracks& recording);
-    void writeBvh(TakePerformer& performer, Tracks& recording);
+    void writeBvh(TakePerformer& performer);
     void writePictures();
     void writePicture(const SessionPicture& picture);
     bool beginSession(bool paced);

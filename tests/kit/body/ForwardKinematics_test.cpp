@@ -144,6 +144,39 @@ TEST(ForwardKinematics, TurnsEachNodeWithItsParent) {
     EXPECT_NEAR(radiansBetween(toDouble(body.segments[2].rotation), shoulder * elbow), 0, 1e-6);
 }
 
+TEST(ForwardKinematics, MakesABodyOfLocalRotations) {
+    Rig rig;
+    rig.addJoint("Shoulder", -1, {1, 0, 0}, {});
+    rig.addJoint("Elbow", 0, {2, 0, 0}, {});
+    rig.addEndSite(1, {1, 0, 0});
+    rig.addJoint("Prop", -1, {0, 0, 5}, {});
+    const Quaterniond quarter = fromAxisAngle({0, 0, 1}, pi / 2);
+
+    const BodyPose body = worldPose(rig, {quarter, quarter, {}, {}}, {10, 20, 30});
+    ASSERT_EQ(body.segments.size(), 4U);
+    expectNear(body.segments[0].position, 11, 20, 30);
+    expectNear(body.segments[1].position, 11, 22, 30);
+    expectNear(body.segments[2].position, 10, 22, 30);
+    expectNear(body.segments[3].position, 10, 20, 35);
+    EXPECT_NEAR(radiansBetween(toDouble(body.segments[0].rotation), quarter), 0, 1e-6);
+    EXPECT_NEAR(radiansBetween(toDouble(body.segments[2].rotation), quarter * quarter), 0, 1e-6);
+}
+
+TEST(ForwardKinematics, TurnsLocalRotationsBackIntoTheBodyThatTheyAreOf) {
+    Rig rig;
+    rig.addJoint("Shoulder", -1, {1, 2, 3}, {Channel::Zrotation, Channel::Yrotation});
+    rig.addJoint("Elbow", 0, {2, 0, 0}, {Channel::Xrotation, Channel::Yrotation});
+    rig.addEndSite(1, {1, 0, 0});
+    const Pose pose{{90, 12, 30, 40}};
+    const BodyPose expected = worldPose(rig, pose);
+    const BodyPose body = worldPose(rig, localRotations(rig, pose));
+    ASSERT_EQ(body.segments.size(), expected.segments.size());
+    for (std::size_t i = 0; i < body.segments.size(); ++i) {
+        EXPECT_EQ(body.segments[i].position, expected.segments[i].position) << i;
+        EXPECT_EQ(body.segments[i].rotation, expected.segments[i].rotation) << i;
+    }
+}
+
 #ifndef NDEBUG
 TEST(ForwardKinematicsDeathTest, AssertsThatThePoseIsOneOfTheRig) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

@@ -27,6 +27,13 @@ TARN_KIT_EXPORT std::vector<Vector3f> worldPositions(const Rig& rig, const Pose&
 /// scale and smoothing makes of the pose. Precondition: as above.
 TARN_KIT_EXPORT BodyPose worldPose(const Rig& rig, const Pose& pose);
 
+/// The same from how every node is turned relative to its parent, a root relative to the world: for
+/// solvers that know rotations and no channels, and the inverse of `localRotations`. Joints are at
+/// their offsets, and roots are moved from theirs by `moved`, in the rig's length unit. Rotations
+/// are of length 1. Precondition: there is one rotation per node of `rig`, end sites included.
+TARN_KIT_EXPORT BodyPose worldPose(const Rig& rig, const std::vector<Quaterniond>& localRotations,
+                                   const Vector3d& moved = {});
+
 /// How every node is turned relative to its parent, a root relative to the world; no rotation for
 /// an end site. In double precision: what the channels say, and nothing of how they say it.
 /// Precondition: as above.

@@ -39,6 +39,17 @@ struct TARN_KIT_EXPORT BvhTake {
     Rate exactRate() const { return Rate::fromFrameTime(frameTime); }
 };
 
+/// A take of solved bodies (frames of `bodyDataType`, by frame index) as a motion file holds it,
+/// at its exact rate: `poseOf` each, with the angles nearest to those of the frame before, so that
+/// channels do not jump while the body does not. Motion files have no word for a frame that was
+/// lost: the body stays as it was before it or, at the beginning, as it will be; without any body
+/// there are no frames. A recording of a `Performer` is such a take.
+///
+/// Throws `std::invalid_argument` for a body of another rig, and as `poseOf` does. Precondition:
+/// neither pointer is null.
+TARN_KIT_EXPORT BvhTake bvhTakeOf(std::shared_ptr<Rig> rig, const std::shared_ptr<Tracks>& bodies,
+                                  const Rate& rate);
+
 /// The same take with all lengths, those of the rig and those of its motion, multiplied by
 /// `factor`. What the rig's space says stays. Precondition: `factor` is finite and greater than 0;
 /// there is a pose of the rig in every slot.

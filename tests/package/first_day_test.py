@@ -1,35 +1,30 @@
 # SPDX-FileCopyrightText: the tarn_sdk authors
 # SPDX-License-Identifier: Apache-2.0
 
-"""Somebody's first day with an installed copy: a host of their own is built and run, and what it wrote is
-described, exported, played and run by the program. All that is said of one take at 29.97 frames per second
-agrees, to the microsecond, on when its frames are.
+"""Somebody's first day with an installed copy: the commands of docs/first_day.md are run, as they stand there, in
+an empty folder that holds the page's CMakeLists.txt and its program. Then the program is run for 29.97 frames per
+second, and all that is said of its take agrees, to the microsecond, on when its frames are.
 
-usage: first_day_test.py COMPILER PREFIX WORK_DIR
+usage: first_day_test.py PREFIX SOURCE_DIR WORK_DIR
 """
 
 import csv
 import json
+import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
 import xml.etree.ElementTree
 
-here = pathlib.Path(__file__).resolve().parent
-sys.path.insert(0, str(here.parent))
-import installed  # noqa: E402
+import installed
 
-compiler, prefix, work = sys.argv[1:]
-work = pathlib.Path(work)
+prefix, source, work = map(pathlib.Path, sys.argv[1:])
 shutil.rmtree(work, ignore_errors=True)
 work.mkdir(parents=True)
 
 FRAMES = 150
-HOST_PRINTS = """150 of 150 frames at 30000/1001, cm, Y up
-frame 120 is at 4004000 us: 1100.4 N
-Ada is 170 cm high
-"""
 
 
 def check(is_right, words):
@@ -65,11 +60,31 @@ def times_in_motion(file):
     return [frame * frame_time for frame in range(count)]
 
 
-# A host of one's own: two devices on threads of their own, a payload and a solver of one's own.
-printed = installed.build_and_run(
-    compiler, prefix, here / "host.cpp", work / "host", ["tarn_draw", "tarn_kit", "tarn_sdk"],
-    arguments=[work])
-check(printed == HOST_PRINTS, f"the host prints\n{printed}")
+# The page, from an empty folder to the last command. "$HOME/tarn" is the installed copy.
+page = (source / "docs" / "first_day.md").read_text(encoding="utf-8")
+empty = work / "empty"
+empty.mkdir()
+shutil.copy(source / "examples" / "first_day.cpp", empty / "host.cpp")
+(empty / "CMakeLists.txt").write_text(re.search(r"```cmake\n(.*?)```", page, re.DOTALL)[1], encoding="utf-8")
+(work / "tarn").symlink_to(prefix)
+variables = {**os.environ, "HOME": str(work), "CXXFLAGS": "-Wall -Wextra -Wpedantic -Werror",
+             "PATH": f"{prefix / 'bin'}{os.pathsep}{os.environ['PATH']}"}
+printed = ""
+for commands in re.findall(r"```sh\n(.*?)```", page, re.DOTALL):
+    result = subprocess.run(["bash", "-euc", commands], cwd=empty, env=variables, capture_output=True, text=True,
+                            check=False)
+    check(result.returncode == 0, f"{commands}{result.stdout}{result.stderr}")
+    printed += result.stdout
+check(re.search(r"```text\n(.*?)```", page, re.DOTALL)[1] in printed, f"the page shows other words than\n{printed}")
+for file in ("ada.xml", "ada.bvh", "ada.svg", "motion.svg", "force.svg", "ada.csv", "pictures/poses.png",
+             "session/session.xml"):
+    check((empty / "out" / file).stat().st_size > 0, f"{file} is empty")
+
+# The same at 29.97 frames per second.
+printed = subprocess.run([str(empty / "build" / "host"), str(work), "29.97"], env=variables, check=True,
+                         capture_output=True, text=True).stdout
+check("150 of 150 frames at 30000/1001" in printed and "frame 130 is at 4337667 us: 1133.77 N" in printed,
+      f"the host prints\n{printed}")
 check_times(times_in_motion(work / "ada.bvh"), "the host's motion file")
 check("150 frames at 29.97 per second, 5.005 s" in (work / "ada.svg").read_text(encoding="utf-8"),
       "the host's drawing tells another length")
