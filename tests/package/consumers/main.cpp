@@ -13,6 +13,9 @@
 #ifdef WITH_DRAW
 #include <tarn_draw/tarn_draw.h>
 #endif
+#ifdef WITH_STORE
+#include <tarn_store/tarn_store.h>
+#endif
 
 #include <iostream>
 
@@ -40,6 +43,13 @@ int main() {
     const tarn::draw::Picture page = tarn::draw::poseSheet({});
     if (tarn::draw::renderPng(page).empty()) {
         return 1;
+    }
+#endif
+#ifdef WITH_STORE
+    try {
+        const tarn::store::TakeReader reader("no such file");
+        return 1;
+    } catch (const tarn::store::StoreError&) { // as it should be
     }
 #endif
     return character.parent() == &scene && heard == 60 ? 0 : 1;

@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn_kit/body/Rig.h>
+#include <tarn_kit/body/Space.h>
+#include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/files/C3d.h>
+#include <tarn_kit/session/Rate.h>
+#include <tarn_store/Export.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarn::store {
+
+/// What one of the values of a payload is called: a marker, a channel, a rigid body.
+struct Label {
+    std::string subject; ///< whose marker it is; empty if nobody says
+    std::string name;
+    std::string description;
+    std::string unit; ///< empty if nobody says
+};
+
+/// What the frames of a track mean, as far as it is known.
+struct TARN_STORE_EXPORT TrackDescription {
+    std::string subject; ///< the performer or device that it shows
+    std::optional<kit::Rate> rate;
+    std::optional<kit::Space> space;     ///< of markers; that of bodies is in their rig
+    std::shared_ptr<const kit::Rig> rig; ///< of poses and bodies; may be null
+    std::vector<Label> labels;           ///< one per value of the payload
+    std::string document;                ///< a settings document: a marker set, say
+
+    /// Of a body of that name.
+    static TrackDescription of(const kit::BvhTake& take, const std::string& subject);
+    /// Of the markers of a take.
+    static TrackDescription of(const kit::C3dTake& take, const std::string& subject);
+};
+
+/// A track as it stands in a file.
+struct StoredTrack {
+    std::int64_t id = 0;
+    int dataType = 0;
+    TrackDescription description;
+    std::int64_t frames = 0; ///< that are kept
+    std::int64_t lost = 0;   ///< that were counted as lost
+    /// The lowest and the highest slot with a frame; the highest is less where there is none.
+    std::int64_t firstSlot = 0;
+    std::int64_t lastSlot = -1;
+};
+
+/// An event or a note on the timeline.
+struct Note {
+    std::string kind = "note";         ///< "note", "event"
+    std::optional<std::int64_t> frame; ///< the frame index; nothing: the file as a whole
+    std::string label;                 ///< "Foot Strike"
+    std::string context;               ///< "Left"
+    std::string subject;
+    std::string text;
+    std::string utc; ///< when it was made; filled in when it is empty
+};
+
+/// Frames that did not reach the file.
+struct Loss {
+    std::int64_t track = 0;
+    std::int64_t first = 0; ///< the lowest and the highest frame index among them
+    std::int64_t last = 0;
+    std::int64_t count = 0;
+    std::string reason;
+};
+
+/// Who made a file, when, and whether it came to its end.
+struct TakeFileFacts {
+    int format = 0;                ///< of the file; counts up with each change of the schema
+    std::string program;           ///< that recorded
+    std::string version;           ///< of the SDK that it ran with
+    std::string startedUtc;        ///< "2026-11-22T04:47:00.125Z"
+    std::int64_t startedClock = 0; ///< then, in nanoseconds of the machine's steady clock
+    std::string endedUtc;          ///< empty if it was broken off, or is still being written
+    bool ended = false;            ///< whether the recording was ended, not broken off
+};
+
+} // namespace tarn::store

@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "file/FrameRows.h"
+
+#include <tarn/Tracks.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <utility>
+
+namespace tarn::store {
+
+/// Builds takes with their tracks and nested takes.
+class TakeTree {
+public:
+    TakeTree(Database& database, FrameRows& frames) : database_(&database), frames_(&frames) {}
+
+    /// A take as it was written. What is placed more than once is one object.
+    std::shared_ptr<Tracks> whole(std::int64_t take);
+    /// The part from frame index `first` to `last`.
+    std::shared_ptr<Tracks> part(std::int64_t take, std::int64_t first, std::int64_t last);
+    /// How many frame indexes a take has.
+    std::int64_t lengthOf(std::int64_t take);
+
+private:
+    /// Where a take stands among the slots of its tracks, and how long it is.
+    struct Extent {
+        bool isRecording = false;
+        std::int64_t base = 0; ///< the slot that frame index 0 shows
+        std::int64_t length = 0;
+    };
+    struct Child {
+        std::int64_t id;
+        std::int64_t offset;
+    };
+
+    Extent extentOf(std::int64_t take);
+    std::shared_ptr<Tracks> blank(std::int64_t take, const Extent& extent);
+    std::vector<Child> children(const char* sql, std::int64_t take);
+    std::shared_ptr<Track> track(std::int64_t id, const Extent& extent);
+    std::shared_ptr<Track> trackPart(std::int64_t id, std::int64_t firstSlot, std::int64_t count);
+    /// Notes that a take is being built; throws for one that contains itself, or too many.
+    void enter(std::int64_t take);
+    [[noreturn]] void failDamaged(const std::string& why) const;
+
+    Database* database_;
+    FrameRows* frames_;
+    std::map<std::int64_t, std::shared_ptr<Tracks>> takes_;
+    std::map<std::int64_t, std::shared_ptr<Track>> tracks_;
+    std::set<std::int64_t> entered_;
+    int count_ = 0;
+};
+
+} // namespace tarn::store

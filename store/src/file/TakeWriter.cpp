@@ -1,0 +1,190 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <tarn_store/file/TakeWriter.h>
+
+#include "file/Chunk.h"
+#include "file/Database.h"
+#include "file/Schema.h"
+#include "file/TrackRows.h"
+#include "file/UnfinishedFile.h"
+
+#include <algorithm>
+#include <cassert>
+#include <map>
+#include <optional>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace tarn::store {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string documentOf(const Settings& settings, const fs::path& file, const std::string& whose) {
+    std::string text;
+    // Reading writes nothing; the model's writer is not const.
+    if (!settings.values().empty() && !const_cast<Settings&>(settings).saveSettingsToString(text)) {
+        throw StoreError(file, StoreProblem::Unsupported,
+                         "the settings of " + whose + " are none that a document can hold");
+    }
+    return text;
+}
+
+} // namespace
+
+struct TakeWriter::PrivateData {
+    PrivateData(fs::path target, const std::string& program,
+                std::shared_ptr<const kit::Codecs> codecs)
+        : unfinished(std::move(target)), database(unfinished.path(), Database::Mode::Create),
+          schema(database, program), transaction(database), chunks(database, std::move(codecs)),
+          rows(database) {}
+
+    struct NewSchema {
+        NewSchema(Database& database, const std::string& program) {
+            createSchema(database, program, Writing::AtOnce);
+        }
+    };
+
+    std::int64_t save(Tracks& take);
+    std::int64_t save(const std::shared_ptr<Track>& track);
+    void saveMap(std::int64_t id, const Tracks& take);
+    void save(Scene& scene, Character& character, int place);
+
+    UnfinishedFile unfinished;
+    Database database;
+    NewSchema schema;
+    Transaction transaction;
+    ChunkWriter chunks;
+    TrackRows rows;
+    std::map<const Track*, TrackDescription> descriptions;
+    // What is placed more than once is written once.
+    std::map<const Track*, std::int64_t> tracks;
+    std::map<const Tracks*, std::int64_t> takes;
+};
+
+std::int64_t TakeWriter::PrivateData::save(const std::shared_ptr<Track>& track) {
+    const auto known = tracks.find(track.get());
+    if (known != tracks.end()) {
+        return known->second;
+    }
+    const int slots = track->frameCount();
+    const std::int64_t id =
+        rows.add(track->dataType(), std::int64_t{slots}, descriptions[track.get()]);
+    for (int slot = 0; slot < slots; ++slot) {
+        if (const auto frame = track->getFrame(slot)) {
+            chunks.add(id, static_cast<std::uint32_t>(slot), *frame);
+        }
+    }
+    return tracks[track.get()] = id;
+}
+
+void TakeWriter::PrivateData::saveMap(std::int64_t id, const Tracks& take) {
+    Statement insert(database, "INSERT INTO index_map (take, key, value) VALUES (?1, ?2, ?3)");
+    for (const auto& [key, value] : take.frameIndexMap()) {
+        insert.bind(1, id).bind(2, key).bind(3, value).run();
+    }
+}
+
+std::int64_t TakeWriter::PrivateData::save(Tracks& take) {
+    const auto known = takes.find(&take);
+    if (known != takes.end()) {
+        return known->second;
+    }
+    Statement(database, "INSERT INTO take (name, fps, length, frame_count, current, work_begin, "
+                        "work_end, version) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)")
+        .bind(1, take.tracksName())
+        .bind(2, take.fps())
+        .bind(3, take.timeLength())
+        .bind(4, take.frameCount())
+        .bind(5, take.currentTime())
+        .bind(6, take.workRangeBegin())
+        .bind(7, take.workRangeEnd())
+        .bind(8, take.tracksVersion())
+        .run();
+    const std::int64_t id = database.lastId();
+    takes[&take] = id;
+    saveMap(id, take);
+    for (int i = 0; i < take.trackCount(); ++i) {
+        const auto track = take.getTrack(i);
+        place(database, placeTrack, id, i, save(track), take.trackOffset(track));
+    }
+    for (int i = 0; i < take.subTracksCount(); ++i) {
+        const auto nested = take.subTracks(i);
+        place(database, placeTake, id, i, save(*nested), take.subTracksOffset(nested));
+    }
+    return id;
+}
+
+void TakeWriter::PrivateData::save(Scene& scene, Character& character, int place) {
+    const std::string whose = "character '" + character.characterName() + "'";
+    const std::string id = character.characterId();
+    const std::string name = character.characterName();
+    const std::string settings = documentOf(character, unfinished.target(), whose);
+    std::string actor;
+    Statement insert(database, "INSERT INTO character (place, id, name, settings, actor, take, "
+                               "selected, is_current) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)");
+    insert.bind(1, place).bind(2, id).bind(3, name).bind(4, settings);
+    if (character.actor() != nullptr) {
+        actor = documentOf(*character.actor(), unfinished.target(), "the actor of " + whose);
+        insert.bind(5, actor);
+    }
+    if (const auto take = character.tracks()) {
+        insert.bind(6, save(*take));
+    }
+    const auto selection = scene.selectedCharacters();
+    const auto found = std::find(selection.begin(), selection.end(), &character);
+    if (found != selection.end()) {
+        insert.bind(7, std::int64_t{std::distance(selection.begin(), found)});
+    }
+    insert.bind(8, scene.currentCharacter() == &character ? 1 : 0).run();
+}
+
+TakeWriter::TakeWriter(fs::path file, const std::string& program,
+                       std::shared_ptr<const kit::Codecs> codecs)
+    : d_(std::make_unique<PrivateData>(std::move(file), program, std::move(codecs))) {}
+
+TakeWriter::~TakeWriter() = default;
+
+void TakeWriter::describe(const std::shared_ptr<Track>& track,
+                          const TrackDescription& description) {
+    d_->descriptions[track.get()] = description;
+}
+
+void TakeWriter::write(const std::shared_ptr<Tracks>& take) {
+    assert(take != nullptr);
+    setFact(d_->database, "take", std::to_string(d_->save(*take)));
+}
+
+void TakeWriter::write(Scene& scene) {
+    Database& database = d_->database;
+    setFact(database, "scene", documentOf(scene, d_->unfinished.target(), "the scene"));
+    setFact(database, "scene_description", scene.description());
+    setFact(database, "scene_note", scene.note());
+    setFact(database, "scene_frame", std::to_string(scene.sceneTime().frameIndex()));
+    setFact(database, "scene_rate", std::to_string(scene.sceneTime().fps()));
+    if (const auto take = scene.tracks()) {
+        write(take);
+    }
+    int place = 0;
+    for (Character* const character : scene.characters()) {
+        d_->save(scene, *character, place++);
+    }
+}
+
+void TakeWriter::addNote(const Note& note) { store::addNote(d_->database, note); }
+
+void TakeWriter::addLoss(const Loss& loss) { store::addLoss(d_->database, loss); }
+
+void TakeWriter::commit() {
+    d_->chunks.flush();
+    setEnded(d_->database);
+    d_->transaction.commit();
+    d_->chunks.close();
+    d_->database.close();
+    d_->unfinished.putInPlace();
+}
+
+} // namespace tarn::store
