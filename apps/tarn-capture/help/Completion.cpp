@@ -22,7 +22,7 @@ std::vector<const CLI::Option*> flagsOf(const CLI::App& command) {
     return command.get_options([](const CLI::Option* option) { return option->nonpositional(); });
 }
 
-bool takesValue(const CLI::Option& flag) { return flag.get_type_size() != 0; }
+bool takesValue(const CLI::Option& flag) { return flag.get_items_expected_max() > 0; }
 
 /// "csv json" where a flag, or an argument, takes one of a few words; empty otherwise.
 std::string choicesOf(const CLI::Option& option) {
