@@ -23,7 +23,7 @@ payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records 
 # What frames and replies of the kit carry, whatever its headers say: two libraries must agree on these types.
 carried = {"libtarn_kit": {"Pose", "BodyPose", "MarkerFrame", "AnalogFrame", "RigidBodyFrame", "MarkerFit", "BvhTake",
                            "ReplayStatus", "EncodedPayload"}}
-documents = {"MarkerBody", "MarkerSet", "TrackDescription"}  # records that are read and written, and that nobody carries
+documents = {"MarkerBody", "MarkerSet", "TrackDescription", "RecorderOptions"}  # records that are read and written, and that nobody carries
 required = payloads - documents | carried.get(pathlib.Path(library).name.split(".")[0], set())
 from_below = set()
 for directory in below:

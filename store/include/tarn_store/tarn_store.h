@@ -11,3 +11,4 @@
 #include <tarn_store/file/TakeDescription.h>
 #include <tarn_store/file/TakeReader.h>
 #include <tarn_store/file/TakeWriter.h>
+#include <tarn_store/recording/TakeRecorder.h>

@@ -39,7 +39,7 @@ ChunkWriter::ChunkWriter(Database& database, std::shared_ptr<const kit::Codecs> 
     count_.emplace(database, "UPDATE track SET frames = frames + ?2 WHERE id = ?1");
 }
 
-void ChunkWriter::add(std::int64_t track, std::uint32_t slot, const Frame& frame) {
+std::size_t ChunkWriter::add(std::int64_t track, std::uint32_t slot, const Frame& frame) {
     scratch_.clear();
     const kit::CodecId& codec = codecs_->encode(frame.data(), scratch_);
     if (scratch_.size() > largestPayload) {
@@ -47,6 +47,7 @@ void ChunkWriter::add(std::int64_t track, std::uint32_t slot, const Frame& frame
                               " bytes; 256 MiB is the most");
     }
     add(track, slot, frame.time(), frame.dataType(), codec, scratch_.data(), scratch_.size());
+    return scratch_.size() + sizeof(FrameHead);
 }
 
 void ChunkWriter::add(std::int64_t track, std::uint32_t slot, const Time& time, int dataType,

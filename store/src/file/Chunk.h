@@ -45,7 +45,8 @@ public:
 
     /// Throws `kit::CodecError` if there is no codec for the payload or it is too large, and keeps
     /// what was added before. Precondition: in a transaction.
-    void add(std::int64_t track, std::uint32_t slot, const Frame& frame);
+    /// Returns how many bytes it takes.
+    std::size_t add(std::int64_t track, std::uint32_t slot, const Frame& frame);
     /// Adds bytes that are encoded already.
     void add(std::int64_t track, std::uint32_t slot, const Time& time, int dataType,
              const kit::CodecId& codec, const std::byte* bytes, std::size_t size);

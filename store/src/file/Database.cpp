@@ -141,6 +141,8 @@ std::int64_t Database::lastId() const { return sqlite3_last_insert_rowid(handle_
 bool Database::isInTransaction() const { return sqlite3_get_autocommit(handle_) == 0; }
 
 void Database::reserve(std::int64_t bytes) {
+    int step = 1 << 24;
+    sqlite3_file_control(handle_, "main", SQLITE_FCNTL_CHUNK_SIZE, &step);
     sqlite3_int64 hint = bytes;
     const int code = sqlite3_file_control(handle_, "main", SQLITE_FCNTL_SIZE_HINT, &hint);
     if (code != SQLITE_OK && code != SQLITE_NOTFOUND) {
