@@ -58,7 +58,7 @@ bool checkTrial(const kit::MarkerSet& set, const MarkersOptions& options) {
             others.push_back(name);
         }
     }
-    fmt::print("{}{}{}: has {} of {} markers\n", kit::printable(trial.file().string()),
+    fmt::print("{}{}{}: has {} of {} markers\n", kit::printable(trial.file()),
                trial.subject().empty() ? "" : ", ", kit::printable(trial.subject()),
                wanted.size() - missing.size(), wanted.size());
     print("missing", missing);

@@ -3,8 +3,8 @@
 
 #include "commands/Commands.h"
 
+#include "documents/ActorChoices.h"
 #include "documents/OlderSession.h"
-#include "session/ActorDocument.h"
 #include "session/BodyNamesDocument.h"
 #include "session/SessionFiles.h"
 #include "session/SessionSummary.h"
@@ -37,10 +37,11 @@ namespace {
 struct RunOptions {
     std::vector<std::string> takes;
     std::string out;
-    std::optional<std::string> actor; ///< a settings document that every actor begins with
-    std::optional<std::string> names; ///< a document that says what joints are called
-    double calibrate = 1;             ///< seconds
-    double speed = 0;                 ///< how much faster than the takes; 0 for as fast as it goes
+    std::vector<std::string> actors;    ///< settings documents that actors begin with
+    std::optional<std::string> markers; ///< the set that is worn
+    std::optional<std::string> names;   ///< a document that says what joints are called
+    std::optional<double> calibrate;    ///< seconds
+    double speed = 0; ///< how much faster than the takes; 0 for as fast as it goes
     SpaceChoice space;
     bool dimensions = false; ///< print everything that was measured
     bool force = false;      ///< a session that is there may go
@@ -59,20 +60,19 @@ void check(const RunOptions& options) {
     checkInputs(options.takes);
     refuseStandardOutput(options.out, "--out");
     constexpr double longest = 3600;
-    if (!(options.calibrate >= 0 && options.calibrate <= longest)) { // not-a-number included
+    if (options.calibrate &&
+        !(*options.calibrate >= 0 && *options.calibrate <= longest)) { // not-a-number included
         throw UsageError(fmt::format("--calibrate must be from 0 to {} seconds", longest));
     }
 }
 
-/// Every actor is named after its character, unless there is one performer and a document that
-/// names it.
-void prepareActors(const TakeSession& session, const std::optional<std::string>& document) {
+/// Every actor is named after its character, unless there is a document for it alone that names it.
+void prepareActors(const TakeSession& session, const ActorChoices& documents) {
     for (const auto& performer : session.performers()) {
         Actor& actor = performer->actor();
-        if (document) {
-            loadActor(actor, *document);
-        }
-        if (actor.actorName().empty() || session.performers().size() > 1) {
+        documents.load(actor, performer->name());
+        const bool isOwn = session.performers().size() == 1 || documents.isNamed(performer->name());
+        if (actor.actorName().empty() || !isOwn) {
             actor.setActorName(performer->name());
         }
     }
@@ -88,16 +88,23 @@ kit::Session::StopRequested stopOn(const Interrupt& interrupt) {
     return [&interrupt] { return interrupt.isRequested(); };
 }
 
+/// For how many frames to calibrate. Bodies show how long they are in every frame, markers only in
+/// movement.
+int calibrationFrames(const TakeSession& session, const RunOptions& options) {
+    const double seconds = options.calibrate.value_or(session.needsCalibration() ? 5 : 1);
+    const double wanted = std::ceil(seconds * session.exactRate().value());
+    return static_cast<int>(std::min<double>(wanted, session.frameCount()));
+}
+
 /// False if a stop was requested.
 bool calibrate(TakeSession& session, const RunOptions& options, const Interrupt& interrupt) {
-    const double wanted = std::ceil(options.calibrate * session.rate());
-    const int frames = static_cast<int>(std::min<double>(wanted, session.frameCount()));
+    const int frames = calibrationFrames(session, options);
     if (frames == 0) {
         return true;
     }
     announce(fmt::format("calibrating over {}",
                          kit::counted(static_cast<std::size_t>(frames), "frame")));
-    ProgressBar bar(stderr, frames);
+    ProgressBar bar(stderr, session.calibrationSteps(frames));
     return session.calibrate(frames, stopOn(interrupt), [&bar] { bar.advance(); });
 }
 
@@ -121,13 +128,16 @@ std::string keptText(const SessionFiles& files, const std::string& directory) {
 class Runner {
 public:
     explicit Runner(const RunOptions& options)
-        : options_(options),
-          session_(options.takes,
-                   replays(options.speed, std::make_shared<kit::SteadyClock>(), options.space)),
+        : options_(options), actors_(options.actors),
+          session_(options.takes, replays(options.speed, clock_, options.space),
+                   {options.markers, actors_, options.speed, clock_, options.space}),
           files_(prepared(), options.out, inputs()) {}
 
     int run() {
-        if (!calibrate(session_, options_, interrupt_)) {
+        for (const std::string& reason : session_.passedOver()) {
+            announce("passed over: " + reason);
+        }
+        if (!calibrate()) {
             reportError("interrupted while calibrating; nothing was kept");
             return interrupt_.exitCode();
         }
@@ -145,7 +155,11 @@ public:
 
 private:
     TakeSession& prepared() {
-        prepareActors(session_, options_.actor);
+        if (session_.needsCalibration() && options_.calibrate == 0) {
+            throw UsageError("--calibrate 0: bodies cannot be fitted to markers without a "
+                             "calibration; --actor names an actor that was calibrated before");
+        }
+        prepareActors(session_, actors_);
         const auto names = loadBodyNames(options_.names);
         for (const auto& performer : session_.performers()) {
             performer->setBodyNames(names);
@@ -155,8 +169,10 @@ private:
     /// The files that must not be written over.
     std::vector<std::string> inputs() const {
         auto files = options_.takes;
-        if (options_.actor) {
-            files.push_back(*options_.actor);
+        const auto actors = actors_.files();
+        files.insert(files.end(), actors.begin(), actors.end());
+        if (options_.markers) {
+            files.push_back(*options_.markers);
         }
         return files;
     }
@@ -172,6 +188,14 @@ private:
         }
         fmt::print("{}; {} written to {}\n", verdictOn(session_, complete, isPaced()),
                    kit::counted(files_.written().size(), "file"), kit::printable(options_.out));
+    }
+
+    bool calibrate() {
+        try {
+            return capture::calibrate(session_, options_, interrupt_);
+        } catch (const std::exception& error) {
+            throw std::runtime_error(fmt::format("{}; nothing was kept", error.what()));
+        }
     }
 
     bool play() {
@@ -194,6 +218,8 @@ private:
 
     const RunOptions& options_;
     const Interrupt interrupt_;
+    const std::shared_ptr<kit::Clock> clock_ = std::make_shared<kit::SteadyClock>();
+    const ActorChoices actors_;
     TakeSession session_;
     SessionFiles files_;
 };
@@ -217,17 +243,29 @@ int run(const RunOptions& options) {
 
 void addRun(CommandLine& line) {
     auto [command, options] = line.add("run",
-                                       "Run a capture session: a character per take in one scene, "
+                                       "Run a capture session: a character in one scene for each "
+                                       "BVH file, and for each body whose markers a C3D file has, "
                                        "calibrated, played, solved, recorded, drawn and saved",
                                        run);
-    addTakes(command, options.takes, "BVH files of one clock and one space; - is standard input");
+    addTakes(command, options.takes,
+             "BVH and C3D files of one clock and one space; - is standard input");
     addOut(command, options.out, "DIR", "Directory for what comes out, created if it is not there");
     command
-        .add_option("--actor", options.actor,
-                    "An actor's settings document that every actor begins with")
-        ->type_name("FILE");
+        .add_option("--actor", options.actors,
+                    "An actor's settings document that every actor begins with; NAME=FILE for the "
+                    "performer of that name. A body that was calibrated with markers is not "
+                    "calibrated again")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
     command
-        .add_option("--calibrate", options.calibrate, "For how long to calibrate; if not given, 1")
+        .add_option("--markers", options.markers,
+                    "The marker set of C3D files: a document, or cmu41, cmu53 or gait16; if not "
+                    "given, it is told from the labels")
+        ->type_name("SET");
+    command
+        .add_option("--calibrate", options.calibrate,
+                    "For how long to calibrate; if not given, 1, or 5 where bodies are fitted to "
+                    "markers")
         ->type_name("SECONDS");
     addSpace(command, options.space);
     addNames(command, options.names);

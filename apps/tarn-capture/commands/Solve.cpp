@@ -99,7 +99,7 @@ std::shared_ptr<Settings> solveOne(const SolveCommand& options, const std::strin
     const kit::BvhTake take = bvhOf(trial, solved);
     writeBvhFile(take, path(".bvh"));
     writeJointsCsv(trial, solved, path(".joints.csv"));
-    writeMarkersCsv(trial, solved, path(".markers.csv"));
+    writeMarkersCsv(trial, solved, path(".markers.csv"), 1000 * trial.metresPerUnit());
     if (!options.noPictures) {
         draw::savePicture(pictureOf(trial, solved, take), path(".png").string());
     }

@@ -45,16 +45,18 @@ void describeClock(Settings& character, const kit::ClockCalibrator& clock, bool 
 }
 
 /// A list: names of joints need not be names of elements.
-void describeDimensions(Settings& character, const kit::BodyDimensionCalibrator& dimensions) {
-    auto lengths = dimensions.segments();
-    lengths.insert(lengths.begin(), dimensions.height());
-    for (const kit::MeasuredLength& length : lengths) {
+void describeDimensions(Settings& character, const BodyLengths& known) {
+    int number = 0;
+    for (const kit::MeasuredLength& length : known.lengths) {
         const auto entry = std::make_shared<Settings>();
         entry->setValue("Name", kit::printable(length.name));
         put(*entry, "Mean", length.mean);
-        put(*entry, "Spread", length.spread);
-        const std::string key = fmt::format("Dimensions.Length{}", &length - lengths.data() + 1);
-        character.addSubSettings(key, entry);
+        if (!known.areFitted) {
+            put(*entry, "Spread", length.spread);
+        } else if (length.spread > 0) { // the height has none
+            put(*entry, "Uncertainty", length.spread);
+        }
+        character.addSubSettings(fmt::format("Dimensions.Length{}", ++number), entry);
     }
 }
 
@@ -82,9 +84,8 @@ void describe(TakePerformer& performer, bool paced, const fs::path& directory) {
     put(character, "FramesLost", statistics.framesExpected - statistics.framesIn);
     character.addSubSettings("Solver", statusOf(performer.solver()));
     describeClock(character, performer.clock(), paced);
-    if (performer.dimensions().collectedFrames() > 0) {
-        describeDimensions(character, performer.dimensions());
-    }
+    describeDimensions(character, performer.lengths());
+    performer.describe(character);
 }
 
 } // namespace

@@ -32,7 +32,9 @@ struct SessionOutcome {
 ///                 Take        the file, as it is found from the directory of the document
 ///                 Solver      its status
 ///                 Clock       what its calibrator measured
-///                 Dimensions  mean and spread of each length
+///                 Dimensions  mean of each length, and its spread or, where bodies are fitted to
+///                             markers, its uncertainty
+///                 Markers     how well the markers were met, as in the report of "solve"
 void describeSession(TakeSession& session, SessionOutcome outcome,
                      const std::filesystem::path& directory, const std::vector<std::string>& files);
 

@@ -36,15 +36,16 @@ const kit::BodyPose* bodyAt(Tracks& recording, int frame) {
 }
 
 /// A line of the table; its cells are empty where the frame was lost.
-std::string lineOf(const Take& take, const kit::BodyPose* body, int frame) {
+std::string lineOf(const TakePerformer& take, const kit::BodyPose* body, int frame) {
+    const auto number = static_cast<int>(take.numberOf(frame));
     if (body == nullptr) {
-        return csvLineWithoutPositions(take.rig(), frame, take.secondsAt(frame));
+        return csvLineWithoutPositions(*take.rig(), number, take.secondsAt(frame));
     }
     MotionSample sample;
     for (const kit::Segment& segment : body->segments) {
         sample.positions.push_back(segment.position);
     }
-    return csvLine(take.rig(), frame, take.secondsAt(frame), sample);
+    return csvLine(*take.rig(), number, take.secondsAt(frame), sample);
 }
 
 } // namespace
@@ -96,6 +97,9 @@ std::vector<std::string> SessionFiles::names() const {
         for (const char* const ending : {".actor.xml", ".csv", ".bvh"}) {
             names.push_back(performer->name() + ending);
         }
+        for (const PerformerFile& file : performer->files()) {
+            names.push_back(performer->name() + file.ending);
+        }
     }
     return names;
 }
@@ -111,6 +115,9 @@ std::vector<std::string> SessionFiles::write(bool complete, bool paced) {
         attempt(name + ".actor.xml", [&] { writeActor(*performer); });
         attempt(name + ".csv", [&] { writeCsv(*performer, *recording); });
         attempt(name + ".bvh", [&] { writeBvh(*performer); });
+        for (const PerformerFile& file : performer->files()) {
+            attempt(name + file.ending, [&] { file.write(path(name + file.ending)); });
+        }
     }
     writePictures();
     const bool isWhole = complete && problems_.empty();
@@ -159,30 +166,28 @@ void SessionFiles::writeActor(TakePerformer& performer) {
 
 void SessionFiles::writeCsv(TakePerformer& performer, Tracks& recording) {
     const std::string name = performer.name() + ".csv";
-    const Take& take = performer.take();
     OutputFile file(path(name));
-    file.write(csvHeader(take.rig(), {true}));
+    file.write(csvHeader(*performer.rig(), {true}));
     for (int i = 0; i < recording.timeLength(); ++i) {
-        file.write(lineOf(take, bodyAt(recording, i), i));
+        file.write(lineOf(performer, bodyAt(recording, i), i));
     }
     file.commit();
 }
 
 void SessionFiles::writeBvh(TakePerformer& performer) {
     const std::string name = performer.name() + ".bvh";
-    const Take& take = performer.take();
     OutputFile file(path(name));
-    const auto rig = std::const_pointer_cast<kit::Rig>(take.sharedRig());
-    kit::writeBvh(kit::bvhTakeOf(rig, performer.recording(), take.exactRate()), file.stream());
+    const auto rig = std::const_pointer_cast<kit::Rig>(performer.rig());
+    kit::writeBvh(kit::bvhTakeOf(rig, performer.recording(), performer.exactRate()), file.stream());
     file.commit();
 }
 
 std::vector<draw::Subject> SessionFiles::subjects() const {
     std::vector<draw::Subject> subjects;
     for (const auto& performer : session_.performers()) {
-        const Take& take = performer->take();
-        subjects.push_back({performer->name(), take.sharedRig(), performer->recording(),
-                            take.unit(), take.space().up, take.exactRate()});
+        subjects.push_back({performer->name(), performer->rig(), performer->recording(),
+                            performer->space().unit, performer->space().up,
+                            performer->exactRate()});
     }
     return subjects;
 }

@@ -27,10 +27,10 @@ struct SessionPicture {
 /// "poses" and "motion".
 std::vector<SessionPicture> sessionPictures();
 
-/// The files that a session leaves in a directory: per performer NAME.csv, NAME.bvh and
-/// NAME.actor.xml, and for all of them the pictures, and session.xml, which lists the others. Each
-/// is complete or not there. What is said of a frame stands at its index, whatever was lost before
-/// it.
+/// The files that a session leaves in a directory: per performer NAME.csv, NAME.bvh,
+/// NAME.actor.xml and what else it has to leave, and for all of them the pictures, and session.xml,
+/// which lists the others. Each is complete or not there. What is said of a frame stands at its
+/// index, whatever was lost before it.
 ///
 /// The files that a session there was before lists as its own go before these are written: a
 /// session.xml never stands beside files of another session. Whatever ends the program meanwhile,

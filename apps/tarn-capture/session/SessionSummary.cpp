@@ -61,52 +61,57 @@ std::string clockText(const kit::ClockCalibrator& clock, bool paced) {
 }
 
 std::string heightText(TakePerformer& performer) {
-    const kit::BodyDimensionCalibrator& dimensions = performer.dimensions();
-    return dimensions.collectedFrames() == 0
+    const BodyLengths known = performer.lengths();
+    return known.lengths.empty()
                ? "not measured"
-               : kit::lengthText(dimensions.height().mean, performer.take().unit());
+               : kit::lengthText(known.lengths.front().mean, performer.space().unit);
 }
 
-/// 0.1 mm in the take's unit.
-double visibleSpread(const Take& take) {
-    if (take.unit().known()) {
+/// 0.1 mm in the performer's unit; of a body whose unit is not known, as much of its height.
+double visibleSpread(const TakePerformer& performer, double height) {
+    if (performer.space().unit.known()) {
         constexpr double metres = 0.0001;
-        return metres / take.unit().metres;
+        return metres / performer.space().unit.metres;
     }
     constexpr double personInTenthsOfAMillimetre = 17'000;
-    return take.bodyHeight() / personInTenthsOfAMillimetre;
+    return height / personInTenthsOfAMillimetre;
 }
 
-std::string lengthWithSpread(const kit::MeasuredLength& length, const Take& take) {
-    const std::string text = kit::lengthText(length.mean, take.unit());
-    return length.spread > visibleSpread(take) ? fmt::format("{} ± {:.2g}", text, length.spread)
-                                               : text;
+std::string lengthWithSpread(const kit::MeasuredLength& length, const kit::LengthUnit& unit,
+                             double visible) {
+    const std::string text = kit::lengthText(length.mean, unit);
+    return length.spread > visible ? fmt::format("{} ± {:.2g}", text, length.spread) : text;
+}
+
+std::string dimensionsNote(const BodyLengths& known) {
+    const std::string frames = kit::counted(static_cast<std::size_t>(known.frames), "frame");
+    if (!known.areFitted) {
+        return fmt::format("mean over {}; ± spread where it exceeds 0.1 mm", frames);
+    }
+    return fmt::format("{}; ± one standard deviation where it exceeds 0.1 mm",
+                       known.frames > 0 ? "fitted to " + frames : "those of the actor");
 }
 
 std::string dimensionsText(TakePerformer& performer) {
-    const kit::BodyDimensionCalibrator& dimensions = performer.dimensions();
-    if (dimensions.collectedFrames() == 0) {
+    BodyLengths known = performer.lengths();
+    if (known.lengths.empty()) {
         return fact("dimensions", "not measured");
     }
-    auto lengths = dimensions.segments();
-    lengths.insert(lengths.begin(), dimensions.height());
     constexpr std::size_t longestName = 26; // "RightHand-RightHandMiddle1"
     std::size_t width = 0;
-    for (kit::MeasuredLength& length : lengths) {
+    for (kit::MeasuredLength& length : known.lengths) {
         length.name = kit::shortened(kit::printable(length.name), longestName);
         width = std::max(width, columnsOf(length.name));
     }
+    const double visible = visibleSpread(performer, known.lengths.front().mean);
     std::vector<std::string> items;
-    items.reserve(lengths.size());
-    for (const kit::MeasuredLength& length : lengths) {
+    items.reserve(known.lengths.size());
+    for (const kit::MeasuredLength& length : known.lengths) {
         items.push_back(padded(length.name, width) + " " +
-                        lengthWithSpread(length, performer.take()));
+                        lengthWithSpread(length, performer.space().unit, visible));
     }
-    const auto frames = static_cast<std::size_t>(dimensions.collectedFrames());
     constexpr std::size_t indent = 4;
-    return fact("dimensions", fmt::format("mean over {}; ± spread where it exceeds 0.1 mm",
-                                          kit::counted(frames, "frame"))) +
-           inColumns(items, indent, outputWidth());
+    return fact("dimensions", dimensionsNote(known)) + inColumns(items, indent, outputWidth());
 }
 
 std::string timeText(TakePerformer& performer) {
@@ -137,6 +142,9 @@ std::string summaryOf(const TakeSession& session, bool paced) {
         text += line(kit::shortened(performer->name(), width), statistics.framesIn,
                      statistics.framesOut, lostBy(*performer),
                      clockVerdict(performer->clock(), paced), heightText(*performer));
+    }
+    for (const auto& performer : session.performers()) {
+        text += performer->report();
     }
     return text;
 }

@@ -11,7 +11,8 @@ namespace tarn::capture {
 
 // `paced`: whether the devices kept the rate of their takes, so that their clocks say something.
 
-/// A line for each performer: frames, clock and height, in columns that fit the terminal.
+/// A line for each performer: frames, clock and height, in columns that fit the terminal; then what
+/// each has to report.
 std::string summaryOf(const TakeSession& session, bool paced);
 
 /// What a session came to, in a few words: whether it is complete, what was lost, and whose clock

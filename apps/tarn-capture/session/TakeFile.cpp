@@ -86,19 +86,30 @@ void checkInputs(const std::vector<std::string>& names) {
     }
 }
 
+std::string takeNameOf(const std::string& file) {
+    return isStandardStream(file) ? standardInput : kit::printable(fs::path(file).stem().string());
+}
+
+std::vector<std::string> uniqueNames(const std::vector<std::string>& names) {
+    std::vector<std::string> unique;
+    std::set<std::string> taken;
+    for (const std::string& wanted : names) {
+        std::string name = wanted;
+        for (int i = 2; !taken.insert(name).second; ++i) {
+            name = fmt::format("{}-{}", wanted, i);
+        }
+        unique.push_back(name);
+    }
+    return unique;
+}
+
 std::vector<std::string> uniqueTakeNames(const std::vector<std::string>& files) {
     std::vector<std::string> names;
-    std::set<std::string> taken;
+    names.reserve(files.size());
     for (const std::string& file : files) {
-        const std::string stem =
-            isStandardStream(file) ? standardInput : kit::printable(fs::path(file).stem().string());
-        std::string name = stem;
-        for (int i = 2; !taken.insert(name).second; ++i) {
-            name = fmt::format("{}-{}", stem, i);
-        }
-        names.push_back(name);
+        names.push_back(takeNameOf(file));
     }
-    return names;
+    return uniqueNames(names);
 }
 
 } // namespace tarn::capture

@@ -17,6 +17,8 @@ class TakeFile {
 public:
     explicit TakeFile(std::string name);
 
+    const std::string& name() const { return name_; }
+
     /// Whether it holds markers (C3D) and not a body (BVH), by its content.
     bool holdsMarkers();
 
@@ -44,8 +46,12 @@ kit::BvhTake readTake(const std::string& name);
 /// Throws `UsageError` if standard input is named more than once: it can be read only once.
 void checkInputs(const std::vector<std::string>& names);
 
-/// For each take a name that says which it is, without directory and extension, fit to be printed
-/// and to be part of a file's name; with a number added where another has it already.
+/// A name that says which take it is, without directory and extension, fit to be printed and to be
+/// part of a file's name.
+std::string takeNameOf(const std::string& file);
+/// Names with a number added where another has it already.
+std::vector<std::string> uniqueNames(const std::vector<std::string>& names);
+/// For each take its name, unique.
 std::vector<std::string> uniqueTakeNames(const std::vector<std::string>& files);
 
 } // namespace tarn::capture

@@ -3,11 +3,7 @@
 
 #include "session/TakePerformer.h"
 
-#include "session/TakeFile.h"
-#include "support/Stopwatch.h"
-
 #include <fmt/format.h>
-#include <tarn_kit/devices/ReplayDevice.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -15,56 +11,32 @@
 
 namespace tarn::capture {
 
-namespace {
+TakePerformer::TakePerformer(std::string file, double reading)
+    : file_(std::move(file)), reading_(reading) {}
 
-TakeDevice make(const TakeDeviceMaker& maker, const std::string& file, const std::string& name,
-                double& seconds) {
-    const Stopwatch stopwatch(seconds);
-    return maker(file, name);
-}
+TakePerformer::~TakePerformer() = default;
 
-} // namespace
-
-TakeDeviceMaker replays(double speed, std::shared_ptr<kit::Clock> clock, const SpaceChoice& space) {
-    return
-        [speed, clock = std::move(clock), space](const std::string& file, const std::string& name) {
-            auto device = std::make_unique<kit::ReplayDevice>(name, clock);
-            kit::BvhTake take = withSpace(readTake(file), space);
-            device->open(take);
-            device->setSpeed(speed);
-            return TakeDevice{std::move(device), std::move(take), clock};
-        };
-}
-
-TakePerformer::TakePerformer(kit::Session& session, const std::string& file,
-                             const std::string& name, const TakeDeviceMaker& maker)
-    : file_(file), source_(make(maker, file, name, reading_)), take_(source_.take),
-      solver_(name, take_.sharedRig()),
-      clock_(name, kit::ReplayDevice::posePort, 100, source_.clock), dimensions_(name) {
-    kit::PerformerSetup setup;
-    setup.name = name;
-    setup.device = source_.device.get();
-    setup.port = kit::ReplayDevice::posePort;
-    setup.solver = &solver_;
-    setup.rate = take_.rate();
-    setup.exactRate = take_.exactRate();
-    setup.space = take_.space();
-    setup.frameCount = take_.frameCount();
+void TakePerformer::join(kit::Session& session, kit::PerformerSetup setup,
+                         std::unique_ptr<Device> device, const std::shared_ptr<kit::Clock>& clock) {
+    device_ = std::move(device);
+    setup.device = device_.get();
     try {
         performer_ = &session.addPerformer(setup);
     } catch (const std::invalid_argument& error) {
-        throw std::runtime_error(fmt::format("{}: {}", file, error.what()));
+        throw std::runtime_error(fmt::format("{}: {}", file_, error.what()));
     }
-    clock_.setDevice(source_.device.get());
-    dimensions_.setSolver(&solver_);
-    performer_->addCalibrator(clock_, false);
-    performer_->addCalibrator(dimensions_, true);
+    clock_ = std::make_unique<kit::ClockCalibrator>(setup.name, setup.port, 100, clock);
+    clock_->setDevice(setup.device);
+    performer_->addCalibrator(*clock_, false);
 }
 
+void TakePerformer::setBodyNames(std::shared_ptr<const kit::BodyNames> /*names*/) {}
+
 void TakePerformer::setCalibrationFrames(int frames) {
-    const int used = std::max(1, std::min(frames, frameCount()));
-    clock_.setFactor(kit::ClockCalibrator::frameCountFactor, std::max(used, 2));
-    dimensions_.setFactor(kit::BodyDimensionCalibrator::frameCountFactor, used);
+    const int used = std::max(2, std::min(frames, frameCount()));
+    clock_->setFactor(kit::ClockCalibrator::frameCountFactor, used);
 }
+
+void TakePerformer::onFittingStep(std::function<bool()> /*step*/) {}
 
 } // namespace tarn::capture

@@ -3,6 +3,7 @@
 
 #include "solving/MarkerTrial.h"
 
+#include "session/TakeFile.h"
 #include "support/Errors.h"
 
 #include <fmt/format.h>
@@ -48,15 +49,23 @@ std::string subjectsOf(const std::vector<kit::C3dMarker>& all) {
 
 } // namespace
 
-MarkerTrial::MarkerTrial(const std::filesystem::path& file,
-                         const std::optional<std::string>& subject,
+MarkerTrial::MarkerTrial(const std::string& file, const std::optional<std::string>& subject,
                          const std::vector<std::string>& markers)
-    : file_(file), take_(kit::readC3d(file)) {
-    const std::string name = kit::printable(file.string());
+    : file_(file), take_(TakeFile(file).readMarkers()), name_(uniqueTakeNames({file}).front()) {
+    choose(subject ? *subject : likeliest(take_.markers, markers));
+}
+
+MarkerTrial::MarkerTrial(kit::C3dTake take, std::string file, std::string subject, std::string name)
+    : file_(std::move(file)), take_(std::move(take)), name_(std::move(name)) {
+    choose(std::move(subject));
+}
+
+void MarkerTrial::choose(std::string subject) {
+    subject_ = std::move(subject);
+    const std::string name = kit::printable(file_);
     if (take_.frameCount == 0 || take_.markers.empty()) {
         throw std::runtime_error(fmt::format("{}: holds no frames of markers", name));
     }
-    subject_ = subject ? *subject : likeliest(take_.markers, markers);
     bool found = false;
     for (const kit::C3dMarker& marker : take_.markers) {
         const bool isOurs = marker.subject == subject_;
@@ -84,8 +93,8 @@ FrameRange MarkerTrial::chosen(const std::optional<FrameChoice>& choice) const {
     const std::int64_t to =
         isCount ? first + *choice->last : choice->last.value_or(static_cast<int>(last));
     if (from < first || to > last || from > to) {
-        throw UsageError(fmt::format("--frames: {} has frames {}..{}",
-                                     kit::printable(file_.string()), first, last));
+        throw UsageError(
+            fmt::format("--frames: {} has frames {}..{}", kit::printable(file_), first, last));
     }
     return {static_cast<int>(from - first), static_cast<int>(to - first)};
 }

@@ -7,7 +7,6 @@
 
 #include <tarn_kit/files/C3d.h>
 
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,13 +19,18 @@ class MarkerTrial {
 public:
     /// Throws `kit::ReadError` when the file cannot be read, and `std::runtime_error`, naming what
     /// is there, unless it has frames and, if a performer is asked for, that one. Of several
-    /// performers, the one of whom the file has most of `markers`.
-    MarkerTrial(const std::filesystem::path& file, const std::optional<std::string>& subject,
+    /// performers, the one of whom the file has most of `markers`. The file is one that a
+    /// `TakeFile` knows.
+    MarkerTrial(const std::string& file, const std::optional<std::string>& subject,
                 const std::vector<std::string>& markers);
+    /// One performer of a take that has been read already, under a name of its own. Throws
+    /// `std::runtime_error` unless the take has frames and that performer.
+    MarkerTrial(kit::C3dTake take, std::string file, std::string subject, std::string name);
 
-    const std::filesystem::path& file() const { return file_; }
-    /// The file's name without directory and extension.
-    std::string name() const { return file_.stem().string(); }
+    const std::string& file() const { return file_; }
+    /// That of the take, or the one that was given.
+    const std::string& name() const { return name_; }
+    const kit::C3dTake& take() const { return take_; }
     const std::string& subject() const { return subject_; }
     /// The performer's markers in the order of each frame; others have no name.
     const std::vector<std::string>& names() const { return names_; }
@@ -44,9 +48,12 @@ public:
     std::shared_ptr<Tracks> part(FrameRange range) const;
 
 private:
-    std::filesystem::path file_;
+    void choose(std::string subject);
+
+    std::string file_;
     kit::C3dTake take_;
     std::string subject_;
+    std::string name_;
     std::vector<std::string> names_;
 };
 

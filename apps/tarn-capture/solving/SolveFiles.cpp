@@ -99,13 +99,13 @@ void writeJointsCsv(const MarkerTrial& trial, const SolvedTrial& solved,
 }
 
 void writeMarkersCsv(const MarkerTrial& trial, const SolvedTrial& solved,
-                     const std::filesystem::path& file) {
+                     const std::filesystem::path& file, double scale, const std::string& unit) {
     OutputFile output(file.string());
-    const double scale = millimetresPerMetre * trial.metresPerUnit();
     fmt::memory_buffer text;
+    const std::string suffix = unit.empty() ? "" : " [" + unit + "]";
     append(text, "frame");
     for (const kit::BodyMarker& marker : solved.body.markers) {
-        append(text, ",{0}.x,{0}.y,{0}.z,{0}.residual", marker.name);
+        append(text, ",{0}.x{1},{0}.y{1},{0}.z{1},{0}.residual{1}", marker.name, suffix);
     }
     for (const SolvedFrame& frame : solved.frames) {
         append(text, "\n{}", trial.numberOf(frame.index));

@@ -10,6 +10,7 @@
 #include <tarn_kit/files/Bvh.h>
 
 #include <filesystem>
+#include <string>
 
 namespace tarn::capture {
 
@@ -19,10 +20,11 @@ namespace tarn::capture {
 /// joint, in millimetres, in the axes of the file.
 void writeJointsCsv(const MarkerTrial& trial, const SolvedTrial& solved,
                     const std::filesystem::path& file);
-/// Where the body has every marker, in millimetres, in the axes of the file, and how far the
-/// measured one is from there; empty where there is none.
+/// Where the body has every marker, in the axes of the trial, and how far the measured one is from
+/// there; empty where there is none. `scale` is what the unit of the trial is multiplied by, `unit`
+/// what columns say that they are in; nothing if it is empty.
 void writeMarkersCsv(const MarkerTrial& trial, const SolvedTrial& solved,
-                     const std::filesystem::path& file);
+                     const std::filesystem::path& file, double scale, const std::string& unit = "");
 
 /// The turn from the axes of the file to those of the BVH take: Y up.
 kit::Quaterniond uprightOf(const SolvedTrial& solved);

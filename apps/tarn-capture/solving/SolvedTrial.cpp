@@ -79,6 +79,18 @@ private:
 
 } // namespace
 
+SolvedTrial trialSolvedBy(const kit::MarkerSolver& solver, const MarkerTrial& trial) {
+    SolvedTrial solved;
+    solved.body = solver.body();
+    solved.rig = solver.rig();
+    for (const kit::BodyMarker& marker : solved.body.markers) {
+        const auto name = std::find(trial.names().begin(), trial.names().end(), marker.name);
+        solved.columns.push_back(
+            name == trial.names().end() ? -1 : static_cast<int>(name - trial.names().begin()));
+    }
+    return solved;
+}
+
 SolvedTrial solveTrial(const MarkerTrial& trial, FrameRange range, const kit::MarkerBody& body,
                        const SolveOptions& options, const std::function<bool()>& goOn) {
     kit::MarkerSolver solver(trial.name(), body, {trial.names(), trial.metresPerUnit()});
@@ -88,14 +100,7 @@ SolvedTrial solveTrial(const MarkerTrial& trial, FrameRange range, const kit::Ma
                 fmt::format("--without {}: the actor has no such marker", kit::printable(marker)));
         }
     }
-    SolvedTrial solved;
-    solved.body = body;
-    solved.rig = solver.rig();
-    for (const kit::BodyMarker& marker : body.markers) {
-        const auto name = std::find(trial.names().begin(), trial.names().end(), marker.name);
-        solved.columns.push_back(
-            name == trial.names().end() ? -1 : static_cast<int>(name - trial.names().begin()));
-    }
+    SolvedTrial solved = trialSolvedBy(solver, trial);
     Stage(trial, range, solver, solved).play(options.live, goOn);
     return solved;
 }

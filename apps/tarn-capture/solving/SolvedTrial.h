@@ -11,6 +11,7 @@
 #include <tarn_kit/body/Rig.h>
 #include <tarn_kit/solving/MarkerBody.h>
 #include <tarn_kit/solving/MarkerFit.h>
+#include <tarn_kit/solving/MarkerSolver.h>
 
 #include <cstddef>
 #include <functional>
@@ -35,6 +36,9 @@ struct SolvedTrial {
     std::vector<int> columns; ///< of each of the body's markers in `measured`, or -1
     std::vector<SolvedFrame> frames;
 };
+
+/// What is known of a trial before its first frame is solved.
+SolvedTrial trialSolvedBy(const kit::MarkerSolver& solver, const MarkerTrial& trial);
 
 struct SolveOptions {
     std::vector<std::string> without;

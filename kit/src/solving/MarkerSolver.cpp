@@ -53,7 +53,8 @@ struct SolvedBody {
     SolvedBody(MarkerBody theBody, const MarkerSource& source)
         : body(std::move(theBody)), columns(columnsOf(body, source)), assembly(body),
           tracker(assembly.articulation), sightings(body.markers.size()),
-          measured(body.markers.size()), isLeftOut(body.markers.size()), rig(body.body.rig()) {
+          measured(body.markers.size()), isLeftOut(body.markers.size()),
+          rig(body.body.rig(source.bodyUnitsPerMetre)) {
         if (!rig->skeletons().empty()) {
             skeleton.emplace(rig->skeletons().front()->skeletonName());
             skeleton->setBone(rig->skeletons().front()->rootBone());
@@ -135,7 +136,8 @@ BodyPose MarkerSolver::PrivateData::pose() const {
             pose.segments.push_back({toSingle(toDouble(above.position) + tip), above.rotation});
         } else {
             const std::size_t own = solved->assembly.joints[joint++];
-            pose.segments.push_back({toSingle(problem.origins()[own]), toSingle(world[own])});
+            const Vector3d at = source.bodyUnitsPerMetre * problem.origins()[own];
+            pose.segments.push_back({toSingle(at), toSingle(world[own])});
         }
     }
     return pose;
@@ -188,7 +190,7 @@ bool MarkerSolver::PrivateData::solve(MarkerSolver& owner, const Frame& frame) {
 
 MarkerSolver::MarkerSolver(const std::string& id, MarkerBody body, MarkerSource source)
     : Solver("markers", id) {
-    assert(source.metresPerUnit > 0);
+    assert(source.metresPerUnit > 0 && source.bodyUnitsPerMetre > 0);
     d_ = std::make_unique<PrivateData>(std::move(source));
     setBody(std::move(body));
     const auto addNumber = [this](Factor factor, auto get, double least, double most, bool whole) {

@@ -94,6 +94,25 @@ TEST_F(MarkerSolverTest, MakesTheSameBodiesLiveAndOverATake) {
     }
 }
 
+TEST_F(MarkerSolverTest, PutsBodiesOutInTheUnitThatTheSourceAsksFor) {
+    MarkerSource source = sourceOf(body);
+    source.bodyUnitsPerMetre = 100;
+    MarkerSolver inCentimetres("cm", body, source);
+    const auto frame = frameAt(0);
+    ASSERT_TRUE(feed(solver, frame));
+    ASSERT_TRUE(feed(inCentimetres, frame));
+    const BodyPose& metres = poseIn(solver);
+    const BodyPose& centimetres = poseIn(inCentimetres);
+    ASSERT_EQ(metres.segments.size(), centimetres.segments.size());
+    for (std::size_t i = 0; i < metres.segments.size(); ++i) {
+        const auto expected = 100 * toDouble(metres.segments[i].position);
+        const auto found = toDouble(centimetres.segments[i].position);
+        EXPECT_LT(lengthOf(found - expected), 1e-3) << solver.rig()->nodes()[i].name;
+    }
+    EXPECT_NEAR(inCentimetres.rig()->height(), 100 * solver.rig()->height(), 1e-2F);
+    EXPECT_DOUBLE_EQ(fitIn(inCentimetres)[0].position.x, fitIn(solver)[0].position.x);
+}
+
 TEST_F(MarkerSolverTest, SaysWhereAMarkerIsThatWasLeftOut) {
     ASSERT_TRUE(solver.leaveOut("LKNE"));
     EXPECT_FALSE(solver.leaveOut("NoSuchMarker"));

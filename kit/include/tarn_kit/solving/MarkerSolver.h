@@ -23,11 +23,13 @@ struct MarkerSource {
     std::vector<std::string> names;
     /// The length of the unit that positions are in.
     double metresPerUnit = 0.001;
+    /// What bodies are put out in: 100 for centimetres.
+    double bodyUnitsPerMetre = 1;
 };
 
 /// Makes bodies of markers: takes frames of `markerDataType`, puts out for each, with its time, one
-/// of `bodyDataType`, a `BodyPose` of `rig()` in metres in the axes of the measurement, and one of
-/// `markerFitDataType`, a `MarkerFit` of the markers of `body()`.
+/// of `bodyDataType`, a `BodyPose` of `rig()` in the axes of the measurement, in metres unless the
+/// source says otherwise, and one of `markerFitDataType`, a `MarkerFit` of the markers of `body()`.
 ///
 /// It starts from any pose without help, goes on from frame to frame, and finds the body again
 /// where it was lost. A marker far from where the body has it hardly counts; two that carry each
@@ -54,7 +56,7 @@ public:
         Limits,        ///< whether joints are held within their range, `int`, 0 or 1; 1 at first
     };
 
-    /// Precondition: `source.metresPerUnit` is greater than 0. Throws `MarkerBodyError`, naming
+    /// Precondition: both lengths in `source` are greater than 0. Throws `MarkerBodyError`, naming
     /// them, if the source has none of the body's markers.
     MarkerSolver(const std::string& id, MarkerBody body, MarkerSource source);
     ~MarkerSolver() override;
@@ -66,7 +68,7 @@ public:
     /// Throws as the constructor does.
     void setBody(MarkerBody body);
     const MarkerSource& source() const;
-    /// The body as a rig, in metres. Whoever holds it keeps it.
+    /// The body as a rig, in the unit in which bodies are put out. Whoever holds it keeps it.
     std::shared_ptr<const Rig> rig() const;
 
     /// Leaves a marker out of the solving from now on, or takes it in again. The body still says

@@ -218,12 +218,5 @@ TEST_F(Markers, AreStreamedAndRecordedAsTheyAre) {
                 HasSubstr("streamed  2 frames of 4\n"));
 }
 
-TEST_F(Markers, AreNoBodyThatASessionCouldRun) {
-    const Outcome outcome = capture({"run", take_, "--out", out("session")});
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_THAT(outcome.err,
-                HasSubstr("walk.take: holds markers, where a body is needed; 'solve'"));
-}
-
 } // namespace
 } // namespace tarn::tests

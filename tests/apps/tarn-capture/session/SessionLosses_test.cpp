@@ -68,9 +68,9 @@ private:
 };
 
 TakeDeviceMaker losing(std::set<unsigned> lost) {
-    return [lost = std::move(lost)](const std::string& file, const std::string& name) {
+    return [lost = std::move(lost)](TakeFile& file, const std::string& name) {
         auto device = std::make_unique<LossyDevice>(name, lost);
-        kit::BvhTake take = device->open(file);
+        kit::BvhTake take = device->open(file.name());
         TakeDevice made;
         made.device = std::move(device);
         made.take = std::move(take);
