@@ -40,6 +40,7 @@ void writeMarkerTake(const std::filesystem::path& file, const std::vector<TakePa
         }
     }
     std::vector<std::shared_ptr<Frame>> all;
+    all.reserve(rows.size());
     for (std::vector<kit::Marker>& row : rows) {
         all.push_back(std::make_shared<Frame>(Time(static_cast<unsigned>(all.size()), 120),
                                               kit::markerDataType,
