@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -50,38 +51,97 @@ std::shared_ptr<Tracks> tracksOf(const std::shared_ptr<const Value>& values, std
     return tracks;
 }
 
-void readSamples(const C3dSource& source, const std::string& name, C3dTake& take) {
+/// The bytes of a file, which are read as they are asked for: what is made of them is made while
+/// they are still at hand.
+class ArrivingBytes {
+public:
+    /// Bytes that are all there.
+    ArrivingBytes(std::shared_ptr<const char> bytes, std::uint64_t size)
+        : bytes_(std::move(bytes)), there_(size) {}
+    /// Those of a file, into a block that has room for them.
+    ArrivingBytes(const std::shared_ptr<char>& block, std::filebuf& file, std::string name)
+        : bytes_(block), room_(block.get()), file_(&file), name_(std::move(name)) {}
+
+    /// Whether as many are there; if not, the file is shorter than it was.
+    bool upTo(std::uint64_t end) {
+        if (end > there_ && file_ != nullptr) {
+            there_ += readSome(*file_, room_ + there_, end - there_, name_);
+        }
+        return there_ >= end;
+    }
+    std::string_view there() const noexcept { return {bytes_.get(), there_}; }
+    const std::shared_ptr<const char>& owner() const noexcept { return bytes_; }
+
+private:
+    std::shared_ptr<const char> bytes_;
+    char* room_ = nullptr;
+    std::filebuf* file_ = nullptr;
+    std::string name_;
+    std::uint64_t there_ = 0;
+};
+
+/// So many bytes stay in the caches next to what is made of them.
+constexpr std::uint64_t sliceBytes = 256 * c3dBlock;
+
+/// Reads markers and channels, which share the frames of a file. False if its bytes end too soon.
+bool readFrames(const C3dSource& source, ArrivingBytes& bytes, Marker* markers, float* samples) {
     const C3dLayout& layout = source.data().layout();
-    const char* const bytes = source.bytes().data();
+    const std::uint64_t size = layout.frameBytes();
+    const std::uint64_t slice = size == 0 ? 0 : std::max<std::uint64_t>(1, sliceBytes / size);
+    const std::uint64_t samplesOfFrame = layout.channels * layout.samplesPerFrame;
+    for (std::uint64_t first = 0; slice > 0 && first < layout.frames; first += slice) {
+        const std::uint64_t count = std::min(slice, layout.frames - first);
+        const std::uint64_t start = layout.dataStart + first * size;
+        if (!bytes.upTo(start + count * size)) {
+            return false;
+        }
+        const char* const frame = bytes.there().data() + start;
+        if (layout.points > 0) {
+            source.data().decodeMarkers(frame, count, markers + first * layout.points);
+        }
+        if (samplesOfFrame > 0) {
+            source.data().decodeAnalog(frame, count, samples + first * samplesOfFrame);
+        }
+    }
+    return true;
+}
+
+/// Reads what comes with the frames and apart from them; false if the bytes end too soon.
+bool readSamples(const C3dSource& source, ArrivingBytes& bytes, const std::string& name,
+                 C3dTake& take) {
+    const C3dLayout& layout = source.data().layout();
     const std::size_t points = take.markers.size();
+    const std::size_t channels = take.channels.size();
+    const std::uint64_t count = channels == 0 ? 0 : layout.frames * layout.samplesPerFrame;
     const std::shared_ptr<Marker> markers = makeBlock<Marker>(layout.frames * points);
-    if (points > 0) {
-        source.data().decodeMarkers(bytes + layout.dataStart, layout.frames, markers.get());
+    const std::shared_ptr<float> samples = makeBlock<float>(count * channels);
+    if (!readFrames(source, bytes, markers.get(), samples.get()) || !bytes.upTo(layout.fileSize)) {
+        return false;
     }
     take.tracks = tracksOf<MarkerFrame, Marker>(markers, points, take.frameCount, layout.rate,
                                                 markerDataType, name);
-    if (!take.channels.empty()) {
-        const std::size_t width = take.channels.size();
-        const std::uint64_t count = layout.frames * layout.samplesPerFrame;
-        const std::shared_ptr<float> samples = makeBlock<float>(count * width);
-        source.data().decodeAnalog(bytes + layout.dataStart, layout.frames, samples.get());
-        take.analogTracks = tracksOf<AnalogFrame, float>(samples, width, static_cast<int>(count),
+    if (channels > 0) {
+        take.analogTracks = tracksOf<AnalogFrame, float>(samples, channels, static_cast<int>(count),
                                                          take.analogRate(), analogDataType, name);
     }
     if (!take.bodies.empty()) {
         const std::size_t width = take.bodies.size();
-        const std::uint64_t count = layout.bodyFrames * layout.bodiesPerFrame;
-        const std::shared_ptr<RigidBody> bodies = makeBlock<RigidBody>(count * width);
-        source.data().decodeBodies(bytes + layout.bodiesStart, count * width, bodies.get());
+        const std::uint64_t frames = layout.bodyFrames * layout.bodiesPerFrame;
+        const std::shared_ptr<RigidBody> bodies = makeBlock<RigidBody>(frames * width);
+        source.data().decodeBodies(bytes.there().data() + layout.bodiesStart, frames * width,
+                                   bodies.get());
         take.bodyTracks = tracksOf<RigidBodyFrame, RigidBody>(
-            bodies, width, static_cast<int>(count), take.rate * take.bodiesPerFrame,
+            bodies, width, static_cast<int>(frames), take.rate * take.bodiesPerFrame,
             rigidBodyDataType, name);
     }
+    return true;
 }
 
-C3dTake parse(std::shared_ptr<const char> bytes, std::uint64_t size, const C3dOptions& options,
-              const std::string& name) {
-    const std::string_view view(bytes.get(), size);
+/// Reads a file of a size from bytes that have arrived at least as far as its parameters go;
+/// nothing if they end too soon.
+std::optional<C3dTake> parse(ArrivingBytes& bytes, std::uint64_t size, const C3dOptions& options,
+                             const std::string& name) {
+    const std::string_view view = bytes.there();
     C3dJudge judge(options.mode, name);
     C3dSection section = findSection(view, size, judge);
     const C3dLayout layout = settleLayout(view, size, section, judge);
@@ -89,11 +149,20 @@ C3dTake parse(std::shared_ptr<const char> bytes, std::uint64_t size, const C3dOp
     static_cast<C3dInfo&>(take) = describe(view, section, layout, judge);
     const C3dData data(layout, take.channels, options.originIsNotSeen);
     auto source =
-        std::make_shared<const C3dSource>(std::move(bytes), size, std::move(section), data, take);
-    readSamples(*source, fs::path(name).stem().string(), take);
+        std::make_shared<const C3dSource>(bytes.owner(), size, std::move(section), data, take);
+    if (!readSamples(*source, bytes, fs::path(name).stem().string(), take)) {
+        return std::nullopt;
+    }
     take.source = std::move(source);
     take.report = judge.takeReport();
     return take;
+}
+
+/// The same from bytes that are all there.
+C3dTake parse(std::shared_ptr<const char> bytes, std::uint64_t size, const C3dOptions& options,
+              const std::string& name) {
+    ArrivingBytes all(std::move(bytes), size);
+    return *parse(all, size, options, name);
 }
 
 std::shared_ptr<const char> ownerOf(std::string text) {
@@ -122,8 +191,15 @@ C3dTake readC3d(const fs::path& file, const C3dOptions& options) {
         const std::string text = readAll(buffer, c3dBlock, name);
         return parse(ownerOf(text), text.size(), options, name);
     }
-    const std::shared_ptr<char> bytes = makeBlock<char>(size);
-    return parse(bytes, readSome(buffer, bytes.get(), size, name), options, name);
+    ArrivingBytes bytes(makeBlock<char>(size), buffer, name);
+    const bool isAll =
+        bytes.upTo(std::min(size, infoBytes)) &&
+        (size <= infoBytes || holdsParameters(bytes.there(), size, name) || bytes.upTo(size));
+    if (std::optional<C3dTake> take = isAll ? parse(bytes, size, options, name) : std::nullopt) {
+        return std::move(*take);
+    }
+    // Somebody has cut the file off since its size was asked for.
+    return parse(bytes.owner(), bytes.there().size(), options, name);
 }
 
 C3dTake readC3d(std::istream& stream, const C3dOptions& options, const std::string& name) {

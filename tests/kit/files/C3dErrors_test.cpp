@@ -133,6 +133,69 @@ TEST_F(C3dFiles, SayItAlsoWhereTheParametersAreFarBehind) {
               nullptr);
 }
 
+/// A file that is larger than what is read of it at a time.
+FileBuilder longFile() {
+    FileBuilder file;
+    file.points = 100;
+    file.frames = 400;
+    file.channels = 4;
+    file.samples = 5;
+    file.dataBlock = 6;
+    return file.standard();
+}
+
+/// Expects a take to hold the samples, the report and the bytes of another one.
+void expectSameTake(const C3dTake& take, const C3dTake& other) {
+    ASSERT_EQ(take.frameCount, other.frameCount);
+    ASSERT_EQ(take.markers.size(), other.markers.size());
+    for (int i = 0; i < take.frameCount; ++i) {
+        const MarkerFrame markers = markersAt(take, i);
+        const MarkerFrame others = markersAt(other, i);
+        for (std::size_t k = 0; k < markers.size(); ++k) {
+            ASSERT_EQ(markers[k].state, others[k].state) << i;
+            ASSERT_EQ(markers[k].residual, others[k].residual) << i;
+            ASSERT_TRUE(!markers[k].hasPosition() || markers[k].position == others[k].position);
+        }
+    }
+    ASSERT_EQ(take.samplesPerFrame, other.samplesPerFrame);
+    for (int i = 0; i < take.frameCount * take.samplesPerFrame; ++i) {
+        ASSERT_EQ(samplesAt(take, i).toVector(), samplesAt(other, i).toVector()) << i;
+    }
+    ASSERT_EQ(take.report.size(), other.report.size());
+    for (std::size_t i = 0; i < take.report.size(); ++i) {
+        ASSERT_EQ(to_string(take.report[i]), to_string(other.report[i]));
+    }
+    std::ostringstream written;
+    std::ostringstream expected;
+    writeC3d(take, written);
+    writeC3d(other, expected);
+    ASSERT_TRUE(written.str() == expected.str());
+}
+
+TEST_F(C3dFiles, AreTheSameByPathAndByStreamHoweverLongAndDamaged) {
+    const std::string bytes = longFile().bytes();
+    expectSameTake(readC3d(write("whole.c3d", bytes)), readBytes(bytes));
+    for (std::size_t at = 0; at < std::size_t{5} * 512; at += 37) {
+        std::string damaged = bytes;
+        damaged[at] = static_cast<char>(damaged[at] ^ 0x5A);
+        const fs::path file = write("damaged.c3d", damaged);
+        expectSameTake(readC3d(file), readBytes(damaged));
+        ASSERT_FALSE(HasFatalFailure()) << at;
+    }
+}
+
+TEST_F(C3dFiles, HaveTheirLastFrameAndWhatFollowsIt) {
+    const std::string bytes = longFile().bytes() + std::string(3000, 'x');
+    const C3dTake take = readC3d(write("long.c3d", bytes));
+    EXPECT_EQ(take.frameCount, 400);
+    EXPECT_EQ(markersAt(take, 399)[98].position.x, FileBuilder::coordinate(98, 399, 0));
+    EXPECT_EQ(samplesAt(take, 1999)[3],
+              static_cast<float>(FileBuilder::stored(3, 1999) - 10)); // less the offset, times 1
+    std::ostringstream written;
+    writeC3d(take, written);
+    EXPECT_TRUE(written.str() == bytes);
+}
+
 TEST(C3dSamples, HaveTheMarkersOfTheirDescription) {
     C3dOptions strict;
     strict.mode = C3dMode::Strict;

@@ -20,12 +20,14 @@ namespace {
 template <C3dProcessor processor>
 struct Reals {
     static constexpr std::size_t width = 4;
+    static constexpr bool isScaled = false;
     static float at(const char* word) noexcept { return realAt(word, processor); }
 };
 
 template <C3dProcessor processor, bool isUnsigned = false>
 struct Integers {
     static constexpr std::size_t width = 2;
+    static constexpr bool isScaled = true;
     static float at(const char* word) noexcept {
         const std::uint16_t bits = wordAt(word, processor);
         return isUnsigned ? static_cast<float>(bits)
@@ -33,15 +35,23 @@ struct Integers {
     }
 };
 
-/// A number of 0 to 32767 in 16 bits: which cameras saw the marker, and a residual in steps.
-Marker decoded(float x, float y, float z, float fourth, float step, bool originIsNotSeen) noexcept {
+inline bool isFinite(float x, float y, float z) noexcept {
+    // One test is enough for all that are measured; a sum can also be too large for a number.
+    return (x + y + z) * 0 == 0 || x * 0 + y * 0 + z * 0 == 0;
+}
+
+/// The fourth word has a number of 0 to 32767 in 16 bits: which cameras saw the marker, and a
+/// residual in steps.
+inline Marker decoded(float x, float y, float z, float fourth, float step,
+                      bool originIsNotSeen) noexcept {
     Marker marker;
-    // The sum is no number if one of the three is not finite.
-    const bool seen = fourth >= 0 && x * 0 + y * 0 + z * 0 == 0;
+    const bool seen = fourth >= 0 && isFinite(x, y, z);
     if (!seen || (originIsNotSeen && fourth == 0 && x == 0 && y == 0 && z == 0)) {
         return marker;
     }
-    const auto bits = static_cast<std::uint32_t>(std::min(fourth, 32767.0F));
+    // By way of a number with a sign, to which processors have an instruction.
+    const auto bits =
+        static_cast<std::uint32_t>(static_cast<std::int32_t>(std::min(fourth, 32767.0F)));
     marker.position = {x, y, z};
     marker.residual = static_cast<float>(bits & 0xFFU) * step;
     marker.cameras = static_cast<std::uint8_t>(bits >> 8U);
@@ -52,15 +62,17 @@ Marker decoded(float x, float y, float z, float fourth, float step, bool originI
 template <class Words>
 void decodePoints(const C3dLayout& layout, bool originIsNotSeen, const char* frame,
                   std::uint64_t frames, Marker* out) {
+    constexpr std::size_t width = Words::width;
     const auto step = static_cast<float>(layout.scale);
-    const float scale = layout.real ? 1 : step;
+    const auto coordinateAt = [step](const char* word) {
+        return Words::isScaled ? Words::at(word) * step : Words::at(word);
+    };
     const std::uint64_t stride = layout.frameBytes();
     for (std::uint64_t i = 0; i < frames; ++i) {
         const char* word = frame + i * stride;
         for (std::uint64_t k = 0; k < layout.points; ++k) {
-            constexpr std::size_t width = Words::width;
-            ::new (out++) Marker(decoded(Words::at(word) * scale, Words::at(word + width) * scale,
-                                         Words::at(word + 2 * width) * scale,
+            ::new (out++) Marker(decoded(coordinateAt(word), coordinateAt(word + width),
+                                         coordinateAt(word + 2 * width),
                                          Words::at(word + 3 * width), step, originIsNotSeen));
             word += 4 * width;
         }
