@@ -273,6 +273,8 @@ private:
             layout_.rate = parameter->value;
         } else if (isUsable(inHeader.value)) {
             layout_.rate = inHeader.value;
+        } else {
+            settleRateOfChannels();
         }
         const auto differs = [this](double value) {
             return !(std::abs(value - layout_.rate) <= layout_.rate * 1e-6);
@@ -286,6 +288,15 @@ private:
             contradict(inHeader, layout_.rate,
                        parameter ? "parameters are believed before the header"
                                  : "a rate is a positive number");
+        }
+    }
+
+    /// Where only channels were recorded, their rate may be the only one that is stated.
+    void settleRateOfChannels() {
+        const auto rate = stated("ANALOG", "RATE");
+        const double samples = header_.word(header::samplesPerFrame);
+        if (rate && isUsable(rate->value) && samples > 0) {
+            layout_.rate = rate->value / samples;
         }
     }
 
@@ -461,7 +472,10 @@ private:
 
     void collectReals() {
         const std::optional<Statement> inHeader = header_.statedReal(header::scale);
-        const auto parameter = stated("POINT", "SCALE");
+        auto parameter = stated("POINT", "SCALE");
+        if (parameter) { // with its sign, also if it is a whole number
+            parameter->value = section_.parameters.find("POINT", "SCALE")->number();
+        }
         // A number that no recording is scaled with counts only where there is no better.
         const bool isAnyPlausible =
             isPlausibleScale(inHeader->value) || (parameter && isPlausibleScale(parameter->value));
@@ -565,7 +579,8 @@ private:
             }
         });
         frameCount_ = frames_.values[best.frames];
-        fills_ = std::get<Fit>(most) != Fit::No || chooseLongTake(best) || chooseAllHeld(best);
+        fills_ = std::get<Fit>(most) != Fit::No || chooseLongTake(best) || chooseOtherForm(best) ||
+                 chooseAllHeld(best);
         layout_.points = static_cast<std::uint64_t>(points_.values[best.points]);
         layout_.channels = static_cast<std::uint64_t>(analog_[best.analog].channels);
         layout_.samplesPerFrame = static_cast<std::uint64_t>(analog_[best.analog].samples);
@@ -609,6 +624,32 @@ private:
             }
         });
         return found;
+    }
+
+    /// The sign of the scale tells reals from integers, and some programs get it wrong throughout.
+    /// The other form is believed if it fills a file of which a part of that size would be a
+    /// chance.
+    bool chooseOtherForm(Reading& best) {
+        constexpr auto enough = static_cast<double>(8 * c3dBlock);
+        if (reals_.values.size() > 1) {
+            return false; // both have been tried
+        }
+        reals_.addValue(1 - reals_.values.front());
+        auto most = std::make_pair(-1, -1);
+        visitReadings([&](const Reading& reading) {
+            const double frames = frames_.values[reading.frames];
+            const auto merit = std::make_pair(votesFor(reading), listsFor(reading));
+            if (reading.real == 1 && frames * bytesPerFrame(reading) >= enough &&
+                fitOf(reading, frames) == Fit::Full && merit > most) {
+                best = reading;
+                frameCount_ = frames;
+                most = merit;
+            }
+        });
+        if (most.first < 0) {
+            reals_.values.pop_back();
+        }
+        return most.first >= 0;
     }
 
     /// No frames, or no number of them, in a file that holds more than padding: those are believed.
@@ -688,7 +729,7 @@ private:
 
     void reportScales() {
         const double sign = layout_.real ? -1 : 1;
-        layout_.scale = 1;
+        layout_.scale = scales_.empty() ? 1 : std::abs(scales_.front().value);
         for (auto one = scales_.rbegin(); one != scales_.rend(); ++one) {
             if ((one->value < 0) == layout_.real) {
                 layout_.scale = std::abs(one->value);
