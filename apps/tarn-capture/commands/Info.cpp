@@ -126,11 +126,14 @@ int info(const InfoOptions& options) {
     const char* separator = "";
     return forEachTake(options.takes, [&](std::size_t i) {
         TakeFile source(options.takes[i]);
+        if (source.holdsMarkers() && options.brief) {
+            fmt::print("{}", describeBriefly(options.takes[i], source.readMarkersInfo()));
+            return;
+        }
         if (source.holdsMarkers()) {
             const kit::C3dTake markers = withSpace(source.readMarkers(), options.space);
-            const std::string text = options.brief ? describeBriefly(options.takes[i], markers)
-                                                   : describeMarkers(options.takes[i], markers);
-            fmt::print("{}{}", std::exchange(separator, options.brief ? "" : "\n"), text);
+            fmt::print("{}{}", std::exchange(separator, "\n"),
+                       describeMarkers(options.takes[i], markers));
             return;
         }
         const Take take(withSpace(source.read(), options.space));
@@ -157,7 +160,8 @@ void addInfo(CommandLine& line) {
     addSpace(command, options.space);
     addNames(command, options.names);
     command.add_flag("--brief", options.brief,
-                     "One line per take: frames, rate, length, joints and body height");
+                     "One line per take: frames, rate, length, joints and body height; of C3D "
+                     "files markers and findings, for which only their heads are read");
 }
 
 } // namespace tarn::capture

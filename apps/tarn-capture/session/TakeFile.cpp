@@ -78,6 +78,10 @@ kit::C3dTake TakeFile::readMarkers() {
     return kit::readC3d(stream, {}, nameInErrors());
 }
 
+kit::C3dInfo TakeFile::readMarkersInfo() {
+    return isKept() ? kit::C3dInfo(readMarkers()) : kit::readC3dInfo(name_);
+}
+
 kit::BvhTake readTake(const std::string& name) { return TakeFile(name).read(); }
 
 void checkInputs(const std::vector<std::string>& names) {

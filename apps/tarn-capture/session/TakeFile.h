@@ -28,6 +28,8 @@ public:
     kit::BvhTake read();
     /// The same of a take of markers.
     kit::C3dTake readMarkers();
+    /// What is known of it without its samples; of a file only the head is read for that.
+    kit::C3dInfo readMarkersInfo();
 
 private:
     /// All of what can be read only once.

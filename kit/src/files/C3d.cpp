@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -181,10 +182,17 @@ bool holdsParameters(std::string_view bytes, std::uint64_t fileSize, const std::
     }
 }
 
-} // namespace
+/// What is thrown when there is no memory says nothing of the file.
+template <class Read>
+auto withinMemory(const std::string& name, Read read) {
+    try {
+        return read();
+    } catch (const std::bad_alloc&) {
+        failWhole(name, "there is not enough memory for what it holds");
+    }
+}
 
-C3dTake readC3d(const fs::path& file, const C3dOptions& options) {
-    const std::string name = file.string();
+C3dTake readFile(const fs::path& file, const std::string& name, const C3dOptions& options) {
     std::filebuf buffer;
     const std::size_t size = openFile(file, name, buffer);
     if (size == 0) { // what has no size may still have bytes
@@ -200,6 +208,13 @@ C3dTake readC3d(const fs::path& file, const C3dOptions& options) {
     }
     // Somebody has cut the file off since its size was asked for.
     return parse(bytes.owner(), bytes.there().size(), options, name);
+}
+
+} // namespace
+
+C3dTake readC3d(const fs::path& file, const C3dOptions& options) {
+    const std::string name = file.string();
+    return withinMemory(name, [&] { return readFile(file, name, options); });
 }
 
 C3dTake readC3d(std::istream& stream, const C3dOptions& options, const std::string& name) {

@@ -8,8 +8,11 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 // What the commands do with C3D files.
 
@@ -33,6 +36,17 @@ FileBuilder markers() {
     file.standard().without("LABELS").texts(1, "LABELS", {"Anna:LFHD", "Anna:RFHD", "RFHD"});
     file.texts(2, "LABELS", {"Force", "Moment"});
     return file;
+}
+
+/// Whether memory is counted by a tool that needs more of it than there may be.
+constexpr bool isInstrumented() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return true;
+#elif defined(__has_feature)
+    return __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+    return false;
+#endif
 }
 
 class Markers : public ::testing::Test {
@@ -67,6 +81,39 @@ TEST_F(Markers, AreDescribedByInfo) {
     }
 }
 
+TEST_F(Markers, AreDescribedBrieflyByTheHeadOfTheFile) {
+    // With room for a trillion bytes of samples, which no machine reads.
+    constexpr int frames = 300'000'000;
+    FileBuilder file = markers();
+    file.points = 200;
+    file.firstFrame = 1;
+    file.dataBlock = 8;
+    file.records.clear();
+    file.standard().group(3, "TRIAL").integers(3, "ACTUAL_START_FIELD", {1, 0});
+    file.integers(3, "ACTUAL_END_FIELD", {frames & 0xFFFF, frames >> 16});
+    writeFile(take_, file.header(5, 65535).bytes());
+    std::error_code error;
+    const std::uintmax_t size = 7 * 512 + std::uintmax_t{frames} * (200 * 4 + 2 * 2) * 4;
+    std::filesystem::resize_file(take_, size, error);
+    if (error) {
+        GTEST_SKIP() << "the disk has no files of that size: " << error.message();
+    }
+    const Outcome outcome = capture({"info", "--brief", take_});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, StartsWith("300000000 frames    50/s"));
+    EXPECT_THAT(outcome.out, HasSubstr(" 200 markers"));
+}
+
+TEST_F(Markers, AreDescribedBrieflyWhereverTheyComeFrom) {
+    const Outcome fromFile = capture({"info", "--brief", take_});
+    EXPECT_THAT(fromFile.out,
+                HasSubstr("4 frames    50/s      0.080 s     3 markers    0 findings"));
+    const Outcome fromPipe =
+        runProgram("sh", {"-c", "cat '" + take_ + "' | " + captureProgram() + " info --brief -"});
+    const std::size_t facts = fromFile.out.find(take_);
+    EXPECT_EQ(fromPipe.out, fromFile.out.substr(0, facts) + "-\n");
+}
+
 TEST_F(Markers, AreReportedWhereTheFileContradictsItself) {
     writeFile(take_, markers().header(2, 200).bytes());
     const Outcome outcome = capture({"info", take_});
@@ -79,6 +126,17 @@ TEST_F(Markers, ThatCannotBeReadAreAnErrorThatNamesTheByte) {
     const Outcome outcome = capture({"info", take_});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_THAT(outcome.err, HasSubstr("byte 100: expected a header of 512 bytes"));
+}
+
+TEST_F(Markers, ThatDoNotFitIntoTheMemoryAreAnErrorThatNamesTheFile) {
+    if (isInstrumented()) {
+        GTEST_SKIP() << "the memory cannot be limited";
+    }
+    std::filesystem::resize_file(take_, std::uintmax_t{1} << 31U);
+    const Outcome outcome = runProgram(
+        "sh", {"-c", "ulimit -v 1000000; exec " + captureProgram() + " info '" + take_ + "'"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr(take_ + ": there is not enough memory"));
 }
 
 TEST_F(Markers, AreExportedAsTheDocumentThatIsPromised) {
