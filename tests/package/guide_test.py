@@ -20,7 +20,8 @@ def unindented(text):
     return "\n".join(line.strip() for line in text.strip().splitlines())
 
 
-for name, example in (("first_day.md", "first_day"), ("guide.md", "guide_host"), ("helpers.md", "helpers")):
+for name, example in (("first_day.md", "first_day"), ("guide.md", "guide_host"), ("helpers.md", "helpers"),
+                      ("c3d.md", "read_c3d")):
     page = (root / "docs" / name).read_text(encoding="utf-8")
     program = (root / f"examples/{example}.cpp").read_text(encoding="utf-8")
     printed = (root / f"examples/expected/{example}.txt").read_text(encoding="utf-8")
