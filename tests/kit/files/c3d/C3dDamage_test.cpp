@@ -241,5 +241,29 @@ TEST(C3dDamage, WhatLiesBehindTheParametersIsNotOneOfThem) {
     EXPECT_TRUE(take.report.empty());
 }
 
+TEST(C3dDamage, TheZeroThatEndsTheParametersIsNotALengthThatWasLost) {
+    // With a length of 5 it would start a record that is whole, the last one.
+    FileBuilder builder = file();
+    builder.behindParameters = std::string("\0\x01STALE\x07\0\x02\0\x07\0\0", 14);
+    const C3dTake take = readStrictly(builder.bytes());
+    EXPECT_EQ(take.parameters.find("POINT", "STALE"), nullptr);
+    EXPECT_TRUE(take.report.empty());
+}
+
+TEST(C3dDamage, AShapeThatReachesBeyondTheNextRecordGetsNoMoreThanTheRoomBeforeIt) {
+    FileBuilder builder = file();
+    const C3dTake whole = readBytes(builder.bytes());
+    const auto group = builder.records.begin() + 1; // behind that of POINT
+    builder.records.insert(group, {1, "WIDE", std::string("\x02\x02\xc8\x28", 4) + "abcd"});
+    const C3dTake take = readBytes(builder.bytes());
+    const C3dParameter* const wide = take.parameters.find("POINT", "WIDE");
+    ASSERT_NE(wide, nullptr);
+    EXPECT_EQ(wide->count(), 200U * 40);
+    EXPECT_EQ(wide->data, "abcd");
+    EXPECT_EQ(findingOn(take, "POINT:WIDE")->reason, "the next parameter starts there");
+    EXPECT_EQ(lostOf(whole, take), 0U);
+    EXPECT_EQ(written(take), builder.bytes());
+}
+
 } // namespace
 } // namespace tarn::kit

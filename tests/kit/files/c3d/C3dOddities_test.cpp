@@ -3,6 +3,7 @@
 
 #include "kit/files/C3dTesting.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -550,6 +551,15 @@ TEST(C3dMarkers, AreNotSeenIfTheFourthWordIsNegativeOrACoordinateIsNone) {
     }
 }
 
+TEST(C3dMarkers, AreSeenHoweverFarAwayTheyAre) {
+    FileBuilder file;
+    std::string bytes = file.standard().bytes();
+    for (const std::size_t axis : {0U, 1U, 2U}) { // together too large for a number
+        bytes.replace(std::size_t{3} * 512 + axis * 4, 4, real(C3dEncoding::IntelReal, 3e38F));
+    }
+    EXPECT_EQ(markersAt(readBytes(bytes), 0)[0].position, (Vector3f{3e38F, 3e38F, 3e38F}));
+}
+
 TEST(C3dMarkers, MayHaveAFourthWordThatIsNoWholeNumberOrLarge) {
     FileBuilder file;
     std::string bytes = file.standard().bytes();
@@ -980,9 +990,18 @@ TEST(C3dOddities, ListsSayHowManyThereAreWhereNumbersDisagree) {
             record.content[2] = 1; // of 2 samples each, it could be as well
         }
     }
-    const C3dTake take = readBytes(analog.bytes());
-    EXPECT_EQ(take.channels.size(), 2U);
-    EXPECT_EQ(findingOn(take, "ANALOG:USED")->found, "1");
+    for (const char* const list : {"LABELS", "SCALE"}) { // each of the two says it by itself
+        FileBuilder one = analog;
+        const int group = 2;
+        one.records.erase(std::remove_if(one.records.begin(), one.records.end(),
+                                         [&](const FileBuilder::Record& record) {
+                                             return record.group == group && record.name == list;
+                                         }),
+                          one.records.end());
+        const C3dTake take = readBytes(one.bytes());
+        EXPECT_EQ(take.channels.size(), 2U) << "without " << list;
+        EXPECT_EQ(findingOn(take, "ANALOG:USED")->found, "1");
+    }
 }
 
 TEST(C3dOddities, DataEndWhereParametersBehindThemStart) {
