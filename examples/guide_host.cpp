@@ -98,7 +98,7 @@ void capture(const std::string& file, const std::string& directory) {
         const FramePtr body = recording->getFrame(index, tarn::kit::bodyDataType);
         shown += body == nullptr ? 0 : 1; // nothing is there where a frame was lost
     });
-    tarn::kit::Playback(*recording, 30).run();
+    tarn::kit::Playback(*recording, tarn::kit::Rate(30)).run();
     recording->onCurrentTimeChanged().disconnectAll();
     std::cout << "played " << shown << " bodies at 30 per second\n";
 

@@ -81,9 +81,8 @@ void rates() {
     const std::int64_t hour = 107892; // frames of an hour
     const auto plain = tarn::kit::timecodeOf(hour, rate);
     const auto drop = tarn::kit::timecodeOf(hour, rate, tarn::kit::TimecodeCounting::DropFrame);
-    std::cout << tarn::kit::timecodeText(plain, rate) << " or "
-              << tarn::kit::timecodeText(drop, rate) << ", which is frame "
-              << tarn::kit::frameOf(drop, rate) << "\n";
+    std::cout << tarn::kit::timecodeText(plain) << " or " << tarn::kit::timecodeText(drop)
+              << ", which is frame " << tarn::kit::frameOf(drop, rate) << "\n";
 }
 
 void units(const std::string& file) {

@@ -43,9 +43,7 @@ void printFact(const char* label, const std::string& fact) {
 
 /// How long a take is.
 std::string timecode(const Take& take) {
-    const kit::Timecode length = kit::timecodeOf(take.frameCount(), kit::Rate(take.rate()));
-    return fmt::format("{:02}:{:02}:{:02}:{:02}", length.hours, length.minutes, length.seconds,
-                       length.frames);
+    return kit::timecodeText(kit::timecodeOf(take.frameCount(), take.exactRate()));
 }
 
 /// "120 frames per second", "29.97 (30000/1001) frames per second"

@@ -124,18 +124,17 @@ void playTake(const std::string& name, const PictureFiles& files, const PlayOpti
     const FrameRange range = chosenFrames(options.frames, take.frameCount());
     makeDirectory(options.out);
 
-    const kit::Rate rate = options.rate.value_or(kit::Rate(take.rate()));
+    const kit::Rate rate = options.rate.value_or(take.exactRate());
     const auto played = framesOf(take, range);
     const ShownFrames shown(*played, range.first);
-    kit::Playback playback(*played, rate.value());
+    kit::Playback playback(*played, take.exactRate(), rate);
     playWithProgress(*played, playback, options.speed);
 
     draw(take, shown, files);
     const auto steps = static_cast<std::size_t>(playback.stepCount());
     fmt::print("{} shown, {:.3f} s at {:.6g} per second: {}, {}\n", kit::counted(steps, "frame"),
-               take.secondsAt(range.last + 1) - take.secondsAt(range.first),
-               options.rate.value_or(take.exactRate()).value(), kit::printable(files.png),
-               kit::printable(files.svg));
+               take.secondsAt(range.last + 1) - take.secondsAt(range.first), rate.value(),
+               kit::printable(files.png), kit::printable(files.svg));
 }
 
 int play(const PlayOptions& options) {

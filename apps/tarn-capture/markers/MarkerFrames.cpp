@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <tarn_kit/session/TakeOf.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -115,6 +116,10 @@ kit::C3dTake withSpace(kit::C3dTake take, const SpaceChoice& choice) {
                             kit::C3dParameter::text("Y_SCREEN", "+" + kit::axisName(*choice.up)));
     }
     return take;
+}
+
+kit::Rate exactRateOf(const kit::C3dInfo& take) {
+    return take.rate > 0 ? kit::Rate::nearest(std::clamp(take.rate, 1e-6, 1e6)) : kit::Rate();
 }
 
 double secondsAt(const kit::C3dInfo& take, int frame) {

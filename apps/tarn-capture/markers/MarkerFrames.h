@@ -8,6 +8,7 @@
 
 #include <tarn_kit/body/Space.h>
 #include <tarn_kit/files/C3d.h>
+#include <tarn_kit/session/Rate.h>
 
 #include <optional>
 
@@ -31,6 +32,8 @@ kit::UpAxis upAxisOf(const kit::C3dInfo& take);
 /// one. The take no longer knows the file it came from.
 kit::C3dTake withSpace(kit::C3dTake take, const SpaceChoice& choice);
 
+/// The rate that the file states, as a fraction; one frame per second if it states none.
+kit::Rate exactRateOf(const kit::C3dInfo& take);
 /// When a frame begins, in seconds from the start of the take, by the rate that the file states.
 double secondsAt(const kit::C3dInfo& take, int frame);
 

@@ -75,9 +75,10 @@ draw::MarkerCloud cloudOf(const kit::C3dTake& take, FrameRange range,
 
 void playMarkers(const kit::C3dTake& take, const MarkerPlay& options) {
     const FrameRange range = chosenFrames(options.frames, take);
-    const double rate = options.rate ? options.rate->value() : take.rate;
+    const kit::Rate exact = exactRateOf(take);
+    const kit::Rate rate = options.rate.value_or(exact);
     const std::shared_ptr<Tracks> tracks = framesOf(take, range);
-    kit::Playback playback(*tracks, rate);
+    kit::Playback playback(*tracks, exact, rate);
     playWithProgress(*tracks, playback, options.speed);
 
     const draw::Picture sheet = draw::markerSheet(cloudOf(take, range, tracks), notesOf(take));
@@ -90,7 +91,7 @@ void playMarkers(const kit::C3dTake& take, const MarkerPlay& options) {
     svg.commit();
     fmt::print("{} shown, {:.3f} s at {:.6g} per second: {}, {}\n",
                kit::counted(static_cast<std::size_t>(playback.stepCount()), "frame"),
-               secondsAt(take, countOf(range)), rate, kit::printable(options.png),
+               secondsAt(take, countOf(range)), rate.value(), kit::printable(options.png),
                kit::printable(options.svg));
 }
 

@@ -33,7 +33,7 @@ MarkerPerformer::MarkerPerformer(kit::Session& session, MarkerTrial trial, const
     : TakePerformer(trial.file(), source.reading), trial_(std::move(trial)), space_(space),
       solver_(member.who.name, member.body, sourceOf(trial_)) {
     takeRig();
-    const kit::Rate rate = kit::Rate::nearest(trial_.rate());
+    const kit::Rate rate = trial_.exactRate();
     kit::PerformerSetup setup;
     setup.name = member.who.name;
     setup.port = kit::ReplayDevice::markerPort;

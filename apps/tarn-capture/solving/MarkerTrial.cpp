@@ -3,6 +3,7 @@
 
 #include "solving/MarkerTrial.h"
 
+#include "markers/MarkerFrames.h"
 #include "session/TakeFile.h"
 #include "support/Errors.h"
 
@@ -77,6 +78,8 @@ void MarkerTrial::choose(std::string subject) {
                                              kit::printable(subject_), subjectsOf(take_.markers)));
     }
 }
+
+kit::Rate MarkerTrial::exactRate() const { return exactRateOf(take_); }
 
 double MarkerTrial::metresPerUnit() const {
     return take_.metresPerUnit > 0 ? take_.metresPerUnit : 0.001;

@@ -6,6 +6,7 @@
 #include "support/FrameRange.h"
 
 #include <tarn_kit/files/C3d.h>
+#include <tarn_kit/session/Rate.h>
 
 #include <memory>
 #include <optional>
@@ -36,6 +37,7 @@ public:
     const std::vector<std::string>& names() const { return names_; }
     double metresPerUnit() const;
     double rate() const { return take_.rate; }
+    kit::Rate exactRate() const;
     int frameCount() const { return take_.frameCount; }
     /// The number that the file gives to frame `index`, counted from 0.
     std::int64_t numberOf(int index) const { return take_.firstFrame + index; }

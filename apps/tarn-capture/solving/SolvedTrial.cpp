@@ -25,7 +25,7 @@ public:
     Stage(const MarkerTrial& trial, FrameRange range, kit::MarkerSolver& solver,
           SolvedTrial& solved)
         : range_(range), solver_(solver), solved_(solved), character_("solve", trial.name()),
-          take_(trial.part(range)) {
+          take_(trial.part(range)), rate_(trial.exactRate()) {
         character_.setSolver(&solver_);
         character_.setTracks(take_);
         connection_ = character_.onFrame().connect(
@@ -41,7 +41,7 @@ public:
 
     void play(bool live, const std::function<bool()>& goOn) {
         // At the take's own rate, so that every frame is shown once.
-        kit::Playback playback(*take_, take_->fps());
+        kit::Playback playback(*take_, rate_, rate_);
         const auto stop = [&] { return !goOn(); };
         if (live) {
             playback.runInRealTime(stop);
@@ -74,6 +74,7 @@ private:
     SolvedTrial& solved_;
     Character character_;
     std::shared_ptr<Tracks> take_;
+    kit::Rate rate_;
     tsignal::Disconnector connection_;
 };
 

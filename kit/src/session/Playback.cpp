@@ -52,39 +52,34 @@ private:
 } // namespace
 
 struct Playback::PrivateData {
-    std::int64_t frameAt(std::int64_t step) const {
-        return static_cast<std::int64_t>(static_cast<double>(step) * take.fps() / rate);
+    /// When the last frame has lasted as long as the others.
+    Instant end() const {
+        return take.fps() > 0 ? exact.at(std::max(0, take.timeLength())) : Instant();
     }
-    /// How long the take lasts, in seconds.
-    double duration() const {
-        return take.fps() > 0 ? static_cast<double>(take.timeLength()) / take.fps() : 0;
+    void show(std::int64_t step) {
+        take.setCurrentTime(static_cast<int>(exact.frameAt(shown.at(step))));
     }
-    void show(std::int64_t step) { take.setCurrentTime(static_cast<int>(frameAt(step))); }
 
     Tracks& take;
-    const double rate;
+    const Rate exact;
+    const Rate shown;
     const std::shared_ptr<Clock> clock;
 };
 
-Playback::Playback(Tracks& take, double rate, std::shared_ptr<Clock> clock)
-    : d_(new PrivateData{take, rate, std::move(clock)}) {
-    assert(rate > 0);
+Playback::Playback(Tracks& take, const Rate& exact, const Rate& shown, std::shared_ptr<Clock> clock)
+    : d_(new PrivateData{take, exact, shown, std::move(clock)}) {
     assert(d_->clock != nullptr);
 }
+
+Playback::Playback(Tracks& take, const Rate& shown, std::shared_ptr<Clock> clock)
+    : Playback(take, Rate(std::max(1, take.fps())), shown, std::move(clock)) {}
 
 Playback::~Playback() = default;
 
 std::int64_t Playback::stepCount() const {
-    const Tracks& take = d_->take;
-    if (take.timeLength() <= 0 || take.fps() <= 0) {
-        return 0;
-    }
-    std::int64_t count = std::llround(std::ceil(take.timeLength() * d_->rate / take.fps()));
-    // The quotient may be rounded up or down to a whole number; the frames decide.
-    while (count > 0 && d_->frameAt(count - 1) >= take.timeLength()) {
-        --count;
-    }
-    return count;
+    const Instant end = d_->end();
+    const std::int64_t begun = d_->shown.frameAt(end);
+    return d_->shown.at(begun) < end ? begun + 1 : begun;
 }
 
 bool Playback::run(const StopRequested& stopRequested) {
@@ -110,12 +105,12 @@ bool Playback::runAtSpeed(double speed, const StopRequested& stopRequested) {
     Pacer pacer(*d_->clock);
     const std::int64_t count = stepCount();
     for (std::int64_t step = 0; step < count; ++step) {
-        if (!pacer.waitUntil(static_cast<double>(step) / (d_->rate * speed), stopRequested)) {
+        if (!pacer.waitUntil(d_->shown.at(step).seconds() / speed, stopRequested)) {
             return false;
         }
         d_->show(step);
     }
-    return pacer.waitUntil(d_->duration() / speed, stopRequested);
+    return pacer.waitUntil(d_->end().seconds() / speed, stopRequested);
 }
 
 } // namespace tarn::kit

@@ -75,19 +75,18 @@ std::int64_t frameOf(const Timecode& timecode, const Rate& rate) {
     requireRange("frames", timecode.frames, fps);
     if (timecode.minutes % 10 != 0 && timecode.seconds == 0 && timecode.frames < dropped) {
         throw std::invalid_argument("no such timecode: drop-frame counting leaves out " +
-                                    timecodeText(timecode, rate));
+                                    timecodeText(timecode));
     }
     const std::int64_t minutes = std::int64_t{60} * timecode.hours + timecode.minutes;
     const std::int64_t number = (60 * minutes + timecode.seconds) * fps + timecode.frames;
     return number - dropped * (minutes - minutes / 10);
 }
 
-std::string timecodeText(const Timecode& timecode, const Rate& rate) {
-    const std::size_t width = std::max<std::size_t>(2, std::to_string(rate.fps() - 1).size());
+std::string timecodeText(const Timecode& timecode) {
     return digits(timecode.hours, 2) + ":" + digits(timecode.minutes, 2) + ":" +
            digits(timecode.seconds, 2) +
            (timecode.counting == TimecodeCounting::DropFrame ? ";" : ":") +
-           digits(timecode.frames, width);
+           digits(timecode.frames, 2);
 }
 
 std::optional<Timecode> parseTimecode(std::string_view text) {

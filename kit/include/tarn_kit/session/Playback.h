@@ -6,6 +6,7 @@
 #include <tarn/Tracks.h>
 #include <tarn_kit/Export.h>
 #include <tarn_kit/devices/Clock.h>
+#include <tarn_kit/session/Rate.h>
 
 #include <cstdint>
 #include <functional>
@@ -21,9 +22,13 @@ public:
     /// Whether it is time to stop; asked again and again, so it should answer at once.
     using StopRequested = std::function<bool()>;
 
-    /// `rate` is in frames per second; real time is that of `clock`. The take must outlive the
-    /// playback. Precondition: `rate` is greater than 0, `clock` is not empty.
-    Playback(Tracks& take, double rate,
+    /// Shows `shown` frames per second of a take whose own rate is `exact`, which `Tracks` counts
+    /// in whole frames; real time is that of `clock`. The take must outlive the playback.
+    /// Precondition: `clock` is not empty.
+    Playback(Tracks& take, const Rate& exact, const Rate& shown,
+             std::shared_ptr<Clock> clock = std::make_shared<SteadyClock>());
+    /// The same for a take whose rate is the whole number of frames per second that it counts.
+    Playback(Tracks& take, const Rate& shown,
              std::shared_ptr<Clock> clock = std::make_shared<SteadyClock>());
     ~Playback();
     Playback(const Playback&) = delete;

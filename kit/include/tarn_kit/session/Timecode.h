@@ -47,9 +47,9 @@ TARN_KIT_EXPORT Timecode timecodeOf(std::int64_t frame, const Rate& rate,
 /// leaves out.
 TARN_KIT_EXPORT std::int64_t frameOf(const Timecode& timecode, const Rate& rate);
 
-/// "00:00:08:34"; with ";" before the frames in drop-frame counting. As many digits for the frames
-/// as the highest has, two at least.
-TARN_KIT_EXPORT std::string timecodeText(const Timecode& timecode, const Rate& rate);
+/// "00:00:08:34"; with ";" before the frames in drop-frame counting. Two digits of each, more where
+/// it takes more: "00:00:08:119".
+TARN_KIT_EXPORT std::string timecodeText(const Timecode& timecode);
 
 /// Reads what `timecodeText` writes. Nothing for a text of another form; the ranges are for
 /// `frameOf` to check.
