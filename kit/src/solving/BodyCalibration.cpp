@@ -18,7 +18,8 @@ namespace {
 constexpr std::size_t firstFrames = 60;  ///< that a body is fitted to at first, evenly spaced
 constexpr std::size_t finalFrames = 120; ///< that differ most
 constexpr std::size_t mostSolved = 600;  ///< among which these are chosen
-constexpr double offsetSpread = 0.025;   ///< how far markers are from where the set says
+constexpr double offsetSpread = 0.025;   ///< how far markers are from where the set says ...
+constexpr double landmarkSpread = 0.015; ///< ... and those at a joint, where bones are felt
 constexpr double leastInFit = 0.002;     ///< of a marker from its place, while a body is fitted ...
 constexpr double leastSpread = 0.006;    ///< ... and when it is solved in movements not seen yet
 
@@ -45,13 +46,32 @@ std::vector<std::size_t> evenly(std::size_t size, std::size_t count) {
     return result;
 }
 
-BodyExpectation expectationOf(const MarkerBody& generic, const Articulation& body) {
+/// How the end of a segment moves with a length.
+Vector3d tipMoved(const HumanBody& body, std::size_t joint, const HumanLength& length) {
+    constexpr double change = 0.1;
+    HumanBody longer = body;
+    longer.setLength(length.name, length.metres + change);
+    return (1 / change) * (longer.joints()[joint].tip - body.joints()[joint].tip);
+}
+
+BodyExpectation expectationOf(const MarkerSet& set, const MarkerBody& generic,
+                              const Articulation& body) {
     BodyExpectation expectation;
-    for (const SolvedMarker& marker : body.markers) {
-        expectation.offsets.push_back(marker.offset);
-        expectation.offsetSpreads.push_back(offsetSpread);
-    }
     const std::vector<HumanLength>& lengths = generic.body.lengths();
+    for (std::size_t m = 0; m < body.markers.size(); ++m) {
+        Vector3d offset = body.markers[m].offset;
+        const auto joint = static_cast<std::size_t>(generic.body.jointOf(set.markers[m].segment));
+        for (std::size_t l = 0; l < lengths.size(); ++l) {
+            const Vector3d direction =
+                set.markers[m].along * tipMoved(generic.body, joint, lengths[l]);
+            if (lengthOf(direction) > 0) {
+                expectation.offsetUses.push_back({m, l, direction});
+                offset = offset - lengths[l].metres * direction;
+            }
+        }
+        expectation.offsets.push_back(offset);
+        expectation.offsetSpreads.push_back(set.markers[m].along == 1 ? landmarkSpread : offsetSpread);
+    }
     for (const HumanLength& length : lengths) {
         expectation.lengths.push_back(length.metres);
         expectation.lengthSpreads.push_back(1.5 * length.spread);
@@ -72,7 +92,7 @@ public:
         : all_(frames), progress_(progress),
           result_{MarkerBody::generic(set, guessedHeight(set, frames)), {}, 0, 0, false},
           assembly_(result_.body),
-          expectation_(expectationOf(result_.body, assembly_.articulation)) {}
+          expectation_(expectationOf(set, result_.body, assembly_.articulation)) {}
 
     CalibratedBody run() {
         result_.isComplete = fitFirst() && fitFinal();
