@@ -155,9 +155,7 @@ private:
         }
         return node == top;
     }
-    bool isBelow(std::size_t node, const char* joint) const {
-        return isUnder(node, nodeOf(joint));
-    }
+    bool isBelow(std::size_t node, const char* joint) const { return isUnder(node, nodeOf(joint)); }
     void setNodes();
     double scaleOf(std::size_t node) const;
     void addMarker(const MarkerPlace& place);
@@ -232,8 +230,7 @@ inline void KnownBody::addOnTrunk(const MarkerPlace& place_) {
         }
         return position;
     };
-    const auto& joint =
-        human_.joints()[static_cast<std::size_t>(human_.jointOf(place_.segment))];
+    const auto& joint = human_.joints()[static_cast<std::size_t>(human_.jointOf(place_.segment))];
     const Vector3d onHuman = humanAt(place_.segment) + place_.along * joint.tip + place_.offset;
     const Vector3d hips =
         0.5 * (nodes_[nodeOf("LeftUpLeg")].rest + nodes_[nodeOf("RightUpLeg")].rest);
@@ -273,8 +270,7 @@ inline void KnownBody::addMarker(const MarkerPlace& marker) {
     node = isShoulder ? nodes_[nodeOf(side + "Arm")].parent : nodeOf(segment);
     const auto& joint = human_.joints()[static_cast<std::size_t>(human_.jointOf(segment))];
     const bool isHand = segment.find("Hand") != std::string::npos;
-    const bool isEnd = segment == "Head" || segment == "Neck" ||
-                       isHand ||
+    const bool isEnd = segment == "Head" || segment == "Neck" || isHand ||
                        segment.find("Foot") != std::string::npos ||
                        segment.find("Toe") != std::string::npos;
     const std::size_t far = isShoulder ? nodeOf(side + "Arm") : childOf(node);
@@ -372,8 +368,8 @@ inline Measured KnownBody::measure(const Faults& faults, unsigned seed) const {
     const auto wanted = [&](double share) { return static_cast<int>(share * frameCount()); };
     for (int left = wanted(faults.swaps); left > 0;) {
         Swap swap = {anyMarker(random), anyMarker(random), anyFrame(random), 0};
-        swap.last = std::min({swap.first + stretch(random) - 1, frameCount() - 1,
-                              swap.first + left - 1});
+        swap.last =
+            std::min({swap.first + stretch(random) - 1, frameCount() - 1, swap.first + left - 1});
         const auto touches = [&](const Swap& other) {
             return swap.first <= other.last + 1 && other.first <= swap.last + 1;
         };
@@ -388,8 +384,8 @@ inline Measured KnownBody::measure(const Faults& faults, unsigned seed) const {
         left -= swap.last - swap.first + 1;
         measured.swaps.push_back(swap);
     }
-    const auto gaps = static_cast<int>(faults.gaps * frameCount() *
-                                       static_cast<double>(placed_.size()));
+    const auto gaps =
+        static_cast<int>(faults.gaps * frameCount() * static_cast<double>(placed_.size()));
     for (int left = gaps; left > 0;) {
         const std::size_t m = anyMarker(random);
         const int first = anyFrame(random);
