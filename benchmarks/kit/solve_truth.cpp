@@ -14,6 +14,7 @@
 #include <tarn_kit/solving/MarkerSolver.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -190,9 +191,12 @@ void judge(const std::string& file, const NamedVariant& named, unsigned seed,
     MarkerCalibrator calibrator("truth", set);
     calibrator.setSolver(&solver);
     const std::size_t used = options.half ? clean.frames.size() / 2 : clean.frames.size();
-    calibrator.setCalibrationData(takeOfRows(clean.frames, body.rate(), 0, used));
+    const auto calibrate = [&](const Measured& measured) {
+        calibrator.setCalibrationData(takeOfRows(measured.frames, body.rate(), 0, used));
+        calibrator.finish();
+    };
     const auto begin = std::chrono::steady_clock::now();
-    calibrator.finish();
+    calibrate(clean);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
     const CalibrationReport& report = calibrator.report();
     if (!report.isGood()) {
@@ -230,10 +234,10 @@ void judge(const std::string& file, const NamedVariant& named, unsigned seed,
         if (std::abs(off) > std::max(0.03 * truth, 2 * sigma)) {
             ++outside;
         }
-        char text[80];
-        std::snprintf(text, sizeof text, " %s %+.0f(%.0f)/%.0f", joint, 1000 * off, 1000 * sigma,
-                      1000 * truth);
-        details += text;
+        std::array<char, 80> text = {};
+        std::snprintf(text.data(), text.size(), " %s %+.0f(%.0f)/%.0f", joint, 1000 * off,
+                      1000 * sigma, 1000 * truth);
+        details += text.data();
     }
     std::printf("lengths %d of %d outside\n   ", outside, lengths);
     for (std::size_t j = 0; j < joints.size(); ++j) {
@@ -248,13 +252,21 @@ void judge(const std::string& file, const NamedVariant& named, unsigned seed,
     for (const Faults& faults : {Faults{0.001, 0.05, 0.01, 0.01}, Faults{0.001, 0.05, 0.2, 0.03}}) {
         const Measured wrong = body.measure(faults, seed + 1);
         const Errors worse = solve(solver, body, wrong);
+        calibrate(wrong);
+        const Errors worst = solve(solver, body, wrong);
         std::printf(
             "    swaps %.0f %%, ghosts %.0f %%: joints %.1f mm (%.2f), wrists %.1f mm (%.2f), "
-            "swaps said %d of %d, wrongly %d; 99.9 %% %.2f ms\n",
+            "swaps said %d of %d, wrongly %d; 99.9 %% %.2f ms; calibrated with them: joints %.1f "
+            "mm (%.2f), wrists %.1f mm (%.2f), swaps said %d of %d, wrongly %d\n",
             100 * faults.swaps, 100 * faults.ghosts, worse.rms(0, jointCount),
             worse.rms(0, jointCount) / usual, legsOnly ? 0 : worse.rms(wristsFrom, joints.size()),
             legsOnly ? 1 : worse.rms(wristsFrom, joints.size()) / wrists, worse.swapsReported,
-            worse.swapsLong, worse.wronglyReported, percentile(worse.times, 99.9));
+            worse.swapsLong, worse.wronglyReported, percentile(worse.times, 99.9),
+            worst.rms(0, jointCount), worst.rms(0, jointCount) / usual,
+            legsOnly ? 0 : worst.rms(wristsFrom, joints.size()),
+            legsOnly ? 1 : worst.rms(wristsFrom, joints.size()) / wrists, worst.swapsReported,
+            worst.swapsLong, worst.wronglyReported);
+        calibrate(clean);
     }
     std::printf("    recovered after %d frames\n",
                 framesToRecover(solver, body, clean, errors.ofFrame));

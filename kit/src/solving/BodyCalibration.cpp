@@ -226,6 +226,7 @@ private:
     /// Learns how joints are commonly turned.
     void setUsualTurns(const std::vector<FitFrame>& frames) {
         std::vector<Stance> stances;
+        stances.reserve(frames.size());
         for (const FitFrame& frame : frames) {
             stances.push_back(frame.stance);
         }

@@ -158,8 +158,8 @@ private:
     bool isBelow(std::size_t node, const char* joint) const { return isUnder(node, nodeOf(joint)); }
     void setNodes();
     double scaleOf(std::size_t node) const;
-    void addMarker(const MarkerPlace& place);
-    void addOnTrunk(const MarkerPlace& place);
+    void addMarker(const MarkerPlace& marker);
+    void addOnTrunk(const MarkerPlace& marker);
     void place(std::size_t node, const Vector3d& offset, std::size_t far);
     void moveThroughTake();
 
@@ -221,7 +221,7 @@ inline void KnownBody::place(std::size_t node, const Vector3d& offset, std::size
 
 /// On the trunk of a take, which bends in other places than a person does, a marker is as high
 /// between hips and shoulders as on a person, and moves with the last joint below it.
-inline void KnownBody::addOnTrunk(const MarkerPlace& place_) {
+inline void KnownBody::addOnTrunk(const MarkerPlace& marker) {
     const auto humanAt = [&](const std::string& joint) {
         Vector3d position;
         for (int j = human_.jointOf(joint); j >= 0;
@@ -230,8 +230,8 @@ inline void KnownBody::addOnTrunk(const MarkerPlace& place_) {
         }
         return position;
     };
-    const auto& joint = human_.joints()[static_cast<std::size_t>(human_.jointOf(place_.segment))];
-    const Vector3d onHuman = humanAt(place_.segment) + place_.along * joint.tip + place_.offset;
+    const auto& joint = human_.joints()[static_cast<std::size_t>(human_.jointOf(marker.segment))];
+    const Vector3d onHuman = humanAt(marker.segment) + marker.along * joint.tip + marker.offset;
     const Vector3d hips =
         0.5 * (nodes_[nodeOf("LeftUpLeg")].rest + nodes_[nodeOf("RightUpLeg")].rest);
     const Vector3d shoulders =
@@ -247,13 +247,13 @@ inline void KnownBody::addOnTrunk(const MarkerPlace& place_) {
     for (std::size_t i = chest; i != nodeOf("Hips"); i = nodes_[i].parent) {
         spine.insert(spine.begin(), i);
     }
-    if (place_.segment != "Hips") {
+    if (marker.segment != "Hips") {
         for (const std::size_t i : spine) {
             node = nodes_[i].rest.y <= target.y || i == spine.front() ? i : node;
         }
     }
-    const double depth = humanAt(place_.segment).z;
-    const double line = place_.segment == "Hips" ? hips.z : nodes_[node].rest.z;
+    const double depth = humanAt(marker.segment).z;
+    const double line = marker.segment == "Hips" ? hips.z : nodes_[node].rest.z;
     const Vector3d rest = {target.x, target.y, line + tall * (onHuman.z - depth)};
     place(node, rest - nodes_[node].rest, node == nodeOf("Hips") ? spine.front() : chest);
 }
@@ -320,6 +320,7 @@ inline void KnownBody::moveThroughTake() {
                            : at[nodes_[i].parent] + world[nodes_[i].parent] * nodes_[i].offset;
         }
         std::vector<Vector3d> ofJoints;
+        ofJoints.reserve(joints.size());
         for (const char* joint : joints) {
             ofJoints.push_back(at[nodeOf(joint)]);
         }
