@@ -3,11 +3,11 @@
 
 #include <tarn_store/file/TakeReader.h>
 
-#include "file/Database.h"
-#include "file/FrameRows.h"
-#include "file/Schema.h"
-#include "file/TakeTree.h"
-#include "file/TrackRows.h"
+#include "rows/Database.h"
+#include "rows/FrameRows.h"
+#include "rows/Schema.h"
+#include "rows/TakeTree.h"
+#include "rows/TrackRows.h"
 
 #include <tarn_kit/files/Text.h>
 

@@ -3,11 +3,11 @@
 
 #include <tarn_store/file/TakeWriter.h>
 
-#include "file/Chunk.h"
-#include "file/Database.h"
-#include "file/Schema.h"
-#include "file/TrackRows.h"
-#include "file/UnfinishedFile.h"
+#include "rows/Chunk.h"
+#include "rows/Database.h"
+#include "rows/Schema.h"
+#include "rows/TrackRows.h"
+#include "rows/UnfinishedFile.h"
 
 #include <algorithm>
 #include <cassert>

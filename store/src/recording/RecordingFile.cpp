@@ -3,7 +3,7 @@
 
 #include "recording/RecordingFile.h"
 
-#include "file/Schema.h"
+#include "rows/Schema.h"
 
 #include <algorithm>
 #include <iterator>

@@ -3,9 +3,9 @@
 
 #pragma once
 
-#include "file/Chunk.h"
-#include "file/Database.h"
-#include "file/TrackRows.h"
+#include "rows/Chunk.h"
+#include "rows/Database.h"
+#include "rows/TrackRows.h"
 
 #include <tarn/Frame.h>
 #include <tarn_store/recording/TakeRecorder.h>

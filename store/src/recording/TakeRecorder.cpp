@@ -3,9 +3,9 @@
 
 #include <tarn_store/recording/TakeRecorder.h>
 
-#include "file/Database.h"
 #include "recording/RecordingFile.h"
 #include "recording/SpaceWatch.h"
+#include "rows/Database.h"
 
 #include <algorithm>
 #include <cassert>

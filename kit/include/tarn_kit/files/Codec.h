@@ -174,7 +174,7 @@ public:
         addEntry(
             {name, version}, typeid(T),
             [encoder = std::move(encoder)](const std::any& payload, PayloadWriter& to) {
-                encoder(*std::any_cast<T>(&payload), to);
+                encoder(std::any_cast<const T&>(payload), to);
             },
             [decoder = std::move(decoder)](PayloadReader& from, std::uint32_t writtenBy) {
                 return std::any(T(decoder(from, writtenBy)));

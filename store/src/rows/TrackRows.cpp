@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "file/TrackRows.h"
+#include "rows/TrackRows.h"
 
-#include "file/Schema.h"
+#include "rows/Schema.h"
 
 #include <tarn_kit/files/Text.h>
 

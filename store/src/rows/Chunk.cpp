@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "file/Chunk.h"
+#include "rows/Chunk.h"
 
 #include <cstring>
 #include <string>

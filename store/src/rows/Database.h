@@ -70,6 +70,8 @@ public:
     Statement& bind(int parameter, std::string_view text);
     Statement& bindBlob(int parameter, const void* data, std::size_t size);
     Statement& bindNull(int parameter);
+    /// Binds all columns of a row of another statement.
+    Statement& bindRow(const Statement& row);
     Statement& bind(int parameter, const std::optional<std::int64_t>& value) {
         return value ? bind(parameter, *value) : bindNull(parameter);
     }

@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "file/Chunk.h"
-#include "file/Database.h"
+#include "rows/Chunk.h"
+#include "rows/Database.h"
 
 #include <tarn_kit/files/Codec.h>
 
@@ -17,6 +17,14 @@
 
 namespace tarn::store {
 
+/// A frame as it stands in the file.
+struct EncodedFrame {
+    FrameHead head;
+    int dataType;
+    kit::CodecId codec;
+    std::vector<std::byte> bytes;
+};
+
 /// Finds the frames of tracks.
 class FrameRows {
 public:
@@ -25,6 +33,8 @@ public:
     /// Those with slots from `first` to `last`, in ascending order; of several of one slot the one
     /// that came last.
     std::vector<SlottedFrame> between(std::int64_t track, std::int64_t first, std::int64_t last);
+    /// The same without decoding them.
+    std::vector<EncodedFrame> encoded(std::int64_t track, std::int64_t first, std::int64_t last);
     /// The one in a slot, or an empty pointer.
     std::shared_ptr<Frame> at(std::int64_t track, std::int64_t slot);
 

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "file/Database.h"
+#include "rows/Database.h"
 
 #include <tarn_store/file/TakeDescription.h>
 

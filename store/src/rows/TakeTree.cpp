@@ -1,9 +1,10 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "file/TakeTree.h"
+#include "rows/TakeTree.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <string>
 
@@ -166,19 +167,71 @@ std::shared_ptr<Tracks> TakeTree::whole(std::int64_t take) {
     return takes_[take] = tracks;
 }
 
-std::shared_ptr<Tracks> TakeTree::part(std::int64_t take, std::int64_t first, std::int64_t last) {
+int TakeTree::rateOf(std::int64_t take) {
+    Statement row(*database_, "SELECT fps FROM take WHERE id = ?1");
+    row.bind(1, take);
+    return row.step() ? intOf(row.integer(0)) : 0;
+}
+
+/// Whether a nested take has another rate and goes on for as long as what it is nested in, as those
+/// of recordings do: its frame indexes are then those of the same moments.
+bool TakeTree::isAsLong(std::int64_t take, int rate, const Extent& parent, int parentRate) {
+    if (rate <= 0 || parentRate <= 0 || rate == parentRate) {
+        return false;
+    }
+    const Extent extent = extentOf(take);
+    const double difference =
+        static_cast<double>(extent.length) / rate - static_cast<double>(parent.length) / parentRate;
+    return extent.isRecording || std::abs(difference) < 1.0 / std::min(rate, parentRate);
+}
+
+TakeStretch TakeTree::stretch(std::int64_t take, std::int64_t first, std::int64_t last) {
     enter(take);
     const Extent extent = extentOf(take);
-    const std::int64_t count = last - first + 1;
-    auto tracks = blank(take, {true, 0, count});
+    Statement row(*database_, "SELECT name, fps FROM take WHERE id = ?1");
+    row.bind(1, take);
+    if (!row.step()) {
+        failDamaged("a take is missing");
+    }
+    TakeStretch stretch;
+    stretch.name = row.text(0);
+    stretch.fps = intOf(row.integer(1));
+    stretch.count = last - first + 1;
     for (const Child& child : children(tracksOf, take)) {
-        tracks->addTrack(trackPart(child.id, extent.base + first - child.offset, count), 0);
+        stretch.tracks.emplace_back(child.id, extent.base + first - child.offset);
     }
     for (const Child& child : children(takesOf, take)) {
-        tracks->addSubTracks(part(child.id, first + child.offset, last + child.offset), 0);
+        std::int64_t begin = first + child.offset;
+        std::int64_t end = last + 1 + child.offset;
+        const int rate = rateOf(child.id);
+        if (child.offset == 0 && isAsLong(child.id, rate, extent, stretch.fps)) {
+            begin = first * rate / stretch.fps;
+            end = (last + 1) * rate / stretch.fps;
+        }
+        stretch.children.push_back(this->stretch(child.id, begin, std::max(end, begin + 1) - 1));
     }
     entered_.erase(take);
+    return stretch;
+}
+
+std::shared_ptr<Tracks> TakeTree::made(const TakeStretch& stretch) {
+    auto tracks = std::make_shared<Tracks>();
+    tracks->setTracksName(stretch.name);
+    tracks->setFps(stretch.fps);
+    tracks->setTimeLength(intOf(stretch.count));
+    tracks->setFrameCount(intOf(stretch.count));
+    tracks->setWorkRange(0, intOf(stretch.count - 1));
+    for (const auto& [id, firstSlot] : stretch.tracks) {
+        tracks->addTrack(trackPart(id, firstSlot, stretch.count), 0);
+    }
+    for (const TakeStretch& child : stretch.children) {
+        tracks->addSubTracks(made(child), 0);
+    }
     return tracks;
+}
+
+std::shared_ptr<Tracks> TakeTree::part(std::int64_t take, std::int64_t first, std::int64_t last) {
+    return made(stretch(take, first, last));
 }
 
 } // namespace tarn::store

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "file/FrameRows.h"
+#include "rows/FrameRows.h"
 
 #include <tarn/Tracks.h>
 
@@ -12,9 +12,20 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace tarn::store {
+
+/// Which slots of which tracks a part of a take is made of.
+struct TakeStretch {
+    std::string name;
+    int fps = 0;
+    std::int64_t count = 0;                                    ///< frame indexes
+    std::vector<std::pair<std::int64_t, std::int64_t>> tracks; ///< ids, and the slots they begin at
+    std::vector<TakeStretch> children;
+};
 
 /// Builds takes with their tracks and nested takes.
 class TakeTree {
@@ -25,6 +36,8 @@ public:
     std::shared_ptr<Tracks> whole(std::int64_t take);
     /// The part from frame index `first` to `last`.
     std::shared_ptr<Tracks> part(std::int64_t take, std::int64_t first, std::int64_t last);
+    /// The same as a plan.
+    TakeStretch stretch(std::int64_t take, std::int64_t first, std::int64_t last);
     /// How many frame indexes a take has.
     std::int64_t lengthOf(std::int64_t take);
 
@@ -41,6 +54,9 @@ private:
     };
 
     Extent extentOf(std::int64_t take);
+    int rateOf(std::int64_t take);
+    bool isAsLong(std::int64_t take, int rate, const Extent& parent, int parentRate);
+    std::shared_ptr<Tracks> made(const TakeStretch& stretch);
     std::shared_ptr<Tracks> blank(std::int64_t take, const Extent& extent);
     std::vector<Child> children(const char* sql, std::int64_t take);
     std::shared_ptr<Track> track(std::int64_t id, const Extent& extent);

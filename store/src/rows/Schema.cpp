@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "file/Schema.h"
+#include "rows/Schema.h"
 
 #include <tarn/Version.h>
 

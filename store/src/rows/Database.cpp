@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "file/Database.h"
+#include "rows/Database.h"
 
 #include <sqlite3.h>
 
@@ -186,6 +186,14 @@ Statement& Statement::bindBlob(int parameter, const void* data, std::size_t size
 
 Statement& Statement::bindNull(int parameter) {
     check(sqlite3_bind_null(handle_, parameter));
+    return *this;
+}
+
+Statement& Statement::bindRow(const Statement& row) {
+    const int count = sqlite3_column_count(row.handle_);
+    for (int column = 0; column < count; ++column) {
+        check(sqlite3_bind_value(handle_, column + 1, sqlite3_column_value(row.handle_, column)));
+    }
     return *this;
 }
 

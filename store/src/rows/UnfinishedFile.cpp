@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "file/UnfinishedFile.h"
+#include "rows/UnfinishedFile.h"
 
 #include <tarn_store/file/StoreError.h>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "file/FrameRows.h"
+#include "rows/FrameRows.h"
 
 #include <algorithm>
 #include <utility>
@@ -89,6 +89,27 @@ std::vector<SlottedFrame> FrameRows::between(std::int64_t track, std::int64_t fi
         sortBySlot(found);
     }
     return found;
+}
+
+std::vector<EncodedFrame> FrameRows::encoded(std::int64_t track, std::int64_t first,
+                                             std::int64_t last) {
+    std::map<std::int64_t, EncodedFrame> found;
+    visit(track, first, last, [&](const ChunkRow& chunk) {
+        const std::byte* bytes = chunk.data;
+        for (const FrameHead& head : chunk.heads) {
+            if (head.slot >= first && head.slot <= last) {
+                found[head.slot] = {head, chunk.dataType, chunk.codec,
+                                    std::vector<std::byte>(bytes, bytes + head.size)};
+            }
+            bytes += head.size;
+        }
+    });
+    std::vector<EncodedFrame> frames;
+    frames.reserve(found.size());
+    for (auto& [slot, frame] : found) {
+        frames.push_back(std::move(frame));
+    }
+    return frames;
 }
 
 std::shared_ptr<Frame> FrameRows::at(std::int64_t track, std::int64_t slot) {

@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/files/C3d.h>
+#include <tarn_store/Export.h>
+#include <tarn_store/file/TakeReader.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tarn::store {
+
+// Takes out of take files for everything that works with takes of motion files.
+
+/// Whether this is a take file or a database, by how it begins.
+TARN_STORE_EXPORT bool isTakeFile(const std::filesystem::path& file);
+
+/// The subjects of a file's bodies: of tracks of poses or solved bodies that say their rig.
+TARN_STORE_EXPORT std::vector<std::string> bodiesIn(TakeReader& reader);
+
+/// The body of a subject, with its poses from the first to the last that came: a pose in every
+/// slot; where one was lost, the one before it. Of solved bodies, where it has nothing else. The
+/// body of the file, if `subject` is empty and there is one. Throws `StoreError`, which lists the
+/// subjects, if that is not so.
+TARN_STORE_EXPORT kit::BvhTake bodyTakeOf(TakeReader& reader, const std::string& subject = {});
+
+/// Whether a file has markers and no body.
+TARN_STORE_EXPORT bool holdsMarkersOnly(TakeReader& reader);
+
+/// The markers of a file, of its first track of markers; those of frames that were lost were not
+/// seen. Throws `StoreError` if there are none.
+TARN_STORE_EXPORT kit::C3dTake markerTakeOf(TakeReader& reader);
+
+} // namespace tarn::store

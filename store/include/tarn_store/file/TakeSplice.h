@@ -1,0 +1,35 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn_store/Export.h>
+#include <tarn_store/file/StoreError.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tarn::store {
+
+/// Writes the frames from frame index `first` to `last`, both included, of the take in `file` as a
+/// file of their own, in which they begin at frame index 0. Payloads go over as they are, whether
+/// their codec is known or not, and so do the times of the frames. Nested takes of another rate
+/// that last as long, as those of recordings do, are cut at the same moments. Throws `StoreError`,
+/// and leaves what was at `out`, if the take is not that long or something cannot be read or
+/// written.
+TARN_STORE_EXPORT void cutTakeFile(const std::filesystem::path& file, int first, int last,
+                                   const std::filesystem::path& out);
+
+/// Writes the takes in several files as one, frame after frame. Payloads go over as they are. Times
+/// go over as they are where they ascend from one file to the next, as those of cuts do; otherwise
+/// they are counted on. Throws `StoreError`, and leaves what was at `out`, if the files do not have
+/// the same tracks in the same rates, or something cannot be read or written.
+/// Precondition: there is a file.
+TARN_STORE_EXPORT void joinTakeFiles(const std::vector<std::filesystem::path>& files,
+                                     const std::filesystem::path& out);
+
+/// Adds a note to a file. Throws `StoreError` if it cannot be written.
+TARN_STORE_EXPORT void noteInTakeFile(const std::filesystem::path& file, const std::string& text);
+
+} // namespace tarn::store

@@ -1,0 +1,192 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <tarn_store/file/TakeCheck.h>
+
+#include "store/RandomTakes.h"
+#include "support/TemporaryDirectory.h"
+
+#include <tarn_store/file/TakeReader.h>
+#include <tarn_store/file/TakeWriter.h>
+#include <tarn_store/recording/TakeRecorder.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+
+namespace tarn::store {
+namespace {
+
+using tarn::testing::expectEqual;
+using tarn::testing::RandomTakes;
+using tarn::testing::readFile;
+using tarn::testing::TemporaryDirectory;
+using tarn::testing::writeFile;
+
+constexpr int frames = 6000;
+constexpr int values = 50;
+
+/// What every damaged file here was.
+void writeWhole(const std::string& file) {
+    auto take = std::make_shared<Tracks>();
+    take->setTimeLength(frames);
+    auto track = std::make_shared<Track>(kit::poseDataType);
+    track->setFrameCount(frames);
+    for (int i = 0; i < frames; ++i) {
+        track->setFrame(i, std::make_shared<Frame>(
+                               Time(static_cast<unsigned>(i), 120), kit::poseDataType,
+                               kit::Pose{std::vector<float>(values, static_cast<float>(i))}));
+    }
+    take->addTrack(track, 0);
+    TakeWriter writer(file, "test");
+    TrackDescription description;
+    description.subject = "Ada";
+    description.rate = kit::Rate(120);
+    writer.describe(track, description);
+    writer.write(take);
+    writer.commit();
+}
+
+/// A recording that nobody has ended: what others see of one that goes on, or was broken off.
+void copyOfUnended(const std::string& file, unsigned count) {
+    tsignal::Signal<std::shared_ptr<Frame>> port;
+    const std::string live = file + ".live";
+    TakeRecorder recorder(live);
+    TrackDescription description;
+    description.rate = kit::Rate(120);
+    recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, description), port);
+    recorder.start();
+    for (unsigned i = 0; i < count; ++i) {
+        port.emit(std::make_shared<Frame>(Time(i, 120), kit::poseDataType, kit::Pose{{1, 2, 3}}));
+    }
+    while (recorder.safeFrames() < count) {
+        std::this_thread::yield();
+    }
+    std::filesystem::copy_file(live, file);
+    std::filesystem::copy_file(live + "-wal", file + "-wal");
+}
+
+TEST(TakeCheck, SaysThatAWholeFileIsWhole) {
+    const TemporaryDirectory directory;
+    writeWhole(directory / "take.tarn");
+    const TakeVerdict verdict = checkTakeFile(directory / "take.tarn");
+    EXPECT_TRUE(verdict.isWhole);
+    EXPECT_EQ(verdict.line, "whole: 1 track, 6000 frames");
+    for (unsigned seed = 0; seed < 5; ++seed) {
+        TakeWriter writer(directory / "random.tarn", "test");
+        writer.write(RandomTakes(seed).take());
+        writer.commit();
+        EXPECT_TRUE(checkTakeFile(directory / "random.tarn").isWhole) << seed;
+    }
+}
+
+TEST(TakeCheck, SaysWhereARecordingWasBrokenOff) {
+    const TemporaryDirectory directory;
+    copyOfUnended(directory / "take.tarn", 513);
+    const TakeVerdict verdict = checkTakeFile(directory / "take.tarn");
+    EXPECT_FALSE(verdict.isWhole);
+    EXPECT_EQ(verdict.line, "broken off at frame 512, 00:00:04:32");
+    copyOfUnended(directory / "none.tarn", 0);
+    EXPECT_EQ(checkTakeFile(directory / "none.tarn").line, "broken off before the first frame");
+}
+
+TEST(TakeCheck, RefusesWhatIsNoTakeFile) {
+    const TemporaryDirectory directory;
+    EXPECT_THROW(checkTakeFile(directory / "none.tarn"), StoreError);
+    writeFile(directory / "text.tarn", std::string(1000, 'x'));
+    EXPECT_THROW(checkTakeFile(directory / "text.tarn"), StoreError);
+}
+
+TEST(TakeCheck, FindsBitErrorsAndARecoveryKeepsTheRest) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    writeWhole(file);
+    const std::string bytes = readFile(file);
+    const auto whole = TakeReader(file).load();
+    std::mt19937 random(4);
+    int recovered = 0;
+    for (int i = 0; i < 30; ++i) {
+        std::string damaged = bytes;
+        for (int errors = 0; errors < 3; ++errors) {
+            char& byte = damaged[random() % damaged.size()];
+            byte = static_cast<char>(static_cast<unsigned char>(byte) ^ (1U << (random() % 8)));
+        }
+        writeFile(directory / "damaged.tarn", damaged);
+        try {
+            EXPECT_FALSE(checkTakeFile(directory / "damaged.tarn").line.empty());
+            const TakeRecovery recovery =
+                recoverTakeFile(directory / "damaged.tarn", directory / "out.tarn");
+            EXPECT_TRUE(checkTakeFile(directory / "out.tarn").isWhole)
+                << checkTakeFile(directory / "out.tarn").line;
+            std::int64_t missing = 0;
+            for (const MissingFrames& part : recovery.missing) {
+                missing += part.count;
+            }
+            EXPECT_EQ(recovery.frames + missing, frames);
+            const auto again = TakeReader(directory / "out.tarn").load();
+            for (int k = 0; k < frames; ++k) {
+                if (const auto frame = again->getFrame(k, kit::poseDataType)) {
+                    expectEqual(frame, whole->getFrame(k, kit::poseDataType));
+                }
+            }
+            recovered += recovery.frames > 0 ? 1 : 0;
+        } catch (const StoreError& error) { // the schema is hit
+            EXPECT_FALSE(error.reason().empty());
+        }
+    }
+    EXPECT_GT(recovered, 20);
+}
+
+TEST(TakeCheck, SaysWhatARecoveryLacksFromWhenToWhen) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    writeWhole(file);
+    std::string bytes = readFile(file);
+    const std::vector<float> pose(values, 3000);
+    const std::string hit(reinterpret_cast<const char*>(pose.data()), values * sizeof(float));
+    const auto at = bytes.find(hit.substr(0, 100));
+    ASSERT_NE(at, std::string::npos);
+    bytes[at + 50] = static_cast<char>(bytes[at + 50] ^ 1);
+    writeFile(file, bytes);
+    EXPECT_NE(checkTakeFile(file).line.find("damaged: "), std::string::npos);
+    const TakeRecovery recovery = recoverTakeFile(file, directory / "out.tarn");
+    ASSERT_EQ(recovery.missing.size(), 1U);
+    const MissingFrames& missing = recovery.missing[0];
+    EXPECT_EQ(missing.subject, "Ada");
+    EXPECT_LE(missing.first, 3000);
+    EXPECT_GE(missing.last, 3000);
+    EXPECT_EQ(missing.count, *missing.last - *missing.first + 1);
+    EXPECT_EQ(*missing.first / 120, 17);
+    EXPECT_EQ(missing.timecodes, "00:00:17:08 to 00:00:25:71") << "2048 to 3071, one row";
+    TakeReader reader(directory / "out.tarn");
+    EXPECT_EQ(reader.frame(1, 3000), nullptr);
+    EXPECT_NE(reader.frame(1, *missing.last + 1), nullptr);
+}
+
+TEST(TakeCheck, RecoversWhatIsLeftOfAFileThatWasCutShort) {
+    const TemporaryDirectory directory;
+    writeWhole(directory / "take.tarn");
+    const std::string bytes = readFile(directory / "take.tarn");
+    writeFile(directory / "short.tarn", bytes.substr(0, bytes.size() / 2));
+    EXPECT_FALSE(checkTakeFile(directory / "short.tarn").isWhole);
+    const TakeRecovery recovery = recoverTakeFile(directory / "short.tarn", directory / "out.tarn");
+    EXPECT_GT(recovery.frames, frames / 4);
+    EXPECT_LT(recovery.frames, frames);
+    EXPECT_TRUE(checkTakeFile(directory / "out.tarn").isWhole);
+}
+
+TEST(TakeCheck, MakesAWholeFileOfOneThatWasBrokenOff) {
+    const TemporaryDirectory directory;
+    copyOfUnended(directory / "take.tarn", 100);
+    const TakeRecovery recovery = recoverTakeFile(directory / "take.tarn", directory / "out.tarn");
+    EXPECT_EQ(recovery.frames, 100);
+    EXPECT_TRUE(recovery.missing.empty());
+    EXPECT_TRUE(checkTakeFile(directory / "out.tarn").isWhole);
+    EXPECT_EQ(TakeReader(directory / "out.tarn").load()->timeLength(), 100);
+}
+
+} // namespace
+} // namespace tarn::store

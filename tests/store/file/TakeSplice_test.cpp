@@ -1,0 +1,137 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <tarn_store/file/TakeSplice.h>
+
+#include "store/RandomTakes.h"
+#include "support/TemporaryDirectory.h"
+
+#include <tarn_store/file/TakeCheck.h>
+#include <tarn_store/file/TakeReader.h>
+#include <tarn_store/file/TakeWriter.h>
+#include <tarn_store/recording/TakeRecorder.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace tarn::store {
+namespace {
+
+using tarn::testing::expectEqual;
+using tarn::testing::TemporaryDirectory;
+
+/// Records `count` frames from a frame index on, all but those that are multiples of 10, and
+/// samples at ten times the rate.
+void record(const std::string& file, unsigned first, unsigned count, int rate = 60) {
+    tsignal::Signal<std::shared_ptr<Frame>> poses;
+    tsignal::Signal<std::shared_ptr<Frame>> samples;
+    RecorderOptions options;
+    const auto codecs = std::make_shared<kit::Codecs>();
+    codecs->add<int>(
+        "studio.number", 3, [](int number, kit::PayloadWriter& to) { to.put(number); },
+        [](kit::PayloadReader& from, std::uint32_t) { return from.get<int>(); });
+    options.codecs = codecs;
+    TakeRecorder recorder(file, options);
+    TrackDescription description;
+    description.subject = "Ada";
+    description.rate = kit::Rate(rate);
+    recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, description), poses);
+    description.rate = kit::Rate(10 * rate);
+    recorder.tieToIFramePort(recorder.addTrack(20, description), samples);
+    recorder.start();
+    const auto fps = static_cast<unsigned>(rate);
+    for (unsigned i = first; i < first + count; ++i) {
+        if (i % 10 != 0 || i == first) {
+            poses.emit(std::make_shared<Frame>(Time(i, fps), kit::poseDataType,
+                                               kit::Pose{{static_cast<float>(i)}}));
+        }
+        for (unsigned k = 10 * i; k < 10 * i + 10; ++k) {
+            samples.emit(std::make_shared<Frame>(Time(k, 10 * fps), 20, static_cast<int>(k)));
+        }
+    }
+    recorder.end();
+}
+
+TEST(TakeSplice, CutsExactlyByFrame) {
+    const TemporaryDirectory directory;
+    record(directory / "take.tarn", 500, 200);
+    cutTakeFile(directory / "take.tarn", 30, 99, directory / "cut.tarn");
+    EXPECT_TRUE(checkTakeFile(directory / "cut.tarn").isWhole);
+    TakeReader reader(directory / "cut.tarn");
+    const auto whole = TakeReader(directory / "take.tarn").load();
+    const auto cut = reader.load();
+    EXPECT_EQ(cut->timeLength(), 70);
+    EXPECT_EQ(cut->workRangeEnd(), 69);
+    EXPECT_EQ(cut->getFrame(0, kit::poseDataType), nullptr) << "530 was never there";
+    for (int i = 0; i < 70; ++i) {
+        expectEqual(cut->getFrame(i, kit::poseDataType),
+                    whole->getFrame(30 + i, kit::poseDataType));
+    }
+    ASSERT_EQ(cut->subTracksCount(), 1);
+    EXPECT_EQ(cut->subTracks(0)->timeLength(), 700) << "cut at the same moments";
+    for (int i = 0; i < 700; ++i) {
+        expectEqual(cut->subTracks(0)->getFrame(i, 20), whole->subTracks(0)->getFrame(300 + i, 20));
+    }
+    EXPECT_EQ(reader.tracks()[0].description.subject, "Ada");
+    EXPECT_EQ(cut->subTracks(0)->getFrame(0, 20)->dataAs<kit::EncodedPayload>().codec.version, 3U)
+        << "a codec that is not known goes over as it is";
+}
+
+TEST(TakeSplice, JoinsCutsToWhatTheyWere) {
+    const TemporaryDirectory directory;
+    record(directory / "take.tarn", 500, 200);
+    cutTakeFile(directory / "take.tarn", 0, 80, directory / "a.tarn");
+    cutTakeFile(directory / "take.tarn", 81, 81, directory / "b.tarn");
+    cutTakeFile(directory / "take.tarn", 82, 199, directory / "c.tarn");
+    joinTakeFiles({directory / "a.tarn", directory / "b.tarn", directory / "c.tarn"},
+                  directory / "joined.tarn");
+    EXPECT_TRUE(checkTakeFile(directory / "joined.tarn").isWhole);
+    const auto whole = TakeReader(directory / "take.tarn").load();
+    const auto joined = TakeReader(directory / "joined.tarn").load();
+    EXPECT_EQ(joined->timeLength(), whole->timeLength());
+    expectEqual(*joined->getTrack(0), *whole->getTrack(0));
+    expectEqual(*joined->subTracks(0)->getTrack(0), *whole->subTracks(0)->getTrack(0));
+}
+
+TEST(TakeSplice, CountsTimesOnWhereTheyWouldGoBack) {
+    const TemporaryDirectory directory;
+    record(directory / "a.tarn", 0, 20);
+    record(directory / "b.tarn", 5, 20);
+    joinTakeFiles({directory / "a.tarn", directory / "b.tarn"}, directory / "joined.tarn");
+    const auto joined = TakeReader(directory / "joined.tarn").load();
+    EXPECT_EQ(joined->timeLength(), 40);
+    EXPECT_EQ(joined->getFrame(19, kit::poseDataType)->time(), Time(19, 60));
+    EXPECT_EQ(joined->getFrame(20, kit::poseDataType)->time(), Time(20, 60));
+    EXPECT_EQ(joined->getFrame(20, kit::poseDataType)->dataAs<kit::Pose>().values[0], 5);
+    EXPECT_EQ(joined->getFrame(39, kit::poseDataType)->time(), Time(39, 60));
+}
+
+TEST(TakeSplice, RefusesWhatDoesNotFit) {
+    const TemporaryDirectory directory;
+    record(directory / "a.tarn", 0, 20);
+    record(directory / "b.tarn", 0, 20, 50);
+    EXPECT_THROW(
+        joinTakeFiles({directory / "a.tarn", directory / "b.tarn"}, directory / "out.tarn"),
+        StoreError);
+    for (const auto& [first, last] : {std::pair(0, 20), std::pair(-1, 3), std::pair(4, 3)}) {
+        EXPECT_THROW(cutTakeFile(directory / "a.tarn", first, last, directory / "out.tarn"),
+                     StoreError);
+    }
+    EXPECT_EQ(directory.names(), (std::vector<std::string>{"a.tarn", "b.tarn"}));
+}
+
+TEST(TakeSplice, KeepsNotesAtTheirFrames) {
+    const TemporaryDirectory directory;
+    record(directory / "a.tarn", 0, 20);
+    noteInTakeFile(directory / "a.tarn", "x'); DROP TABLE note; --");
+    cutTakeFile(directory / "a.tarn", 5, 9, directory / "cut.tarn");
+    TakeReader reader(directory / "cut.tarn");
+    ASSERT_EQ(reader.notes().size(), 1U);
+    EXPECT_EQ(reader.notes()[0].text, "x'); DROP TABLE note; --");
+    EXPECT_TRUE(checkTakeFile(directory / "a.tarn").isWhole);
+}
+
+} // namespace
+} // namespace tarn::store
