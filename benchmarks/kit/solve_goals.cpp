@@ -115,7 +115,12 @@ void judge(const std::string& file) {
         const Errors without = solve(solver, take.tracks, half, take.frameCount - 1);
         solver.leaveOut(name, false);
         medians.push_back(percentile(without.ofMarker[m], 50));
-        worst95 = std::max(worst95, percentile(without.ofMarker[m], 95));
+        const double high = percentile(without.ofMarker[m], 95);
+        worst95 = std::max(worst95, high);
+        if (medians.back() > 14 || high > 40) {
+            std::printf("    %s left out: median %.1f mm, 95 %% %.1f mm; with it %.1f mm\n",
+                        name.c_str(), medians.back(), high, percentile(errors.ofMarker[m], 50));
+        }
     }
     std::printf(
         "  left out: median of markers %.1f mm, worst marker %.1f mm, worst 95 %% %.1f mm\n",

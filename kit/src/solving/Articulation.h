@@ -25,6 +25,11 @@ struct SolvedJoint {
     Vector3d spread;           ///< how far from that it is expected, one standard deviation
     Vector3d lowest;           ///< of the rotation vector from no turn
     Vector3d highest;
+    /// Of the parent's turn, from its usual one, that is expected of this joint as well. None with
+    /// the first joint as parent.
+    Block share;
+    /// What turns as it likes, whatever the joints above do.
+    bool isFree = false;
 };
 
 struct SolvedMarker {

@@ -13,6 +13,19 @@ Vector3d radiansOf(const Vector3d& degrees) { return tarn::kit::radiansOf(1) * d
 
 bool isForeArm(const std::string& name) { return name == "LeftForeArm" || name == "RightForeArm"; }
 
+Block blockOf(const Matrix3d& matrix) {
+    Block block;
+    for (std::size_t i = 0; i < 9; ++i) {
+        block.m[i] = matrix[i / 3][i % 3];
+    }
+    return block;
+}
+
+/// They do what they like, and a marker or none does not show how they are turned.
+bool isHandOrToes(const std::string& name) {
+    return name.find("Hand") != std::string::npos || name.find("Toe") != std::string::npos;
+}
+
 /// Turns about the forearm's own axis and hardly about the others.
 SolvedJoint twistBelow(std::size_t foreArm) {
     SolvedJoint joint;
@@ -20,6 +33,7 @@ SolvedJoint twistBelow(std::size_t foreArm) {
     joint.spread = radiansOf({70, 0.3, 0.3});
     joint.lowest = radiansOf({-130, -10, -10});
     joint.highest = radiansOf({130, 10, 10});
+    joint.isFree = true;
     return joint;
 }
 
@@ -34,6 +48,7 @@ BodyAssembly::BodyAssembly(const MarkerBody& body) {
         joint.spread = radiansOf(human.spread);
         joint.lowest = radiansOf(human.lowest);
         joint.highest = radiansOf(human.highest);
+        joint.isFree = isHandOrToes(human.name);
         joints.push_back(articulation.joints.size());
         articulation.joints.push_back(joint);
         names.push_back(human.name);
@@ -45,9 +60,16 @@ BodyAssembly::BodyAssembly(const MarkerBody& body) {
     }
     for (const UsualTurn& usual : body.usualTurns) {
         const auto name = std::find(names.begin(), names.end(), usual.joint);
-        if (name != names.end()) {
-            articulation.joints[static_cast<std::size_t>(name - names.begin())].usual =
-                fromRotationVector(radiansOf(usual.turn));
+        if (name == names.end()) {
+            continue;
+        }
+        SolvedJoint& joint = articulation.joints[static_cast<std::size_t>(name - names.begin())];
+        joint.usual = fromRotationVector(radiansOf(usual.turn));
+        if (usual.spread.x > 0 && usual.spread.y > 0 && usual.spread.z > 0) {
+            joint.spread = radiansOf(usual.spread);
+        }
+        if (joint.parent != none && joint.parent != 0) {
+            joint.share = blockOf(usual.share);
         }
     }
     for (const BodyMarker& marker : body.markers) {

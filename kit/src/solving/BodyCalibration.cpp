@@ -6,6 +6,7 @@
 #include "solving/BodyAssembly.h"
 #include "solving/BodyFit.h"
 #include "solving/PoseFit.h"
+#include "solving/UsualTurns.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,13 +19,25 @@ namespace {
 constexpr std::size_t firstFrames = 60;  ///< that a body is fitted to at first, evenly spaced
 constexpr std::size_t finalFrames = 120; ///< that differ most
 constexpr std::size_t mostSolved = 600;  ///< among which these are chosen
-constexpr double offsetSpread = 0.025;   ///< how far markers are from where the set says
+constexpr double offsetSpread = 0.025;   ///< how far markers are from where the set says ...
+constexpr double landmarkSpread = 0.015; ///< ... and those at a joint, where bones are felt
 constexpr double leastInFit = 0.002;     ///< of a marker from its place, while a body is fitted ...
+constexpr double hidden = 2.5;           ///< skin moves that much further than misses show
 constexpr double leastSpread = 0.006;    ///< ... and when it is solved in movements not seen yet
 
 /// Frames of a take are more alike than the noise of each: what is stated of lengths and offsets is
 /// that much wider than independent frames would have it. From bodies that are known.
 constexpr double alikeness = 1.5;
+
+Vector3d degreesOf(const Vector3d& radians) { return tarn::kit::degreesOf(1) * radians; }
+
+Matrix3d matrixOf(const Block& block) {
+    Matrix3d matrix;
+    for (std::size_t i = 0; i < 9; ++i) {
+        matrix[i / 3][i % 3] = block.m[i];
+    }
+    return matrix;
+}
 
 double median(std::vector<double> values) {
     if (values.empty()) {
@@ -45,13 +58,33 @@ std::vector<std::size_t> evenly(std::size_t size, std::size_t count) {
     return result;
 }
 
-BodyExpectation expectationOf(const MarkerBody& generic, const Articulation& body) {
+/// How the end of a segment moves with a length.
+Vector3d tipMoved(const HumanBody& body, std::size_t joint, const HumanLength& length) {
+    constexpr double change = 0.1;
+    HumanBody longer = body;
+    longer.setLength(length.name, length.metres + change);
+    return (1 / change) * (longer.joints()[joint].tip - body.joints()[joint].tip);
+}
+
+BodyExpectation expectationOf(const MarkerSet& set, const MarkerBody& generic,
+                              const Articulation& body) {
     BodyExpectation expectation;
-    for (const SolvedMarker& marker : body.markers) {
-        expectation.offsets.push_back(marker.offset);
-        expectation.offsetSpreads.push_back(offsetSpread);
-    }
     const std::vector<HumanLength>& lengths = generic.body.lengths();
+    for (std::size_t m = 0; m < body.markers.size(); ++m) {
+        Vector3d offset = body.markers[m].offset;
+        const auto joint = static_cast<std::size_t>(generic.body.jointOf(set.markers[m].segment));
+        for (std::size_t l = 0; l < lengths.size(); ++l) {
+            const Vector3d direction =
+                set.markers[m].along * tipMoved(generic.body, joint, lengths[l]);
+            if (lengthOf(direction) > 0) {
+                expectation.offsetUses.push_back({m, l, direction});
+                offset = offset - lengths[l].metres * direction;
+            }
+        }
+        expectation.offsets.push_back(offset);
+        expectation.offsetSpreads.push_back(set.markers[m].along == 1 ? landmarkSpread
+                                                                      : offsetSpread);
+    }
     for (const HumanLength& length : lengths) {
         expectation.lengths.push_back(length.metres);
         expectation.lengthSpreads.push_back(1.5 * length.spread);
@@ -72,7 +105,7 @@ public:
         : all_(frames), progress_(progress),
           result_{MarkerBody::generic(set, guessedHeight(set, frames)), {}, 0, 0, false},
           assembly_(result_.body),
-          expectation_(expectationOf(result_.body, assembly_.articulation)) {}
+          expectation_(expectationOf(set, result_.body, assembly_.articulation)) {}
 
     CalibratedBody run() {
         result_.isComplete = fitFirst() && fitFinal();
@@ -136,7 +169,7 @@ private:
     bool fitFinal() {
         setSpread(0.008);
         std::vector<FitFrame> frames = solve(evenly(all_.size(), mostSolved), 4);
-        setSpreads(frames, leastInFit);
+        setSpreads(frames, leastInFit, hidden);
         setUsualTurns(frames);
         std::vector<FitFrame> chosen = mostDifferent(frames);
         BodyFit fit(body(), expectation_);
@@ -156,7 +189,7 @@ private:
     }
 
     /// Learns how far each marker commonly is from its place.
-    void setSpreads(const std::vector<FitFrame>& frames, double least) {
+    void setSpreads(const std::vector<FitFrame>& frames, double least, double wide = 1) {
         PoseProblem problem(body());
         std::vector<std::vector<double>> misses(body().markers.size());
         for (const FitFrame& frame : frames) {
@@ -172,7 +205,7 @@ private:
         for (std::size_t m = 0; m < misses.size(); ++m) {
             // Of three normal numbers the root of the sum of squares has its median at 1.538.
             const double spread = median(misses[m]) / 1.538;
-            body().markers[m].spread = std::max(least, spread);
+            body().markers[m].spread = std::max(least, wide * spread);
             double sum = 0;
             for (const double miss : misses[m]) {
                 sum += miss * miss;
@@ -192,19 +225,20 @@ private:
 
     /// Learns how joints are commonly turned.
     void setUsualTurns(const std::vector<FitFrame>& frames) {
+        std::vector<Stance> stances;
+        stances.reserve(frames.size());
+        for (const FitFrame& frame : frames) {
+            stances.push_back(frame.stance);
+        }
+        Articulation learnt = assembly_.articulation;
+        learnUsualTurns(learnt, stances);
         result_.body.usualTurns.clear();
         for (std::size_t j = 1; j < body().joints.size(); ++j) {
-            Quaterniond sum = {0, 0, 0, 0};
-            for (const FitFrame& frame : frames) {
-                const Quaterniond& turn = frame.stance.turns[j];
-                const double sign = dot(turn, frames.front().stance.turns[j]) < 0 ? -1 : 1;
-                sum = {sum.x + sign * turn.x, sum.y + sign * turn.y, sum.z + sign * turn.z,
-                       sum.w + sign * turn.w};
-            }
-            const Quaterniond usual = normalized(sum);
-            body().joints[j].usual = usual;
-            result_.body.usualTurns.push_back(
-                {assembly_.names[j], tarn::kit::degreesOf(1) * toRotationVector(usual)});
+            const SolvedJoint& joint = learnt.joints[j];
+            body().joints[j].usual = joint.usual;
+            UsualTurn usual = {assembly_.names[j], degreesOf(toRotationVector(joint.usual)),
+                               degreesOf(joint.spread), matrixOf(joint.share)};
+            result_.body.usualTurns.push_back(usual);
         }
     }
 

@@ -55,11 +55,22 @@ BodyFit::BodyFit(Articulation& body, BodyExpectation expectation)
     }
 }
 
+std::vector<Vector3d> BodyFit::offsetMisses() const {
+    std::vector<Vector3d> misses;
+    for (std::size_t m = 0; m < body_.markers.size(); ++m) {
+        misses.push_back(body_.markers[m].offset - expectation_.offsets[m]);
+    }
+    for (const OffsetUse& use : expectation_.offsetUses) {
+        misses[use.marker] = misses[use.marker] - body_.lengths[use.length] * use.direction;
+    }
+    return misses;
+}
+
 double BodyFit::expectationCost() const {
     double cost = 0;
+    const std::vector<Vector3d> misses = offsetMisses();
     for (std::size_t m = 0; m < body_.markers.size(); ++m) {
-        const Vector3d off = body_.markers[m].offset - expectation_.offsets[m];
-        cost += 0.5 * dot(off, off) / square(expectation_.offsetSpreads[m]);
+        cost += 0.5 * dot(misses[m], misses[m]) / square(expectation_.offsetSpreads[m]);
     }
     for (std::size_t l = 0; l < body_.lengths.size(); ++l) {
         cost += 0.5 * square((body_.lengths[l] - expectation_.lengths[l]) /
@@ -235,12 +246,26 @@ void BodyFit::addFrame(const FitFrame& frame, double damping) {
 }
 
 void BodyFit::addExpectation() {
+    const std::vector<Vector3d> misses = offsetMisses();
     for (std::size_t m = 0; m < body_.markers.size(); ++m) {
         const double weight = 1 / square(expectation_.offsetSpreads[m]);
-        const Vector3d off = expectation_.offsets[m] - body_.markers[m].offset;
         for (std::size_t axis = 0; axis < 3; ++axis) {
             matrix_(columnOf_[m] + axis, columnOf_[m] + axis) += weight;
-            rhs_[columnOf_[m] + axis] += weight * off[axis];
+            rhs_[columnOf_[m] + axis] -= weight * misses[m][axis];
+        }
+    }
+    for (const OffsetUse& use : expectation_.offsetUses) {
+        const double weight = 1 / square(expectation_.offsetSpreads[use.marker]);
+        const std::size_t own = lengthBegin_ + use.length;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            matrix_(columnOf_[use.marker] + axis, own) -= weight * use.direction[axis];
+        }
+        rhs_[own] += weight * dot(use.direction, misses[use.marker]);
+        for (const OffsetUse& other : expectation_.offsetUses) {
+            const std::size_t column = lengthBegin_ + other.length;
+            if (other.marker == use.marker && column >= own) {
+                matrix_(own, column) += weight * dot(use.direction, other.direction);
+            }
         }
     }
     for (std::size_t l = 0; l < body_.lengths.size(); ++l) {

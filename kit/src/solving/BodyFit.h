@@ -19,9 +19,17 @@ struct FitFrame {
     Stance stance;
 };
 
+/// A marker that is expected somewhere along a segment: its offset grows with a length.
+struct OffsetUse {
+    std::size_t marker = 0;
+    std::size_t length = 0;
+    Vector3d direction; ///< metres of offset per metre of length
+};
+
 /// What is known of a body before it is measured.
 struct BodyExpectation {
-    std::vector<Vector3d> offsets; ///< of the markers
+    std::vector<Vector3d> offsets;     ///< of the markers, without what comes of lengths
+    std::vector<OffsetUse> offsetUses; ///< what comes of these
     std::vector<double> offsetSpreads;
     std::vector<double> lengths;
     std::vector<double> lengthSpreads;
@@ -57,6 +65,8 @@ private:
 
     double costOf(const std::vector<FitFrame>& frames);
     double expectationCost() const;
+    /// How far each offset is from what is expected, with the lengths as they are.
+    std::vector<Vector3d> offsetMisses() const;
     void addFrame(const FitFrame& frame, double damping);
     void setColumns();
     void addOwnBlocks();

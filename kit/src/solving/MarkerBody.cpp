@@ -83,6 +83,31 @@ BodyMarker markerOf(const Settings& settings, const std::string& name, const Hum
     return marker;
 }
 
+constexpr std::array<const char*, 3> axes = {"X", "Y", "Z"};
+
+/// How far a usual turn is kept to, and how it goes with the joint above, if the actor says so.
+void readSpread(const Settings& settings, UsualTurn& usual) {
+    const auto spreads = settings.subSettings("UsualSpreads");
+    if (spreads != nullptr && spreads->subSettings(usual.joint) != nullptr) {
+        usual.spread = vectorOf(*spreads, usual.joint, "usual spreads");
+        if (!(usual.spread.x > 0 && usual.spread.y > 0 && usual.spread.z > 0)) {
+            throw MarkerBodyError("usual spreads: " + printable(usual.joint) +
+                                  " has to be above 0");
+        }
+    }
+    const auto shares = settings.subSettings("SharedTurns." + usual.joint);
+    if (shares == nullptr) {
+        return;
+    }
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        if (shares->subSettings(axes[axis]) != nullptr) {
+            const Vector3d row =
+                vectorOf(*shares, axes[axis], "shared turns of " + printable(usual.joint));
+            usual.share[axis] = {row.x, row.y, row.z};
+        }
+    }
+}
+
 /// Stores a dimension that the actor's own setter may pass over because it changes so little.
 void setDimension(Actor& actor, const std::string& name, double metres) {
     actor.setBodyDimension(name, static_cast<float>(metres));
@@ -136,6 +161,17 @@ void MarkerBody::writeTo(Actor& actor) const {
     }
     for (const UsualTurn& usual : usualTurns) {
         actor.setValue(root + "UsualTurns." + usual.joint, textOf(usual.turn));
+        if (lengthOf(usual.spread) > 0) {
+            actor.setValue(root + "UsualSpreads." + usual.joint, textOf(usual.spread));
+        }
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const auto& row = usual.share[axis];
+            const Vector3d share = {row[0], row[1], row[2]};
+            if (lengthOf(share) > 0) {
+                actor.setValue(root + "SharedTurns." + usual.joint + "." + axes[axis],
+                               textOf(share));
+            }
+        }
     }
     for (const BodyMarker& marker : markers) {
         const std::string path = root + "Markers." + xmlName(marker.name) + ".";
@@ -180,7 +216,11 @@ MarkerBody MarkerBody::of(const Actor& actor) {
     }
     if (const auto usualTurns = settings->subSettings("UsualTurns")) {
         for (const auto& [joint, text] : usualTurns->values()) {
-            result.usualTurns.push_back({joint, vectorOf(*usualTurns, joint, "usual turns")});
+            UsualTurn usual;
+            usual.joint = joint;
+            usual.turn = vectorOf(*usualTurns, joint, "usual turns");
+            readSpread(*settings, usual);
+            result.usualTurns.push_back(std::move(usual));
         }
     }
     const auto markers = settings->subSettings("Markers");

@@ -12,6 +12,10 @@ namespace {
 
 constexpr double limitSpread = 0.05; ///< how far a joint goes beyond a limit, in radians
 
+/// A turn that is further from what is usual than three times its spread loses most of what it
+/// costs: people do what they did not do while they were calibrated.
+constexpr double unusualBound = 9;
+
 /// The sum of a * transposed(b), weighted, onto `sum`.
 void addOuter(Block& sum, double weight, const Vector3d& a, const Vector3d& b) {
     const Vector3d wa = weight * a;
@@ -79,13 +83,15 @@ PoseProblem::PoseProblem(const Articulation& body) : body_(body) {
     }
     matrix_.resize(blocks);
     lowers_.resize(blocks);
-    for (auto* const perNode : {&diagonals_, &pivots_, &inverses_, &usualPull_}) {
+    for (auto* const perNode : {&diagonals_, &pivots_, &inverses_, &usualPull_, &sharePull_}) {
         perNode->resize(nodeCount());
     }
     for (auto* const perNode : {&gradient_, &step_, &usualGradient_}) {
         perNode->resize(nodeCount());
     }
     axes_.resize(joints);
+    unusual_.resize(joints);
+    unusualChange_.resize(joints);
     origins_.resize(joints);
     loads_.resize(joints);
     places_.resize(markers);
@@ -133,34 +139,53 @@ double PoseProblem::weigh(const Sightings& sightings) {
     return cost;
 }
 
+/// What it costs that a joint is turned unusually, given how its parent is.
+double PoseProblem::judgeUsual(std::size_t j, const Quaterniond& turn) {
+    const SolvedJoint& joint = body_.joints[j];
+    unusual_[j] = toRotationVector(inverse(joint.usual) * turn);
+    unusualChange_[j] = inverseRightJacobian(unusual_[j]) * transposed(axes_[j]);
+    const Vector3d expected = joint.share * unusual_[joint.parent];
+    Vector3d off;
+    double squared = 0;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        off[axis] = (unusual_[j][axis] - expected[axis]) / joint.spread[axis];
+        squared += off[axis] * off[axis];
+    }
+    const double kept = unusualBound / (unusualBound + squared);
+    Block own = unusualChange_[j];
+    Block above = joint.share * unusualChange_[joint.parent];
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const double scale = kept / joint.spread[axis];
+        for (std::size_t i = 0; i < 3; ++i) {
+            own(axis, i) *= scale;
+            above(axis, i) *= -scale;
+        }
+    }
+    const std::size_t node = j + 1;
+    const std::size_t parent = joint.parent + 1;
+    usualPull_[node] += transposed(own) * own;
+    usualPull_[parent] += transposed(above) * above;
+    sharePull_[node] = transposed(own) * above;
+    usualGradient_[node] = usualGradient_[node] - transposedTimes(own, kept * off);
+    usualGradient_[parent] = usualGradient_[parent] - transposedTimes(above, kept * off);
+    return 0.5 * kept * squared;
+}
+
 double PoseProblem::judgeTurns(const Stance& stance) {
     double cost = 0;
+    std::fill(usualPull_.begin(), usualPull_.end(), Block());
+    std::fill(usualGradient_.begin(), usualGradient_.end(), Vector3d());
+    std::fill(sharePull_.begin(), sharePull_.end(), Block());
     for (std::size_t j = 0; j < body_.joints.size(); ++j) {
         const SolvedJoint& joint = body_.joints[j];
-        Block& pull = usualPull_[j + 1];
-        Vector3d& gradient = usualGradient_[j + 1];
-        pull = {};
-        gradient = {};
         if (joint.parent == none) {
             continue; // the body as a whole may be turned in any way
         }
-        Vector3d v = toRotationVector(inverse(joint.usual) * stance.turns[j]);
-        Block jacobian = inverseRightJacobian(v) * transposed(axes_[j]);
-        Block scaled = jacobian;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const double weight = 1 / (joint.spread[axis] * joint.spread[axis]);
-            cost += 0.5 * weight * v[axis] * v[axis];
-            v[axis] *= weight;
-            for (std::size_t i = 0; i < 3; ++i) {
-                scaled(axis, i) *= weight;
-            }
-        }
-        pull = transposed(jacobian) * scaled;
-        gradient = -transposedTimes(jacobian, v);
+        cost += judgeUsual(j, stance.turns[j]);
         if (!limits) {
             continue;
         }
-        v = toRotationVector(stance.turns[j]);
+        const Vector3d v = toRotationVector(stance.turns[j]);
         Vector3d over;
         bool isOver = false;
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -170,8 +195,8 @@ double PoseProblem::judgeTurns(const Stance& stance) {
         if (!isOver) {
             continue;
         }
-        jacobian = inverseRightJacobian(v) * transposed(axes_[j]);
-        scaled = jacobian;
+        const Block jacobian = inverseRightJacobian(v) * transposed(axes_[j]);
+        Block scaled = jacobian;
         constexpr double weight = 1 / (limitSpread * limitSpread);
         for (std::size_t axis = 0; axis < 3; ++axis) {
             cost += 0.5 * weight * over[axis] * over[axis];
@@ -179,8 +204,8 @@ double PoseProblem::judgeTurns(const Stance& stance) {
                 scaled(axis, i) *= over[axis] != 0 ? weight : 0;
             }
         }
-        pull += transposed(jacobian) * scaled;
-        gradient = gradient - transposedTimes(jacobian, weight * over);
+        usualPull_[j + 1] += transposed(jacobian) * scaled;
+        usualGradient_[j + 1] = usualGradient_[j + 1] - transposedTimes(jacobian, weight * over);
     }
     return cost;
 }
@@ -237,6 +262,7 @@ void PoseProblem::fill() {
                         ? crossOf(load.first - load.weight * q)
                         : transposed(turnTurn(load, origins_[above[depth] - 1] - base, q));
         }
+        matrix_[begins_[node] + above.size() - 1] += sharePull_[node];
     }
 }
 

@@ -88,6 +88,7 @@ private:
     void place(const Stance& stance);
     double weigh(const Sightings& sightings);
     double judgeTurns(const Stance& stance);
+    double judgeUsual(std::size_t j, const Quaterniond& turn);
     void gather();
     void fill();
 
@@ -99,7 +100,10 @@ private:
     std::vector<Vector3d> origins_, places_, misses_;
     std::vector<double> weights_, trust_;
     std::vector<Load> loads_;
-    std::vector<Block> usualPull_; ///< what usual turns and limits add, in world axes
+    std::vector<Block> usualPull_;     ///< what usual turns and limits add, in world axes
+    std::vector<Block> sharePull_;     ///< what they add between a node and the one above it
+    std::vector<Vector3d> unusual_;    ///< turns of joints from their usual ones ...
+    std::vector<Block> unusualChange_; ///< ... and how these change with the nodes
     std::vector<Vector3d> usualGradient_;
     std::vector<Block> matrix_, lowers_; ///< blocks with the nodes above
     std::vector<Block> diagonals_, pivots_, inverses_;

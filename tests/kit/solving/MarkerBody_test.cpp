@@ -18,7 +18,8 @@ MarkerBody calibrated() {
     body.body.setLength("HipsDepth", 0.00002);
     body.markers[3].offset = {0.0123456789, -0.2, 0.3};
     body.markers[3].uncertainty = 0.004;
-    body.usualTurns = {{"LeftHand", {1, 2, 3}}};
+    body.usualTurns = {{"LeftHand", {1, 2, 3}, {4, 5.5, 6}}};
+    body.usualTurns[0].share[1] = {0.1, 0.2, 0.3};
     body.uncertainties = {{"LeftUpLeg", 0.005}};
     return body;
 }
@@ -50,6 +51,8 @@ TEST(MarkerBody, ComesBackFromTheActorsSavedDocument) {
     EXPECT_EQ(back.markers[3].uncertainty, 0.004);
     ASSERT_EQ(back.usualTurns.size(), 1U);
     EXPECT_EQ(back.usualTurns[0].turn, (Vector3d{1, 2, 3}));
+    EXPECT_EQ(back.usualTurns[0].spread, (Vector3d{4, 5.5, 6}));
+    EXPECT_EQ(back.usualTurns[0].share.rows, body.usualTurns[0].share.rows);
     ASSERT_EQ(back.uncertainties.size(), 1U);
     EXPECT_EQ(back.uncertainties[0].metres, 0.005);
 }
@@ -91,6 +94,10 @@ TEST(MarkerBody, SaysWhatIsWrongWithAnActor) {
     EXPECT_NE(reasonFor("MarkerBody.Markers.LKNE.Offset", "1 2 x").find("LKNE"), std::string::npos);
     EXPECT_NE(reasonFor("MarkerBody.Markers.LKNE.Segment", "Tail").find("Tail"), std::string::npos);
     EXPECT_NE(reasonFor("MarkerBody.Markers.LKNE.Spread", "0").find("Spread"), std::string::npos);
+    EXPECT_NE(reasonFor("MarkerBody.UsualSpreads.LeftHand", "1 0 1").find("LeftHand"),
+              std::string::npos);
+    EXPECT_NE(reasonFor("MarkerBody.SharedTurns.LeftHand.X", "1").find("LeftHand"),
+              std::string::npos);
     EXPECT_NE(reasonFor("MocapActor.BodyDimension.Height", "9").find("height"), std::string::npos);
     EXPECT_NE(reasonFor("MocapActor.BodyDimension.LeftArm", "long").find("LeftArm"),
               std::string::npos);

@@ -26,6 +26,19 @@ Stance randomStance(const Articulation& body, std::mt19937& random) {
     return stance;
 }
 
+/// Its joints go along with those above them, some more than others.
+BodyAssembly bodyThatSharesTurns() {
+    BodyAssembly assembly(someBody());
+    double share = 0.1;
+    for (SolvedJoint& joint : assembly.articulation.joints) {
+        if (joint.parent != none && joint.parent != 0) {
+            joint.share = {{share, 0.2, -0.1, 0, 2 * share, 0.3, -0.2, 0.1, -share}};
+            share += 0.05;
+        }
+    }
+    return assembly;
+}
+
 /// Every marker somewhere near its place.
 Sightings sightingsNear(const PoseProblem& problem, double noise, std::mt19937& random) {
     std::normal_distribution<double> normal(0, noise);
@@ -40,7 +53,7 @@ Sightings sightingsNear(const PoseProblem& problem, double noise, std::mt19937& 
 } // namespace
 
 TEST(PoseProblem, ItsGradientIsThatOfItsCost) {
-    const BodyAssembly assembly(someBody());
+    const BodyAssembly assembly = bodyThatSharesTurns();
     PoseProblem problem(assembly.articulation);
     PoseProblem moved(assembly.articulation);
     std::mt19937 random(3);
@@ -73,7 +86,7 @@ TEST(PoseProblem, ItsGradientIsThatOfItsCost) {
 }
 
 TEST(PoseProblem, AStepLeadsBackFromASmallChange) {
-    const BodyAssembly assembly(someBody());
+    const BodyAssembly assembly = bodyThatSharesTurns();
     PoseProblem problem(assembly.articulation);
     problem.threshold = std::numeric_limits<double>::infinity();
     problem.limits = false;

@@ -31,6 +31,11 @@ struct BodyMarker {
 struct UsualTurn {
     std::string joint;
     Vector3d turn; ///< rotation vector in degrees, from the T-pose
+    Vector3d spread =
+        {}; ///< how far it is from what is expected, in degrees; as people's if it is 0
+    /// How far it goes along with the joint above, as those of the spine do: turn of this joint per
+    /// turn of the upper one, as rotation vectors from how each is usually turned.
+    Matrix3d share = {{{{0, 0, 0}, {0, 0, 0}, {0, 0, 0}}}};
 };
 
 /// How well a length is known: one standard deviation, in metres.
