@@ -369,6 +369,9 @@ private:
         } else {
             addAnalogIf(analog_.empty(), perFrame, 1);
         }
+        if (!used) {
+            addAnalog(0, 0); // the header is alone with its channels
+        }
     }
 
     int votesFor(const AnalogShape& shape) const {
@@ -799,10 +802,14 @@ private:
         if (!first) {
             return;
         }
-        // The header has 16 bits of it, or as many as fit.
-        const bool same = *first == inHeader.value || std::fmod(*first, 65536) == inHeader.value ||
+        const auto isInLine = [&](double number) {
+            return last && *last - number + 1 == frameCount_;
+        };
+        const bool inLine = isInLine(*first);
+        // The header has 16 bits of it, or as many as fit; those that it lacks can be wrong.
+        const bool fits = std::fmod(*first, 65536) == inHeader.value ||
                           (*first > 65535 && inHeader.value == 65535);
-        const bool inLine = last && *last - *first + 1 == frameCount_;
+        const bool same = *first == inHeader.value || (fits && !isInLine(inHeader.value));
         if (std::abs(*first) < 1e12 && (same || inLine)) {
             layout_.firstFrame = static_cast<std::int64_t>(*first);
         }

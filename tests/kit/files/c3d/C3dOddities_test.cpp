@@ -486,6 +486,16 @@ TEST(C3dLongTakes, MayStartBeyondWhatTheHeaderCanSay) {
     EXPECT_EQ(readStrictly(file.bytes()).firstFrame, 2 * 65536 + 5);
 }
 
+TEST(C3dLongTakes, TheUpperHalfOfAStartFieldIsNotBelievedAgainstTheEnd) {
+    FileBuilder file;
+    file.standard().group(3, "TRIAL").integers(3, "ACTUAL_START_FIELD", {1, 1});
+    file.integers(3, "ACTUAL_END_FIELD", {4, 0});
+    const C3dTake take = readBytes(file.bytes());
+    EXPECT_EQ(take.frameCount, 4);
+    EXPECT_EQ(take.firstFrame, 1);
+    EXPECT_EQ(findingOn(take, "TRIAL:ACTUAL_START_FIELD")->found, "65537");
+}
+
 TEST(C3dLongTakes, AStaleStartFieldIsNotBelieved) {
     FileBuilder file = large();
     file.firstFrame = 11;
@@ -750,6 +760,17 @@ TEST(C3dAnalog, IsAsMuchAsTheHeaderSaysIfThereIsNoGroupOfIt) {
     ASSERT_EQ(take.channels.size(), 2U);
     EXPECT_EQ(take.channels[1].name, "*2");
     EXPECT_EQ(samplesAt(take, 4)[1], static_cast<float>(FileBuilder::stored(1, 4)));
+}
+
+TEST(C3dAnalog, OfTheHeaderAloneIsNotThereIfTheFileIsFullWithoutIt) {
+    FileBuilder file;
+    file.frames = 100;
+    for (const int words : {1, 2, 300}) {
+        const C3dTake take = readBytes(FileBuilder(file).standard().header(3, words).bytes());
+        EXPECT_TRUE(take.channels.empty());
+        EXPECT_EQ(take.frameCount, 100);
+        EXPECT_EQ(findingOn(take, "header word 3")->believed, "0");
+    }
 }
 
 TEST(C3dAnalog, ThatTheGroupDeniesIsThereIfItFillsTheFile) {
