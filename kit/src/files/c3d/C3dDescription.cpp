@@ -136,11 +136,20 @@ std::vector<C3dEvent> headerEvents(std::string_view bytes, C3dProcessor processo
     return events;
 }
 
-void reportEvents(const C3dParameters& parameters, std::size_t count, C3dJudge& judge) {
+/// Says where the number of events is not that of their times.
+void reportEvents(const C3dParameters& parameters, std::size_t count, std::size_t times,
+                  C3dJudge& judge) {
     const C3dParameter* const used = parameters.find("EVENT", "USED");
-    if (used != nullptr && used->size() > 0 && used->number() != static_cast<double>(count)) {
+    if (used == nullptr || used->size() == 0) {
+        return;
+    }
+    if (used->number() != static_cast<double>(count)) {
         judge.contradict({"EVENT:USED", used->offset, numberText(used->number()),
                           std::to_string(count), "there are as many times"});
+    } else if (times > count) {
+        judge.contradict({"EVENT:TIMES", offsetOf(parameters, "EVENT", "TIMES"),
+                          std::to_string(times) + " times", std::to_string(count),
+                          "EVENT:USED says so"});
     }
 }
 
@@ -153,6 +162,12 @@ void reportScales(const C3dParameters& parameters, std::size_t channels, C3dJudg
         judge.contradict({"ANALOG:SCALE", offsetOf(parameters, "ANALOG", "SCALE"),
                           std::to_string(scales) + " scales", std::to_string(channels),
                           "the others are 1"});
+    }
+    const std::size_t offsets = parameters.numbers("ANALOG", "OFFSET").size();
+    if (offsets > 0 && offsets < channels) {
+        judge.contradict({"ANALOG:OFFSET", offsetOf(parameters, "ANALOG", "OFFSET"),
+                          std::to_string(offsets) + " offsets", std::to_string(channels),
+                          "the others are 0"});
     }
     const std::vector<double> general = parameters.numbers("ANALOG", "GEN_SCALE");
     if (!general.empty() && (general[0] == 0 || !std::isfinite(general[0]))) {
@@ -230,6 +245,8 @@ std::vector<C3dRigidBody> bodiesOf(const C3dParameters& parameters, std::size_t 
     return bodies;
 }
 
+namespace {
+
 /// How many numbers state the time of an event: minutes and seconds, or in a plain list seconds
 /// alone. Where writers drop a last dimension of 1, a plain list of two numbers is a single event.
 std::size_t numbersPerEvent(const C3dParameters& parameters, const C3dParameter& times,
@@ -243,30 +260,40 @@ std::size_t numbersPerEvent(const C3dParameters& parameters, const C3dParameter&
     return times.size() == 2 && isSingle ? 2 : 1;
 }
 
-std::vector<C3dEvent> eventsOf(const C3dParameters& parameters) {
-    std::vector<C3dEvent> events;
+/// In seconds, whether there is an event for each of them or not.
+std::vector<double> timesOfEvents(const C3dParameters& parameters) {
+    std::vector<double> times;
     const C3dParameter* const first = parameters.find("EVENT", "TIMES");
     if (first == nullptr || first->type == C3dType::Text) {
-        return events;
+        return times;
     }
-    const std::vector<double> times = parameters.numbers("EVENT", "TIMES");
+    const std::vector<double> numbers = parameters.numbers("EVENT", "TIMES");
+    const std::size_t width =
+        numbersPerEvent(parameters, *first, parameters.texts("EVENT", "LABELS").size());
+    for (std::size_t i = 0; i + width <= numbers.size(); i += width) {
+        times.push_back((width == 2 ? numbers[i] * 60 : 0) + numbers[i + width - 1]);
+    }
+    return times;
+}
+
+} // namespace
+
+std::vector<C3dEvent> eventsOf(const C3dParameters& parameters) {
+    const std::vector<double> times = timesOfEvents(parameters);
     const std::vector<std::string> labels = parameters.texts("EVENT", "LABELS");
     const std::vector<std::string> contexts = parameters.texts("EVENT", "CONTEXTS");
     const std::vector<std::string> subjects = parameters.texts("EVENT", "SUBJECTS");
-    const std::size_t width = numbersPerEvent(parameters, *first, labels.size());
-    std::size_t count = times.size() / width;
+    std::size_t count = times.size();
     const C3dParameter* const used = parameters.find("EVENT", "USED");
     if (used != nullptr && used->size() > 0 && used->number() >= 0) {
         count = std::min(count, static_cast<std::size_t>(std::min(used->number(), 1e6)));
     }
+    std::vector<C3dEvent> events(count);
     for (std::size_t i = 0; i < count; ++i) {
-        C3dEvent event;
-        event.label = textAt(labels, i);
-        event.context = textAt(contexts, i);
-        event.subject = textAt(subjects, i);
-        const double minutes = width == 2 ? times[i * 2] : 0;
-        event.time = minutes * 60 + times[i * width + width - 1];
-        events.push_back(std::move(event));
+        events[i].label = textAt(labels, i);
+        events[i].context = textAt(contexts, i);
+        events[i].subject = textAt(subjects, i);
+        events[i].time = times[i];
     }
     return events;
 }
@@ -300,10 +327,11 @@ C3dInfo describe(std::string_view bytes, const C3dSection& section, const C3dLay
     info.bodiesPerFrame = bodies == 0 ? 0 : static_cast<int>(layout.bodiesPerFrame);
     reportLabels(parameters, "POINT", markers, judge);
     reportLabels(parameters, "ANALOG", channels, judge);
+    reportLabels(parameters, "ROTATION", bodies, judge);
     reportScales(parameters, channels, judge);
     info.events = headerEvents(bytes, layout.processor, judge);
     std::vector<C3dEvent> events = eventsOf(parameters);
-    reportEvents(parameters, events.size(), judge);
+    reportEvents(parameters, events.size(), timesOfEvents(parameters).size(), judge);
     std::move(events.begin(), events.end(), std::back_inserter(info.events));
     const C3dParameter* const stated = parameters.find("POINT", "UNITS");
     info.unit = unitOf(stated == nullptr ? std::string() : stated->text());

@@ -37,6 +37,16 @@ const std::vector<KnownGroup>& knownGroups() {
     return groups;
 }
 
+/// Whether a group is one of those, and has such a parameter.
+bool isKnown(std::string_view group, std::string_view parameter) {
+    const auto& all = knownGroups();
+    return std::any_of(all.begin(), all.end(), [&](const KnownGroup& known) {
+        const auto& names = known.parameters;
+        return group == known.name &&
+               std::find(names.begin(), names.end(), parameter) != names.end();
+    });
+}
+
 bool isOneLetterOff(std::string_view a, std::string_view b) {
     int different = 0;
     for (std::size_t i = 0; a.size() == b.size() && i < a.size(); ++i) {
@@ -53,6 +63,7 @@ public:
     void mend() {
         nameGroups();
         moveLost();
+        moveMisfiled();
         for (const C3dGroup& group : groups_) {
             if (group.offset == 0) {
                 find("group " + std::to_string(group.id), firstOf(group),
@@ -158,7 +169,9 @@ private:
     // Parameters of a number that no group has, among those of one group.
 
     void moveLost() {
-        const std::vector<Place> places = placesOfRecords();
+        const bool isAnyLost = std::any_of(groups_.begin(), groups_.end(),
+                                           [](const C3dGroup& group) { return group.offset == 0; });
+        const std::vector<Place> places = isAnyLost ? placesOfRecords() : std::vector<Place>();
         for (C3dGroup& group : groups_) {
             auto& lost = group.parameters;
             if (group.offset != 0 || lost.size() > mostLost) {
@@ -190,13 +203,38 @@ private:
         C3dGroup* group; ///< that the record there describes or belongs to
     };
 
-    /// Of the groups that have a record, in the order of the file; nothing if nothing is lost.
+    // Parameters that one group lacks, lie among its others, and have the number of another group.
+
+    void moveMisfiled() {
+        for (const KnownGroup& known : knownGroups()) {
+            for (const char* const name : known.parameters) {
+                const bool isMissing = section_.parameters.find(known.name) != nullptr &&
+                                       section_.parameters.find(known.name, name) == nullptr;
+                for (std::size_t i = 0; isMissing && i < groups_.size(); ++i) {
+                    moveMisfiled(groups_[i], known.name, name);
+                }
+            }
+        }
+    }
+
+    void moveMisfiled(C3dGroup& from, const char* groupName, const char* name) {
+        const bool isCandidate = from.offset != 0 && !isKnown(from.name, name);
+        const C3dParameter* const found = isCandidate ? from.find(name) : nullptr;
+        C3dGroup* const home = found == nullptr ? nullptr : homeAmong(*found, placesOfRecords());
+        if (home != nullptr && home != &from && home->name == groupName) {
+            find(home->name + ":" + name, found->offset + 1, "a parameter of " + from.name,
+                 home->name, "it lies among the parameters of this one");
+            const auto at = from.parameters.begin() + (found - from.parameters.data());
+            insert(*home, std::move(*at));
+            from.parameters.erase(at);
+        }
+    }
+
+    /// Of the groups that have a record, in the order of the file.
     std::vector<Place> placesOfRecords() {
         std::vector<Place> places;
-        const bool isAnyLost = std::any_of(groups_.begin(), groups_.end(),
-                                           [](const C3dGroup& group) { return group.offset == 0; });
         for (C3dGroup& group : groups_) {
-            if (!isAnyLost || group.offset == 0) {
+            if (group.offset == 0) {
                 continue;
             }
             places.push_back({group.offset, &group});
@@ -209,12 +247,18 @@ private:
         return places;
     }
 
-    /// The group of the record before a parameter, if that of the one behind it is the same.
-    C3dGroup* homeOf(const C3dParameter& parameter, const std::vector<Place>& places) const {
+    /// The groups of the records before and behind a parameter, and whether the latter describes
+    /// its group.
+    struct Neighbours {
+        C3dGroup* before = nullptr;
+        C3dGroup* after = nullptr;
+        bool isNewGroup = false;
+    };
+    Neighbours neighboursOf(const C3dParameter& parameter, const std::vector<Place>& places) const {
         const auto at = recordAt(parameter.offset);
         const auto end = section_.records.end();
         if (at == section_.records.begin() || at == end || at + 1 == end) {
-            return nullptr;
+            return {};
         }
         const auto groupAt = [&places](std::uint64_t offset) -> C3dGroup* {
             const auto found = std::lower_bound(
@@ -222,8 +266,21 @@ private:
                 [](const Place& place, std::uint64_t start) { return place.offset < start; });
             return found != places.end() && found->offset == offset ? found->group : nullptr;
         };
-        C3dGroup* const before = groupAt((at - 1)->start);
-        return before == groupAt((at + 1)->start) ? before : nullptr;
+        C3dGroup* const after = groupAt((at + 1)->start);
+        const bool isNewGroup = after != nullptr && after->offset == (at + 1)->start;
+        return {groupAt((at - 1)->start), after, isNewGroup};
+    }
+
+    /// The group between whose records a parameter lies; null if there is none.
+    C3dGroup* homeAmong(const C3dParameter& parameter, const std::vector<Place>& places) const {
+        const Neighbours neighbours = neighboursOf(parameter, places);
+        return neighbours.before == neighbours.after ? neighbours.before : nullptr;
+    }
+
+    /// The same, or the one behind whose records it lies, and before another group.
+    C3dGroup* homeOf(const C3dParameter& parameter, const std::vector<Place>& places) const {
+        const Neighbours neighbours = neighboursOf(parameter, places);
+        return neighbours.isNewGroup ? neighbours.before : homeAmong(parameter, places);
     }
 
     // Names.

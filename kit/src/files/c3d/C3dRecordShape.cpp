@@ -117,6 +117,18 @@ int C3dRecordShapes::meritOf(std::uint64_t start, const C3dPatch& patch) const {
     return isLinked ? likeness(*record) : 0;
 }
 
+int C3dRecordShapes::groupBehind(std::uint64_t start) const {
+    C3dRecordShape record;
+    record.start = start;
+    record.nameLength = static_cast<std::uint64_t>(std::abs(signedByte(start)));
+    if (record.content() > bytes_.size()) {
+        return 0;
+    }
+    record.distance = wordAt(&bytes_[record.pointer()], processor_);
+    const auto next = record.distance == 0 ? std::nullopt : at(record.stated());
+    return next && !next->isGroup() && next->isWhole() ? next->group : 0;
+}
+
 std::optional<C3dPatch> C3dRecordShapes::findPatch(std::uint64_t start, int guessedGroup) const {
     if (start + 4 > bytes_.size()) {
         return std::nullopt;
@@ -138,9 +150,13 @@ std::optional<C3dPatch> C3dRecordShapes::findPatch(std::uint64_t start, int gues
     };
     const auto length = static_cast<std::uint64_t>(std::abs(signedByte(start)));
     const std::uint64_t type = start + 2 + length + 2;
-    if (signedByte(start + 1) == 0) {
+    if (signedByte(start + 1) <= 0) {
         consider(start + 1, guessedGroup);
-    } else if (signedByte(start + 1) > 0 && length > 0 && type + 2 <= bytes_.size()) {
+    }
+    if (signedByte(start + 1) >= 0) {
+        consider(start + 1, -groupBehind(start));
+    }
+    if (signedByte(start + 1) > 0 && length > 0 && type + 2 <= bytes_.size()) {
         for (const int known : {-1, 4, 2, 1}) {
             consider(type, known);
         }

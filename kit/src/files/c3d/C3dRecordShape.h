@@ -71,10 +71,14 @@ public:
 
     /// The one byte of its group's number, its type, its shape or its name's length without which
     /// the record that starts there would be whole, and lead to the next one; none if there is
-    /// none. The number of the group can only be guessed.
+    /// none. The number of the group is that of the record behind a group, and can only be guessed
+    /// of a parameter.
     std::optional<C3dPatch> findPatch(std::uint64_t start, int guessedGroup) const;
 
 private:
+    /// The number of the group whose parameter comes behind the record that starts there; 0 if none
+    /// does.
+    int groupBehind(std::uint64_t start) const;
     int likeness(const C3dRecordShape& record) const;
     /// How likely a patch makes the record that starts there what it was; 0 if it does not.
     int meritOf(std::uint64_t start, const C3dPatch& patch) const;

@@ -170,10 +170,17 @@ private:
     /// distance is wrong.
     std::optional<C3dPatch> patchAt(std::uint64_t at, const std::optional<C3dRecordShape>& record) {
         const bool isClear = record && (isAllThere(*record) || looksLikeRecord(record->end));
-        if (isClear || ++doubted_ > maxDoubted) {
+        if ((isClear && !isParameter(*record)) || ++doubted_ > maxDoubted) {
             return std::nullopt;
         }
         return shapes_.findPatch(at, lastGroup_);
+    }
+
+    /// Whether what says it is a group would be a whole parameter of the last group.
+    bool isParameter(const C3dRecordShape& record) const {
+        const auto other =
+            shapes_.at(record.start, {record.start + 1, static_cast<std::uint8_t>(lastGroup_)});
+        return record.isGroup() && other && other->distance != 0 && other->isWhole();
     }
 
     /// Whether a record lacks nothing but its description, or is followed by nothing but zeros.

@@ -10,6 +10,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 // Files of which a byte has changed: what lies behind it is not lost, and what was lost is told.
 
@@ -189,12 +190,43 @@ TEST(C3dDamage, ToTheNumberOfAGroupKeepsItsParametersUnderItsName) {
         EXPECT_FALSE(take.report.empty()) << number;
         EXPECT_EQ(written(take), changed) << number;
     }
-    std::string changed = bytes; // the number of a parameter
-    const std::size_t rate = startOf(whole, "POINT", "RATE");
-    for (const int number : {0, 9}) {
-        changed[rate + 1] = static_cast<char>(number);
-        EXPECT_EQ(lostOf(whole, readBytes(changed)), 0U) << number;
+    for (const int number : {0, 1, 126}) { // those of parameters
+        std::string changed = bytes;
+        changed[group + 1] = static_cast<char>(number);
+        const C3dTake take = readBytes(changed);
+        EXPECT_EQ(lostOf(whole, take), 0U) << number;
+        EXPECT_FALSE(take.report.empty()) << number;
+        EXPECT_EQ(written(take), changed) << number;
     }
+}
+
+TEST(C3dDamage, ToTheGroupOfAParameterIsSeenByWhereItLies) {
+    const std::string bytes = file().bytes();
+    const C3dTake whole = readBytes(bytes);
+    // In the middle of its group, and at its end; of none, of another one, and as a group itself.
+    for (const auto& [group, name, number] : {std::tuple("POINT", "RATE", 0),
+                                              {"POINT", "RATE", 9},
+                                              {"POINT", "RATE", -2},
+                                              {"POINT", "RATE", -127},
+                                              {"ANALOG", "GEN_SCALE", 3},
+                                              {"ANALOG", "GEN_SCALE", -3},
+                                              {"TRIAL", "ACTUAL_END_FIELD", 99},
+                                              {"TRIAL", "ACTUAL_END_FIELD", -99}}) {
+        std::string changed = bytes;
+        changed[startOf(whole, group, name) + 1] = static_cast<char>(number);
+        const C3dTake take = readBytes(changed);
+        EXPECT_EQ(lostOf(whole, take), 0U) << group << ":" << name << " of " << number;
+        EXPECT_FALSE(take.report.empty()) << number;
+        EXPECT_EQ(written(take), changed) << number;
+    }
+}
+
+TEST(C3dDamage, IsNotThatParametersOfTwoGroupsLieBetweenEachOther) {
+    FileBuilder builder = file(); // both have such a parameter, but not in this file
+    builder.text(2, "FIRST", "a").text(1, "DESCRIPTIONS", "b").text(2, "LAST", "c");
+    const C3dTake take = readStrictly(builder.bytes());
+    EXPECT_EQ(take.parameters.find("POINT", "DESCRIPTIONS")->text(), "b");
+    EXPECT_EQ(take.parameters.find("ANALOG", "DESCRIPTIONS"), nullptr);
 }
 
 TEST(C3dDamage, ToALetterOfANameThatEveryFileHasIsSeenThrough) {

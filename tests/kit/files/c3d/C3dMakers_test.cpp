@@ -132,6 +132,16 @@ TEST(C3dMakers, MayDescribeMoreOrFewerThanThereAre) {
     EXPECT_EQ(take.channels[3].description, "d");
 }
 
+TEST(C3dMakers, MayStateFewerOffsetsThanChannels) {
+    FileBuilder file = analogFile();
+    file.standard().without("OFFSET").integers(2, "OFFSET", {10, 20});
+    const C3dTake take = readBytes(file.bytes());
+    expectSamples(take, file);
+    EXPECT_EQ(take.channels[1].offset, 20);
+    EXPECT_EQ(take.channels[2].offset, 0);
+    EXPECT_EQ(findingOn(take, "ANALOG:OFFSET")->found, "2 offsets");
+}
+
 TEST(C3dMakers, MayNumberWhatHasNoLabel) {
     FileBuilder file;
     file.standard().without("LABELS").texts(1, "LABELS", {"Ann:LFHD", "*1", "U_2"});
@@ -187,6 +197,7 @@ TEST(C3dMakers, MayStateMoreTimesThanEventsAndHideSomeInTheHeader) {
     EXPECT_TRUE(take.events[0].shown);
     EXPECT_FALSE(take.events[1].shown);
     EXPECT_EQ(take.events[0].label, "RHS");
+    EXPECT_EQ(findingOn(take, "EVENT:TIMES")->found, "3 times");
     EXPECT_EQ(take.events[3].time, 62.25);
     EXPECT_EQ(take.events[3].context, "Left");
     EXPECT_NE(take.parameters.find("EVENT_CONTEXT", "LABELS"), nullptr);
