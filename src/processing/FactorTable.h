@@ -5,11 +5,13 @@
 
 #include <tsignal/Signal.h>
 
+#include <algorithm>
 #include <any>
 #include <functional>
 #include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace tarn {
 
@@ -21,8 +23,10 @@ class CallableTable {
 public:
     struct Entry {
         Function function;
-        int calls = 0;              ///< how many of it are running
-        std::shared_ptr<void> self; ///< the entry's own node, once it was taken out while it ran
+        int calls = 0;                  ///< how many of it are running
+        bool isTableGone = false;       ///< the table was destroyed while it ran
+        CallableTable* table = nullptr; ///< from which it was taken out while it ran
+        std::shared_ptr<void> self;     ///< the entry's own node since then
     };
 
     /// A call of an entry, for as long as this lives.
@@ -41,6 +45,10 @@ public:
         // On its own, as it is rare, to keep what is called all the time small.
         [[gnu::noinline]] static void letGo(Entry& entry) {
             const std::shared_ptr<void> last = std::move(entry.self);
+            if (!entry.isTableGone) {
+                std::vector<Entry*>& out = entry.table->takenOut_;
+                out.erase(std::find(out.begin(), out.end(), &entry));
+            }
         }
 
         Entry& entry_;
@@ -52,6 +60,9 @@ public:
     ~CallableTable() {
         while (!entries_.empty()) {
             takeOut(entries_.begin());
+        }
+        for (Entry* const entry : takenOut_) {
+            entry->isTableGone = true;
         }
     }
 
@@ -86,12 +97,15 @@ private:
             return entries_.extract(entry);
         }
         const auto kept = std::make_shared<Node>();
+        takenOut_.push_back(&entry->second);
         *kept = entries_.extract(entry);
+        kept->mapped().table = this;
         kept->mapped().self = kept;
         return {};
     }
 
     Entries entries_;
+    std::vector<Entry*> takenOut_; ///< those that still run
 };
 
 /// The numbered tunable parameters of a solver or calibrator.
@@ -103,11 +117,6 @@ public:
     FactorTable() = default;
     FactorTable(const FactorTable&) = delete;
     FactorTable& operator=(const FactorTable&) = delete;
-    ~FactorTable() {
-        for (Setting* setting = setting_; setting != nullptr; setting = setting->outer) {
-            setting->isTableGone = true;
-        }
-    }
 
     /// Creates or replaces the getter and the setter of a factor; an empty one leaves what is
     /// there.
@@ -142,12 +151,9 @@ public:
             return true;
         }
         const CallableTable<Setter>::Call call(*setter);
-        {
-            Setting setting(*this);
-            setter->function(value);
-            if (setting.isTableGone) {
-                return false;
-            }
+        setter->function(value);
+        if (setter->isTableGone) {
+            return false;
         }
         if (isQueriable(id)) {
             announce(id);
@@ -163,31 +169,12 @@ public:
     tsignal::Signal<int>& onChanged() { return onChanged_; }
 
 private:
-    /// A setter that runs, known to its table, which tells it when it goes.
-    struct Setting {
-        explicit Setting(FactorTable& itsTable) : table(itsTable), outer(itsTable.setting_) {
-            table.setting_ = this;
-        }
-        Setting(const Setting&) = delete;
-        Setting& operator=(const Setting&) = delete;
-        ~Setting() {
-            if (!isTableGone) {
-                table.setting_ = outer;
-            }
-        }
-
-        FactorTable& table;
-        Setting* const outer;
-        bool isTableGone = false;
-    };
-
     // On its own, for the same reason: many factors are never announced.
     [[gnu::noinline]] void announce(int id) { onChanged_.emit(id); }
 
     tsignal::Signal<int> onChanged_;
     CallableTable<Getter> getters_;
     CallableTable<Setter> setters_;
-    Setting* setting_ = nullptr; ///< the innermost that runs
 };
 
 } // namespace tarn
