@@ -86,10 +86,10 @@ std::string utcNow() {
     const auto milliseconds =
         std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
     const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
-    std::tm parts = {};
-    ::gmtime_r(&seconds, &parts);
+    std::tm utc = {};
+    ::gmtime_r(&seconds, &utc);
     std::array<char, 40> day = {};
-    std::strftime(day.data(), day.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+    std::strftime(day.data(), day.size(), "%Y-%m-%dT%H:%M:%S", &utc);
     std::array<char, 48> text = {};
     std::snprintf(text.data(), text.size(), "%s.%03dZ", day.data(),
                   static_cast<int>(milliseconds % 1000));
