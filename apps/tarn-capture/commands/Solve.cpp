@@ -82,10 +82,9 @@ std::shared_ptr<Settings> solveOne(const SolveCommand& options, const std::strin
     {
         ProgressBar bar(stderr, countOf(range));
         try {
-            solved = solveTrial(trial, range, body, options.how, [&] {
-                bar.advance();
-                return !interrupt.isRequested();
-            });
+            solved = solveTrial(
+                trial, range, body, options.how, [&] { return interrupt.isRequested(); },
+                [&] { bar.advance(); });
         } catch (const kit::MarkerBodyError& error) {
             throw std::runtime_error(fmt::format("{}: {}", kit::printable(file), error.what()));
         }

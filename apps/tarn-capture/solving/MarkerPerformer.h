@@ -42,7 +42,7 @@ public:
 
     std::int64_t numberOf(int frame) const override { return trial_.numberOf(frame); }
     std::shared_ptr<const kit::Rig> rig() const override { return rig_; }
-    Solver& solver() override { return solver_; }
+    kit::MarkerSolver& solver() override { return solver_; }
     BodyLengths lengths() const override;
     bool needsCalibration() const override { return calibrator_ != nullptr; }
     int fittingSteps() const override;
@@ -53,12 +53,14 @@ public:
     void describe(Settings& character) override;
     std::string report() override;
 
+    /// What was recorded, with its fits, with bodies in metres; made when it is first asked for
+    /// after the take has played.
+    const SolvedTrial& solved();
+
 private:
     /// The rig of the solver's body, in the session's space.
     void takeRig();
     void keepFit(const Frame& body);
-    /// What was recorded, with its fits; made when it is first asked for after the take has played.
-    const SolvedTrial& solved();
     const SolveSummary& summary();
 
     MarkerTrial trial_;

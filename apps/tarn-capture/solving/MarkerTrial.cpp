@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <map>
 #include <stdexcept>
 #include <utility>
@@ -100,6 +101,24 @@ FrameRange MarkerTrial::chosen(const std::optional<FrameChoice>& choice) const {
             fmt::format("--frames: {} has frames {}..{}", kit::printable(file_), first, last));
     }
     return {static_cast<int>(from - first), static_cast<int>(to - first)};
+}
+
+MarkerTrial MarkerTrial::trialOf(FrameRange range) const {
+    MarkerTrial part = *this;
+    const auto rate = static_cast<unsigned>(take_.tracks->fps());
+    std::vector<std::shared_ptr<Frame>> frames;
+    frames.reserve(static_cast<std::size_t>(countOf(range)));
+    for (int i = range.first; i <= range.last; ++i) {
+        const auto frame = take_.tracks->getFrame(i, kit::markerDataType);
+        const Time time(static_cast<unsigned>(i - range.first), rate);
+        frames.push_back(
+            std::make_shared<Frame>(time, kit::markerDataType, frame->dataAs<kit::MarkerFrame>()));
+    }
+    part.take_.tracks = kit::takeOf(kit::markerDataType, std::move(frames), take_.tracks->fps());
+    part.take_.frameCount = countOf(range);
+    part.take_.firstFrame = numberOf(range.first);
+    part.take_.source = nullptr;
+    return part;
 }
 
 std::shared_ptr<Tracks> MarkerTrial::part(FrameRange range) const {

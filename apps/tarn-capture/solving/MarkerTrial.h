@@ -48,6 +48,8 @@ public:
     FrameRange chosen(const std::optional<FrameChoice>& choice) const;
     /// A take of its own of these frames.
     std::shared_ptr<Tracks> part(FrameRange range) const;
+    /// A trial of its own of these frames, stamped from 0 on; the file's numbers stay.
+    MarkerTrial trialOf(FrameRange range) const;
 
 private:
     void choose(std::string subject);

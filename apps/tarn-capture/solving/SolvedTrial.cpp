@@ -3,82 +3,19 @@
 
 #include "solving/SolvedTrial.h"
 
+#include "solving/MarkerPerformer.h"
 #include "support/Errors.h"
 
 #include <fmt/format.h>
-#include <tarn/Character.h>
-#include <tarn_kit/body/Payload.h>
+#include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Text.h>
-#include <tarn_kit/session/Playback.h>
-#include <tarn_kit/solving/MarkerSolver.h>
+#include <tarn_kit/session/Session.h>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace tarn::capture {
-
-namespace {
-
-/// A character whose take plays and whose solver solves what it shows.
-class Stage {
-public:
-    Stage(const MarkerTrial& trial, FrameRange range, kit::MarkerSolver& solver,
-          SolvedTrial& solved)
-        : range_(range), solver_(solver), solved_(solved), character_("solve", trial.name()),
-          take_(trial.part(range)), rate_(trial.exactRate()) {
-        character_.setSolver(&solver_);
-        character_.setTracks(take_);
-        connection_ = character_.onFrame().connect(
-            &character_, [this](const std::shared_ptr<Timeline>& shown) { solve(*shown); });
-    }
-    ~Stage() {
-        connection_();
-        character_.setTracks(nullptr);
-        character_.setSolver(nullptr);
-    }
-    Stage(const Stage&) = delete;
-    Stage& operator=(const Stage&) = delete;
-
-    void play(bool live, const std::function<bool()>& goOn) {
-        // At the take's own rate, so that every frame is shown once.
-        kit::Playback playback(*take_, rate_, rate_);
-        const auto stop = [&] { return !goOn(); };
-        if (live) {
-            playback.runInRealTime(stop);
-        } else {
-            playback.run(stop);
-        }
-    }
-
-private:
-    void solve(Timeline& shown) {
-        const auto frame = shown.frame(kit::markerDataType);
-        const int index = range_.first + take_->currentTime();
-        if (frame == nullptr || (!solved_.frames.empty() && solved_.frames.back().index == index)) {
-            return;
-        }
-        solver_.clearInput();
-        solver_.clearOutput();
-        solver_.addInput(frame);
-        if (!solver_.evaluate()) {
-            return;
-        }
-        const auto newest = [&](int type) { return solver_.getOutput(type)->getFrame(0); };
-        solved_.frames.push_back({index, kit::payloadOf<kit::BodyPose>(newest(kit::bodyDataType)),
-                                  kit::payloadOf<kit::MarkerFit>(newest(kit::markerFitDataType)),
-                                  kit::payloadOf<kit::MarkerFrame>(frame)});
-    }
-
-    FrameRange range_;
-    kit::MarkerSolver& solver_;
-    SolvedTrial& solved_;
-    Character character_;
-    std::shared_ptr<Tracks> take_;
-    kit::Rate rate_;
-    tsignal::Disconnector connection_;
-};
-
-} // namespace
 
 SolvedTrial trialSolvedBy(const kit::MarkerSolver& solver, const MarkerTrial& trial) {
     SolvedTrial solved;
@@ -93,16 +30,30 @@ SolvedTrial trialSolvedBy(const kit::MarkerSolver& solver, const MarkerTrial& tr
 }
 
 SolvedTrial solveTrial(const MarkerTrial& trial, FrameRange range, const kit::MarkerBody& body,
-                       const SolveOptions& options, const std::function<bool()>& goOn) {
-    kit::MarkerSolver solver(trial.name(), body, {trial.names(), trial.metresPerUnit()});
+                       const SolveOptions& options, const std::function<bool()>& stopRequested,
+                       const std::function<void()>& advanced) {
+    const auto clock = std::make_shared<kit::SteadyClock>();
+    auto device = std::make_unique<kit::ReplayDevice>(trial.name(), clock);
+    MarkerTrial part = trial.trialOf(range);
+    device->open(part.take());
+    device->setSpeed(options.live ? 1 : 0);
+    const CastMember member{{trial.subject(), trial.name()}, body, std::nullopt};
+    std::unique_ptr<MarkerPerformer> performer;
+    kit::Session session; // goes first
+    performer = std::make_unique<MarkerPerformer>(
+        session, std::move(part), member, MarkerDevice{std::move(device), clock, 0}, kit::Space());
     for (const std::string& marker : options.without) {
-        if (!solver.leaveOut(marker)) {
+        if (!performer->solver().leaveOut(marker)) {
             throw UsageError(
                 fmt::format("--without {}: the actor has no such marker", kit::printable(marker)));
         }
     }
-    SolvedTrial solved = trialSolvedBy(solver, trial);
-    Stage(trial, range, solver, solved).play(options.live, goOn);
+    performer->beginPlay();
+    session.play(stopRequested, advanced);
+    SolvedTrial solved = performer->solved();
+    for (SolvedFrame& frame : solved.frames) {
+        frame.index += range.first;
+    }
     return solved;
 }
 

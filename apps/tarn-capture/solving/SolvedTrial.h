@@ -45,10 +45,12 @@ struct SolveOptions {
     bool live = false; ///< at the pace of the take
 };
 
-/// Plays frames of a trial through a character and its solver. `goOn` is asked at each frame; a no
-/// ends it with what there is. Throws `kit::MarkerBodyError` if the trial has none of the body's
-/// markers, and `UsageError` if the body has no marker that is to be left out.
+/// Sends frames of a trial from a device through a session with one performer, who is solved.
+/// `stopRequested` is asked again and again; a yes ends it with what there is. `advanced` is called
+/// after each frame. Throws `kit::MarkerBodyError` if the trial has none of the body's markers, and
+/// `UsageError` if the body has no marker that is to be left out.
 SolvedTrial solveTrial(const MarkerTrial& trial, FrameRange range, const kit::MarkerBody& body,
-                       const SolveOptions& options, const std::function<bool()>& goOn);
+                       const SolveOptions& options, const std::function<bool()>& stopRequested,
+                       const std::function<void()>& advanced);
 
 } // namespace tarn::capture
