@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "session/TakeFile.h"
 #include "solving/MarkerTrial.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
@@ -108,7 +109,8 @@ void print(const kit::CalibrationReport& report) {
 int calibrate(const CalibrateOptions& options) {
     const kit::MarkerSet set = kit::MarkerSet::load(options.markers);
     refuseToOverwrite(options.trial, options.out, "--out");
-    const MarkerTrial trial(options.trial, options.subject, namesOf(set));
+    const MarkerTrial trial(options.trial, options.subject, namesOf(set),
+                            takeNameOf(options.trial));
     const Interrupt interrupt;
 
     kit::MarkerSource source{trial.names(), trial.metresPerUnit()};

@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "session/TakeFile.h"
 #include "solving/MarkerTrial.h"
 #include "support/Errors.h"
 
@@ -44,7 +45,7 @@ bool checkTrial(const kit::MarkerSet& set, const MarkersOptions& options) {
     for (const kit::MarkerPlace& marker : set.markers) {
         wanted.push_back(marker.name);
     }
-    const MarkerTrial trial(*options.trial, options.subject, wanted);
+    const MarkerTrial trial(*options.trial, options.subject, wanted, takeNameOf(*options.trial));
     const auto isIn = [](const std::vector<std::string>& names, const std::string& name) {
         return std::find(names.begin(), names.end(), name) != names.end();
     };

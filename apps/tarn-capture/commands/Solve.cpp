@@ -4,6 +4,8 @@
 #include "commands/Commands.h"
 
 #include "session/ActorDocument.h"
+#include "session/EachTake.h"
+#include "session/TakeFile.h"
 #include "solving/MarkerTrial.h"
 #include "solving/SolveFiles.h"
 #include "solving/SolvePicture.h"
@@ -20,10 +22,11 @@
 #include <tarn_draw/canvas/Picture.h>
 #include <tarn_kit/files/Text.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -44,6 +47,8 @@ struct SolveCommand {
     bool noPictures = false;
 };
 
+fs::path reportFileIn(const std::string& directory) { return fs::path(directory) / "solve.xml"; }
+
 kit::MarkerBody bodyIn(const std::string& file) {
     Actor actor;
     loadActor(actor, file);
@@ -63,20 +68,25 @@ std::vector<std::string> namesOf(const kit::MarkerBody& body) {
     return names;
 }
 
-/// Trials of one name would write over each other's files.
-void refuseEqualNames(const std::vector<std::string>& trials) {
-    std::set<std::string> names;
-    for (const std::string& trial : trials) {
-        if (!names.insert(fs::path(trial).stem().string()).second) {
-            throw UsageError(fmt::format("{}: two trials of that name", kit::printable(trial)));
-        }
+constexpr const char* endings[] = {".bvh", ".joints.csv", ".markers.csv", ".png"};
+
+/// Nothing that is read may be written over.
+void refuseToOverwriteInputs(const SolveCommand& options, const std::vector<std::string>& names) {
+    std::vector<std::string> outputs = {reportFileIn(options.out).string()};
+    for (const char* const ending : endings) {
+        const auto files = filesIn(options.out, names, ending);
+        outputs.insert(outputs.end(), files.begin(), files.end());
     }
+    auto inputs = options.trials;
+    inputs.push_back(options.actor);
+    refuseToOverwrite(inputs, outputs, "--out");
 }
 
 /// Solves one trial and writes its files; its part of the report. Empty if it was told to stop.
 std::shared_ptr<Settings> solveOne(const SolveCommand& options, const std::string& file,
-                                   const kit::MarkerBody& body, const Interrupt& interrupt) {
-    const MarkerTrial trial(file, options.subject, namesOf(body));
+                                   const std::string& name, const kit::MarkerBody& body,
+                                   const Interrupt& interrupt) {
+    const MarkerTrial trial(file, options.subject, namesOf(body), name);
     const FrameRange range = trial.chosen(options.frames);
     SolvedTrial solved;
     {
@@ -108,11 +118,12 @@ std::shared_ptr<Settings> solveOne(const SolveCommand& options, const std::strin
 }
 
 int solve(const SolveCommand& options) {
-    refuseEqualNames(options.trials);
+    checkInputs(options.trials);
+    refuseStandardOutput(options.out, "--out");
+    const auto names = uniqueTakeNames(options.trials);
+    refuseToOverwriteInputs(options, names);
     const kit::MarkerBody body = bodyIn(options.actor);
     makeDirectory(options.out);
-    const fs::path reportFile = fs::path(options.out) / "solve.xml";
-    refuseToOverwrite(options.actor, reportFile, "--out");
     const Interrupt interrupt;
     const draw::ScopedFonts fonts;
     Settings report;
@@ -121,18 +132,22 @@ int solve(const SolveCommand& options) {
         report.addValue("Solve.Without", kit::printable(marker));
     }
     int number = 0;
-    for (const std::string& trial : options.trials) {
-        const auto part = solveOne(options, trial, body, interrupt);
-        if (part == nullptr) {
-            return interrupt.exitCode();
+    const int exitCode = forEachTake(options.trials, [&](std::size_t i) {
+        if (interrupt.isRequested()) {
+            return;
         }
-        report.addSubSettings(fmt::format("Solve.Trials.Trial{}", ++number), part);
+        if (const auto part = solveOne(options, options.trials[i], names[i], body, interrupt)) {
+            report.addSubSettings(fmt::format("Solve.Trials.Trial{}", ++number), part);
+        }
+    });
+    if (interrupt.isRequested()) {
+        return interrupt.exitCode();
     }
-    if (!report.saveSettingsToFile(reportFile.string())) {
-        throw std::runtime_error(
-            fmt::format("{}: cannot be written", kit::printable(reportFile.string())));
+    const std::string file = reportFileIn(options.out).string();
+    if (number > 0 && !report.saveSettingsToFile(file)) {
+        throw std::runtime_error(fmt::format("{}: cannot be written", kit::printable(file)));
     }
-    return exitSuccess;
+    return exitCode;
 }
 
 } // namespace

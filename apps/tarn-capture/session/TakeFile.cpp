@@ -70,7 +70,22 @@ kit::BvhTake TakeFile::read() {
     return kit::readBvh(stream, nameInErrors());
 }
 
+bool TakeFile::beginsAsBody() {
+    std::string beginning(64, '\0');
+    if (isKept()) {
+        beginning = text().substr(0, beginning.size());
+    } else {
+        std::ifstream(name_, std::ios::binary)
+            .read(beginning.data(), static_cast<std::streamsize>(beginning.size()));
+    }
+    return beginning.find("HIERARCHY") != std::string::npos;
+}
+
 kit::C3dTake TakeFile::readMarkers() {
+    if (beginsAsBody()) {
+        throw std::runtime_error(
+            fmt::format("{}: holds a body, where markers are needed", nameInErrors()));
+    }
     if (!isKept()) {
         return kit::readC3d(name_);
     }

@@ -26,7 +26,7 @@ public:
     /// `kit::ReadError`, which names the file, if it cannot be read, and `std::runtime_error` if it
     /// holds markers.
     kit::BvhTake read();
-    /// The same of a take of markers.
+    /// The same of a take of markers; `std::runtime_error` if it holds a body.
     kit::C3dTake readMarkers();
     /// What is known of it without its samples; of a file only the head is read for that.
     kit::C3dInfo readMarkersInfo();
@@ -34,6 +34,7 @@ public:
 private:
     /// All of what can be read only once.
     const std::string& text();
+    bool beginsAsBody();
     std::string nameInErrors() const;
     bool isKept() const; ///< whether it can be read only once
 

@@ -52,8 +52,8 @@ std::string subjectsOf(const std::vector<kit::C3dMarker>& all) {
 } // namespace
 
 MarkerTrial::MarkerTrial(const std::string& file, const std::optional<std::string>& subject,
-                         const std::vector<std::string>& markers)
-    : file_(file), take_(TakeFile(file).readMarkers()), name_(uniqueTakeNames({file}).front()) {
+                         const std::vector<std::string>& markers, std::string name)
+    : file_(file), take_(TakeFile(file).readMarkers()), name_(std::move(name)) {
     choose(subject ? *subject : likeliest(take_.markers, markers));
 }
 

@@ -18,18 +18,17 @@ namespace tarn::capture {
 /// A take of markers of which one performer is to be solved.
 class MarkerTrial {
 public:
-    /// Throws `kit::ReadError` when the file cannot be read, and `std::runtime_error`, naming what
-    /// is there, unless it has frames and, if a performer is asked for, that one. Of several
-    /// performers, the one of whom the file has most of `markers`. The file is one that a
-    /// `TakeFile` knows.
+    /// A take under a name. Throws `kit::ReadError` when the file cannot be read, and
+    /// `std::runtime_error`, naming what is there, unless it has frames and, if a performer is
+    /// asked for, that one. Of several performers, the one of whom the file has most of `markers`.
+    /// The file is one that a `TakeFile` knows.
     MarkerTrial(const std::string& file, const std::optional<std::string>& subject,
-                const std::vector<std::string>& markers);
+                const std::vector<std::string>& markers, std::string name);
     /// One performer of a take that has been read already, under a name of its own. Throws
     /// `std::runtime_error` unless the take has frames and that performer.
     MarkerTrial(kit::C3dTake take, std::string file, std::string subject, std::string name);
 
     const std::string& file() const { return file_; }
-    /// That of the take, or the one that was given.
     const std::string& name() const { return name_; }
     const kit::C3dTake& take() const { return take_; }
     const std::string& subject() const { return subject_; }

@@ -4,6 +4,7 @@
 #include "solving/SolveSummary.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <tarn_kit/files/Text.h>
 
 #include <algorithm>
@@ -112,6 +113,11 @@ SolveSummary summarize(const MarkerTrial& trial, const SolvedTrial& solved) {
         const auto runs = suspicionsOf(trial, solved, m);
         summary.suspicions.insert(summary.suspicions.end(), runs.begin(), runs.end());
     }
+    for (std::size_t m = 0; m < markers; ++m) {
+        if (solved.columns[m] < 0) {
+            summary.missing.push_back(solved.body.markers[m].name);
+        }
+    }
     std::sort(all.begin(), all.end());
     std::sort(times.begin(), times.end());
     summary.samples = all.size();
@@ -156,6 +162,10 @@ std::shared_ptr<Settings> reportOf(const MarkerTrial& trial, const SolvedTrial& 
     put("MillisecondsPerFrame", summary.milliseconds);
     put("MillisecondsPerFrameHighest", summary.millisecondsHighest);
     count("FramesNotConverged", summary.notConverged);
+    report->setValue("Fits", summary.fits() ? "yes" : "no");
+    for (const std::string& marker : summary.missing) {
+        report->addValue("Missing", kit::printable(marker));
+    }
     int number = 0;
     for (const Suspicion& suspicion : summary.suspicions) {
         const std::string key = fmt::format("Suspected.Marker{}.", ++number);
@@ -183,6 +193,15 @@ std::string textOf(const MarkerTrial& trial, const SolvedTrial& solved,
     text += fmt::format("  {:.3f} ms per frame, {:.1f} iterations; {} not converged\n",
                         summary.milliseconds, summary.iterations,
                         kit::counted(static_cast<std::size_t>(summary.notConverged), "frame"));
+    if (!summary.missing.empty()) {
+        text += fmt::format("  not in the take: {}\n",
+                            kit::printable(fmt::format("{}", fmt::join(summary.missing, ", "))));
+    }
+    if (!summary.fits()) {
+        text +=
+            "  the body hardly fits: was the actor calibrated with this performer, and with the "
+            "markers where they are now?\n";
+    }
     for (std::size_t i = 0; i < std::min(mostLines, summary.suspicions.size()); ++i) {
         text += "  " + textOf(summary.suspicions[i]) + "\n";
     }

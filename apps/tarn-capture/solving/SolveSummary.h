@@ -40,6 +40,9 @@ struct SolveSummary {
     double millisecondsHighest = 0; ///< 99.9th percentile
     int notConverged = 0;
     std::vector<Suspicion> suspicions; ///< swaps, and doubts of six frames and more
+    std::vector<std::string> missing;  ///< markers of the body that the trial does not have
+    /// Whether the body may be that of who wears the markers.
+    bool fits() const { return rmsWithoutWorst < 20; }
 };
 
 SolveSummary summarize(const MarkerTrial& trial, const SolvedTrial& solved);

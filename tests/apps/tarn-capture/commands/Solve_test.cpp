@@ -131,8 +131,11 @@ TEST_F(Solve, WritesTheSameLive) {
 
 TEST_F(Solve, RefusesWhatCannotBe) {
     const auto errorOf = [&](Arguments more) {
-        Arguments arguments = {"solve", sample, "--actor", actor(), "--out", out()};
+        Arguments arguments = {"solve", sample, "--actor", actor()};
         arguments.insert(arguments.end(), more.begin(), more.end());
+        if (more.front() != "--out") {
+            arguments.insert(arguments.end(), {"--out", out()});
+        }
         const Outcome outcome = capture(arguments);
         EXPECT_NE(outcome.exitCode, 0);
         return outcome.err;
@@ -140,12 +143,52 @@ TEST_F(Solve, RefusesWhatCannotBe) {
     EXPECT_THAT(errorOf({"--frames", "1..20"}), HasSubstr("has frames 160..999"));
     EXPECT_THAT(errorOf({"--without", "TAIL"}), HasSubstr("no such marker"));
     EXPECT_THAT(errorOf({"--subject", "Bert"}), HasSubstr("no performer 'Bert'"));
-    EXPECT_THAT(errorOf({sample}), HasSubstr("two trials of that name"));
+    EXPECT_THAT(errorOf({"--out", "-"}), HasSubstr("cannot go to standard output"));
     const std::string empty = (directory.path() / "empty.xml").string();
     writeFile(empty, "<MocapActor/>");
     const Outcome outcome = capture({"solve", sample, "--actor", empty, "--out", out()});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_THAT(outcome.err, HasSubstr("tarn-capture calibrate"));
+}
+
+TEST_F(Solve, TellsTrialsOfOneNameApart) {
+    const Outcome outcome = capture({"solve", sample, sample, "--actor", actor(), "--out", out(),
+                                     "--frames", "3", "--no-pictures"});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(readFile(file(".joints.csv")), readFile(file("-2.joints.csv")));
+    EXPECT_EQ(tableIn(file(".joints.csv"))[3][0], "162") << "the first three";
+}
+
+TEST_F(Solve, SolvesTheOtherTrialsWhenOneCannotBeRead) {
+    const std::string body = tarn::testing::samplePath("cmu_131_01_walk.bvh").string();
+    const Outcome outcome = capture({"solve", "nowhere.c3d", body, sample, "--actor", actor(),
+                                     "--out", out(), "--frames", "3", "--no-pictures"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("nowhere.c3d: No such file"));
+    EXPECT_THAT(outcome.err, HasSubstr("walk.bvh: holds a body, where markers are needed"));
+    Settings report;
+    ASSERT_TRUE(report.loadSettingsFromFile(out() + "/solve.xml"));
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Name", ""), "cmu_01_01_jumps");
+}
+
+TEST_F(Solve, SaysSoWhenTheBodyIsSomebodyElses) {
+    const std::string other = tarn::testing::samplePath("cmu_85_02.c3d").string();
+    const Outcome outcome = capture(
+        {"solve", other, "--actor", actor(), "--out", out(), "--frames", "20", "--no-pictures"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("the body hardly fits"));
+    Settings report;
+    ASSERT_TRUE(report.loadSettingsFromFile(out() + "/solve.xml"));
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Fits", ""), "no");
+}
+
+TEST_F(Solve, NeverWritesOverWhatItReads) {
+    const std::string take = (directory.path() / "take.bvh").string();
+    std::filesystem::copy_file(sample, take);
+    const Outcome outcome =
+        capture({"solve", take, "--actor", actor(), "--out", directory.path().string()});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(readFile(take), readFile(sample));
 }
 
 TEST_F(Solve, ACalibrationNamesTheMarkersThatATakeDoesNotHave) {
