@@ -22,6 +22,7 @@
 #include <tarn_draw/canvas/Picture.h>
 #include <tarn_kit/files/Text.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
@@ -68,7 +69,7 @@ std::vector<std::string> namesOf(const kit::MarkerBody& body) {
     return names;
 }
 
-constexpr const char* endings[] = {".bvh", ".joints.csv", ".markers.csv", ".png"};
+constexpr std::array endings = {".bvh", ".joints.csv", ".markers.csv", ".png"};
 
 /// Nothing that is read may be written over.
 void refuseToOverwriteInputs(const SolveCommand& options, const std::vector<std::string>& names) {
