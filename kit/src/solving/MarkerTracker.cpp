@@ -12,7 +12,7 @@ namespace tarn::kit {
 namespace {
 
 constexpr double doubted = 0.25; ///< of a marker's say: what has less left is doubted
-constexpr int patience = 4;      ///< frames between two attempts to find a lost body anew
+constexpr int patience = 4;      ///< frames between two attempts to find a lost limb anew
 
 } // namespace
 
@@ -28,6 +28,7 @@ void MarkerTracker::reset() {
     framesLost_ = 0;
     framesDoubted_ = 0;
     usualDoubts_ = 0;
+    nextGuess_ = 0;
     swaps_.clear();
 }
 
@@ -99,7 +100,7 @@ void MarkerTracker::exchangeSwapped() {
 }
 
 /// Looks for a better body where too much is doubted: from here with all that is seen believed at
-/// first, and from nothing every few frames.
+/// first, and in one other way, of which each has its turn, so that no frame takes long.
 FitOutcome MarkerTracker::recover(FitOutcome outcome) {
     const auto attempt = [&](const FitOutcome& trial) {
         const int iterations = outcome.iterations + trial.iterations;
@@ -110,10 +111,16 @@ FitOutcome MarkerTracker::recover(FitOutcome outcome) {
         outcome.iterations = iterations;
     };
     other_ = stance_;
-    attempt(fit_.approach(other_, sightings_, 40));
-    const bool isLimbLost = framesDoubted_ % (2 * patience) == 2 * patience - 1;
-    if (isLimbLost || (framesLost_ > 0 && (framesLost_ - 1) % patience == 0)) {
-        attempt(fit_.start(other_, sightings_));
+    attempt(fit_.approach(other_, sightings_, PoseFit::widest));
+    if (framesLost_ > 0 || framesDoubted_ >= patience) {
+        if (nextGuess_ == 0) {
+            other_ = stance_;
+            fit_.alignLimbs(other_, sightings_);
+            attempt(fit_.approach(other_, sightings_, PoseFit::widest));
+        } else {
+            attempt(fit_.startFrom(other_, sightings_, nextGuess_ - 1));
+        }
+        nextGuess_ = (nextGuess_ + 1) % (PoseFit::guesses + 1);
     }
     fit_.evaluate(stance_, sightings_);
     return outcome;

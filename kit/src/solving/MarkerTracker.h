@@ -49,6 +49,7 @@ private:
     bool isStarted_ = false;
     std::size_t usualDoubts_ = 0; ///< in the last frame
     int framesLost_ = 0;          ///< in a row, with much of the body doubted
+    std::size_t nextGuess_ = 0;   ///< at where a lost body is
     int framesDoubted_ = 0;       ///< in a row, with more than one marker doubted
 };
 

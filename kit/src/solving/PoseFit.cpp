@@ -46,7 +46,7 @@ PoseFit::PoseFit(const Articulation& body) : body_(body), problem_(body) {
             hips.push_back(m);
         }
     }
-    groups_ = {hips, trunk, all};
+    groups_ = {all, trunk, hips};
     trial_.turns.resize(body.joints.size());
     candidate_.turns.resize(body.joints.size());
 }
@@ -66,7 +66,7 @@ FitOutcome PoseFit::refine(Stance& stance, const Sightings& sightings) {
         const double cost = problem_.evaluate(trial_, sightings);
         if (cost <= outcome.cost) {
             outcome.converged =
-                length < tolerance || outcome.cost - cost < 1e-7 * (outcome.cost + 1e-12);
+                length < tolerance || outcome.cost - cost < 3e-6 * (outcome.cost + 1e-12);
             std::swap(stance, trial_);
             outcome.cost = cost;
             lambda = std::max(damping, lambda * 0.1);
@@ -82,8 +82,8 @@ FitOutcome PoseFit::refine(Stance& stance, const Sightings& sightings) {
     return outcome;
 }
 
-FitOutcome PoseFit::approach(Stance& stance, const Sightings& sightings, double widest) {
-    const double usual = std::exchange(threshold, widest);
+FitOutcome PoseFit::approach(Stance& stance, const Sightings& sightings, double from) {
+    const double usual = std::exchange(threshold, from);
     FitOutcome outcome;
     int sum = 0;
     const int most = std::exchange(iterations, std::min(iterations, 8));
@@ -139,7 +139,6 @@ bool PoseFit::lay(Stance& stance, const Sightings& sightings,
     return count >= 3;
 }
 
-/// Turns each joint, from the hips outwards, so that what hangs on it comes near its markers.
 void PoseFit::alignLimbs(Stance& stance, const Sightings& sightings) {
     for (std::size_t j = 1; j < body_.joints.size(); ++j) {
         problem_.evaluate(stance, sightings);
@@ -169,25 +168,28 @@ void PoseFit::alignLimbs(Stance& stance, const Sightings& sightings) {
     }
 }
 
+FitOutcome PoseFit::startFrom(Stance& stance, const Sightings& sightings, std::size_t guess) {
+    FitOutcome outcome;
+    outcome.cost = std::numeric_limits<double>::infinity();
+    if (!lay(stance, sightings, groups_[guess / 2]) && guess > 0) {
+        return outcome;
+    }
+    if (guess % 2 == 0) {
+        alignLimbs(stance, sightings);
+    }
+    return approach(stance, sightings, widest);
+}
+
 FitOutcome PoseFit::start(Stance& stance, const Sightings& sightings) {
-    constexpr double widest = 40;
     FitOutcome best;
     best.cost = std::numeric_limits<double>::infinity();
     int iterationsDone = 0;
-    for (const std::vector<std::size_t>& group : groups_) {
-        for (const bool aligned : {true, false}) {
-            if (!lay(candidate_, sightings, group) && best.iterations > 0) {
-                continue;
-            }
-            if (aligned) {
-                alignLimbs(candidate_, sightings);
-            }
-            const FitOutcome outcome = approach(candidate_, sightings, widest);
-            iterationsDone += outcome.iterations;
-            if (outcome.cost < best.cost) {
-                best = outcome;
-                stance = candidate_;
-            }
+    for (std::size_t guess = 0; guess < guesses; ++guess) {
+        const FitOutcome outcome = startFrom(candidate_, sightings, guess);
+        iterationsDone += outcome.iterations;
+        if (outcome.cost < best.cost) {
+            best = outcome;
+            stance = candidate_;
         }
     }
     problem_.evaluate(stance, sightings);
