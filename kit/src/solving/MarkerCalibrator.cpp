@@ -120,13 +120,20 @@ Material materialOf(const MarkerSet& set, const MarkerSource& source,
     return material;
 }
 
+bool hasMarkersOn(const char* segment, const MarkerSet& set) {
+    return std::any_of(set.markers.begin(), set.markers.end(),
+                       [&](const MarkerPlace& marker) { return marker.segment == segment; });
+}
+
 /// Why no body can be fitted to frames; empty if one can.
 std::string problemOf(const MarkerSet& set, const Material& material) {
     if (material.frames.empty()) {
         return "there are no frames of markers to calibrate from";
     }
     const std::size_t found = material.set.markers.size();
-    if (found < 6 || 2 * found < set.markers.size()) {
+    // With a quarter missing, or nothing to hold the body by, the take was made with another set.
+    if (found < 6 || 4 * found < 3 * set.markers.size() ||
+        (hasMarkersOn("Hips", set) && !hasMarkersOn("Hips", material.set))) {
         return "the frames have " + std::to_string(found) + " of the " +
                std::to_string(set.markers.size()) + " markers of the set" +
                (set.name.empty() ? "" : " " + printable(set.name)) +

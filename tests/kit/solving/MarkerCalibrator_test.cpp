@@ -179,6 +179,86 @@ TEST_F(MarkerCalibratorTest, GivesBackTheFramesItCollected) {
     character.cancelCalibrate();
 }
 
+TEST(MarkerCalibrator, TakesATakeOfAnotherSetForWhatItIs) {
+    // A take of the whole body has most of the markers of the legs, and none of the hips'.
+    const MarkerBody whole = someBody("cmu41");
+    MarkerSolver solver("s", whole, sourceOf(whole));
+    MarkerCalibrator calibrator("c", MarkerSet::load("gait16"));
+    calibrator.setSolver(&solver);
+    std::mt19937 random(5);
+    std::vector<std::shared_ptr<Frame>> frames;
+    frames.reserve(20);
+    for (unsigned i = 0; i < 20; ++i) {
+        frames.push_back(frameOf(markersOf(truthAt(whole, 0.1 * i), 1, random), i));
+    }
+    calibrator.setCalibrationData(takeOf(markerDataType, frames, 100));
+    calibrator.finish();
+    EXPECT_NE(calibrator.report().error.find("LASI"), std::string::npos)
+        << calibrator.report().error;
+    // Without some that nothing depends on it goes on, and names them.
+    MarkerSource source = sourceOf(whole);
+    for (std::string& name : source.names) {
+        if (name == "LFIN" || name == "RTHI") {
+            name += "-1";
+        }
+    }
+    MarkerSolver most("m", whole, source);
+    MarkerCalibrator patient("p", MarkerSet::load("cmu41"));
+    patient.setSolver(&most);
+    patient.setCalibrationData(takeOf(markerDataType, frames, 100));
+    patient.finish();
+    EXPECT_EQ(patient.report().error, "");
+    EXPECT_EQ(patient.report().missingMarkers.size(), 2U);
+}
+
+// Bodies and markers are drawn as people differ; what is found is as far from them as it says.
+TEST(MarkerCalibrator, StatesUncertaintiesThatHoldOverManyBodies) {
+    std::mt19937 random(11);
+    std::normal_distribution<double> normal;
+    double squares = 0;
+    double squaresInMetres = 0;
+    int count = 0;
+    int outside = 0;
+    for (int draw = 0; draw < 12; ++draw) {
+        MarkerBody body = someBody("gait16");
+        for (const HumanLength& length : HumanBody(1.70).lengths()) {
+            body.body.setLength(length.name, length.metres + length.spread * normal(random));
+        }
+        for (BodyMarker& marker : body.markers) {
+            const Vector3d off = {normal(random), normal(random), normal(random)};
+            marker.offset = marker.offset + 0.01 * off;
+        }
+        MarkerSolver solver("s", body, sourceOf(body));
+        MarkerCalibrator calibrator("c", MarkerSet::load("gait16"));
+        calibrator.setSolver(&solver);
+        std::vector<std::shared_ptr<Frame>> frames;
+        frames.reserve(60);
+        for (unsigned i = 0; i < 60; ++i) {
+            frames.push_back(frameOf(markersOf(truthAt(body, 0.1 * i), 1, random), i));
+        }
+        calibrator.setCalibrationData(takeOf(markerDataType, frames, 100));
+        calibrator.finish();
+        ASSERT_EQ(calibrator.report().error, "");
+        const MarkerBody& found = calibrator.report().body;
+        for (const LengthUncertainty& length : found.uncertainties) {
+            if (length.length.find("Leg") != std::string::npos) {
+                const double off = lengthIn(found, length.length) - lengthIn(body, length.length);
+                const double ratio = off / length.metres;
+                squares += ratio * ratio;
+                squaresInMetres += off * off;
+                outside += std::abs(ratio) > 2 ? 1 : 0;
+                ++count;
+            }
+        }
+    }
+    ASSERT_EQ(count, 48);
+    // One standard deviation, with a margin on the side of caution.
+    EXPECT_LT(std::sqrt(squares / count), 1.2);
+    EXPECT_GT(std::sqrt(squares / count), 0.25);
+    EXPECT_LE(outside, 5);
+    EXPECT_LT(std::sqrt(squaresInMetres / count), 0.008);
+}
+
 TEST(MarkerCalibrator, IsThereForAMarkerSolverOnly) {
     MarkerCalibrator calibrator("c", MarkerSet::load("cmu41"));
     EXPECT_FALSE(calibrator.isAvailable());

@@ -1,0 +1,177 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "kit/solving/KnownTruth.h"
+
+#include "kit/solving/SolvingTesting.h"
+
+#include <tarn_kit/solving/MarkerCalibrator.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+using namespace known_truth;
+
+namespace {
+
+constexpr int frameCount = 240; ///< of a take that are solved, for the time's sake
+
+Measured firstFrames(Measured measured) {
+    measured.frames.resize(frameCount);
+    return measured;
+}
+
+std::shared_ptr<Tracks> takeOfRows(const Measured& measured, int rate) {
+    std::vector<std::shared_ptr<Frame>> frames;
+    for (const auto& row : measured.frames) {
+        frames.push_back(std::make_shared<Frame>(
+            Time(static_cast<unsigned>(frames.size()), static_cast<unsigned>(rate)), markerDataType,
+            MarkerFrame(row)));
+    }
+    return takeOf(markerDataType, frames, rate);
+}
+
+/// A dancer with markers that sit 15 mm from where the set says, and what was found of the body.
+class Dancer {
+public:
+    Dancer()
+        : body(TARN_EXAMPLE_DATA "/cmu_61_12_salsa_b.bvh", MarkerSet::load("cmu41"),
+               {1, 1, 1, 1, 0.015, 0}, 3),
+          solver("truth", MarkerBody::generic(MarkerSet::load("cmu41")),
+                 {body.markerNames(), 0.001}) {
+        MarkerCalibrator calibrator("truth", MarkerSet::load("cmu41"));
+        calibrator.setSolver(&solver);
+        calibrator.setCalibrationData(takeOfRows(body.measure({}, 4), body.rate()));
+        calibrator.finish();
+        error = calibrator.report().error;
+    }
+
+    /// Solves what was measured; each frame's errors, root of mean square over joints `first` to
+    /// `last` of `joints`, in millimetres.
+    std::vector<double> solve(const Measured& measured, std::size_t first, std::size_t last) {
+        solver.clearOutput();
+        solver.evaluate(takeOfRows(measured, body.rate()), 0, frameCount - 1);
+        const auto bodies = solver.getOutput(bodyDataType);
+        const auto& nodes = solver.rig()->nodes();
+        std::vector<double> errors;
+        for (int f = 0; f < frameCount; ++f) {
+            const auto& segments = bodies->getFrame(f)->dataAs<BodyPose>().segments;
+            double sum = 0;
+            for (std::size_t j = first; j < last; ++j) {
+                const auto node = std::find_if(nodes.begin(), nodes.end(), [&](const RigNode& n) {
+                    return n.name == joints[j];
+                });
+                const auto& segment = segments[static_cast<std::size_t>(node - nodes.begin())];
+                const Vector3d off = toDouble(segment.position) - body.jointsAt(f)[j];
+                sum += dot(off, off) / static_cast<double>(last - first);
+            }
+            errors.push_back(1000 * std::sqrt(sum));
+        }
+        return errors;
+    }
+    const MarkerFit& fitAt(int frame) {
+        return solver.getOutput(markerFitDataType)->getFrame(frame)->dataAs<MarkerFit>();
+    }
+
+    KnownBody body;
+    MarkerSolver solver;
+    std::string error;
+};
+
+double rms(const std::vector<double>& errors) {
+    double sum = 0;
+    for (const double error : errors) {
+        sum += error * error / static_cast<double>(errors.size());
+    }
+    return std::sqrt(sum);
+}
+
+class KnownTruth : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { dancer = std::make_unique<Dancer>(); }
+    static void TearDownTestSuite() { dancer.reset(); }
+
+    void SetUp() override { ASSERT_EQ(dancer->error, ""); }
+
+    static Measured measured(double swaps, double ghosts) {
+        return firstFrames(dancer->body.measure({0.001, 0.05, swaps, ghosts}, 9));
+    }
+
+    static std::unique_ptr<Dancer> dancer;
+};
+
+std::unique_ptr<Dancer> KnownTruth::dancer;
+
+} // namespace
+
+TEST_F(KnownTruth, JointsAreWithinEightMillimetresAndWristsWithinFifteen) {
+    const Measured clean = measured(0, 0);
+    EXPECT_LT(rms(dancer->solve(clean, 0, wristsFrom)), 8);
+    EXPECT_LT(rms(dancer->solve(clean, wristsFrom, joints.size())), 15);
+}
+
+TEST_F(KnownTruth, LengthsAreWithinThreePercentOrTwiceTheirUncertainty) {
+    const MarkerBody& found = dancer->solver.body();
+    for (const char* name : {"LeftUpLeg", "RightUpLeg", "LeftLeg", "RightLeg", "LeftArm",
+                             "RightArm", "LeftForeArm", "RightForeArm"}) {
+        const double truth = dancer->body.lengthOfSegment(name);
+        for (std::size_t l = 0; l < found.uncertainties.size(); ++l) {
+            if (found.uncertainties[l].length == name) {
+                EXPECT_LT(std::abs(found.body.lengths()[l].metres - truth),
+                          std::max(0.03 * truth, 2 * found.uncertainties[l].metres))
+                    << name;
+            }
+        }
+    }
+}
+
+TEST_F(KnownTruth, WrongLabelsAndGhostsCostLittle) {
+    const double usual = rms(dancer->solve(measured(0, 0), 0, wristsFrom));
+    EXPECT_LT(rms(dancer->solve(measured(0.01, 0.01), 0, wristsFrom)), 1.2 * usual);
+    EXPECT_LT(rms(dancer->solve(measured(0.2, 0.03), 0, wristsFrom)), 1.5 * usual);
+}
+
+TEST_F(KnownTruth, EverySwapLongerThanFiveFramesIsReported) {
+    Measured wrong = measured(0.2, 0);
+    dancer->solve(wrong, 0, wristsFrom);
+    int swaps = 0;
+    for (const Swap& swap : wrong.swaps) {
+        if (swap.last - swap.first < 5 || swap.last >= frameCount) {
+            continue;
+        }
+        ++swaps;
+        bool isReported = false;
+        for (int f = swap.first; f <= swap.last; ++f) {
+            const FittedMarker& marker = dancer->fitAt(f)[swap.a];
+            isReported = isReported ||
+                         (marker.verdict == MarkerVerdict::Swapped && marker.swappedWith == swap.b);
+        }
+        EXPECT_TRUE(isReported) << swap.a << " and " << swap.b << " from " << swap.first;
+    }
+    EXPECT_GT(swaps, 1);
+}
+
+TEST_F(KnownTruth, TheBodyIsFoundAgainWithinTenFramesAndNoFrameTakesLong) {
+    Measured wrong = measured(0, 0);
+    const std::vector<double> usual = dancer->solve(wrong, 0, wristsFrom);
+    constexpr std::size_t begin = 100;
+    constexpr std::size_t end = 130;
+    for (std::size_t f = begin; f < end; ++f) {
+        auto& row = wrong.frames[f]; // everybody carries the label of somebody else
+        std::rotate(row.begin(), row.begin() + 13, row.end());
+    }
+    const std::vector<double> errors = dancer->solve(wrong, 0, wristsFrom);
+    for (std::size_t f = end + 10; f < static_cast<std::size_t>(frameCount); ++f) {
+        ASSERT_LT(errors[f], 1.5 * usual[f] + 1) << f;
+    }
+    int most = 0;
+    for (int f = 1; f < frameCount; ++f) {
+        most = std::max(most, dancer->fitAt(f).iterations);
+    }
+    EXPECT_LT(most, 250); // a start from nothing alone takes more
+}
