@@ -208,6 +208,7 @@ TEST(C3dDamage, ToTheGroupOfAParameterIsSeenByWhereItLies) {
                                               {"POINT", "RATE", 9},
                                               {"POINT", "RATE", -2},
                                               {"POINT", "RATE", -127},
+                                              {"POINT", "USED", -2},
                                               {"ANALOG", "GEN_SCALE", 3},
                                               {"ANALOG", "GEN_SCALE", -3},
                                               {"TRIAL", "ACTUAL_END_FIELD", 99},
