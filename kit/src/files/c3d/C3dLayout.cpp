@@ -315,6 +315,10 @@ private:
         double perFrame = 1;
         if (ratio && isUsable(ratio->value)) {
             perFrame = ratio->value;
+            const double believed = layout_.rate * perFrame;
+            if (rate && !(std::abs(rate->value - believed) <= believed * 1e-4)) {
+                contradict(*rate, believed, "ROTATION:RATIO is believed before it");
+            }
         } else if (rate && isUsable(rate->value)) {
             perFrame = rate->value / layout_.rate;
         }

@@ -902,6 +902,18 @@ TEST(C3dRigidBodies, MayComeWithoutMarkersAndMoreOftenThanFrames) {
     EXPECT_EQ(take.bodyTracks->fps(), 200);
 }
 
+TEST(C3dRigidBodies, AreReportedWhereTheirLabelsOrTheirRateDisagree) {
+    FileBuilder file;
+    file.standard().group(5, "ROTATION").integer(5, "USED", 2).integer(5, "DATA_START", 5);
+    file.integer(5, "RATIO", 1).number(5, "RATE", 200).texts(5, "LABELS", {"pelvis"});
+    const C3dTake take = readBytes(file.bytes() + bodyData(C3dEncoding::IntelReal, 4));
+    ASSERT_EQ(take.bodies.size(), 2U);
+    EXPECT_EQ(take.bodies[1].name, "*2");
+    EXPECT_EQ(take.bodiesPerFrame, 1);
+    EXPECT_EQ(findingOn(take, "ROTATION:LABELS")->found, "1 labels");
+    EXPECT_EQ(findingOn(take, "ROTATION:RATE")->believed, "100");
+}
+
 // The report.
 
 TEST(C3dReport, SaysOnOneLineWhatWhereAndWhy) {
