@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <random>
 #include <string>
+#include <vector>
 
 // Whatever a file holds, reading it ends in a sound take or in a `ReadError`.
 
@@ -141,12 +143,16 @@ private:
 };
 
 TEST(C3dRobustness, RandomChangesEndWell) {
+    std::vector<std::string> files;
+    files.reserve(allEncodings.size());
+    for (const C3dEncoding encoding : allEncodings) {
+        files.push_back(fullFile(encoding));
+    }
     Mutator mutator;
     int accepted = 0;
     int refused = 0;
-    for (int i = 0; i < 10'000; ++i) {
-        const auto encoding = allEncodings.at(static_cast<std::size_t>(i) % allEncodings.size());
-        const std::string changed = mutator.mutated(fullFile(encoding));
+    for (std::size_t i = 0; i < 10'000; ++i) {
+        const std::string changed = mutator.mutated(files[i % files.size()]);
         ++(isAccepted(changed) ? accepted : refused);
         if (i % 5 == 0) {
             isAccepted(changed, C3dMode::Strict);
