@@ -286,8 +286,9 @@ private:
         }
         if (differs(inHeader.value)) {
             contradict(inHeader, layout_.rate,
-                       parameter ? "parameters are believed before the header"
-                                 : "a rate is a positive number");
+                       parameter && isUsable(inHeader.value)
+                           ? "parameters are believed before the header"
+                           : "a rate is a positive number");
         }
     }
 
