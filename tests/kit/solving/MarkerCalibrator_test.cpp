@@ -95,6 +95,9 @@ TEST_F(MarkerCalibratorTest, FindsLengthsAndTellsActorAndSolver) {
     EXPECT_NEAR(static_cast<double>(actor.bodyDimension("LeftUpLeg", 0)),
                 lengthIn(report.body, "LeftUpLeg"), 1e-6);
     EXPECT_EQ(MarkerBody::of(actor).markers.size(), 41U);
+    ASSERT_GT(report.body.usualTurns.size(), 1U);
+    EXPECT_GT(report.body.usualTurns[1].spread.x, 0); // what was learnt of turns goes along
+    EXPECT_GT(lengthOf(report.body.usualTurns[1].turn), 1);
     EXPECT_NEAR(lengthIn(solver.body(), "LeftUpLeg"), lengthIn(report.body, "LeftUpLeg"), 1e-12);
     EXPECT_EQ(progress.front(), 0);
     EXPECT_EQ(progress.back(), 1);

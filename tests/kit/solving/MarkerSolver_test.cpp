@@ -153,6 +153,17 @@ TEST_F(MarkerSolverTest, DoubtsAMarkerThatIsWhereItCannotBe) {
     EXPECT_LT(worstMissOf(solver, truth), 5);
 }
 
+TEST_F(MarkerSolverTest, FindsTheBodyAgainThatTurnedRoundUnseen) {
+    for (unsigned i = 0; i < 5; ++i) {
+        feed(solver, frameAt(i));
+    }
+    heading = fromAxisAngle({0, 0, 1}, 3);
+    for (unsigned i = 40; i < 50; ++i) {
+        ASSERT_TRUE(feed(solver, frameAt(i)));
+    }
+    EXPECT_LT(worstMissOf(solver, truth), 5);
+}
+
 TEST_F(MarkerSolverTest, FindsTheBodyAgainAfterNonsense) {
     for (unsigned i = 0; i < 5; ++i) {
         feed(solver, frameAt(i));
