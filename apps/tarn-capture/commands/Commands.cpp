@@ -14,6 +14,7 @@ void addCommands(CommandLine& line) {
     addConvert(line);
     addStream(line);
     addRun(line);
+    addTake(line);
     addActor(line);
     addMarkers(line);
     addCalibrate(line);

@@ -28,5 +28,6 @@ void addPlay(CommandLine& line);
 void addRun(CommandLine& line);
 void addSolve(CommandLine& line);
 void addStream(CommandLine& line);
+void addTake(CommandLine& line);
 
 } // namespace tarn::capture

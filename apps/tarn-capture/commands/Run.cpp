@@ -5,6 +5,7 @@
 
 #include "documents/ActorChoices.h"
 #include "documents/OlderSession.h"
+#include "recording/Recording.h"
 #include "session/BodyNamesDocument.h"
 #include "session/SessionFiles.h"
 #include "session/SessionSummary.h"
@@ -43,8 +44,9 @@ struct RunOptions {
     std::optional<double> calibrate;    ///< seconds
     double speed = 0; ///< how much faster than the takes; 0 for as fast as it goes
     SpaceChoice space;
-    bool dimensions = false; ///< print everything that was measured
-    bool force = false;      ///< a session that is there may go
+    bool dimensions = false;           ///< print everything that was measured
+    std::optional<std::string> record; ///< a take file
+    bool force = false;                ///< a session that is there may go
 };
 
 void check(const RunOptions& options) {
@@ -141,7 +143,11 @@ public:
             reportError("interrupted while calibrating; nothing was kept");
             return interrupt_.exitCode();
         }
+        beginRecording();
         const bool complete = play();
+        if (recording_) {
+            recording_->end();
+        }
         write(complete);
         print(complete);
         if (!complete) {
@@ -188,6 +194,9 @@ private:
         }
         fmt::print("{}; {} written to {}\n", verdictOn(session_, complete, isPaced()),
                    kit::counted(files_.written().size(), "file"), kit::printable(options_.out));
+        if (recording_) {
+            fmt::print("{}\n", recording_->summary());
+        }
     }
 
     bool calibrate() {
@@ -195,6 +204,17 @@ private:
             return capture::calibrate(session_, options_, interrupt_);
         } catch (const std::exception& error) {
             throw std::runtime_error(fmt::format("{}; nothing was kept", error.what()));
+        }
+    }
+
+    /// After the calibration, which may replace rigs.
+    void beginRecording() {
+        if (options_.record) {
+            recording_.emplace(*options_.record);
+            for (const auto& performer : session_.performers()) {
+                performer->record(*recording_);
+            }
+            recording_->start();
         }
     }
 
@@ -222,6 +242,7 @@ private:
     const ActorChoices actors_;
     TakeSession session_;
     SessionFiles files_;
+    std::optional<Recording> recording_; ///< goes before what it records
 };
 
 /// A failure says what was kept.
@@ -270,6 +291,7 @@ void addRun(CommandLine& line) {
     addSpace(command, options.space);
     addNames(command, options.names);
     addSpeed(command, options.speed);
+    addRecord(command, options.record);
     command.add_flag("--dimensions", options.dimensions,
                      "Print of each performer all lengths that were measured, the clock, and the "
                      "time that each stage took");

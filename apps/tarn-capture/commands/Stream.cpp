@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 
 #include "markers/MarkerFrames.h"
+#include "recording/Recording.h"
 #include "session/StreamWatch.h"
 #include "session/TakeComparison.h"
 #include "session/TakeFile.h"
@@ -33,6 +34,7 @@ struct StreamOptions {
     double speed = 1; ///< how much faster than the take; 0 for as fast as it goes
     std::optional<FrameChoice> frames;
     SpaceChoice space;
+    std::optional<std::string> record; ///< a take file
 };
 
 void printJitter(const StreamWatch::Instants& arrivals, double framesPerSecond) {
@@ -52,6 +54,7 @@ struct Source {
     FrameRange range;
     int port;
     int dataType;
+    store::TrackDescription description;
 };
 
 /// The take, read on its own, and the device with another reading of it, with which the recording
@@ -60,14 +63,21 @@ Source open(kit::ReplayDevice& device, TakeFile& file, const StreamOptions& opti
     if (file.holdsMarkers()) {
         const kit::C3dTake take = withSpace(file.readMarkers(), options.space);
         device.open(withSpace(file.readMarkers(), options.space));
-        return {take.tracks, take.rate, chosenFrames(options.frames, take),
-                kit::ReplayDevice::markerPort, kit::markerDataType};
+        return {take.tracks,
+                take.rate,
+                chosenFrames(options.frames, take),
+                kit::ReplayDevice::markerPort,
+                kit::markerDataType,
+                store::TrackDescription::of(take, take.tracks->tracksName())};
     }
     const kit::BvhTake take = withSpace(file.read(), options.space);
     device.open(withSpace(file.read(), options.space));
-    return {take.tracks, static_cast<double>(take.tracks->fps()),
-            chosenFrames(options.frames, take.tracks->timeLength()), kit::ReplayDevice::posePort,
-            kit::poseDataType};
+    return {take.tracks,
+            static_cast<double>(take.tracks->fps()),
+            chosenFrames(options.frames, take.tracks->timeLength()),
+            kit::ReplayDevice::posePort,
+            kit::poseDataType,
+            store::TrackDescription::of(take, take.tracks->tracksName())};
 }
 
 /// Throws unless what was recorded is the take.
@@ -91,6 +101,13 @@ int stream(const StreamOptions& options) {
 
     kit::RecorderNode recorder(source.dataType, count);
     recorder.tieToIFramePort(kit::RecorderNode::framePort, device.oFramePort(source.port));
+    std::optional<Recording> recording;
+    if (options.record) {
+        recording.emplace(*options.record);
+        recording->add(device.oFramePort(source.port), source.dataType, source.description,
+                       source.range.first, source.range.last);
+        recording->start();
+    }
     device.setSpeed(options.speed);
     if (count > 0) {
         device.seek(source.range.first);
@@ -106,6 +123,9 @@ int stream(const StreamOptions& options) {
         arrivals = watch.arrivals();
     }
 
+    if (recording) {
+        recording->end();
+    }
     const auto streamed = static_cast<std::size_t>(recorder.frameCount());
     fmt::print("{}\n", kit::printable(options.take));
     fmt::print("  streamed  {} of {}\n", kit::counted(streamed, "frame"),
@@ -114,6 +134,9 @@ int stream(const StreamOptions& options) {
                static_cast<std::int64_t>(count) - recorder.frameCount() + recorder.lostFrames());
     fmt::print("  duration  {:.3f} s\n", durationOf(arrivals));
     printJitter(arrivals, source.rate * options.speed);
+    if (recording) {
+        fmt::print("  file      {}\n", recording->summary());
+    }
     compare(*recorder.take(0, source.range.last + 1), source);
     fmt::print("  recording identical to the take\n");
     return exitSuccess;
@@ -130,6 +153,7 @@ void addStream(CommandLine& line) {
     addFrames(command, options.frames);
     addSpace(command, options.space);
     addSpeed(command, options.speed);
+    addRecord(command, options.record);
 }
 
 } // namespace tarn::capture

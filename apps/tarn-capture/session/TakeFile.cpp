@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <tarn_kit/files/TakeFormat.h>
 #include <tarn_kit/files/Text.h>
+#include <tarn_store/file/StoredTakes.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -52,7 +53,25 @@ std::string TakeFile::nameInErrors() const {
     return isStandardStream(name_) ? standardInput : name_;
 }
 
+std::pair<std::string, std::string> TakeFile::stored() const {
+    if (isKept()) {
+        return {};
+    }
+    if (store::isTakeFile(name_)) {
+        return {name_, ""};
+    }
+    const auto mark = name_.rfind('#');
+    if (mark != std::string::npos && store::isTakeFile(name_.substr(0, mark))) {
+        return {name_.substr(0, mark), name_.substr(mark + 1)};
+    }
+    return {};
+}
+
 bool TakeFile::holdsMarkers() {
+    if (const auto [file, subject] = stored(); !file.empty()) {
+        store::TakeReader reader(file);
+        return store::holdsMarkersOnly(reader);
+    }
     const auto format = isKept() ? kit::takeFormatIn(text()) : kit::takeFormatOf(name_);
     return format == kit::TakeFormat::C3d;
 }
@@ -62,6 +81,10 @@ kit::BvhTake TakeFile::read() {
         throw std::runtime_error(
             fmt::format("{}: holds markers, where a body is needed; 'solve' makes one of them",
                         nameInErrors()));
+    }
+    if (const auto [file, subject] = stored(); !file.empty()) {
+        store::TakeReader reader(file);
+        return store::bodyTakeOf(reader, subject);
     }
     if (!isKept()) {
         return kit::readBvh(name_);
@@ -82,6 +105,10 @@ bool TakeFile::beginsAsBody() {
 }
 
 kit::C3dTake TakeFile::readMarkers() {
+    if (const auto [file, subject] = stored(); !file.empty()) {
+        store::TakeReader reader(file);
+        return store::markerTakeOf(reader);
+    }
     if (beginsAsBody()) {
         throw std::runtime_error(
             fmt::format("{}: holds a body, where markers are needed", nameInErrors()));
@@ -94,6 +121,9 @@ kit::C3dTake TakeFile::readMarkers() {
 }
 
 kit::C3dInfo TakeFile::readMarkersInfo() {
+    if (!stored().first.empty()) {
+        return readMarkers();
+    }
     return isKept() ? kit::C3dInfo(readMarkers()) : kit::readC3dInfo(name_);
 }
 

@@ -7,12 +7,14 @@
 #include <tarn_kit/files/C3d.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarn::capture {
 
 /// Where a take comes from, as the command line names it: a file, "-" for standard input, or a
-/// pipe. The one place where the program finds out what a name means.
+/// pipe; of a take file with several bodies also "FILE.tarn#NAME". The one place where the program
+/// finds out what a name means.
 class TakeFile {
 public:
     explicit TakeFile(std::string name);
@@ -37,6 +39,8 @@ private:
     bool beginsAsBody();
     std::string nameInErrors() const;
     bool isKept() const; ///< whether it can be read only once
+    /// The take file that it is, and whose body of it; empty names for what is none.
+    std::pair<std::string, std::string> stored() const;
 
     std::string name_;
     std::string text_; ///< of what can be read only once

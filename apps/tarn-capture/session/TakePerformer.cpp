@@ -3,7 +3,10 @@
 
 #include "session/TakePerformer.h"
 
+#include "recording/Recording.h"
+
 #include <fmt/format.h>
+#include <tarn_kit/devices/ReplayDevice.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -28,6 +31,18 @@ void TakePerformer::join(kit::Session& session, kit::PerformerSetup setup,
     clock_ = std::make_unique<kit::ClockCalibrator>(setup.name, setup.port, 100, clock);
     clock_->setDevice(setup.device);
     performer_->addCalibrator(*clock_, false);
+}
+
+void TakePerformer::record(Recording& recording) {
+    store::TrackDescription description;
+    description.subject = name();
+    description.rate = exactRate();
+    description.rig = rig();
+    const int port = performer_->setup().port;
+    if (port == kit::ReplayDevice::posePort) {
+        recording.add(device_->oFramePort(port), kit::poseDataType, description);
+    }
+    recording.add(performer_->onSolved(), kit::bodyDataType, description);
 }
 
 void TakePerformer::setBodyNames(std::shared_ptr<const kit::BodyNames> /*names*/) {}

@@ -18,6 +18,8 @@
 
 namespace tarn::capture {
 
+class Recording;
+
 /// What is known of the lengths of a performer's body.
 struct BodyLengths {
     /// In the performer's unit, the height first; empty if nothing is known.
@@ -57,6 +59,8 @@ public:
     /// Of the bodies; a calibration may replace it.
     virtual std::shared_ptr<const kit::Rig> rig() const = 0;
 
+    /// Records what its device sends, where that are poses, and what its solver makes of it.
+    void record(Recording& recording);
     Character& character() { return performer_->character(); }
     Actor& actor() { return performer_->actor(); }
     virtual Solver& solver() = 0;

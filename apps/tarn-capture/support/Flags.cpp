@@ -3,6 +3,8 @@
 
 #include "support/Flags.h"
 
+#include "recording/Recording.h"
+
 #include "support/Errors.h"
 
 #include <fmt/format.h>
@@ -148,6 +150,18 @@ void addSpeed(CLI::App& command, double& speed) {
                 "--realtime", [&speed] { speed = 1; }, "The same as --speed 1")
             ->excludes(flag);
     }
+}
+
+void addRecord(CLI::App& command, std::optional<std::string>& file) {
+    command
+        .add_option_function<std::string>(
+            "--record",
+            [&file](const std::string& name) {
+                checkRecordName(name);
+                file = name;
+            },
+            "Also record what streams in a new take file, which ends in .tarn")
+        ->type_name("FILE");
 }
 
 } // namespace tarn::capture

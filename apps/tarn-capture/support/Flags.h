@@ -46,4 +46,7 @@ void addRate(CLI::App& command, std::optional<kit::Rate>& rate, const std::strin
 /// given.
 void addSpeed(CLI::App& command, double& speed);
 
+/// --record FILE: a take file of what streams.
+void addRecord(CLI::App& command, std::optional<std::string>& file);
+
 } // namespace tarn::capture
