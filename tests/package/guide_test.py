@@ -21,7 +21,7 @@ def unindented(text):
 
 
 for name, example in (("first_day.md", "first_day"), ("guide.md", "guide_host"), ("helpers.md", "helpers"),
-                      ("c3d.md", "read_c3d")):
+                      ("c3d.md", "read_c3d"), ("solving.md", "solve_markers")):
     page = (root / "docs" / name).read_text(encoding="utf-8")
     program = (root / f"examples/{example}.cpp").read_text(encoding="utf-8")
     printed = (root / f"examples/expected/{example}.txt").read_text(encoding="utf-8")
