@@ -240,7 +240,7 @@ void judge(const std::string& file, const NamedVariant& named, unsigned seed,
         details += text.data();
     }
     std::printf("lengths %d of %d outside\n   ", outside, lengths);
-    for (std::size_t j = 0; j < joints.size(); ++j) {
+    for (std::size_t j = 0; j < (legsOnly ? jointCount : joints.size()); ++j) {
         std::printf(" %s %.1f", joints[j], errors.ofJoint[j].rms());
     }
     std::printf("\n   %s\n", details.c_str());
