@@ -3,7 +3,6 @@
 
 #include "markers/MarkerScene.h"
 
-#include "figure/Upright.h"
 #include "sheet/SubjectMark.h"
 
 #include <tarn_draw/figure/Camera.h>
@@ -39,7 +38,7 @@ std::optional<Vector3f> MarkerScene::placeOf(const kit::MarkerFrame& markers,
     if (!one.hasPosition() || !isFinite(one.position)) {
         return std::nullopt;
     }
-    return upright(one.position, cloud_.up);
+    return kit::upright(one.position, cloud_.up);
 }
 
 std::vector<Vector3f> MarkerScene::placesAt(int frame) const {

@@ -3,14 +3,11 @@
 
 #include <tarn_draw/sheet/Subject.h>
 
-#include "figure/Upright.h"
-
 #include <fmt/format.h>
 #include <tarn_kit/body/BodyPose.h>
-#include <tarn_kit/body/ForwardKinematics.h>
 #include <tarn_kit/files/Text.h>
+#include <tarn_kit/session/PerformerTake.h>
 
-#include <any>
 #include <utility>
 
 namespace tarn::draw {
@@ -26,26 +23,6 @@ std::vector<Vector3f> positionsOf(const kit::BodyPose& body) {
     return positions;
 }
 
-/// The payload of a frame; null if there is none of this type.
-template <class Payload>
-const Payload* payloadOf(const std::shared_ptr<Frame>& frame) {
-    return frame == nullptr ? nullptr : std::any_cast<Payload>(&frame->data());
-}
-
-/// In the take's own axes.
-std::vector<Vector3f> givenPositionsAt(const Subject& subject, int frame) {
-    const auto solved = subject.take->getFrame(frame, kit::bodyDataType);
-    if (const auto* const body = payloadOf<kit::BodyPose>(solved)) {
-        return body->segments.size() == subject.rig->nodes().size() ? positionsOf(*body)
-                                                                    : std::vector<Vector3f>();
-    }
-    const auto posed = subject.take->getFrame(frame, kit::poseDataType);
-    const auto* const pose = payloadOf<kit::Pose>(posed);
-    return pose != nullptr && pose->values.size() == subject.rig->valueCount()
-               ? kit::worldPositions(*subject.rig, *pose)
-               : std::vector<Vector3f>();
-}
-
 } // namespace
 
 Subject subjectOf(std::string name, std::shared_ptr<const kit::Rig> rig,
@@ -58,9 +35,10 @@ Subject subjectOf(std::string name, std::shared_ptr<const kit::Rig> rig,
 }
 
 std::vector<Vector3f> positionsAt(const Subject& subject, int frame) {
-    auto positions = givenPositionsAt(subject, frame);
+    const auto body = kit::bodyAt(*subject.rig, *subject.take, frame);
+    auto positions = body ? positionsOf(*body) : std::vector<Vector3f>();
     for (Vector3f& at : positions) {
-        at = upright(at, subject.up);
+        at = kit::upright(at, subject.up);
     }
     return positions;
 }

@@ -30,6 +30,7 @@
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/files/C3dParameters.h>
 #include <tarn_kit/files/Codec.h>
+#include <tarn_kit/files/Gltf.h>
 #include <tarn_kit/files/ReadError.h>
 #include <tarn_kit/files/SettingsFile.h>
 #include <tarn_kit/files/TakeFormat.h>
@@ -46,6 +47,7 @@
 #include <tarn_kit/session/FrameQueue.h>
 #include <tarn_kit/session/Linked.h>
 #include <tarn_kit/session/Performer.h>
+#include <tarn_kit/session/PerformerTake.h>
 #include <tarn_kit/session/Playback.h>
 #include <tarn_kit/session/Rate.h>
 #include <tarn_kit/session/RecorderNode.h>
@@ -58,3 +60,4 @@
 #include <tarn_kit/solving/MarkerCalibrator.h>
 #include <tarn_kit/solving/MarkerFit.h>
 #include <tarn_kit/solving/MarkerSolver.h>
+#include <tarn_kit/Version.h>

@@ -92,6 +92,23 @@ std::string originText(Origin origin) {
     return texts.at(static_cast<std::size_t>(origin));
 }
 
+Vector3f upright(const Vector3f& at, UpAxis up) {
+    switch (up) {
+    case UpAxis::X:
+        return {at.z, at.x, at.y};
+    case UpAxis::Z:
+        return {at.y, at.z, at.x};
+    case UpAxis::Y:
+        break;
+    }
+    return at;
+}
+
+Quaternionf upright(const Quaternionf& rotation, UpAxis up) {
+    const Vector3f axis = upright(Vector3f{rotation.x, rotation.y, rotation.z}, up);
+    return {axis.x, axis.y, axis.z, rotation.w};
+}
+
 Space guessSpace(const Rig& rig) {
     Space space;
     space.up = standingAxis(rig);

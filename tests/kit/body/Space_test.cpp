@@ -142,5 +142,21 @@ TEST(ConvertDimensions, TurnsThoseThatAreThereIntoTheNewUnit) {
     EXPECT_EQ(unitOfDimensions(actor)->symbol, "cm");
 }
 
+TEST(Space, PositionsAndRotationsComeToStandUprightByATurn) {
+    const Vector3f at = {1, 2, 3};
+    const Vector3f fromZ = upright(at, UpAxis::Z);
+    EXPECT_EQ(fromZ.x, 2);
+    EXPECT_EQ(fromZ.y, 3);
+    EXPECT_EQ(fromZ.z, 1);
+    const Vector3f fromX = upright(at, UpAxis::X);
+    EXPECT_EQ(fromX.x, 3);
+    EXPECT_EQ(fromX.y, 1);
+    EXPECT_EQ(fromX.z, 2);
+    EXPECT_EQ(upright(at, UpAxis::Y).x, 1);
+    const Quaternionf turn = upright(Quaternionf{0.1F, 0.2F, 0.3F, 0.9F}, UpAxis::Z);
+    EXPECT_EQ(turn.y, 0.3F);
+    EXPECT_EQ(turn.w, 0.9F);
+}
+
 } // namespace
 } // namespace tarn::kit

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <tarn/Actor.h>
+#include <tarn/Rotation.h>
 #include <tarn_kit/Export.h>
 #include <tarn_kit/body/LengthUnit.h>
 
@@ -41,6 +42,13 @@ TARN_KIT_EXPORT std::string axisName(UpAxis axis);
 TARN_KIT_EXPORT std::optional<UpAxis> parseUpAxis(std::string_view text);
 /// "guessed", "as stated" or "as given"
 TARN_KIT_EXPORT std::string originText(Origin origin);
+
+/// Where a position of a world with the axis `up` upwards comes to lie in one with Y up: a turn, so
+/// that left stays left. Of a world with Z up, Y goes to X, Z to Y and X to Z; of one with X up, Z
+/// goes to X, X to Y and Y to Z. Exact: coordinates change places.
+TARN_KIT_EXPORT Vector3f upright(const Vector3f& at, UpAxis up);
+/// The same of a rotation in such a world.
+TARN_KIT_EXPORT Quaternionf upright(const Quaternionf& rotation, UpAxis up);
 
 /// What is guessed of a rig: the axis along which its rest pose stands, from the feet to the head
 /// (`BodyNames` knows which joints these are; Y, where it finds none, or they are not above each
