@@ -17,7 +17,7 @@ import sys
 library, header_dir, *below = sys.argv[1:]
 headers = "\n".join(path.read_text(encoding="utf-8")
                     for path in pathlib.Path(header_dir).rglob("*.h") if path.stem != "Export")
-export = r"TARN(?:_KIT|_DRAW|_STORE)?_EXPORT"
+export = r"TARN(?:_KIT|_DRAW|_STORE|_VIEW)?_EXPORT"
 classes = set(re.findall(rf"class {export} (\w+)", headers))
 payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records that frames and replies carry
 # What frames and replies of the kit carry, whatever its headers say: two libraries must agree on these types.
@@ -35,7 +35,7 @@ if not classes and not functions:
 
 named = "|".join(sorted(classes | payloads | from_below))
 called = "|".join(re.escape(name) for name in sorted(functions))
-scope = r"tarn::(?:kit::|draw::|store::)?"
+scope = r"tarn::(?:kit::|draw::|store::|view::)?"
 public = [
     re.compile(rf"{scope}(?:{named})::~?\w+(?:\[abi:\w+\])?\(.*\)(?: const)?(?: &)?"),
     re.compile(rf"{scope}(?:{named})::operator ?\S+\(.*\)(?: const)?"),

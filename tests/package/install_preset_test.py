@@ -23,12 +23,12 @@ for wanted in ("GTest_DIR", "benchmark_DIR", "ccache", "Python3"):
         failures.append(f"the preset looks for {wanted}")
 
 folders = {path.parent.relative_to(work).parts[0] for path in work.rglob("cmake_install.cmake") if path.parent != work}
-if folders != {"src", "kit", "draw", "store", "apps"}:
+if folders != {"src", "kit", "draw", "store", "view", "apps"}:
     failures.append(f"the preset builds {sorted(folders)}")
 
 targets = subprocess.run(["cmake", "--build", work, "--target", "help"], check=True, capture_output=True,
                          text=True).stdout
-for target in ("tarn_sdk", "tarn_kit", "tarn_draw", "tarn_store", "tarn-capture", "install"):
+for target in ("tarn_sdk", "tarn_kit", "tarn_draw", "tarn_store", "tarn_view", "tarn-capture", "install"):
     if target not in targets:
         failures.append(f"the preset has no target {target}")
 

@@ -18,6 +18,8 @@ if any(pathlib.Path(prefix).rglob("tarn_draw.pc")):
     modules, defines = ["tarn_draw", *modules], ["WITH_DRAW", *defines]
 if any(pathlib.Path(prefix).rglob("tarn_store.pc")):
     modules, defines = ["tarn_store", *modules], ["WITH_STORE", *defines]
+if any(pathlib.Path(prefix).rglob("tarn_view.pc")):
+    modules, defines = ["tarn_view", *modules], ["WITH_VIEW", *defines]
 output = installed.build_and_run(
     compiler, prefix, source, pathlib.Path(work) / "consumer", modules, defines)
 expected = "1 child, frame 60 is 0:0:0 60.0\n"

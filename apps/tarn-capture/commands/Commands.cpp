@@ -19,6 +19,7 @@ void addCommands(CommandLine& line) {
     addMarkers(line);
     addCalibrate(line);
     addSolve(line);
+    addView(line);
     addCompletion(line);
     addManual(line);
 }

@@ -29,5 +29,6 @@ void addRun(CommandLine& line);
 void addSolve(CommandLine& line);
 void addStream(CommandLine& line);
 void addTake(CommandLine& line);
+void addView(CommandLine& line);
 
 } // namespace tarn::capture

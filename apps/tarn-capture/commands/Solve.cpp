@@ -115,7 +115,11 @@ std::shared_ptr<Settings> solveOne(const SolveCommand& options, const std::strin
     }
     const SolveSummary summary = summarize(trial, solved);
     fmt::print("{}", textOf(trial, solved, summary));
-    return reportOf(trial, solved, summary);
+    auto report = reportOf(trial, solved, summary);
+    report->setValue("Take", pathFrom(options.out, trial.file()));
+    const kit::Quaterniond turn = uprightOf(solved);
+    report->setValue("Upright", fmt::format("{} {} {} {}", turn.x, turn.y, turn.z, turn.w));
+    return report;
 }
 
 int solve(const SolveCommand& options) {

@@ -3,11 +3,12 @@
 
 #include "documents/SessionDocument.h"
 
+#include "support/OutputPath.h"
+
 #include <fmt/format.h>
 #include <tarn_kit/files/Text.h>
 
 #include <memory>
-#include <system_error>
 
 namespace tarn::capture {
 
@@ -60,13 +61,6 @@ void describeDimensions(Settings& character, const BodyLengths& known) {
     }
 }
 
-/// A document is found again together with what it names, wherever both are moved.
-std::string relativePath(const fs::path& file, const fs::path& directory) {
-    std::error_code error;
-    const fs::path path = fs::relative(file, directory, error);
-    return kit::printable(error || path.empty() ? file.string() : path.generic_string());
-}
-
 void describeSpace(Settings& scene, const kit::Space& space) {
     scene.setValue("Session.Unit", space.unit.symbol);
     scene.setValue("Session.UnitIs", kit::originText(space.unitOrigin));
@@ -78,7 +72,7 @@ void describe(TakePerformer& performer, bool paced, const fs::path& directory) {
     Character& character = performer.character();
     const kit::PerformerStatistics& statistics = performer.statistics();
     character.setValue("Name", character.characterName());
-    character.setValue("Take", relativePath(performer.file(), directory));
+    character.setValue("Take", pathFrom(directory, performer.file()));
     put(character, "FramesIn", statistics.framesIn);
     put(character, "FramesOut", statistics.framesOut);
     put(character, "FramesLost", statistics.framesExpected - statistics.framesIn);

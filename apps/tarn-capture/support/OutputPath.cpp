@@ -7,6 +7,7 @@
 #include "support/StandardStreams.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
 
 #include <stdexcept>
 #include <system_error>
@@ -60,6 +61,12 @@ void refuseToOverwrite(const std::vector<std::string>& inputs,
             refuseToOverwrite(fs::path(input), fs::path(output), option);
         }
     }
+}
+
+std::string pathFrom(const fs::path& directory, const fs::path& file) {
+    std::error_code error;
+    const fs::path path = fs::relative(file, directory, error);
+    return kit::printable(error || path.empty() ? file.string() : path.generic_string());
 }
 
 } // namespace tarn::capture

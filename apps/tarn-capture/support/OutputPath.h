@@ -32,4 +32,8 @@ void refuseToOverwrite(const std::filesystem::path& input, const std::filesystem
 void refuseToOverwrite(const std::vector<std::string>& inputs,
                        const std::vector<std::string>& outputs, std::string_view option);
 
+/// A file as it is found from a directory, so that a document there finds it again wherever both
+/// are moved; fit to be printed.
+std::string pathFrom(const std::filesystem::path& directory, const std::filesystem::path& file);
+
 } // namespace tarn::capture

@@ -25,21 +25,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The document that a name stands for: itself, or that of the directory.
-std::optional<fs::path> documentOf(const fs::path& name) {
-    std::error_code error;
-    if (fs::is_directory(name, error)) {
-        for (const char* const document : {"session.xml", "solve.xml"}) {
-            if (fs::exists(name / document, error)) {
-                return name / document;
-            }
-        }
-        throw std::runtime_error(fmt::format("{}: a directory without a session.xml or a solve.xml",
-                                             kit::printable(name.string())));
-    }
-    return kit::lowered(name.extension().string()) == ".xml" ? std::optional(name) : std::nullopt;
-}
-
 kit::PerformerTake performerOf(const std::string& file, const std::string& name,
                                const SpaceChoice& space) {
     TakeFile source(file);
@@ -110,6 +95,20 @@ std::vector<kit::PerformerTake> performersIn(const fs::path& document, const Spa
 }
 
 } // namespace
+
+std::optional<fs::path> documentOf(const fs::path& name) {
+    std::error_code error;
+    if (fs::is_directory(name, error)) {
+        for (const char* const document : {"session.xml", "solve.xml"}) {
+            if (fs::exists(name / document, error)) {
+                return name / document;
+            }
+        }
+        throw std::runtime_error(fmt::format("{}: a directory without a session.xml or a solve.xml",
+                                             kit::printable(name.string())));
+    }
+    return kit::lowered(name.extension().string()) == ".xml" ? std::optional(name) : std::nullopt;
+}
 
 std::vector<kit::PerformerTake> performersOf(const std::string& name, const SpaceChoice& space) {
     if (const auto document = documentOf(name)) {

@@ -7,10 +7,16 @@
 
 #include <tarn_kit/session/PerformerTake.h>
 
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace tarn::capture {
+
+/// The document that a name stands for: itself, if it ends in .xml, or the session.xml or solve.xml
+/// of the directory. Throws `std::runtime_error` for a directory that has neither.
+std::optional<std::filesystem::path> documentOf(const std::filesystem::path& name);
 
 /// All performers that a name on the command line stands for: that of a motion file; those of a
 /// session, by its session.xml or its directory; the solved bodies of a solve.xml or its directory.

@@ -60,4 +60,3 @@
 #include <tarn_kit/solving/MarkerCalibrator.h>
 #include <tarn_kit/solving/MarkerFit.h>
 #include <tarn_kit/solving/MarkerSolver.h>
-#include <tarn_kit/Version.h>

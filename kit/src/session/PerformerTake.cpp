@@ -3,6 +3,8 @@
 
 #include <tarn_kit/session/PerformerTake.h>
 
+#include "body/Kinematics.h"
+
 #include <tarn_kit/body/ForwardKinematics.h>
 
 #include <any>
@@ -18,6 +20,47 @@ const Payload* payloadIn(const std::shared_ptr<Frame>& frame) {
     return frame == nullptr ? nullptr : std::any_cast<Payload>(&frame->data());
 }
 
+Vector3d uprightOf(const Vector3d& at, UpAxis up) {
+    return up == UpAxis::X   ? Vector3d{at.z, at.x, at.y}
+           : up == UpAxis::Z ? Vector3d{at.y, at.z, at.x}
+                             : at;
+}
+
+/// Turns transforms in the world into such that are relative to parents.
+void makeLocal(const Rig& rig, Transforms& transforms) {
+    for (std::size_t i = transforms.size(); i-- > 0;) { // children first
+        const int parent = rig.nodes()[i].parent;
+        if (parent >= 0) {
+            const Transform& above = transforms[static_cast<std::size_t>(parent)];
+            const Quaterniond back = inverse(above.rotation);
+            transforms[i] = {back * transforms[i].rotation,
+                             back * (transforms[i].position - above.position)};
+        }
+    }
+}
+
+std::optional<Transforms> localAt(const Rig& rig, Tracks& take, int frame) {
+    Transforms local;
+    const auto solved = take.getFrame(frame, bodyDataType);
+    const auto posed = take.getFrame(frame, poseDataType);
+    if (const auto* const body = payloadIn<BodyPose>(solved)) {
+        if (body->segments.size() != rig.nodes().size()) {
+            return std::nullopt;
+        }
+        for (const Segment& segment : body->segments) {
+            local.push_back({normalized(toDouble(segment.rotation)), toDouble(segment.position)});
+        }
+        makeLocal(rig, local);
+        return local;
+    }
+    const auto* const pose = payloadIn<Pose>(posed);
+    if (pose == nullptr || pose->values.size() != rig.valueCount()) {
+        return std::nullopt;
+    }
+    setLocal(rig, *pose, local);
+    return local;
+}
+
 } // namespace
 
 std::optional<BodyPose> bodyAt(const Rig& rig, Tracks& take, int frame) {
@@ -30,6 +73,24 @@ std::optional<BodyPose> bodyAt(const Rig& rig, Tracks& take, int frame) {
     return pose != nullptr && pose->values.size() == rig.valueCount()
                ? std::optional(worldPose(rig, *pose))
                : std::nullopt;
+}
+
+std::optional<std::vector<JointTransform>> jointsAt(const PerformerTake& performer, double metres,
+                                                    int frame) {
+    const auto local = localAt(*performer.rig, *performer.take, frame);
+    if (!local) {
+        return std::nullopt;
+    }
+    const UpAxis up = performer.rig->space().up;
+    std::vector<JointTransform> joints;
+    joints.reserve(local->size());
+    for (const Transform& transform : *local) {
+        const Quaterniond q = normalized(transform.rotation);
+        const Vector3d axis = uprightOf({q.x, q.y, q.z}, up);
+        joints.push_back(
+            {{axis.x, axis.y, axis.z, q.w}, metres * uprightOf(transform.position, up)});
+    }
+    return joints;
 }
 
 std::vector<double> metresPerUnit(const std::vector<PerformerTake>& performers) {

@@ -106,5 +106,14 @@ TEST(NumberIn, DoesNotLookBeyondThePartOfATextThatItIsGiven) {
     EXPECT_EQ(numberIn<int>(std::string_view("12345").substr(1, 2)), 23);
 }
 
+TEST(Base64, IsThatOfTheStandard) {
+    EXPECT_EQ(base64(""), "");
+    EXPECT_EQ(base64("f"), "Zg==");
+    EXPECT_EQ(base64("fo"), "Zm8=");
+    EXPECT_EQ(base64("foo"), "Zm9v");
+    EXPECT_EQ(base64("foobar"), "Zm9vYmFy");
+    EXPECT_EQ(base64("\xFF\xEF\xBE"), "/+++");
+}
+
 } // namespace
 } // namespace tarn::kit

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <tarn_kit/session/PerformerTake.h>
 
+#include <cmath>
+
 namespace tarn::kit {
 namespace {
 
@@ -40,6 +42,29 @@ TEST(BodyAt, IsNothingWhereTheTakeHasNoBodyOfTheRig) {
     EXPECT_FALSE(bodyAt(*rig(), *takeWith(poseDataType, Pose{{10, 11}}), 1));
     EXPECT_FALSE(bodyAt(*rig(), *takeWith(bodyDataType, BodyPose{}), 1));
     EXPECT_FALSE(bodyAt(*rig(), *takeWith(poseDataType, std::string("no pose")), 1));
+}
+
+TEST(JointsAt, AreInMetresWithYUpRelativeToTheirParents) {
+    auto rig = std::make_shared<Rig>();
+    rig->addJoint("Root", -1, {1, 2, 3}, {Channel::Zrotation});
+    rig->addJoint("Arm", 0, {10, 0, 0}, {});
+    Space space;
+    space.up = UpAxis::Z;
+    rig->setSpace(space);
+    const PerformerTake posed = {"Anna", rig, takeWith(poseDataType, Pose{{90}}), Rate(), 0, ""};
+    const auto found = jointsAt(posed, 0.01, 1);
+    ASSERT_TRUE(found);
+    EXPECT_DOUBLE_EQ(found->at(0).position.y, 0.03) << "Z is up";
+    EXPECT_NEAR(found->at(0).rotation.y, std::sqrt(0.5), 1e-12);
+    EXPECT_DOUBLE_EQ(found->at(1).position.z, 0.1) << "X goes to Z, whatever the root does";
+    EXPECT_FALSE(jointsAt(posed, 0.01, 0));
+
+    PerformerTake solved = posed;
+    solved.take = takeWith(bodyDataType, bodyAt(*rig, *posed.take, 1).value());
+    const auto same = jointsAt(solved, 0.01, 1);
+    ASSERT_TRUE(same);
+    EXPECT_NEAR(same->at(1).position.z, 0.1, 1e-7);
+    EXPECT_NEAR(same->at(1).rotation.w, 1, 1e-7);
 }
 
 std::shared_ptr<Rig> rigOfHeight(float height, Space space = {}) {

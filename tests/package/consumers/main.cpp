@@ -16,6 +16,11 @@
 #ifdef WITH_STORE
 #include <tarn_store/tarn_store.h>
 #endif
+#ifdef WITH_VIEW
+#include <tarn_view/tarn_view.h>
+
+#include <sstream>
+#endif
 
 #include <iostream>
 
@@ -50,6 +55,14 @@ int main() {
         const tarn::store::TakeReader reader("no such file");
         return 1;
     } catch (const tarn::store::StoreError&) { // as it should be
+    }
+#endif
+#ifdef WITH_VIEW
+    try {
+        std::ostringstream html;
+        tarn::view::writePage({}, html);
+        return 1;
+    } catch (const std::invalid_argument&) { // as it should be
     }
 #endif
     return character.parent() == &scene && heard == 60 ? 0 : 1;

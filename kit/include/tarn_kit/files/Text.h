@@ -36,6 +36,9 @@ TARN_KIT_EXPORT std::string lowered(std::string_view text);
 /// "1 joint", "2 joints": `noun` takes an "s" but after 1.
 TARN_KIT_EXPORT std::string counted(std::size_t count, std::string_view noun);
 
+/// Bytes as text of 64 letters and digits (RFC 4648), padded with "=".
+TARN_KIT_EXPORT std::string base64(std::string_view bytes);
+
 /// The number that the whole of `text` is: decimal, with a decimal point whatever the locale, no
 /// plus sign and no blanks. Empty if it is none, or none that a `Number` can hold.
 template <class Number>

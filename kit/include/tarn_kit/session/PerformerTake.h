@@ -7,6 +7,7 @@
 #include <tarn_kit/Export.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/Rig.h>
+#include <tarn_kit/body/Rotations.h>
 #include <tarn_kit/session/Rate.h>
 
 #include <cstdint>
@@ -33,6 +34,18 @@ struct PerformerTake {
 /// The solved body of a frame, or where the frame's pose puts the rig; in the rig's own unit and
 /// axes. Nothing where the take has neither, or one of another rig.
 TARN_KIT_EXPORT std::optional<BodyPose> bodyAt(const Rig& rig, Tracks& take, int frame);
+
+/// How a node is turned and where it is, relative to its parent.
+struct JointTransform {
+    Quaterniond rotation; ///< of length 1
+    Vector3d position;    ///< in metres
+};
+
+/// The nodes of a frame relative to their parents (roots: to the world), in a world with Y up whose
+/// unit is the metre: a unit of the rig is `metres`. Of a pose, in double precision by way of its
+/// channels; what does not move there does not move here. Nothing where `bodyAt` is nothing.
+TARN_KIT_EXPORT std::optional<std::vector<JointTransform>> jointsAt(const PerformerTake& performer,
+                                                                    double metres, int frame);
 
 /// How many metres a unit of each performer's lengths is. Of units that are not known, all are
 /// taken to be the same, such that the first body among them is as tall as an adult, `adultHeight`;

@@ -3,10 +3,7 @@
 
 #include "files/gltf/GltfMotion.h"
 
-#include <tarn_kit/body/Payload.h>
-
 #include <algorithm>
-#include <any>
 #include <cmath>
 #include <stdexcept>
 
@@ -180,49 +177,21 @@ std::optional<Transforms> GltfMotion::worldAt(int frame) const {
     return world;
 }
 
-std::optional<Transforms> GltfMotion::localAt(int frame) const {
-    const Rig& rig = *performer_.rig;
-    if (performer_.take->getFrame(frame, bodyDataType) == nullptr) {
-        const auto posed = performer_.take->getFrame(frame, poseDataType);
-        const auto* const pose = posed == nullptr ? nullptr : std::any_cast<Pose>(&posed->data());
-        if (pose == nullptr || pose->values.size() != rig.valueCount()) {
-            return std::nullopt;
-        }
-        Transforms local;
-        setLocal(rig, *pose, local);
-        for (Transform& transform : local) {
-            transform = upright(transform);
-        }
-        return local;
-    }
-    auto local = worldAt(frame);
-    for (std::size_t i = local ? local->size() : 0; i-- > 0;) { // children first
-        const int parent = rig.nodes()[i].parent;
-        if (parent >= 0) {
-            const Transform& above = (*local)[static_cast<std::size_t>(parent)];
-            Transform& node = (*local)[i];
-            const Quaterniond back = inverse(above.rotation);
-            node = {back * node.rotation, back * (node.position - above.position)};
-        }
-    }
-    return local;
-}
-
 void GltfMotion::sample() {
     const int length = performer_.take->timeLength();
     for (int frame = 0; frame < length; ++frame) {
-        const auto local = localAt(frame);
+        const auto local = jointsAt(performer_, metres_, frame);
         if (!local) {
             continue;
         }
         frames_.push_back(frame);
         for (std::size_t i = 0; i < local->size(); ++i) {
-            const Transform& node = (*local)[i];
+            const Transform node = {(*local)[i].rotation, (*local)[i].position};
             if (!isFinite(node)) {
                 throw std::invalid_argument("frame index " + std::to_string(frame) +
                                             " has a value that is not finite");
             }
-            Quaterniond q = normalized(node.rotation);
+            const Quaterniond& q = node.rotation;
             auto& turns = rotations_[i].values;
             const bool jumps = turns.empty() ? q.w < 0 : dot(q, toDouble(turns.back())) < 0;
             turns.push_back(toValue(jumps ? -q : q));

@@ -43,8 +43,6 @@ public:
 private:
     /// The nodes in the world; nothing where the take has no body.
     std::optional<Transforms> worldAt(int frame) const;
-    /// The nodes relative to their parents: exactly those of a pose, not by way of the world.
-    std::optional<Transforms> localAt(int frame) const;
     void sample();
     void restWhereNothingMoves();
     void reduce(double tolerance);
