@@ -54,7 +54,7 @@ export class Camera {
     const radius = Math.max(0.3, Math.hypot(high[0] - low[0], high[1] - low[1], high[2] - low[2]) / 2);
     const half = (this.fieldOfView * Math.PI) / 360;
     const narrow = Math.atan(Math.tan(half) * Math.min(1, aspect));
-    this.distance = (1.05 * radius) / Math.sin(narrow);
+    this.distance = (0.85 * radius) / Math.sin(narrow);
   }
 
   /** Where a point is on a screen of this size, in pixels from its upper left corner; null behind the eye. */

@@ -7,10 +7,15 @@ export class FlatScene {
   constructor(canvas) {
     this.canvas = canvas;
     this.context = canvas.getContext('2d');
+    this.middle = [0, 0];
   }
 
   paint(theme) {
     this.theme = theme;
+  }
+
+  centre(x, z) {
+    this.middle = [x, z];
   }
 
   resize(width, height, ratio) {
@@ -44,9 +49,11 @@ export class FlatScene {
     context.setTransform(this.ratio, 0, 0, this.ratio, 0, 0);
     context.fillStyle = this.theme.background;
     context.fillRect(0, 0, width, height);
+    const [x, z] = this.middle;
     for (let i = -10; i <= 10; i++) {
-      this.stroke(camera, [i, 0, -10], [i, 0, 10], i ? this.theme.grid : this.theme.axis);
-      this.stroke(camera, [-10, 0, i], [10, 0, i], i ? this.theme.grid : this.theme.axis);
+      const shade = i ? this.theme.grid : this.theme.axis;
+      this.stroke(camera, [x + i, 0, z - 10], [x + i, 0, z + 10], shade);
+      this.stroke(camera, [x - 10, 0, z + i], [x + 10, 0, z + i], shade);
     }
     const near = (one) => camera.project(one.from, width, height)?.[2] ?? -1;
     const sorted = this.strokes.map((one) => ({ ...one, depth: near(one) })).sort((a, b) => b.depth - a.depth);

@@ -38,7 +38,9 @@ class Page {
     this.listen();
     this.repaint();
     this.resize();
-    this.camera.frame(...this.stage.bounds(), this.size[0] / this.size[1]);
+    const bounds = this.stage.bounds();
+    this.camera.frame(...bounds, this.size[0] / this.size[1]);
+    this.scene.centre(Math.round(this.camera.target[0]), Math.round(this.camera.target[2]));
     this.player.isPlaying = location.hash !== '#paused';
     this.update();
     requestAnimationFrame((now) => this.tick(now));
@@ -104,19 +106,19 @@ class Page {
     if (places) [this.camera.target[0], this.camera.target[2]] = [places[0][0], places[0][2]];
     this.stage.draw(this.scene, this.camera, this.seconds, this.theme);
     const share = this.take.frames > 1 ? this.player.frame / (this.take.frames - 1) : 0;
-    drawCurves(get('curves'), this.stage.chosen.map((one) => ({ ...one.curve, colour: one.colour })), share, this.theme);
+    if (this.stage.shown.length) drawCurves(get('curves'), this.stage.chosen.map((one) => ({ ...one.curve, colour: one.colour })), share, this.theme);
   }
 
   /** Brings what the page says in line with where it is. */
   update() {
     const { player, take } = this;
     const number = player.frame + take.fastest.firstFrame;
-    const code = timecodeOf(number, take.framesPerSecond);
+    const code = timecodeOf(player.frame, take.framesPerSecond);
     get('time').textContent = code + '   frame ' + number + ' of ' + (take.frames - 1 + take.fastest.firstFrame);
     get('scrub').value = player.frame;
     get('scrub').setAttribute('aria-valuetext', 'frame ' + number + ', ' + code);
     const play = get('play');
-    play.textContent = player.isPlaying ? '⏸' : '▶';
+    play.querySelector('path').setAttribute('d', player.isPlaying ? 'M3 2h4v12H3zM9 2h4v12H9z' : 'M4 2l9 6-9 6z');
     play.setAttribute('aria-label', player.isPlaying ? 'Pause' : 'Play');
     get('speed').value = String(player.speed);
     get('loop').setAttribute('aria-pressed', String(player.loop.on));
@@ -208,6 +210,7 @@ class Page {
       get('joint').append(group);
     });
     this.listPerformers();
+    for (const id of ['performerbox', 'jointbox', 'curves', 'followbox']) get(id).hidden = stage.shown.length === 0;
     for (const shown of stage.shown.slice(0, 3)) this.choose(shown, 0);
     get('legend').hidden = !take.clouds.some((one) => one.residuals);
     get('eventbox').hidden = take.events.length === 0;

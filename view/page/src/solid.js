@@ -4,7 +4,7 @@
 // The scene in three dimensions: solid bones on a ground with shadows.
 
 import {
-  BufferAttribute, BufferGeometry, Color, DirectionalLight, GridHelper, HemisphereLight, IcosahedronGeometry,
+  BufferAttribute, BufferGeometry, Color, DirectionalLight, HemisphereLight, IcosahedronGeometry,
   InstancedMesh, LineBasicMaterial, LineSegments, Matrix4, Mesh, MeshLambertMaterial, OctahedronGeometry,
   PerspectiveCamera, PlaneGeometry, Quaternion, Scene, ShadowMaterial, Vector3, WebGLRenderer, PCFShadowMap,
 } from 'three';
@@ -19,7 +19,7 @@ const colour = new Color();
 
 /** A slim double pyramid from 0 to 1 along Y, widest near its lower end. */
 function boneShape() {
-  const shape = new OctahedronGeometry(1, 0).toNonIndexed();
+  const shape = new OctahedronGeometry(1, 0);
   const points = shape.getAttribute('position');
   for (let i = 0; i < points.count; i++) {
     const y = points.getY(i);
@@ -27,6 +27,24 @@ function boneShape() {
   }
   shape.computeVertexNormals();
   return shape;
+}
+
+/** Squares of a metre. In short pieces: some drivers drop long lines that pass the eye. */
+function gridOf(theme, half = 20) {
+  const points = [];
+  const colours = [];
+  const [plain, middle] = [new Color(theme.grid), new Color(theme.axis)];
+  for (let line = -half; line <= half; line++) {
+    const shade = line === 0 ? middle : plain;
+    for (let i = -half; i < half; i++) {
+      points.push(line, 0, i, line, 0, i + 1, i, 0, line, i + 1, 0, line);
+      for (let corner = 0; corner < 4; corner++) colours.push(shade.r, shade.g, shade.b);
+    }
+  }
+  const shape = new BufferGeometry();
+  shape.setAttribute('position', new BufferAttribute(new Float32Array(points), 3));
+  shape.setAttribute('color', new BufferAttribute(new Float32Array(colours), 3));
+  return new LineSegments(shape, new LineBasicMaterial({ vertexColors: true }));
 }
 
 function instances(shape, count) {
@@ -60,7 +78,6 @@ export class SolidScene {
     this.bones = instances(boneShape(), counts.bones);
     this.joints = instances(new IcosahedronGeometry(1, 1), counts.joints);
     this.dots = instances(new IcosahedronGeometry(1, 1), counts.dots);
-    this.dots.castShadow = false;
     this.scene.add(this.bones, this.joints, this.dots);
     this.lines = new LineSegments(new BufferGeometry(), new LineBasicMaterial({ vertexColors: true }));
     this.lines.frustumCulled = false;
@@ -70,9 +87,15 @@ export class SolidScene {
   paint(theme) {
     this.scene.background = new Color(theme.background);
     if (this.grid) this.scene.remove(this.grid);
-    this.grid = new GridHelper(40, 40, theme.axis, theme.grid);
-    this.grid.position.y = 0.001;
+    this.grid = gridOf(theme);
+    this.grid.position.set(this.ground.position.x, 0.001, this.ground.position.z);
     this.scene.add(this.grid);
+  }
+
+  /** Where the middle of the ground is. */
+  centre(x, z) {
+    this.ground.position.set(x, 0, z);
+    this.grid.position.set(x, 0.001, z);
   }
 
   resize(width, height, ratio) {

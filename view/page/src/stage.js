@@ -97,7 +97,7 @@ export class Stage {
     for (const { from, to } of shown.bones) {
       const [a, b] = [places[from], places[to]];
       const length = Math.hypot(b[0] - a[0], b[1] - a[1], b[2] - a[2]);
-      if (length > 1e-4) scene.bone(a, b, Math.max(0.004, Math.min(0.05, 0.13 * length)), shade);
+      if (length > 1e-4) scene.bone(a, b, Math.max(0.006, Math.min(0.06, 0.16 * length)), shade);
     }
     places.forEach((at, i) => {
       const isEnd = shown.performer.nodes[i].end;

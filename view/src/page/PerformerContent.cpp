@@ -4,7 +4,6 @@
 #include "page/Content.h"
 
 #include <tarn_kit/files/Text.h>
-#include <tarn_kit/session/Timecode.h>
 
 #include <algorithm>
 #include <array>

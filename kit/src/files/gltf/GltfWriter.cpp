@@ -261,8 +261,7 @@ Json Document::extrasOf(std::size_t index, const GltfMotion& motion) const {
                    {"upIs", originText(space.upOrigin)},
                    {"largestErrorMetres", motion.largestError()}};
     if (performer.firstFrame >= 0) {
-        extras["timecode"] =
-            timecodeText(timecodeOf(performer.firstFrame, performer.rate), performer.rate);
+        extras["timecode"] = timecodeText(timecodeOf(performer.firstFrame, performer.rate));
     }
     if (options_.tolerance > 0) {
         extras["toleranceMetres"] = options_.tolerance;
