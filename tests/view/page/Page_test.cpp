@@ -66,7 +66,7 @@ public:
     explicit Reader(const std::string& page) {
         const std::string compressed = decoded(elementOf(page, "columns"));
         bytes_.resize(factsOf(page)["bytes"].get<std::size_t>());
-        uLongf size = static_cast<uLongf>(bytes_.size());
+        auto size = static_cast<uLongf>(bytes_.size());
         EXPECT_EQ(uncompress(reinterpret_cast<Bytef*>(bytes_.data()), &size,    // NOLINT
                              reinterpret_cast<const Bytef*>(compressed.data()), // NOLINT
                              static_cast<uLong>(compressed.size())),
@@ -75,8 +75,8 @@ public:
     }
 
     std::vector<std::int64_t> next(std::size_t count) {
-        const int order = bytes_.at(at_);
-        const auto planes = static_cast<std::size_t>(bytes_.at(at_ + 1));
+        const int order = static_cast<unsigned char>(bytes_.at(at_));
+        const std::size_t planes = static_cast<unsigned char>(bytes_.at(at_ + 1));
         at_ += 2;
         std::vector<std::int64_t> column(count);
         for (std::size_t i = 0; i < count; ++i) {
@@ -118,6 +118,7 @@ kit::PerformerTake arm(const std::vector<std::vector<float>>& rows) {
     rig->addEndSite(0, {0.5F, 0, 0});
     rig->setSpace({{"m", "metres", 1}});
     std::vector<std::shared_ptr<Frame>> frames;
+    frames.reserve(rows.size());
     for (const auto& row : rows) {
         frames.push_back(row.empty()
                              ? nullptr

@@ -114,7 +114,7 @@ PageReport writePage(const PageContent& content, std::ostream& stream) {
            << "<title>" << escaped(content.title) << "</title>\n<!--\n"
            << pageLicences << "-->\n<style>\n"
            << pageStyle << "</style>\n</head>\n<body>\n"
-           << pageBody << "<script type=\"application/json\" id=\"facts\">" << inScript(facts)
+           << pageBody << R"(<script type="application/json" id="facts">)" << inScript(facts)
            << "</script>\n<script type=\"text/plain\" id=\"columns\">" << packed(columns.bytes())
            << "</script>\n<script>\n"
            << pageScript << "</script>\n</body>\n</html>\n";

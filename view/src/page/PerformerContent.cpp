@@ -70,7 +70,7 @@ public:
 
 private:
     void sample(int frame);
-    void append(Node& node, const kit::JointTransform& joint);
+    static void append(Node& node, const kit::JointTransform& joint);
     std::vector<kit::JointTransform> worldOf(std::vector<kit::JointTransform> joints) const;
     std::vector<kit::JointTransform> shownAt(std::size_t frame) const;
 
