@@ -66,7 +66,7 @@ std::vector<std::vector<std::string>> tableIn(const fs::path& file) {
     std::vector<std::vector<std::string>> rows;
     for (std::string line; std::getline(stream, line);) {
         std::vector<std::string>& cells = rows.emplace_back();
-        std::istringstream text(line);
+        std::istringstream text(line.empty() ? "," : line);
         for (std::string cell; std::getline(text, cell, ',');) {
             cells.push_back(cell);
         }
@@ -75,8 +75,9 @@ std::vector<std::vector<std::string>> tableIn(const fs::path& file) {
 }
 
 /// How far each marker of the take is off, frame by frame, as the table beside the document says:
-/// by columns called MARKER.residual, in millimetres.
-std::vector<std::vector<float>> residualsIn(const fs::path& file, const kit::C3dTake& take) {
+/// by columns called MARKER.residual, in millimetres; the first column has the number of the frame.
+std::vector<std::vector<float>> residualsIn(const fs::path& file, const kit::C3dTake& take,
+                                            std::int64_t firstFrame) {
     constexpr float unknown = std::numeric_limits<float>::quiet_NaN();
     const auto rows = tableIn(file);
     std::map<std::string, std::size_t> columns;
@@ -85,7 +86,13 @@ std::vector<std::vector<float>> residualsIn(const fs::path& file, const kit::C3d
     }
     std::vector<std::vector<float>> residuals;
     for (std::size_t row = 1; row < rows.size(); ++row) {
-        std::vector<float>& frame = residuals.emplace_back();
+        const auto number = kit::numberIn<std::int64_t>(rows[row].front());
+        const std::int64_t index = number.value_or(-1) - firstFrame;
+        if (!number || index < 0 || index >= take.frameCount) {
+            continue;
+        }
+        residuals.resize(std::max(residuals.size(), static_cast<std::size_t>(index) + 1));
+        std::vector<float>& frame = residuals[static_cast<std::size_t>(index)];
         for (const kit::C3dMarker& marker : take.markers) {
             const auto column = columns.find(marker.name + ".residual");
             const bool isThere = column != columns.end() && column->second < rows[row].size();
@@ -129,7 +136,8 @@ MarkerSource solvedTrialOf(const fs::path& directory, const Settings& trial) {
     source.cloud.take = partOf(take, number("FirstFrame"), number("LastFrame"));
     source.cloud.firstFrame = number("FirstFrame");
     source.cloud.turn = rotationIn(trial.value("Upright", "")).value_or(source.cloud.turn);
-    source.cloud.residuals = residualsIn(directory / (name + ".markers.csv"), take);
+    source.cloud.residuals =
+        residualsIn(directory / (name + ".markers.csv"), take, number("FirstFrame"));
     return source;
 }
 
