@@ -52,14 +52,27 @@ void RecordingBatch::append(RecordingBatch&& other) {
     notes.insert(notes.end(), other.notes.begin(), other.notes.end());
 }
 
+RecordingFile::Unmade::~Unmade() {
+    if (database == nullptr) {
+        return;
+    }
+    const fs::path file = database->file();
+    database->close();
+    for (const char* const end : {"", "-wal", "-shm", "-journal"}) {
+        std::error_code ignored;
+        fs::remove(fs::path(file) += end, ignored);
+    }
+}
+
 RecordingFile::RecordingFile(const fs::path& file, const RecorderOptions& options)
-    : database_(file, Database::Mode::Create), takeName_(options.takeName),
+    : database_(file, Database::Mode::Create), unmade_(database_), takeName_(options.takeName),
       chunks_(made(database_, options), options.codecs), rows_(database_) {
     if (options.preallocate && options.expectedBytes > 0) {
         reserved_ = static_cast<std::int64_t>(options.expectedBytes);
         database_.reserve(reserved_);
     }
     setup_.emplace(database_);
+    unmade_.database = nullptr;
 }
 
 /// Tracks of one rate share a take: the first is the one that the file is about, others are nested
@@ -131,7 +144,27 @@ void RecordingFile::write(RecordingBatch& batch) {
     }
 }
 
+bool RecordingFile::becomesSingle() {
+    try {
+        return database_.text("PRAGMA journal_mode=DELETE") == "delete";
+    } catch (const StoreError& error) {
+        if (error.problem() != StoreProblem::Busy) {
+            throw;
+        }
+    }
+    // Somebody still reads it. Nothing has to stay in the files beside it, empty as they then are.
+    database_.text("PRAGMA wal_checkpoint(TRUNCATE)");
+    return false;
+}
+
 void RecordingFile::end() {
+    try {
+        Transaction transaction(database_);
+        chunks_.finish();
+        transaction.commit();
+    } catch (const StoreError&) { // there is no room for it, and what is there is as good
+        chunks_.rollback();
+    }
     {
         Transaction transaction(database_);
         setEnded(database_);
@@ -140,7 +173,7 @@ void RecordingFile::end() {
     chunks_.close();
     const std::int64_t size = database_.number("PRAGMA page_count").value_or(0) *
                               database_.number("PRAGMA page_size").value_or(0);
-    const bool isSingle = database_.text("PRAGMA journal_mode=DELETE") == "delete";
+    const bool isSingle = becomesSingle();
     const fs::path file = database_.file();
     database_.close();
     std::error_code ignored;

@@ -64,9 +64,21 @@ public:
     void end();
 
 private:
+    /// Takes the file away again if it cannot be made.
+    struct Unmade {
+        explicit Unmade(Database& of) : database(&of) {}
+        Unmade(const Unmade&) = delete;
+        Unmade& operator=(const Unmade&) = delete;
+        ~Unmade();
+        Database* database; ///< none once it is made
+    };
+
     std::int64_t takeFor(const std::optional<kit::Rate>& rate);
+    /// Whether the files beside it can go.
+    bool becomesSingle();
 
     Database database_;
+    Unmade unmade_;
     std::int64_t reserved_ = 0;
     std::string takeName_;
     std::optional<Transaction> setup_; ///< until the tracks are committed

@@ -3,6 +3,9 @@
 
 #include "rows/Chunk.h"
 
+#include "rows/Schema.h"
+
+#include <cassert>
 #include <cstring>
 #include <string>
 #include <zlib.h>
@@ -12,7 +15,9 @@ namespace tarn::store {
 namespace {
 
 constexpr std::size_t mostFrames = 1024;
-constexpr std::size_t mostBytes = 256UL * 1024;
+// A row of so many bytes leaves next to nothing of its last page empty: it fills one page but for
+// what surrounds it, and seven that hold nothing else.
+constexpr std::size_t mostBytes = (pageSize - 128) + 7 * (pageSize - 4);
 constexpr std::size_t largestPayload = 256UL * 1024 * 1024;
 
 [[noreturn]] void failDamaged(const std::filesystem::path& file, std::int64_t chunk,
@@ -36,6 +41,7 @@ ChunkWriter::ChunkWriter(Database& database, std::shared_ptr<const kit::Codecs> 
     : database_(&database), codecs_(std::move(codecs)) {
     insert_.emplace(database, "INSERT INTO chunk (track, late, first, last, data_type, codec, crc, "
                               "heads, data) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)");
+    remove_.emplace(database, "DELETE FROM chunk WHERE id = ?1");
     count_.emplace(database, "UPDATE track SET frames = frames + ?2 WHERE id = ?1");
 }
 
@@ -74,25 +80,50 @@ void ChunkWriter::add(std::int64_t track, std::uint32_t slot, const Time& time, 
 bool ChunkWriter::fits(const Open& open, bool late, int dataType, const kit::CodecId& codec,
                        std::size_t size) {
     return open.late == late && open.dataType == dataType && open.codec == codec &&
-           open.heads.size() < mostFrames && open.data.size() + size <= mostBytes;
+           open.heads.size() < mostFrames &&
+           open.data.size() + size + (open.heads.size() + 1) * sizeof(FrameHead) <= mostBytes;
 }
 
 void ChunkWriter::write(std::int64_t track, Open& open) {
-    const std::size_t headsSize = open.heads.size() * sizeof(FrameHead);
+    if (open.rows.size() != 1 || open.rowFrames < open.heads.size()) {
+        for (const std::int64_t row : open.rows) {
+            remove_->bind(1, row).run();
+        }
+        insert(track, open, 0, 0);
+        open.written += static_cast<std::int64_t>(open.heads.size() - open.rowFrames);
+    }
+    open.heads.clear();
+    open.data.clear();
+    open.rows.clear();
+    open.rowFrames = 0;
+    open.rowBytes = 0;
+}
+
+void ChunkWriter::writeSmall(std::int64_t track, Open& open) {
+    insert(track, open, open.rowFrames, open.rowBytes);
+    open.rows.push_back(database_->lastId());
+    open.written += static_cast<std::int64_t>(open.heads.size() - open.rowFrames);
+    open.rowFrames = open.heads.size();
+    open.rowBytes = open.data.size();
+}
+
+void ChunkWriter::insert(std::int64_t track, const Open& open, std::size_t firstFrame,
+                         std::size_t firstByte) {
+    assert(firstFrame < open.heads.size());
+    const FrameHead* const heads = open.heads.data() + firstFrame;
+    const std::size_t headsSize = (open.heads.size() - firstFrame) * sizeof(FrameHead);
+    const std::byte* const data = open.data.data() + firstByte;
+    const std::size_t dataSize = open.data.size() - firstByte;
     insert_->bind(1, track)
         .bind(2, open.late ? 1 : 0)
-        .bind(3, std::int64_t{open.heads.front().slot})
+        .bind(3, std::int64_t{heads->slot})
         .bind(4, std::int64_t{open.heads.back().slot})
         .bind(5, open.dataType)
         .bind(6, idOf(open.codec))
-        .bind(7, std::int64_t{checksumOf(open.heads.data(), headsSize, open.data.data(),
-                                         open.data.size())})
-        .bindBlob(8, open.heads.data(), headsSize)
-        .bindBlob(9, open.data.data(), open.data.size())
+        .bind(7, std::int64_t{checksumOf(heads, headsSize, data, dataSize)})
+        .bindBlob(8, heads, headsSize)
+        .bindBlob(9, data, dataSize)
         .run();
-    open.written += static_cast<std::int64_t>(open.heads.size());
-    open.heads.clear();
-    open.data.clear();
 }
 
 std::int64_t ChunkWriter::idOf(const kit::CodecId& codec) {
@@ -110,8 +141,11 @@ std::int64_t ChunkWriter::idOf(const kit::CodecId& codec) {
 
 void ChunkWriter::flush() {
     for (auto& [track, open] : open_) {
-        if (!open.heads.empty()) {
-            write(track, open);
+        if (open.heads.size() > open.rowFrames) {
+            writeSmall(track, open);
+            if (open.rows.size() == 1 && open.data.size() >= mostBytes / 2) {
+                write(track, open); // it is full enough: nothing is gained by waiting for more
+            }
         }
         if (open.written > 0) {
             count_->bind(1, track).bind(2, open.written).run();
@@ -120,8 +154,18 @@ void ChunkWriter::flush() {
     }
 }
 
+void ChunkWriter::finish() {
+    for (auto& [track, open] : open_) {
+        if (!open.heads.empty()) {
+            write(track, open);
+        }
+    }
+    flush();
+}
+
 void ChunkWriter::rollback() {
     insert_->reset();
+    remove_->reset();
     count_->reset();
     open_.clear();
     codecIds_.clear();
@@ -157,20 +201,25 @@ ChunkRow chunkIn(const Statement& row, const std::filesystem::path& file) {
     return chunk;
 }
 
+std::shared_ptr<Frame> frameOf(const ChunkRow& chunk, std::size_t place, const std::byte* bytes,
+                               const kit::Codecs& codecs, const std::filesystem::path& file) {
+    const FrameHead& head = chunk.heads[place];
+    try {
+        return std::make_shared<Frame>(Time(head.index, head.rate), chunk.dataType,
+                                       codecs.decode(chunk.codec, bytes, head.size));
+    } catch (const kit::CodecError& error) {
+        failDamaged(file, chunk.id, error.what());
+    }
+}
+
 std::vector<SlottedFrame> framesOf(const ChunkRow& chunk, const kit::Codecs& codecs,
                                    const std::filesystem::path& file) {
     std::vector<SlottedFrame> frames;
     frames.reserve(chunk.heads.size());
     const std::byte* bytes = chunk.data;
-    for (const FrameHead& head : chunk.heads) {
-        try {
-            frames.emplace_back(
-                head.slot, std::make_shared<Frame>(Time(head.index, head.rate), chunk.dataType,
-                                                   codecs.decode(chunk.codec, bytes, head.size)));
-        } catch (const kit::CodecError& error) {
-            failDamaged(file, chunk.id, error.what());
-        }
-        bytes += head.size;
+    for (std::size_t i = 0; i < chunk.heads.size(); ++i) {
+        frames.emplace_back(chunk.heads[i].slot, frameOf(chunk, i, bytes, codecs, file));
+        bytes += chunk.heads[i].size;
     }
     return frames;
 }

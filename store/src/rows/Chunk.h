@@ -39,6 +39,9 @@ std::uint32_t checksumOf(const void* heads, std::size_t headsSize, const void* d
 /// Takes frames and writes them as chunks: rows that hold some frames of one track, so that a row
 /// costs little and a frame is found fast. Within a track, chunks that are not late have ascending
 /// slots; a frame that comes out of order goes into a chunk marked late.
+///
+/// What is flushed often, as in a recording, comes in rows that are too small for the pages of the
+/// file; once there are enough of them one full row takes their place.
 class ChunkWriter {
 public:
     ChunkWriter(Database& database, std::shared_ptr<const kit::Codecs> codecs);
@@ -52,6 +55,8 @@ public:
              const kit::CodecId& codec, const std::byte* bytes, std::size_t size);
     /// Writes what has been added, with the counts of the tracks.
     void flush();
+    /// The same, with nothing left in small rows.
+    void finish();
 
     /// What `rollback` goes back to.
     void mark() { marked_ = lastSlots_; }
@@ -60,6 +65,7 @@ public:
     /// Lets go of the database.
     void close() {
         insert_.reset();
+        remove_.reset();
         count_.reset();
     }
 
@@ -70,17 +76,26 @@ private:
         kit::CodecId codec;
         std::vector<FrameHead> heads;
         std::vector<std::byte> data;
-        std::int64_t written = 0; ///< frames since the last flush
+        std::vector<std::int64_t> rows; ///< small ones, which hold the first of these frames
+        std::size_t rowFrames = 0;      ///< how many those are
+        std::size_t rowBytes = 0;       ///< of their data
+        std::int64_t written = 0;       ///< frames since the last flush
     };
 
     static bool fits(const Open& open, bool late, int dataType, const kit::CodecId& codec,
                      std::size_t size);
+    /// Writes everything as one row, in place of the small ones, and begins anew.
     void write(std::int64_t track, Open& open);
+    /// Writes what is in no small row yet as one.
+    void writeSmall(std::int64_t track, Open& open);
+    void insert(std::int64_t track, const Open& open, std::size_t firstFrame,
+                std::size_t firstByte);
     std::int64_t idOf(const kit::CodecId& codec);
 
     Database* database_;
     std::shared_ptr<const kit::Codecs> codecs_;
     std::optional<Statement> insert_;
+    std::optional<Statement> remove_;
     std::optional<Statement> count_;
     std::map<std::int64_t, Open> open_;
     std::unordered_map<std::int64_t, std::int64_t> lastSlots_;
@@ -107,6 +122,9 @@ struct ChunkRow {
 
 /// The chunk of a row with these columns. Throws `StoreError` if it is damaged.
 ChunkRow chunkIn(const Statement& row, const std::filesystem::path& file);
+/// One of them, by its place in `heads`. Throws as below.
+std::shared_ptr<Frame> frameOf(const ChunkRow& chunk, std::size_t place, const std::byte* bytes,
+                               const kit::Codecs& codecs, const std::filesystem::path& file);
 /// Its frames. Throws `StoreError` if its bytes are not what its codec writes.
 std::vector<SlottedFrame> framesOf(const ChunkRow& chunk, const kit::Codecs& codecs,
                                    const std::filesystem::path& file);

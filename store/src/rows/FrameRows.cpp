@@ -4,6 +4,7 @@
 #include "rows/FrameRows.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace tarn::store {
@@ -12,7 +13,20 @@ namespace {
 
 constexpr std::size_t mostRecent = 64; // tracks of which a chunk is kept
 
-bool isBefore(const SlottedFrame& frame, std::int64_t slot) { return frame.first < slot; }
+bool isBefore(const FrameHead& head, std::int64_t slot) { return head.slot < slot; }
+
+using Head = std::vector<FrameHead>::const_iterator;
+
+/// How many bytes the payloads of frames have.
+std::size_t bytesOf(Head first, Head last) {
+    return std::accumulate(first, last, std::size_t{0},
+                           [](std::size_t sum, const FrameHead& head) { return sum + head.size; });
+}
+
+bool covers(const ChunkRow& chunk, std::int64_t slot) {
+    return !chunk.heads.empty() && slot >= chunk.heads.front().slot &&
+           slot <= chunk.heads.back().slot;
+}
 
 /// In ascending order; of several of one slot the last one stays.
 void sortBySlot(std::vector<SlottedFrame>& frames) {
@@ -34,23 +48,17 @@ void sortBySlot(std::vector<SlottedFrame>& frames) {
 
 FrameRows::FrameRows(Database& database, std::shared_ptr<const kit::Codecs> codecs)
     : database_(&database), codecs_(std::move(codecs)),
-      begin_(database, "SELECT first FROM chunk WHERE track = ?1 AND late = 0 AND first <= ?2 "
-                       "ORDER BY first DESC LIMIT 1"),
+      // From the chunk on that the first slot may be in. One statement sees one state of a file
+      // that is being written, in which small chunks give way to large ones.
       main_(database, "SELECT " TARN_CHUNK_COLUMNS " FROM chunk JOIN codec ON codec.id = "
-                      "chunk.codec WHERE track = ?1 AND late = 0 AND first >= ?2 AND first <= ?3 "
-                      "ORDER BY first"),
+                      "chunk.codec WHERE track = ?1 AND late = 0 AND first >= coalesce((SELECT "
+                      "first FROM chunk WHERE track = ?1 AND late = 0 AND first <= ?2 ORDER BY "
+                      "first DESC LIMIT 1), ?2) AND first <= ?3 ORDER BY first"),
       late_(database, "SELECT " TARN_CHUNK_COLUMNS " FROM chunk JOIN codec ON codec.id = "
                       "chunk.codec WHERE track = ?1 AND late = 1 AND last >= ?2 AND first <= ?3 "
                       "ORDER BY chunk.id"),
       hasLate_(database, "SELECT 1 FROM chunk WHERE track = ?1 AND late = 1 AND first <= ?2 AND "
                          "last >= ?2 LIMIT 1") {}
-
-std::int64_t FrameRows::beginOfChunk(std::int64_t track, std::int64_t slot) {
-    begin_.bind(1, track).bind(2, slot);
-    const std::int64_t begin = begin_.step() ? begin_.integer(0) : slot;
-    begin_.reset();
-    return begin;
-}
 
 void FrameRows::visitRows(Statement& rows, std::int64_t track, std::int64_t first,
                           std::int64_t last, const Visit& visit) {
@@ -69,7 +77,7 @@ void FrameRows::visitRows(Statement& rows, std::int64_t track, std::int64_t firs
 
 void FrameRows::visit(std::int64_t track, std::int64_t first, std::int64_t last,
                       const Visit& visit) {
-    visitRows(main_, track, beginOfChunk(track, first), last, visit);
+    visitRows(main_, track, first, last, visit);
     visitRows(late_, track, first, last, visit);
 }
 
@@ -120,20 +128,28 @@ std::shared_ptr<Frame> FrameRows::at(std::int64_t track, std::int64_t slot) {
         const auto found = between(track, slot, slot);
         return found.empty() ? nullptr : found.front().second;
     }
-    auto& recent = recent_[track];
-    if (recent.empty() || slot < recent.front().first || slot > recent.back().first) {
-        if (recent_.size() > mostRecent) {
+    auto known = recent_.find(track);
+    if (known == recent_.end() || !covers(known->second.chunk, slot)) {
+        if (known == recent_.end() && recent_.size() >= mostRecent) {
             recent_.clear();
         }
-        std::vector<SlottedFrame> read;
-        visitRows(main_, track, beginOfChunk(track, slot), slot, [&](const ChunkRow& chunk) {
-            read = framesOf(chunk, *codecs_, database_->file());
+        Recent read;
+        visitRows(main_, track, slot, slot, [&](const ChunkRow& chunk) {
+            const std::size_t size = bytesOf(chunk.heads.begin(), chunk.heads.end());
+            read.chunk = chunk;
+            read.bytes.assign(chunk.data, chunk.data + size);
+            read.chunk.data = read.bytes.data();
         });
-        recent_[track] = std::move(read);
+        known = recent_.insert_or_assign(track, std::move(read)).first;
     }
-    const auto& frames = recent_[track];
-    const auto found = std::lower_bound(frames.begin(), frames.end(), slot, isBefore);
-    return found != frames.end() && found->first == slot ? found->second : nullptr;
+    const ChunkRow& chunk = known->second.chunk;
+    const auto found = std::lower_bound(chunk.heads.begin(), chunk.heads.end(), slot, isBefore);
+    if (found == chunk.heads.end() || found->slot != slot) {
+        return nullptr;
+    }
+    const std::size_t before = bytesOf(chunk.heads.begin(), found);
+    return frameOf(chunk, static_cast<std::size_t>(found - chunk.heads.begin()),
+                   chunk.data + before, *codecs_, database_->file());
 }
 
 } // namespace tarn::store

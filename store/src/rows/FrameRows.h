@@ -44,19 +44,21 @@ public:
     void visit(std::int64_t track, std::int64_t first, std::int64_t last, const Visit& visit);
 
 private:
-    /// Where the chunk begins that a slot may be in.
-    std::int64_t beginOfChunk(std::int64_t track, std::int64_t slot);
+    /// A chunk with bytes of its own, of which single frames are decoded.
+    struct Recent {
+        ChunkRow chunk;
+        std::vector<std::byte> bytes;
+    };
+
     void visitRows(Statement& rows, std::int64_t track, std::int64_t first, std::int64_t last,
                    const Visit& visit);
 
     Database* database_;
     std::shared_ptr<const kit::Codecs> codecs_;
-    Statement begin_;
     Statement main_;
     Statement late_;
     Statement hasLate_;
-    /// Per track, what was decoded last.
-    std::unordered_map<std::int64_t, std::vector<SlottedFrame>> recent_;
+    std::unordered_map<std::int64_t, Recent> recent_; ///< per track, what was read last
 };
 
 } // namespace tarn::store

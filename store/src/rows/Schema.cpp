@@ -104,8 +104,9 @@ void setFact(Database& database, std::string_view key, std::string_view value) {
 }
 
 void createSchema(Database& database, const std::string& program, Writing writing) {
-    database.run("PRAGMA page_size=16384");
+    database.run(("PRAGMA page_size=" + std::to_string(pageSize)).c_str());
     if (writing == Writing::Live) {
+        database.run("PRAGMA secure_delete=OFF"); // rows that others replace hold no secrets
         database.run("PRAGMA journal_mode=WAL");
         database.run("PRAGMA synchronous=FULL"); // a power cut costs no more than a kill
     } else {

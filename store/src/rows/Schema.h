@@ -15,6 +15,8 @@ namespace tarn::store {
 
 /// The format that is written.
 inline constexpr int schemaFormat = 1;
+/// How many bytes a page of a file has that is made.
+inline constexpr int pageSize = 16'384;
 
 /// How a file comes about.
 enum class Writing : std::uint8_t {

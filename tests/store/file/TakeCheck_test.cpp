@@ -100,6 +100,11 @@ TEST(TakeCheck, RefusesWhatIsNoTakeFile) {
     EXPECT_THROW(checkTakeFile(directory / "text.tarn"), StoreError);
 }
 
+int rounds() {
+    const char* const asked = std::getenv("TARN_BIT_ERRORS");
+    return asked == nullptr ? 30 : std::atoi(asked);
+}
+
 TEST(TakeCheck, FindsBitErrorsAndARecoveryKeepsTheRest) {
     const TemporaryDirectory directory;
     const std::string file = directory / "take.tarn";
@@ -108,7 +113,7 @@ TEST(TakeCheck, FindsBitErrorsAndARecoveryKeepsTheRest) {
     const auto whole = TakeReader(file).load();
     std::mt19937 random(4);
     int recovered = 0;
-    for (int i = 0; i < 30; ++i) {
+    for (int i = 0; i < rounds(); ++i) {
         std::string damaged = bytes;
         for (int errors = 0; errors < 3; ++errors) {
             char& byte = damaged[random() % damaged.size()];
@@ -137,7 +142,7 @@ TEST(TakeCheck, FindsBitErrorsAndARecoveryKeepsTheRest) {
             EXPECT_FALSE(error.reason().empty());
         }
     }
-    EXPECT_GT(recovered, 20);
+    EXPECT_GT(recovered, rounds() * 2 / 3);
 }
 
 TEST(TakeCheck, SaysWhatARecoveryLacksFromWhenToWhen) {
@@ -159,8 +164,8 @@ TEST(TakeCheck, SaysWhatARecoveryLacksFromWhenToWhen) {
     EXPECT_LE(missing.first, 3000);
     EXPECT_GE(missing.last, 3000);
     EXPECT_EQ(missing.count, *missing.last - *missing.first + 1);
-    EXPECT_EQ(*missing.first / 120, 17);
-    EXPECT_EQ(missing.timecodes, "00:00:17:08 to 00:00:25:71") << "2048 to 3071, one row";
+    EXPECT_EQ(*missing.first / 120, 20);
+    EXPECT_EQ(missing.timecodes, "00:00:20:24 to 00:00:25:29") << "2424 to 3029, one row";
     TakeReader reader(directory / "out.tarn");
     EXPECT_EQ(reader.frame(1, 3000), nullptr);
     EXPECT_NE(reader.frame(1, *missing.last + 1), nullptr);

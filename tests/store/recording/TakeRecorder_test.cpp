@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <future>
 #include <memory>
 #include <string>
@@ -241,6 +242,47 @@ TEST(TakeRecorder, BeginsNothingWhereItCannot) {
         EXPECT_EQ(error.reason(), "the recording is expected to take 2 MB, and 1 MB are left");
     }
     EXPECT_EQ(directory.names(), std::vector<std::string>{"take.tarn"});
+}
+
+TEST(TakeRecorder, LeavesNoFileWhereItCannotMakeOneWhole) {
+    const TemporaryDirectory directory;
+    const FileSizeLimit limit(100'000);
+    EXPECT_THROW(TakeRecorder(directory / "take.tarn"), StoreError);
+    EXPECT_EQ(directory.names(), std::vector<std::string>{});
+}
+
+TEST(TakeRecorder, GathersSmallTransactionsUnderTheEyesOfAReader) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    RecorderOptions options;
+    options.maximumLoss = std::chrono::milliseconds(0);
+    Recording recording(file, options);
+    TakeReader reader(file);
+    const std::string payload(8'400, 'x'); // half a page and a little more
+    constexpr int count = 150;
+    for (int i = 0; i < count; ++i) { // a transaction for each
+        recording.port.emit(std::make_shared<Frame>(Time(static_cast<unsigned>(i), 120), 8,
+                                                    payload + std::to_string(i)));
+        while (recording.recorder.safeFrames() <= i) {
+            std::this_thread::yield();
+        }
+        const std::int64_t first = i / 2;
+        ASSERT_EQ(reader.frames(1, first, i).size(), static_cast<std::size_t>(i - first + 1));
+    }
+    recording.recorder.end(); // also while somebody reads
+    EXPECT_TRUE(reader.facts().ended);
+    if (std::filesystem::exists(file + "-wal")) {
+        EXPECT_EQ(std::filesystem::file_size(file + "-wal"), 0U);
+    }
+    for (int i = 0; i < count; ++i) {
+        const auto frame = reader.frame(1, i);
+        ASSERT_NE(frame, nullptr);
+        EXPECT_EQ(std::any_cast<std::string>(frame->data()), payload + std::to_string(i));
+    }
+    EXPECT_EQ(reader.tracks()[0].frames, count);
+    EXPECT_LT(static_cast<double>(std::filesystem::file_size(file)),
+              1.6 * count * static_cast<double>(payload.size()))
+        << "each in a page of its own takes 2.1 times as much";
 }
 
 TEST(TakeRecorder, SaysOnceThatTheDiskWillSoonBeFull) {

@@ -83,7 +83,8 @@ public:
     void start();
     /// Puts a note on the timeline.
     void addNote(const Note& note);
-    /// Writes what waits and closes the file as a whole one. Throws `StoreError` if that fails; the
+    /// Writes what waits and closes the file as a whole one; under the eyes of a reader the files
+    /// beside it stay, empty. Throws `StoreError` if that fails; the
     /// file then holds what is safe, and reads as broken off. Frames that come later are ignored.
     /// Does nothing the second time.
     void end();
