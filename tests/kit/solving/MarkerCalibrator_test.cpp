@@ -222,9 +222,10 @@ TEST(MarkerCalibrator, StatesUncertaintiesThatHoldOverManyBodies) {
     double squaresInMetres = 0;
     int count = 0;
     int outside = 0;
+    const HumanBody usual(1.70);
     for (int draw = 0; draw < 12; ++draw) {
         MarkerBody body = someBody("gait16");
-        for (const HumanLength& length : HumanBody(1.70).lengths()) {
+        for (const HumanLength& length : usual.lengths()) {
             body.body.setLength(length.name, length.metres + length.spread * normal(random));
         }
         for (BodyMarker& marker : body.markers) {

@@ -210,11 +210,10 @@ export function frameAt(one, seconds) {
 /** "00:00:08:34"; hours go on beyond 24. */
 export function timecodeOf(frame, rate) {
   const whole = Math.max(1, Math.round(rate));
-  const digits = Math.max(2, String(whole - 1).length);
   const two = (number) => String(number).padStart(2, '0');
   const seconds = Math.floor(frame / whole);
   return (
     two(Math.floor(seconds / 3600)) + ':' + two(Math.floor(seconds / 60) % 60) + ':' + two(seconds % 60) + ':' +
-    String(frame % whole).padStart(digits, '0')
+    two(frame % whole)
   );
 }
