@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarn::kit {
@@ -60,8 +61,11 @@ public:
 
     double height() const noexcept { return height_; }
     /// Parents before children; the first is "Hips".
-    const std::vector<HumanJoint>& joints() const noexcept { return joints_; }
-    const std::vector<HumanLength>& lengths() const noexcept { return lengths_; }
+    /// Of a body that is about to go, by value: a loop over `HumanBody(1.7).lengths()` is safe.
+    const std::vector<HumanJoint>& joints() const& noexcept { return joints_; }
+    std::vector<HumanJoint> joints() && { return std::move(joints_); }
+    const std::vector<HumanLength>& lengths() const& noexcept { return lengths_; }
+    std::vector<HumanLength> lengths() && { return std::move(lengths_); }
     /// The index of a joint, or -1.
     int jointOf(const std::string& name) const;
 
