@@ -7,9 +7,9 @@
 #include <tarn/OutputFile.h>
 #include <tarn_kit/session/TakeOf.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -125,13 +125,10 @@ void writeMarkersCsv(const MarkerTrial& trial, const SolvedTrial& solved,
 }
 
 kit::BvhTake bvhOf(const MarkerTrial& trial, const SolvedTrial& solved) {
-    kit::BvhTake take;
-    take.rig = solved.body.body.rig(centimetresPerMetre);
-    take.frameTime = 1 / trial.rate();
     const kit::Quaterniond upright = uprightOf(solved);
+    const kit::Rate rate = trial.exactRate();
     std::vector<std::shared_ptr<Frame>> frames;
-    const int rate = std::max(1, static_cast<int>(std::lround(trial.rate())));
-    kit::Pose previous;
+    frames.reserve(solved.frames.size());
     for (const SolvedFrame& frame : solved.frames) {
         kit::BodyPose body = frame.pose;
         for (kit::Segment& segment : body.segments) {
@@ -139,13 +136,11 @@ kit::BvhTake bvhOf(const MarkerTrial& trial, const SolvedTrial& solved) {
                 kit::toSingle(centimetresPerMetre * (upright * kit::toDouble(segment.position)));
             segment.rotation = kit::toSingle(upright * kit::toDouble(segment.rotation));
         }
-        previous =
-            frames.empty() ? kit::poseOf(*take.rig, body) : kit::poseOf(*take.rig, body, previous);
-        const auto time = Time(static_cast<unsigned>(frames.size()), static_cast<unsigned>(rate));
-        frames.push_back(std::make_shared<Frame>(time, kit::poseDataType, previous));
+        const Time time = rate.time(static_cast<std::int64_t>(frames.size()));
+        frames.push_back(std::make_shared<Frame>(time, kit::bodyDataType, std::move(body)));
     }
-    take.tracks = kit::takeOf(kit::poseDataType, std::move(frames), rate);
-    return take;
+    const auto bodies = kit::takeOf(kit::bodyDataType, std::move(frames), rate.fps());
+    return kit::bvhTakeOf(solved.body.body.rig(centimetresPerMetre), bodies, rate);
 }
 
 void writeBvhFile(const kit::BvhTake& take, const std::filesystem::path& file) {
