@@ -24,6 +24,8 @@
 #include <tarn_kit/body/SharedArray.h>
 #include <tarn_kit/body/Space.h>
 #include <tarn_kit/devices/Clock.h>
+#include <tarn_kit/devices/ClockDiscipline.h>
+#include <tarn_kit/devices/ClockOffset.h>
 #include <tarn_kit/devices/Command.h>
 #include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Bvh.h>
