@@ -17,7 +17,7 @@ import sys
 library, header_dir, *below = sys.argv[1:]
 headers = "\n".join(path.read_text(encoding="utf-8")
                     for path in pathlib.Path(header_dir).rglob("*.h") if path.stem != "Export")
-export = r"TARN(?:_KIT|_DRAW|_STORE|_VIEW)?_EXPORT"
+export = r"TARN(?:_KIT|_DRAW|_STORE|_LINK|_VIEW)?_EXPORT"
 classes = set(re.findall(rf"class {export} (\w+)", headers))
 payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records that frames and replies carry
 # What frames and replies of the kit carry, whatever its headers say: two libraries must agree on these types.
@@ -35,7 +35,7 @@ if not classes and not functions:
 
 named = "|".join(sorted(classes | payloads | from_below))
 called = "|".join(re.escape(name) for name in sorted(functions))
-scope = r"tarn::(?:kit::|draw::|store::|view::)?"
+scope = r"tarn::(?:kit::|draw::|store::|link::|view::)?"
 public = [
     re.compile(rf"{scope}(?:{named})::~?\w+(?:\[abi:\w+\])?\(.*\)(?: const)?(?: &)?"),
     re.compile(rf"{scope}(?:{named})::operator ?\S+\(.*\)(?: const)?"),
@@ -67,8 +67,9 @@ found = list(symbols())
 if not any(is_public(name) for _, name in found):
     sys.exit(f"no public symbol found in {library}")
 names = {name for _, name in found}
+own = f"tarn::{pathlib.Path(library).name.split('.')[0].rsplit('_', 1)[-1]}::"
 missing = sorted(symbol for payload in required
-                 for symbol in (f"typeinfo for tarn::kit::{payload}", f"typeinfo name for tarn::kit::{payload}")
+                 for symbol in (f"typeinfo for {own}{payload}", f"typeinfo name for {own}{payload}")
                  if symbol not in names)
 print("\n".join(f"payload {payload}" for payload in sorted(required)))
 if missing:

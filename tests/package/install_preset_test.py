@@ -28,7 +28,7 @@ if folders != {"src", "kit", "draw", "store", "view", "apps"}:
 
 targets = subprocess.run(["cmake", "--build", work, "--target", "help"], check=True, capture_output=True,
                          text=True).stdout
-for target in ("tarn_sdk", "tarn_kit", "tarn_draw", "tarn_store", "tarn_view", "tarn-capture", "install"):
+for target in ("tarn_sdk", "tarn_kit", "tarn_draw", "tarn_store", "tarn_link", "tarn_view", "tarn-capture", "install"):
     if target not in targets:
         failures.append(f"the preset has no target {target}")
 

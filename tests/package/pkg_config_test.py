@@ -18,6 +18,8 @@ if any(pathlib.Path(prefix).rglob("tarn_draw.pc")):
     modules, defines = ["tarn_draw", *modules], ["WITH_DRAW", *defines]
 if any(pathlib.Path(prefix).rglob("tarn_store.pc")):
     modules, defines = ["tarn_store", *modules], ["WITH_STORE", *defines]
+if any(pathlib.Path(prefix).rglob("tarn_link.pc")):
+    modules, defines = ["tarn_link", *modules], ["WITH_LINK", *defines]
 if any(pathlib.Path(prefix).rglob("tarn_view.pc")):
     modules, defines = ["tarn_view", *modules], ["WITH_VIEW", *defines]
 output = installed.build_and_run(

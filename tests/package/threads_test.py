@@ -20,9 +20,10 @@ suites = {suite for row in rows for suite in re.findall(r"`(\w+)`", row[-1])}
 problems = [f"docs/threads.md shows nothing for{row[0]}" for row in rows
             if re.search(r"`\w", row[0]) and not re.search(r"`\w", row[-1])]
 headers = [*(root / "include/tarn").glob("*.h"), *(root / "kit/include/tarn_kit").rglob("*.h"),
-           *(root / "store/include/tarn_store").rglob("*.h")]
+           *(root / "store/include/tarn_store").rglob("*.h"),
+           *(root / "link/include/tarn_link").rglob("*.h")]
 for header in sorted(headers):
-    for name in re.findall(r"^(?:class|struct) TARN_(?:KIT_|STORE_)?EXPORT (\w+)", header.read_text(encoding="utf-8"),
+    for name in re.findall(r"^(?:class|struct) TARN_(?:KIT_|STORE_|LINK_)?EXPORT (\w+)", header.read_text(encoding="utf-8"),
                            re.MULTILINE):
         if name not in named:
             problems.append(f"docs/threads.md has no line for {name}")

@@ -37,6 +37,7 @@
 #include <tarn_kit/files/SettingsFile.h>
 #include <tarn_kit/files/TakeFormat.h>
 #include <tarn_kit/files/Text.h>
+#include <tarn_kit/files/TrackDescription.h>
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>
 #include <tarn_kit/processing/ClockCalibrator.h>
 #include <tarn_kit/processing/ForwardKinematicsSolver.h>

@@ -16,6 +16,9 @@
 #ifdef WITH_STORE
 #include <tarn_store/tarn_store.h>
 #endif
+#ifdef WITH_LINK
+#include <tarn_link/tarn_link.h>
+#endif
 #ifdef WITH_VIEW
 #include <tarn_view/tarn_view.h>
 
@@ -55,6 +58,13 @@ int main() {
         const tarn::store::TakeReader reader("no such file");
         return 1;
     } catch (const tarn::store::StoreError&) { // as it should be
+    }
+#endif
+#ifdef WITH_LINK
+    try {
+        const tarn::link::Link link({0, {"no such host"}, false});
+        return 1;
+    } catch (const tarn::link::LinkError&) { // as it should be
     }
 #endif
 #ifdef WITH_VIEW

@@ -5,36 +5,18 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <type_traits>
 
 namespace tarn::store {
 namespace {
 
-TEST(TakeDescription, OfABodySaysItsRigAndItsExactRate) {
-    kit::BvhTake take;
-    take.rig = std::make_shared<kit::Rig>();
-    take.frameTime = 0.0333667;
-    const auto description = TrackDescription::of(take, "Ada");
-    EXPECT_EQ(description.subject, "Ada");
-    EXPECT_EQ(description.rig, take.rig);
-    EXPECT_EQ(description.rate, kit::Rate(30000, 1001));
-}
+// What is recorded from a connection keeps the description that came with it, as it is.
+static_assert(std::is_same_v<TrackDescription, kit::TrackDescription>);
+static_assert(std::is_same_v<Label, kit::Label>);
 
-TEST(TakeDescription, OfMarkersSaysWhoseTheyAreAndInWhichUnit) {
-    kit::C3dTake take;
-    take.rate = 120;
-    take.unit = "mm";
-    take.metresPerUnit = 0.001;
-    take.markers = {{"Ada", "LFHD", "left front head"}, {"", "*2", ""}};
-    const auto description = TrackDescription::of(take, "walk");
-    EXPECT_EQ(description.rate, kit::Rate(120));
-    EXPECT_EQ(description.space->unit.symbol, "mm");
-    EXPECT_EQ(description.space->unitOrigin, kit::Origin::Stated);
-    ASSERT_EQ(description.labels.size(), 2U);
-    EXPECT_EQ(description.labels[0].subject, "Ada");
-    EXPECT_EQ(description.labels[1].name, "*2");
-    take.unit = "";
-    EXPECT_EQ(TrackDescription::of(take, "").space->unitOrigin, kit::Origin::Guessed);
+TEST(TakeDescription, OfAFileThatSaysNothingIsOfARecordingThatNobodyEnded) {
+    EXPECT_FALSE(TakeFileFacts().ended);
+    EXPECT_LT(StoredTrack().lastSlot, StoredTrack().firstSlot); // not a frame
 }
 
 } // namespace

@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "wire/Topics.h"
+
+#include <tarn_link/stream/Link.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarn::link {
+
+EndSettings offerEnd();
+
+/// What a sample says, unless a number or a text in it cannot be.
+std::optional<LinkOffer> offerIn(const tarn_wire_Offer& sample);
+
+/// Who offers what.
+class OfferReader {
+public:
+    explicit OfferReader(dds_entity_t participant) : reader_(participant, offerEnd()) {}
+    dds_entity_t get() const noexcept { return reader_.get(); }
+    /// What is offered now, by name.
+    std::vector<LinkOffer> offers() const;
+
+private:
+    Reader reader_;
+};
+
+/// Why nobody can connect to a stream of that name with these offers; empty if that can be.
+std::string whyNotAmong(const std::vector<LinkOffer>& offers, const std::string& name,
+                        const LinkOptions& options);
+
+} // namespace tarn::link

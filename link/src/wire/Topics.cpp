@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "wire/Topics.h"
+
+#include <array>
+
+namespace tarn::link {
+
+namespace {
+
+/// Whoever offers something and is not heard of for so long is gone.
+constexpr dds_duration_t leaseTime = DDS_MSECS(700);
+
+Qos partitionOf(const EndSettings& settings) {
+    Qos qos(dds_create_qos());
+    if (!settings.partition.empty()) {
+        dds_qset_partition1(qos.get(), settings.partition.c_str());
+    }
+    return qos;
+}
+
+/// `isReader`: a reader chooses how it wants what a writer offers.
+Qos qualityOf(const EndSettings& settings, bool isReader) {
+    Qos qos(dds_create_qos());
+    const bool isBestEffort = settings.delivery == Delivery::Newest;
+    dds_qset_reliability(qos.get(),
+                         isBestEffort ? DDS_RELIABILITY_BEST_EFFORT : DDS_RELIABILITY_RELIABLE,
+                         DDS_MSECS(1));
+    dds_qset_history(qos.get(), DDS_HISTORY_KEEP_LAST, settings.depth);
+    if (settings.delivery == Delivery::Kept) {
+        dds_qset_durability(qos.get(), DDS_DURABILITY_TRANSIENT_LOCAL);
+        dds_qset_durability_service(qos.get(), 0, DDS_HISTORY_KEEP_LAST, 1, maxKeys, maxKeys, 1);
+        dds_qset_liveliness(qos.get(), DDS_LIVELINESS_AUTOMATIC,
+                            isReader ? DDS_INFINITY : leaseTime);
+    }
+    if (isReader) {
+        dds_qset_resource_limits(qos.get(), DDS_LENGTH_UNLIMITED, maxKeys, settings.depth);
+    }
+    return qos;
+}
+
+} // namespace
+
+Writer::Writer(dds_entity_t participant, const EndSettings& settings)
+    : topic_(dds_create_topic(participant, settings.type, settings.topic, nullptr, nullptr),
+             settings.topic),
+      publisher_(dds_create_publisher(participant, partitionOf(settings).get(), nullptr),
+                 settings.topic),
+      writer_(dds_create_writer(publisher_.get(), topic_.get(), qualityOf(settings, false).get(),
+                                nullptr),
+              settings.topic) {}
+
+int Writer::readers() const {
+    dds_publication_matched_status_t status{};
+    dds_get_publication_matched_status(writer_.get(), &status);
+    return static_cast<int>(status.current_count);
+}
+
+Reader::Reader(dds_entity_t participant, const EndSettings& settings)
+    : topic_(dds_create_topic(participant, settings.type, settings.topic, nullptr, nullptr),
+             settings.topic),
+      subscriber_(dds_create_subscriber(participant, partitionOf(settings).get(), nullptr),
+                  settings.topic),
+      reader_(dds_create_reader(subscriber_.get(), topic_.get(), qualityOf(settings, true).get(),
+                                nullptr),
+              settings.topic) {}
+
+} // namespace tarn::link
