@@ -7,4 +7,8 @@
 
 #include <tarn_kit/tarn_kit.h>
 #include <tarn_link/Export.h>
+#include <tarn_link/clock/LinkClock.h>
 #include <tarn_link/stream/Link.h>
+#include <tarn_link/together/TakeCall.h>
+#include <tarn_link/together/TakeFollower.h>
+#include <tarn_link/together/TakeLeader.h>

@@ -3,6 +3,7 @@
 
 #include <tarn_link/stream/Link.h>
 
+#include "clock/ClockAnswers.h"
 #include "stream/LinkAccess.h"
 #include "wire/Domain.h"
 #include "wire/Offers.h"
@@ -38,12 +39,13 @@ struct Link::PrivateData {
         : options(std::move(linkOptions)), domain(Domain::of(options)),
           participant(dds_create_participant(options.domain, nullptr, nullptr),
                       "no place on the link"),
-          offers(participant.get()) {}
+          offers(participant.get()), answers(participant.get(), drawnNumber()) {}
 
     LinkOptions options;
     std::shared_ptr<Domain> domain;
     Entity participant;
     OfferReader offers;
+    ClockAnswers answers;
 };
 
 Link::Link(LinkOptions options) : d_(std::make_unique<PrivateData>(std::move(options))) {}
@@ -51,6 +53,8 @@ Link::Link(LinkOptions options) : d_(std::make_unique<PrivateData>(std::move(opt
 Link::~Link() = default;
 
 const LinkOptions& Link::options() const noexcept { return d_->options; }
+
+std::uint64_t Link::clock() const noexcept { return d_->answers.clock(); }
 
 std::vector<LinkOffer> Link::offers() const { return d_->offers.offers(); }
 

@@ -5,6 +5,7 @@
 
 #include "wire/Domain.h"
 #include "wire/Samples.h"
+#include "wire/Texts.h"
 
 #include <tarn_kit/files/Text.h>
 
@@ -16,15 +17,7 @@ namespace tarn::link {
 
 namespace {
 
-constexpr std::size_t longestText = 255;
 constexpr std::size_t mostTracks = 1024;
-
-std::optional<std::string> textIn(const char* text) {
-    if (text == nullptr || std::strlen(text) > longestText) {
-        return std::nullopt;
-    }
-    return kit::printable(text);
-}
 
 /// "1 and 2"
 std::string listed(const std::vector<std::string>& words) {
@@ -73,6 +66,7 @@ std::optional<LinkOffer> offerIn(const tarn_wire_Offer& sample) {
     offer.process = sample.process;
     offer.program = *program;
     offer.ended = sample.ended;
+    offer.clock = sample.clock;
     offer.sent.assign(sample.sent._buffer, sample.sent._buffer + sample.sent._length);
     return offer;
 }

@@ -51,6 +51,7 @@ struct LinkOffer {
     std::string program;
     bool ended = false;              ///< no more frames will come
     std::vector<std::uint64_t> sent; ///< of a stream that has ended: how many frames per track
+    std::uint64_t clock = 0;         ///< the number of the clock of its instants (see `LinkClock`)
 };
 
 /// A program's place on the link: publishers, devices and clocks take one each, or share it. What
@@ -70,6 +71,9 @@ public:
     Link& operator=(const Link&) = delete;
 
     const LinkOptions& options() const noexcept;
+    /// The number by which others ask for the clock of this machine (see `LinkClock`), drawn anew
+    /// for each link. Whoever asks is answered.
+    std::uint64_t clock() const noexcept;
     /// All that is offered now, as far as it is known, by name. A program that has just started
     /// learns of it within moments.
     std::vector<LinkOffer> offers() const;
