@@ -46,6 +46,7 @@
 #include <tarn_kit/processing/cleaning/LowPass.h>
 #include <tarn_kit/processing/cleaning/LowPassNode.h>
 #include <tarn_kit/processing/cleaning/MarkerRepair.h>
+#include <tarn_kit/processing/cleaning/MarkerRepairNode.h>
 #include <tarn_kit/processing/cleaning/UnlabelledMarkers.h>
 #include <tarn_kit/session/FrameQueue.h>
 #include <tarn_kit/session/Linked.h>

@@ -6,6 +6,7 @@
 #include "files/FileBytes.h"
 #include "files/c3d/Block.h"
 #include "files/c3d/C3dDescription.h"
+#include "files/c3d/C3dOrigins.h"
 #include "files/c3d/C3dSource.h"
 
 #include <tarn_kit/session/TakeOf.h>
@@ -84,9 +85,17 @@ private:
 /// So many bytes stay in the caches next to what is made of them.
 constexpr std::uint64_t sliceBytes = 256 * c3dBlock;
 
+/// What becomes of the bytes of a file.
+struct Reading {
+    C3dData data;
+    const C3dOptions& options;
+    C3dJudge& judge;
+    bool isAnyAtOrigin = false;
+};
+
 /// Reads markers and channels, which share the frames of a file. False if its bytes end too soon.
-bool readFrames(const C3dSource& source, ArrivingBytes& bytes, Marker* markers, float* samples) {
-    const C3dLayout& layout = source.data().layout();
+bool readFrames(Reading& reading, ArrivingBytes& bytes, Marker* markers, float* samples) {
+    const C3dLayout& layout = reading.data.layout();
     const std::uint64_t size = layout.frameBytes();
     const std::uint64_t slice = size == 0 ? 0 : std::max<std::uint64_t>(1, sliceBytes / size);
     const std::uint64_t samplesOfFrame = layout.channels * layout.samplesPerFrame;
@@ -98,26 +107,31 @@ bool readFrames(const C3dSource& source, ArrivingBytes& bytes, Marker* markers, 
         }
         const char* const frame = bytes.there().data() + start;
         if (layout.points > 0) {
-            source.data().decodeMarkers(frame, count, markers + first * layout.points);
+            Marker* const out = markers + first * layout.points;
+            reading.data.decodeMarkers(frame, count, out);
+            reading.isAnyAtOrigin =
+                reading.isAnyAtOrigin || isAnyAtOrigin(out, count * layout.points);
         }
         if (samplesOfFrame > 0) {
-            source.data().decodeAnalog(frame, count, samples + first * samplesOfFrame);
+            reading.data.decodeAnalog(frame, count, samples + first * samplesOfFrame);
         }
     }
     return true;
 }
 
 /// Reads what comes with the frames and apart from them; false if the bytes end too soon.
-bool readSamples(const C3dSource& source, ArrivingBytes& bytes, const std::string& name,
-                 C3dTake& take) {
-    const C3dLayout& layout = source.data().layout();
+bool readSamples(Reading& reading, ArrivingBytes& bytes, const std::string& name, C3dTake& take) {
+    const C3dLayout& layout = reading.data.layout();
     const std::size_t points = take.markers.size();
     const std::size_t channels = take.channels.size();
     const std::uint64_t count = channels == 0 ? 0 : layout.frames * layout.samplesPerFrame;
     const std::shared_ptr<Marker> markers = makeBlock<Marker>(layout.frames * points);
     const std::shared_ptr<float> samples = makeBlock<float>(count * channels);
-    if (!readFrames(source, bytes, markers.get(), samples.get()) || !bytes.upTo(layout.fileSize)) {
+    if (!readFrames(reading, bytes, markers.get(), samples.get()) || !bytes.upTo(layout.fileSize)) {
         return false;
+    }
+    if (reading.isAnyAtOrigin && !reading.options.originIsNotSeen) {
+        reading.data.setOriginIsNotSeen(settleOrigins(markers.get(), layout, take, reading.judge));
     }
     take.tracks = tracksOf<MarkerFrame, Marker>(markers, points, take.frameCount, layout.rate,
                                                 markerDataType, name);
@@ -129,8 +143,8 @@ bool readSamples(const C3dSource& source, ArrivingBytes& bytes, const std::strin
         const std::size_t width = take.bodies.size();
         const std::uint64_t frames = layout.bodyFrames * layout.bodiesPerFrame;
         const std::shared_ptr<RigidBody> bodies = makeBlock<RigidBody>(frames * width);
-        source.data().decodeBodies(bytes.there().data() + layout.bodiesStart, frames * width,
-                                   bodies.get());
+        reading.data.decodeBodies(bytes.there().data() + layout.bodiesStart, frames * width,
+                                  bodies.get());
         take.bodyTracks = tracksOf<RigidBodyFrame, RigidBody>(
             bodies, width, static_cast<int>(frames), take.rate * take.bodiesPerFrame,
             rigidBodyDataType, name);
@@ -148,13 +162,13 @@ std::optional<C3dTake> parse(ArrivingBytes& bytes, std::uint64_t size, const C3d
     const C3dLayout layout = settleLayout(view, size, section, judge);
     C3dTake take;
     static_cast<C3dInfo&>(take) = describe(view, section, layout, judge);
-    const C3dData data(layout, take.channels, options.originIsNotSeen);
-    auto source =
-        std::make_shared<const C3dSource>(bytes.owner(), size, std::move(section), data, take);
-    if (!readSamples(*source, bytes, fs::path(name).stem().string(), take)) {
+    Reading reading{
+        {layout, take.channels, options.originIsNotSeen.value_or(false)}, options, judge};
+    if (!readSamples(reading, bytes, fs::path(name).stem().string(), take)) {
         return std::nullopt;
     }
-    take.source = std::move(source);
+    take.source = std::make_shared<const C3dSource>(bytes.owner(), size, std::move(section),
+                                                    reading.data, take);
     take.report = judge.takeReport();
     return take;
 }

@@ -49,9 +49,12 @@ enum class C3dMode : std::uint8_t {
 struct C3dOptions {
     C3dMode mode = C3dMode::Lenient;
     /// Whether a marker exactly at the origin that no camera saw and that has no residual counts as
-    /// not seen. Some programs leave gaps that way; the format's own mark is a negative fourth
-    /// word.
-    bool originIsNotSeen = false;
+    /// not seen. The format's own mark of a gap is a negative fourth word, but some programs leave
+    /// such positions instead. If this is not set, the data decides for the whole file: they are
+    /// gaps if a marker leaps there from more than four times as far as it ever gets from a frame
+    /// to the next. Points that POINT:ANGLES, FORCES, MOMENTS, POWERS or SCALARS lists are always
+    /// seen then: they may well be 0. The report says if there are such gaps.
+    std::optional<bool> originIsNotSeen;
 };
 
 /// Something in a file that contradicts another part of it, or a decision that was taken.

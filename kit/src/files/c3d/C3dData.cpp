@@ -46,7 +46,7 @@ inline Marker decoded(float x, float y, float z, float fourth, float step,
                       bool originIsNotSeen) noexcept {
     Marker marker;
     const bool seen = fourth >= 0 && isFinite(x, y, z);
-    if (!seen || (originIsNotSeen && fourth == 0 && x == 0 && y == 0 && z == 0)) {
+    if (!seen || (originIsNotSeen && fourth < 1 && x == 0 && y == 0 && z == 0)) {
         return marker;
     }
     // By way of a number with a sign, to which processors have an instruction.

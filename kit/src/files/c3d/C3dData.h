@@ -20,6 +20,8 @@ public:
     C3dData(const C3dLayout& layout, const std::vector<C3dChannel>& channels, bool originIsNotSeen);
 
     const C3dLayout& layout() const noexcept { return layout_; }
+    /// Whether what lies at the origin, with a fourth word of 0, was not seen.
+    void setOriginIsNotSeen(bool isNotSeen) noexcept { originIsNotSeen_ = isNotSeen; }
 
     /// The markers of `frames` frames, of which the first starts at `frame`.
     void decodeMarkers(const char* frame, std::uint64_t frames, Marker* markers) const;

@@ -103,21 +103,11 @@ void reportLabels(const C3dParameters& parameters, const char* group, std::size_
     }
 }
 
-/// The events of the header.
-std::vector<C3dEvent> headerEvents(std::string_view bytes, C3dProcessor processor,
-                                   C3dJudge& judge) {
+/// The events of a header, whose labels have so many characters.
+std::vector<C3dEvent> readHeaderEvents(std::string_view bytes, C3dProcessor processor, int count,
+                                       std::size_t width) {
     std::vector<C3dEvent> events;
     const auto at = [bytes](int word) { return &bytes[header::offsetOf(word)]; };
-    if (wordAt(at(header::eventKey), processor) != header::key) {
-        return events;
-    }
-    const int stated = wordAt(at(header::eventCount), processor);
-    const int count = std::min(stated, header::maxEvents);
-    if (stated > count) {
-        judge.contradict({"header word 151", header::offsetOf(header::eventCount),
-                          std::to_string(stated) + " events", std::to_string(count),
-                          "the header holds no more"});
-    }
     for (int i = 0; i < count; ++i) {
         C3dEvent event;
         event.time = static_cast<double>(realAt(at(header::eventTimes + 2 * i), processor));
@@ -126,14 +116,74 @@ std::vector<C3dEvent> headerEvents(std::string_view bytes, C3dProcessor processo
         }
         C3dParameter label;
         label.type = C3dType::Text;
-        label.dimensions = {4};
-        label.data = bytes.substr(header::offsetOf(header::eventLabels + 2 * i), 4);
+        label.dimensions = {static_cast<std::uint8_t>(width)};
+        label.data = bytes.substr(
+            header::offsetOf(header::eventLabels) + static_cast<std::size_t>(i) * width, width);
         event.label = label.text();
         event.inHeader = true;
         event.shown = at(header::eventFlags)[i] == 0;
         events.push_back(std::move(event));
     }
     return events;
+}
+
+bool isPrintable(char c) { return c > ' ' && c < 127; }
+
+/// Whether events make sense that no key announces.
+bool makeSense(const std::vector<C3dEvent>& events) {
+    constexpr double longest = 1e6; // seconds
+    return std::all_of(events.begin(), events.end(), [](const C3dEvent& event) {
+        const bool isNamed =
+            !event.label.empty() && std::all_of(event.label.begin(), event.label.end(),
+                                                [](char c) { return c == ' ' || isPrintable(c); });
+        return isNamed && event.time >= 0 && event.time < longest;
+    });
+}
+
+/// Those of a header without the key that came with labels of four characters: before, there were
+/// two for each, and some programs leave the key out.
+std::vector<C3dEvent> headerEventsWithoutKey(std::string_view bytes, C3dProcessor processor,
+                                             int stated, C3dJudge& judge) {
+    constexpr std::size_t shortLabel = 2;
+    constexpr std::size_t longLabel = 4;
+    std::vector<C3dEvent> events;
+    if (stated > 0 && stated <= header::maxEvents) {
+        const auto count = static_cast<std::size_t>(stated);
+        const std::string_view labels =
+            bytes.substr(header::offsetOf(header::eventLabels), count * longLabel);
+        const std::string_view rest = labels.substr(count * shortLabel);
+        const bool isLong = std::any_of(rest.begin(), rest.end(), isPrintable);
+        events = readHeaderEvents(bytes, processor, stated, isLong ? longLabel : shortLabel);
+        if (events.size() != count || !makeSense(events)) {
+            events.clear();
+        }
+    }
+    if (stated != 0) {
+        judge.remark({"header word 151", header::offsetOf(header::eventCount),
+                      std::to_string(stated) + " events without their key in word 150",
+                      std::to_string(events.size()),
+                      events.empty() ? "their times and labels make no sense"
+                                     : "their times and labels make sense"});
+    }
+    return events;
+}
+
+/// The events of the header.
+std::vector<C3dEvent> headerEvents(std::string_view bytes, C3dProcessor processor,
+                                   C3dJudge& judge) {
+    const auto at = [bytes](int word) { return &bytes[header::offsetOf(word)]; };
+    const int stated = wordAt(at(header::eventCount), processor);
+    if (wordAt(at(header::eventKey), processor) != header::key) {
+        return headerEventsWithoutKey(bytes, processor, stated, judge);
+    }
+    const int count = std::min(stated, header::maxEvents);
+    if (stated > count) {
+        judge.contradict({"header word 151", header::offsetOf(header::eventCount),
+                          std::to_string(stated) + " events", std::to_string(count),
+                          "the header holds no more"});
+    }
+    constexpr std::size_t label = 4;
+    return readHeaderEvents(bytes, processor, count, label);
 }
 
 /// Says where the number of events is not that of their times.

@@ -4,8 +4,8 @@
 #include <tarn_kit/processing/cleaning/MarkerRepair.h>
 
 #include "processing/cleaning/MarkerTable.h"
-#include "processing/cleaning/SpikeFinder.h"
-#include "processing/cleaning/SwapFinder.h"
+#include "processing/repair/SpikeFinder.h"
+#include "processing/repair/SwapFinder.h"
 
 #include <stdexcept>
 

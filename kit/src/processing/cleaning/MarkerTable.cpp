@@ -69,11 +69,6 @@ MarkerTable::MarkerTable(std::shared_ptr<Tracks> take) : original_(std::move(tak
     }
 }
 
-void MarkerTable::set(int frame, int marker, const Marker& value) {
-    values_[place(frame, marker)] = value;
-    changed_[static_cast<std::size_t>(frame)] = true;
-}
-
 std::shared_ptr<Frame> MarkerTable::changedFrame(int slot,
                                                  const std::shared_ptr<Frame>& original) const {
     std::vector<Marker> markers;

@@ -28,7 +28,12 @@ public:
     const Marker& operator()(int frame, int marker) const { return values_[place(frame, marker)]; }
     bool has(int frame, int marker) const { return (*this)(frame, marker).hasPosition(); }
     Vector3d at(int frame, int marker) const { return toDouble((*this)(frame, marker).position); }
-    void set(int frame, int marker, const Marker& value);
+    /// An entry that is going to be changed.
+    Marker& entry(int frame, int marker) {
+        changed_[static_cast<std::size_t>(frame)] = true;
+        return values_[place(frame, marker)];
+    }
+    void set(int frame, int marker, const Marker& value) { entry(frame, marker) = value; }
 
     /// A take like the one this was made of with what has been set: tracks, sub-takes, and frames
     /// in which nothing was set, are shared with it.

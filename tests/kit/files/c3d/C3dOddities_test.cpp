@@ -586,18 +586,6 @@ TEST(C3dMarkers, MayHaveAFourthWordThatIsNoWholeNumberOrLarge) {
     EXPECT_TRUE(markersAt(take, 0)[2].hasPosition());
 }
 
-TEST(C3dMarkers, AtTheOriginAreSeenUnlessItIsAskedOtherwise) {
-    FileBuilder file;
-    std::string bytes = file.standard().bytes();
-    bytes.replace(std::size_t{3} * 512, 16, std::string(16, '\0'));
-    EXPECT_TRUE(markersAt(readBytes(bytes), 0)[0].hasPosition());
-    C3dOptions options;
-    options.originIsNotSeen = true;
-    const C3dTake take = readBytes(bytes, options);
-    EXPECT_FALSE(markersAt(take, 0)[0].hasPosition());
-    EXPECT_TRUE(markersAt(take, 0)[1].hasPosition());
-}
-
 TEST(C3dMarkers, AreNamedByTheirLabelsWithoutTheSubject) {
     FileBuilder file;
     file.points = 6;
@@ -814,15 +802,50 @@ TEST(C3dEvents, OfTheHeaderAreRead) {
     }
 }
 
-TEST(C3dEvents, OfTheHeaderNeedTheirKeyAndAreNoMoreThanEighteen) {
-    FileBuilder without;
-    without.header(151, 2).headerReal(153, 0.5F);
-    EXPECT_TRUE(readStrictly(without.standard().bytes()).events.empty());
+TEST(C3dEvents, OfTheHeaderAreNoMoreThanEighteen) {
     FileBuilder many;
     many.header(150, 12345).header(151, 900);
     const C3dTake take = readBytes(many.standard().bytes());
     EXPECT_EQ(take.events.size(), 18U);
     EXPECT_TRUE(findingOn(take, "header word 151"));
+}
+
+TEST(C3dEvents, OfTheHeaderWithoutTheirKeyAreReadIfTheyMakeSense) {
+    for (const C3dEncoding encoding : allEncodings) {
+        FileBuilder old(encoding); // labels of two characters
+        old.header(151, 2).headerReal(153, 0.5F).headerReal(155, 1.25F);
+        old.headerWords[189] = std::string("\0\1", 2);
+        old.headerWords[199] = "HSTO";
+        const C3dTake take = readStrictly(old.standard().bytes());
+        ASSERT_EQ(take.events.size(), 2U);
+        EXPECT_EQ(take.events[0].label, "HS");
+        EXPECT_EQ(take.events[0].time, 0.5);
+        EXPECT_EQ(take.events[1].label, "TO");
+        EXPECT_EQ(take.events[1].time, 1.25);
+        EXPECT_FALSE(take.events[1].shown);
+        EXPECT_EQ(findingOn(take, "header word 151")->believed, "2");
+        FileBuilder forgotten(encoding); // labels of four, but no key
+        forgotten.header(151, 2).headerReal(153, 0.5F).headerReal(155, 1.25F);
+        forgotten.headerWords[199] = "RHS LTO ";
+        EXPECT_EQ(readStrictly(forgotten.standard().bytes()).events[1].label, "LTO");
+    }
+}
+
+TEST(C3dEvents, OfTheHeaderWithoutTheirKeyAreReportedIfTheyMakeNoSense) {
+    FileBuilder unnamed;
+    unnamed.header(151, 2).headerReal(153, 0.5F);
+    FileBuilder early;
+    early.header(151, 1).headerReal(153, -0.5F);
+    early.headerWords[199] = "HS";
+    FileBuilder many;
+    many.header(151, 900);
+    for (FileBuilder* const file : {&unnamed, &early, &many}) {
+        const C3dTake take = readStrictly(file->standard().bytes());
+        EXPECT_TRUE(take.events.empty());
+        ASSERT_TRUE(findingOn(take, "header word 151"));
+        EXPECT_EQ(findingOn(take, "header word 151")->believed, "0");
+        EXPECT_FALSE(findingOn(take, "header word 151")->isContradiction);
+    }
 }
 
 TEST(C3dEvents, OfTheParametersHaveContextsAndSubjects) {

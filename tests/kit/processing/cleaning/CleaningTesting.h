@@ -79,4 +79,18 @@ inline void cut(Table& table, std::size_t marker, int first, int last) {
     }
 }
 
+/// Exchanges the labels of two markers.
+inline void swap(Table& table, std::size_t a, std::size_t b, int first, int last) {
+    for (int frame = first; frame <= last; ++frame) {
+        auto& row = table[static_cast<std::size_t>(frame)];
+        std::swap(row[a], row[b]);
+    }
+}
+
+/// Pushes a marker off its way in a frame.
+inline void push(Table& table, std::size_t marker, int frame, const tarn::Vector3f& off) {
+    tarn::Vector3f& position = table[static_cast<std::size_t>(frame)][marker].position;
+    position = {position.x + off.x, position.y + off.y, position.z + off.z};
+}
+
 } // namespace cleaning_testing

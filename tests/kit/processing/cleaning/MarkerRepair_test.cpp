@@ -25,20 +25,9 @@ using cleaning_testing::cut;
 using cleaning_testing::distance;
 using cleaning_testing::limb;
 using cleaning_testing::markerIn;
+using cleaning_testing::push;
+using cleaning_testing::swap;
 using cleaning_testing::Table;
-
-/// Exchanges the labels of two markers.
-void swap(Table& table, std::size_t a, std::size_t b, int first, int last) {
-    for (int frame = first; frame <= last; ++frame) {
-        auto& row = table[static_cast<std::size_t>(frame)];
-        std::swap(row[a], row[b]);
-    }
-}
-
-void push(Table& table, std::size_t marker, int frame, const Vector3f& off) {
-    Vector3f& position = table[static_cast<std::size_t>(frame)][marker].position;
-    position = {position.x + off.x, position.y + off.y, position.z + off.z};
-}
 
 /// Whether each marker is where it was, or not there.
 void expectSame(const std::shared_ptr<Tracks>& take, const Table& truth) {

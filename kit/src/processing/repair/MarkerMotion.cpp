@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "processing/cleaning/MarkerMotion.h"
+#include "processing/repair/MarkerMotion.h"
 
 #include "body/RigidFit.h"
 
@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 namespace tarn::kit {
 
@@ -48,24 +49,28 @@ double MarkerMotion::Expectation::miss(const Vector3d& point) const {
 }
 
 MarkerMotion::MarkerMotion(const MarkerTable& table, const MarkerRepairOptions& options)
-    : table_(table), rate_(options.rate),
-      untouched_(static_cast<std::size_t>(table.markerCount())) {
+    : table_(table) {
+    learnt_.rate = options.rate;
+    learnt_.untouched.resize(static_cast<std::size_t>(table.markerCount()));
     for (const int marker : options.untouched) {
         if (marker >= 0 && marker < table.markerCount()) {
-            untouched_[static_cast<std::size_t>(marker)] = true;
+            learnt_.untouched[static_cast<std::size_t>(marker)] = true;
         }
     }
     findNeighbours();
     findGates(options.gate);
 }
 
+MarkerMotion::MarkerMotion(const MarkerTable& table, Learnt learnt)
+    : table_(table), learnt_(std::move(learnt)) {}
+
 void MarkerMotion::findNeighbours() {
     const int step = table_.frameCount() / framesToSample + 1;
     const int leastFrames = std::min(20, table_.frameCount() / 2 + 1);
     std::vector<double> nearest;
-    neighbours_.resize(untouched_.size());
+    learnt_.neighbours.resize(learnt_.untouched.size());
     for (int marker = 0; marker < table_.markerCount(); ++marker) {
-        std::vector<Neighbour>& found = neighbours_[static_cast<std::size_t>(marker)];
+        std::vector<Neighbour>& found = learnt_.neighbours[static_cast<std::size_t>(marker)];
         for (int other = 0; other < table_.markerCount(); ++other) {
             if (other == marker || isUntouched(other) || isUntouched(marker)) {
                 continue;
@@ -94,11 +99,11 @@ void MarkerMotion::findNeighbours() {
         std::sort(found.begin(), found.end(), [](auto& a, auto& b) { return a.spread < b.spread; });
         found.resize(std::min(found.size(), mostNeighbours));
     }
-    spacing_ = nearest.empty() ? 0 : quantile(nearest, 0.5);
+    learnt_.spacing = nearest.empty() ? 0 : quantile(nearest, 0.5);
 }
 
 void MarkerMotion::findGates(double fixed) {
-    gates_.assign(untouched_.size(), fixed);
+    learnt_.gates.assign(learnt_.untouched.size(), fixed);
     if (fixed > 0) {
         return;
     }
@@ -113,7 +118,8 @@ void MarkerMotion::findGates(double fixed) {
         constexpr double ofSpacing = 0.2;
         constexpr double ofUsual = 8;
         const double usual = jumps.empty() ? 0 : quantile(jumps, 0.95);
-        gates_[static_cast<std::size_t>(marker)] = std::max(ofSpacing * spacing_, ofUsual * usual);
+        learnt_.gates[static_cast<std::size_t>(marker)] =
+            std::max(ofSpacing * learnt_.spacing, ofUsual * usual);
     }
 }
 
@@ -126,7 +132,7 @@ MarkerMotion::Expectation MarkerMotion::expect(int marker, int last, int frame) 
     }
     std::vector<Vector3d> from;
     std::vector<Vector3d> to;
-    for (const Neighbour& neighbour : neighbours_[static_cast<std::size_t>(marker)]) {
+    for (const Neighbour& neighbour : learnt_.neighbours[static_cast<std::size_t>(marker)]) {
         if (from.size() < rigidNeighbours && table_.has(last, neighbour.marker) &&
             table_.has(frame, neighbour.marker)) {
             from.push_back(table_.at(last, neighbour.marker));
@@ -141,7 +147,7 @@ MarkerMotion::Expectation MarkerMotion::expect(int marker, int last, int frame) 
 }
 
 MarkerMotion::Expectation MarkerMotion::expect(int marker, int frame) const {
-    const int earliest = std::max(0, frame - 1 - static_cast<int>(rate_ / 2));
+    const int earliest = std::max(0, frame - 1 - static_cast<int>(learnt_.rate / 2));
     for (int last = frame - 1; last >= earliest; --last) {
         if (table_.has(last, marker)) {
             return expect(marker, last, frame);
@@ -159,7 +165,7 @@ std::optional<double> MarkerMotion::jump(int marker, int frame) const {
     if (frame >= 2 && table_.has(frame - 1, marker) && table_.has(frame - 2, marker)) {
         const Vector3d straight = 2 * table_.at(frame - 1, marker) - table_.at(frame - 2, marker);
         constexpr double little = 0.02; // of the spacing
-        if (const double off = distanceOf(straight, at); off < little * spacing_) {
+        if (const double off = distanceOf(straight, at); off < little * learnt_.spacing) {
             return off;
         }
     }
@@ -170,12 +176,12 @@ std::optional<double> MarkerMotion::jump(int marker, int frame) const {
 std::optional<double> MarkerMotion::misfit(int marker, const Vector3d& point, int frame,
                                            const std::vector<int>& without) const {
     std::vector<double> differences;
-    for (const Neighbour& neighbour : neighbours_[static_cast<std::size_t>(marker)]) {
+    for (const Neighbour& neighbour : learnt_.neighbours[static_cast<std::size_t>(marker)]) {
         if (table_.has(frame, neighbour.marker) && !contains(without, neighbour.marker)) {
             constexpr double least = 0.02; // of the spacing: what skin and noise allow for
             const double distance = distanceOf(point, table_.at(frame, neighbour.marker));
             differences.push_back(std::abs(distance - neighbour.distance) /
-                                  (neighbour.spread + least * spacing_));
+                                  (neighbour.spread + least * learnt_.spacing));
         }
     }
     constexpr std::size_t leastDistances = 2;

@@ -17,12 +17,31 @@ namespace tarn::kit {
 /// move with them.
 class MarkerMotion {
 public:
-    /// Precondition: the rate of the options is greater than 0.
-    MarkerMotion(const MarkerTable& table, const MarkerRepairOptions& options);
+    struct Neighbour {
+        int marker;
+        double distance; ///< median
+        double spread;   ///< median distance from that
+    };
+    /// What is usual of the markers of a table.
+    struct Learnt {
+        double rate = 0;
+        std::vector<bool> untouched;
+        std::vector<std::vector<Neighbour>> neighbours; ///< by marker, the most rigid first
+        double spacing = 0;                             ///< of neighbouring markers
+        std::vector<double> gates;                      ///< by marker
+    };
 
-    bool isUntouched(int marker) const { return untouched_[static_cast<std::size_t>(marker)]; }
+    /// Learns from the table. Precondition: the rate of the options is greater than 0.
+    MarkerMotion(const MarkerTable& table, const MarkerRepairOptions& options);
+    /// With what was learnt from another table of the same markers.
+    MarkerMotion(const MarkerTable& table, Learnt learnt);
+
+    const Learnt& learnt() const { return learnt_; }
+    bool isUntouched(int marker) const {
+        return learnt_.untouched[static_cast<std::size_t>(marker)];
+    }
     /// How far off its way a marker has to be to be looked at.
-    double gate(int marker) const { return gates_[static_cast<std::size_t>(marker)]; }
+    double gate(int marker) const { return learnt_.gates[static_cast<std::size_t>(marker)]; }
 
     /// Where a marker is expected at a frame.
     struct Expectation {
@@ -47,21 +66,11 @@ public:
                                  const std::vector<int>& without) const;
 
 private:
-    struct Neighbour {
-        int marker;
-        double distance; ///< median
-        double spread;   ///< median distance from that
-    };
-
     void findNeighbours();
     void findGates(double fixed);
 
     const MarkerTable& table_;
-    double rate_;
-    std::vector<bool> untouched_;
-    std::vector<std::vector<Neighbour>> neighbours_; ///< by marker, the most rigid first
-    double spacing_ = 0;                             ///< of neighbouring markers
-    std::vector<double> gates_;
+    Learnt learnt_;
 };
 
 } // namespace tarn::kit

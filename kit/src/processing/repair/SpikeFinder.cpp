@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "processing/cleaning/SpikeFinder.h"
+#include "processing/repair/SpikeFinder.h"
 
 #include "processing/cleaning/GapBridge.h"
-#include "processing/cleaning/MarkerMotion.h"
+#include "processing/repair/MarkerMotion.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "processing/cleaning/SwapFinder.h"
+#include "processing/repair/SwapFinder.h"
 
-#include "processing/cleaning/MarkerMotion.h"
+#include "processing/repair/MarkerMotion.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -233,11 +233,9 @@ void Finder::report(const Piece& piece, const Labels& labels, const std::vector<
 
 void Finder::exchange(const MarkerChange& change) {
     for (int frame = change.first; frame <= change.last; ++frame) {
-        const Marker last = table_(frame, change.markers.back());
-        for (std::size_t i = change.markers.size() - 1; i > 0; --i) {
-            table_.set(frame, change.markers[i], table_(frame, change.markers[i - 1]));
-        }
-        table_.set(frame, change.markers.front(), last);
+        exchangeLabels(change.markers, [this, frame](int marker) -> Marker& {
+            return table_.entry(frame, marker);
+        });
     }
 }
 
