@@ -111,6 +111,15 @@ TEST(C3dOrigins, WhereAPointAlwaysIsAreSeenIfNoOtherLeaps) {
     EXPECT_TRUE(isSeen(take, 0, 2));
 }
 
+TEST(C3dOrigins, AreSeenIfNobodyKnowsHowTheMarkerMoves) {
+    const FileBuilder file = builder(C3dEncoding::IntelReal);
+    const C3dTake take = readBytes(fileWith(file, [](int marker, int frame, int axis) {
+        const bool isElsewhere = marker != 0 || frame == 10; // in one frame only
+        return isElsewhere ? std::optional(away(marker, frame, axis)) : std::nullopt;
+    }));
+    EXPECT_TRUE(isSeen(take, 0, 0));
+}
+
 TEST(C3dOrigins, OfAForceThatIsNoneAreValues) {
     FileBuilder file = builder(C3dEncoding::IntelReal);
     file.texts(1, "FORCES", {"M1"});

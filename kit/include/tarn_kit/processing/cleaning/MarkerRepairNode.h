@@ -36,8 +36,8 @@ namespace tarn::kit {
 /// before is forgotten. The frames that arrive are not altered: one with a change leaves as a new
 /// one. A `GapFillingNode` behind this one closes the gaps that spikes leave.
 ///
-/// A fault costs some milliseconds, in the frame with which it begins, and so does learning, every
-/// few seconds; in between there is little to do.
+/// A fault costs some ten milliseconds, in the frame with which it begins, and so does learning,
+/// every few seconds; in between there is little to do.
 ///
 /// Lifetime: the node may be destroyed while frames arrive; the destructor waits for the one that
 /// is on its way, so that a slot of the output must not destroy the node. What is held back goes
