@@ -24,7 +24,8 @@ struct ClockExchange {
 
 /// How a remote clock goes against the local one: a straight line, with how far it may be off.
 /// Instants more than 73 years from the epoch of their clock are taken for that.
-struct TARN_KIT_EXPORT ClockRelation {
+class TARN_KIT_EXPORT ClockRelation {
+public:
     Clock::Instant reference;    ///< where the line is anchored, by the local clock
     Clock::Duration offset{};    ///< remote less local then
     double drift = 0;            ///< seconds that the remote clock gains in a local second
@@ -40,7 +41,7 @@ struct TARN_KIT_EXPORT ClockRelation {
     Clock::Duration boundAt(Clock::Instant local) const;
 };
 
-struct TARN_KIT_EXPORT ClockOffsetOptions {
+struct ClockOffsetOptions {
     /// Of the exchanges of a slice, that of the shortest round trip counts.
     Clock::Duration slice = std::chrono::seconds(1);
     /// How many slices are kept, at least 2.

@@ -20,7 +20,7 @@ enum class TakePhase : std::uint8_t {
 };
 
 /// What the leader of a take says of it. Instants are of its clock.
-struct TARN_LINK_EXPORT TakeCall {
+struct TakeCall {
     std::uint64_t leader = 0; ///< the number of its clock (see `LinkClock`); 0 without a leader
     std::uint64_t take = 0;   ///< counts the leader's takes from 1
     std::string name;
@@ -41,7 +41,7 @@ enum class RecorderPhase : std::uint8_t {
 };
 
 /// What a recorder says of itself.
-struct TARN_LINK_EXPORT RecorderReport {
+struct RecorderReport {
     std::uint64_t recorder = 0; ///< drawn anew whenever a recorder starts
     std::uint64_t leader = 0;
     std::uint64_t take = 0;
