@@ -11,14 +11,10 @@
 const assert = require('node:assert');
 const fs = require('node:fs');
 const [nodeDir, chromium, jobFile] = process.argv.slice(2);
-const puppeteer = require(nodeDir + '/node_modules/puppeteer-core');
-const axe = fs.readFileSync(nodeDir + '/node_modules/axe-core/axe.min.js', 'utf8');
+const { launcher, saturations, projected, cameraOf, accessChecker } = require('./view_browser.cjs');
+const launch = launcher(nodeDir, chromium);
+const checkAccess = accessChecker(nodeDir);
 const job = JSON.parse(fs.readFileSync(jobFile, 'utf8'));
-
-const common = ['--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader', '--ignore-gpu-blocklist',
-  '--js-flags=--expose-gc'];
-const launch = (flags = []) =>
-  puppeteer.launch({ executablePath: chromium, headless: true, args: [...common, ...flags], protocolTimeout: 300000 });
 
 /** A page that was opened paused; whatever it complains of or asks for is a fault. */
 async function open(browser, file, { width = 900, height = 700, scheme = 'light' } = {}) {
@@ -51,62 +47,6 @@ async function show(page, frame) {
   }, frame);
   await page.evaluate('new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done)))');
 }
-
-/** How coloured the pixels of the scene are, near points given in pixels: the ground and the sky are grey. */
-async function saturations(page, points) {
-  const clip = await page.evaluate(() => {
-    const box = document.getElementById('scene').getBoundingClientRect();
-    return { x: box.x, y: box.y, width: box.width, height: box.height };
-  });
-  const png = Buffer.from(await page.screenshot({ clip })).toString('base64');
-  const reader = await page.browser().newPage();
-  const found = await reader.evaluate(
-    async (data, places) => {
-      const image = new Image();
-      image.src = 'data:image/png;base64,' + data;
-      await image.decode();
-      const canvas = document.createElement('canvas');
-      [canvas.width, canvas.height] = [image.width, image.height];
-      const context = canvas.getContext('2d');
-      context.drawImage(image, 0, 0);
-      return places.map(([x, y]) => {
-        const bytes = context.getImageData(Math.round(x) - 1, Math.round(y) - 1, 3, 3).data;
-        let most = 0;
-        for (let i = 0; i < bytes.length; i += 4) {
-          most = Math.max(most, Math.max(...bytes.slice(i, i + 3)) - Math.min(...bytes.slice(i, i + 3)));
-        }
-        return most;
-      });
-    },
-    png,
-    points,
-  );
-  await reader.close();
-  return found;
-}
-
-/** Where points in metres are on the screen, by the eye's place alone. */
-function projected(camera, points) {
-  const sub = (a, b) => a.map((one, i) => one - b[i]);
-  const dot = (a, b) => a.reduce((sum, one, i) => sum + one * b[i], 0);
-  const unit = (a) => a.map((one) => one / Math.sqrt(dot(a, a)));
-  const cross = (a, b) => [a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]];
-  const ahead = unit(sub(camera.target, camera.eye));
-  const right = unit(cross(ahead, [0, 1, 0]));
-  const up = cross(right, ahead);
-  const scale = camera.height / 2 / Math.tan((camera.fieldOfView * Math.PI) / 360);
-  return points.map((point) => {
-    const way = sub(point, camera.eye);
-    const depth = dot(way, ahead);
-    return [camera.width / 2 + (scale * dot(way, right)) / depth, camera.height / 2 - (scale * dot(way, up)) / depth];
-  });
-}
-
-const cameraOf = (page) =>
-  page.evaluate(() => ({
-    eye: tarnView.camera.eye, target: tarnView.camera.target, fieldOfView: tarnView.camera.fieldOfView,
-    width: tarnView.size[0], height: tarnView.size[1],
-  }));
 
 /** At some frames, pixels of joints are coloured where `export` has them, and others are not. */
 async function checkPixels(page, witness) {
@@ -237,16 +177,6 @@ async function checkLabel(page) {
   await page.mouse.move(at.x, at.y);
   await page.waitForFunction('!document.getElementById("label").hidden', { timeout: 30000 });
   assert.ok((await page.$eval('#label', (element) => element.textContent)).length > 0);
-}
-
-async function checkAccess(page) {
-  await page.evaluate(() => document.querySelectorAll('details').forEach((one) => (one.open = true)));
-  await page.evaluate(axe);
-  const report = await page.evaluate('axe.run()');
-  const serious = report.violations.filter((one) => ['serious', 'critical'].includes(one.impact));
-  assert.deepStrictEqual(serious.map((one) => one.id + ': ' + one.nodes[0].html.slice(0, 200)), []);
-  const wide = await page.evaluate('document.documentElement.scrollWidth - innerWidth');
-  assert.ok(wide <= 0, 'nothing is wider than the screen');
 }
 
 /** Ten minutes go by, a picture for each second; what was needed for them is let go of. */

@@ -5,6 +5,7 @@
 
 #include "documents/ActorChoices.h"
 #include "documents/OlderSession.h"
+#include "live/LiveView.h"
 #include "recording/Recording.h"
 #include "session/BodyNamesDocument.h"
 #include "session/SessionFiles.h"
@@ -46,7 +47,8 @@ struct RunOptions {
     SpaceChoice space;
     bool dimensions = false;           ///< print everything that was measured
     std::optional<std::string> record; ///< a take file
-    bool force = false;                ///< a session that is there may go
+    LiveChoice view;
+    bool force = false; ///< a session that is there may go
 };
 
 void check(const RunOptions& options) {
@@ -144,7 +146,9 @@ public:
             return interrupt_.exitCode();
         }
         beginRecording();
+        beginView();
         const bool complete = play();
+        view_.reset(); // files may take a while
         if (recording_) {
             recording_->end();
         }
@@ -218,6 +222,22 @@ private:
         }
     }
 
+    /// After the calibration, too.
+    void beginView() {
+        if (options_.view.port) {
+            std::vector<std::string> names;
+            for (const auto& performer : session_.performers()) {
+                names.push_back(performer->name());
+            }
+            view_.emplace(options_.view, fmt::format("{}", fmt::join(names, ", ")),
+                          session_.exactRate());
+            for (const auto& performer : session_.performers()) {
+                performer->show(*view_);
+            }
+            announce("watch at " + view_->start());
+        }
+    }
+
     bool play() {
         try {
             return capture::play(session_, interrupt_);
@@ -243,6 +263,7 @@ private:
     TakeSession session_;
     SessionFiles files_;
     std::optional<Recording> recording_; ///< goes before what it records
+    std::optional<LiveView> view_;       ///< so does this
 };
 
 /// A failure says what was kept.
@@ -292,6 +313,7 @@ void addRun(CommandLine& line) {
     addNames(command, options.names);
     addSpeed(command, options.speed);
     addRecord(command, options.record);
+    addLiveView(command, options.view);
     command.add_flag("--dimensions", options.dimensions,
                      "Print of each performer all lengths that were measured, the clock, and the "
                      "time that each stage took");

@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "live/LiveView.h"
 #include "markers/MarkerFrames.h"
 #include "recording/Recording.h"
 #include "session/StreamWatch.h"
@@ -35,6 +36,7 @@ struct StreamOptions {
     std::optional<FrameChoice> frames;
     SpaceChoice space;
     std::optional<std::string> record; ///< a take file
+    LiveChoice view;
 };
 
 void printJitter(const StreamWatch::Instants& arrivals, double framesPerSecond) {
@@ -55,7 +57,20 @@ struct Source {
     int port;
     int dataType;
     store::TrackDescription description;
+    view::LiveMarkers markers; ///< where the take holds some
 };
+
+view::LiveMarkers liveMarkersOf(const kit::C3dTake& take) {
+    constexpr double metresPerMillimetre = 0.001; // as laboratories measure, if nobody says
+    view::LiveMarkers markers;
+    markers.name = take.tracks->tracksName();
+    markers.metresPerUnit = take.metresPerUnit > 0 ? take.metresPerUnit : metresPerMillimetre;
+    markers.up = upAxisOf(take);
+    for (const kit::C3dMarker& marker : take.markers) {
+        markers.names.push_back(marker.label());
+    }
+    return markers;
+}
 
 /// The take, read on its own, and the device with another reading of it, with which the recording
 /// is then compared.
@@ -68,7 +83,8 @@ Source open(kit::ReplayDevice& device, TakeFile& file, const StreamOptions& opti
                 chosenFrames(options.frames, take),
                 kit::ReplayDevice::markerPort,
                 kit::markerDataType,
-                store::TrackDescription::of(take, take.tracks->tracksName())};
+                store::TrackDescription::of(take, take.tracks->tracksName()),
+                liveMarkersOf(take)};
     }
     const kit::BvhTake take = withSpace(file.read(), options.space);
     device.open(withSpace(file.read(), options.space));
@@ -77,7 +93,19 @@ Source open(kit::ReplayDevice& device, TakeFile& file, const StreamOptions& opti
             chosenFrames(options.frames, take.tracks->timeLength()),
             kit::ReplayDevice::posePort,
             kit::poseDataType,
-            store::TrackDescription::of(take, take.tracks->tracksName())};
+            store::TrackDescription::of(take, take.tracks->tracksName()),
+            {}};
+}
+
+/// Shows what the device sends.
+void show(LiveView& view, kit::ReplayDevice& device, const Source& source) {
+    auto& port = device.oFramePort(source.port);
+    const store::TrackDescription& about = source.description;
+    if (about.rig != nullptr) {
+        view.addPoses(port, about.subject, about.rig);
+        return;
+    }
+    view.addMarkers(port, source.markers);
 }
 
 /// Throws unless what was recorded is the take.
@@ -111,6 +139,13 @@ int stream(const StreamOptions& options) {
     device.setSpeed(options.speed);
     if (count > 0) {
         device.seek(source.range.first);
+    }
+    std::optional<LiveView> view;
+    if (options.view.port) {
+        view.emplace(options.view, takeNameOf(options.take), kit::Rate::nearest(source.rate));
+        show(*view, device, source);
+        fmt::print("watch at {}\n", view->start());
+        std::fflush(stdout); // before the take has streamed
     }
     StreamWatch::Instants arrivals;
     if (count > 0) {
@@ -154,6 +189,7 @@ void addStream(CommandLine& line) {
     addSpace(command, options.space);
     addSpeed(command, options.speed);
     addRecord(command, options.record);
+    addLiveView(command, options.view);
 }
 
 } // namespace tarn::capture

@@ -3,6 +3,7 @@
 
 #include "session/TakePerformer.h"
 
+#include "live/LiveView.h"
 #include "recording/Recording.h"
 
 #include <fmt/format.h>
@@ -44,6 +45,8 @@ void TakePerformer::record(Recording& recording) {
     }
     recording.add(performer_->onSolved(), kit::bodyDataType, description);
 }
+
+void TakePerformer::show(LiveView& view) { view.addBodies(performer_->onSolved(), name(), rig()); }
 
 void TakePerformer::setBodyNames(std::shared_ptr<const kit::BodyNames> /*names*/) {}
 

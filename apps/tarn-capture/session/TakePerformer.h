@@ -18,6 +18,7 @@
 
 namespace tarn::capture {
 
+class LiveView;
 class Recording;
 
 /// What is known of the lengths of a performer's body.
@@ -61,6 +62,8 @@ public:
 
     /// Records what its device sends, where that are poses, and what its solver makes of it.
     void record(Recording& recording);
+    /// Shows what its solver makes of it.
+    void show(LiveView& view);
     Character& character() { return performer_->character(); }
     Actor& actor() { return performer_->actor(); }
     virtual Solver& solver() = 0;

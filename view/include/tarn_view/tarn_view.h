@@ -6,4 +6,5 @@
 // All of tarn_view.
 
 #include <tarn_view/Export.h>
+#include <tarn_view/live/LiveServer.h>
 #include <tarn_view/page/Page.h>

@@ -173,6 +173,11 @@ export class Cloud {
   }
 }
 
+/** What the page was written with. */
+export function factsOf(document) {
+  return JSON.parse(document.getElementById('facts').textContent);
+}
+
 /**
  * Where the frames of a page come from. Everything else on the page asks this alone:
  * `title`, `performers`, `clouds`, `events`, `notes`, `facts`, and how many frames there are at which rate.
@@ -193,8 +198,7 @@ export class StaticTake {
     this.frames = Math.max(1, Math.round(seconds * this.framesPerSecond));
   }
 
-  static async ofPage(document) {
-    const facts = JSON.parse(document.getElementById('facts').textContent);
+  static async ofPage(document, facts) {
     const element = document.getElementById('columns');
     const bytes = await inflated(element.textContent);
     element.remove(); // what is read need not be kept twice

@@ -3,7 +3,8 @@
 
 // The page: what its buttons and keys do.
 
-import { StaticTake, frameAt, timecodeOf } from './data.js';
+import { StaticTake, factsOf, timecodeOf } from './data.js';
+import { LiveTake } from './live.js';
 import { Camera, steer } from './camera.js';
 import { SolidScene } from './solid.js';
 import { FlatScene } from './flat.js';
@@ -38,18 +39,22 @@ class Page {
     this.listen();
     this.repaint();
     this.resize();
-    const bounds = this.stage.bounds();
-    this.camera.frame(...bounds, this.size[0] / this.size[1]);
-    this.scene.centre(Math.round(this.camera.target[0]), Math.round(this.camera.target[2]));
+    this.lookAtAll();
     this.player.isPlaying = location.hash !== '#paused';
+    if (take.isLive) take.connect(() => this.update());
     this.update();
     requestAnimationFrame((now) => this.tick(now));
+  }
+
+  lookAtAll() {
+    this.camera.frame(...this.stage.bounds(), this.size[0] / this.size[1]);
+    this.scene.centre(Math.round(this.camera.target[0]), Math.round(this.camera.target[2]));
   }
 
   makeScene() {
     const canvas = get('scene');
     try {
-      if (location.search === '?flat') throw new Error('asked for');
+      if (new URLSearchParams(location.search).has('flat')) throw new Error('asked for');
       this.scene = new SolidScene(canvas, this.stage.counts());
       this.kind = 'solid';
     } catch (error) {
@@ -91,8 +96,17 @@ class Page {
     const before = player.frame;
     player.advance(elapsed);
     if (player.frame !== before || player.isPlaying !== wasPlaying) this.update();
+    if (this.take.isLive) this.tickLive();
     if (this.isDirty) this.draw();
+    if (this.take.isLive) this.take.acknowledge();
     requestAnimationFrame((next) => this.tick(next));
+  }
+
+  tickLive() {
+    const isFirst = this.take.number === null;
+    if (!this.take.advance(!this.player.isPlaying)) return;
+    if (isFirst && this.take.number !== null) this.lookAtAll();
+    this.update();
   }
 
   get seconds() {
@@ -106,17 +120,24 @@ class Page {
     if (places) [this.camera.target[0], this.camera.target[2]] = [places[0][0], places[0][2]];
     this.stage.draw(this.scene, this.camera, this.seconds, this.theme);
     const share = this.take.frames > 1 ? this.player.frame / (this.take.frames - 1) : 0;
-    if (this.stage.shown.length) drawCurves(get('curves'), this.stage.chosen.map((one) => ({ ...one.curve, colour: one.colour })), share, this.theme);
+    if (this.stage.shown.length && !this.take.isLive) drawCurves(get('curves'), this.stage.chosen.map((one) => ({ ...one.curve, colour: one.colour })), share, this.theme);
   }
 
   /** Brings what the page says in line with where it is. */
   update() {
     const { player, take } = this;
-    const number = player.frame + take.fastest.firstFrame;
-    const code = timecodeOf(player.frame, take.framesPerSecond);
-    get('time').textContent = code + '   frame ' + number + ' of ' + (take.frames - 1 + take.fastest.firstFrame);
-    get('scrub').value = player.frame;
-    get('scrub').setAttribute('aria-valuetext', 'frame ' + number + ', ' + code);
+    if (take.isLive) {
+      const { number } = take;
+      get('time').textContent = number === null ? '' : timecodeOf(number, take.framesPerSecond) + '   frame ' + number;
+      get('link').textContent = take.report;
+      if (get('notice').textContent !== take.notice) get('notice').textContent = take.notice;
+    } else {
+      const number = player.frame + take.fastest.firstFrame;
+      const code = timecodeOf(player.frame, take.framesPerSecond);
+      get('time').textContent = code + '   frame ' + number + ' of ' + (take.frames - 1 + take.fastest.firstFrame);
+      get('scrub').value = player.frame;
+      get('scrub').setAttribute('aria-valuetext', 'frame ' + number + ', ' + code);
+    }
     const play = get('play');
     play.querySelector('path').setAttribute('d', player.isPlaying ? 'M3 2h4v12H3zM9 2h4v12H9z' : 'M4 2l9 6-9 6z');
     play.setAttribute('aria-label', player.isPlaying ? 'Pause' : 'Play');
@@ -211,7 +232,7 @@ class Page {
     });
     this.listPerformers();
     for (const id of ['performerbox', 'jointbox', 'curves', 'followbox']) get(id).hidden = stage.shown.length === 0;
-    for (const shown of stage.shown.slice(0, 3)) this.choose(shown, 0);
+    if (!take.isLive) for (const shown of stage.shown.slice(0, 3)) this.choose(shown, 0);
     get('legend').hidden = !take.clouds.some((one) => one.residuals);
     get('eventbox').hidden = take.events.length === 0;
     for (const event of take.events) {
@@ -223,23 +244,26 @@ class Page {
   }
 
   fillFacts() {
+    // Of a live capture nobody knows yet how long it is.
+    const frames = (one) => (this.take.isLive ? 'live' : one.frames) + ' at ' +
+      one.framesPerSecond.toFixed(3).replace(/\.?0+$/, '') + ' per second';
     const list = get('facts-list');
     const fact = (name, text) => list.append(make('dt', {}, name), make('dd', {}, text));
     const { take } = this;
     for (const one of take.performers) {
       fact('Performer', one.name);
       if (one.source) fact('Source', one.source);
-      fact('Frames', one.frames + ' at ' + one.framesPerSecond.toFixed(3).replace(/\.?0+$/, '') + ' per second');
+      fact('Frames', frames(one));
       fact('Space', one.unit + ' (unit ' + one.unitIs + ')');
       fact('Joints', String(one.nodes.filter((node) => !node.end).length));
     }
     for (const one of take.clouds) {
       fact('Markers', one.name + ': ' + one.markers.length);
-      fact('Frames', one.frames + ' at ' + one.framesPerSecond.toFixed(3).replace(/\.?0+$/, '') + ' per second');
+      fact('Frames', frames(one));
     }
     const millimetres = (metres) => (1000 * metres).toFixed(3) + ' mm';
-    if (take.performers.length) fact('Accuracy', 'joints within ' + millimetres(take.facts.largestError) + ' of the take');
-    if (take.clouds.length) fact('Accuracy', 'markers within ' + millimetres(take.facts.largestMarkerError) + ' of the take');
+    if (take.performers.length && !take.isLive) fact('Accuracy', 'joints within ' + millimetres(take.facts.largestError) + ' of the take');
+    if (take.clouds.length && !take.isLive) fact('Accuracy', 'markers within ' + millimetres(take.facts.largestMarkerError) + ' of the take');
     for (const note of take.notes) get('notes').append(make('li', {}, note));
   }
 
@@ -257,7 +281,7 @@ class Page {
             this.isDirty = true;
           }),
           box('ghost' + i, shown.isGhost, 'Ghost', (event) => this.ghost(shown, event.target.checked)),
-          make('label', {}, 'later by ', make('input', {
+          make('label', { class: 'recorded' }, 'later by ', make('input', {
             type: 'number', id: 'offset' + i, step: '0.01', value: shown.offset.toFixed(3),
             'aria-label': 'Seconds by which ' + shown.performer.name + ' is later',
             onchange: (event) => {
@@ -366,7 +390,8 @@ class Page {
       '-': () => camera.zoom(1 / 0.9),
     };
     const action = keys[event.key.length === 1 ? event.key.toLowerCase() : event.key];
-    if (!action) return;
+    const isOfLive = [' ', '0', '1', '2', '3', 'f', 'g', 'w', 'a', 's', 'd', '+', '-'].includes(event.key.toLowerCase());
+    if (!action || (this.take.isLive && !isOfLive)) return;
     event.preventDefault();
     action();
     this.update();
@@ -390,7 +415,14 @@ class Page {
   }
 }
 
-StaticTake.ofPage(document).then(
+async function takeOf(document) {
+  const facts = factsOf(document);
+  if (!facts.live) return StaticTake.ofPage(document, facts);
+  document.documentElement.dataset.live = 'yes';
+  return new LiveTake(facts);
+}
+
+takeOf(document).then(
   (take) => {
     // For scripts that look at the page: where it is, and where it shows what.
     window.tarnView = new Page(take);

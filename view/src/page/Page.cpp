@@ -4,13 +4,14 @@
 #include <tarn_view/page/Page.h>
 
 #include "page/Content.h"
-#include "page/Parts.h"
+#include "page/Document.h"
 
 #include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
+#include <utility>
 
 namespace tarn::view {
 
@@ -20,29 +21,6 @@ constexpr double longest = 1e9; ///< seconds
 
 [[noreturn]] void refuse(const std::string& name, const std::exception& error) {
     throw std::invalid_argument("no page can show '" + kit::printable(name) + "': " + error.what());
-}
-
-/// Text between tags.
-std::string escaped(const std::string& text) {
-    std::string safe;
-    for (const char c : kit::printable(text)) {
-        safe += c == '&'   ? std::string("&amp;")
-                : c == '<' ? std::string("&lt;")
-                : c == '>' ? std::string("&gt;")
-                           : std::string(1, c);
-    }
-    return safe;
-}
-
-/// JSON in a script element: whatever its texts say, it does not end there.
-std::string inScript(const Json& facts) {
-    std::string safe;
-    for (const char c : facts.dump()) {
-        safe += c == '<'   ? std::string("\\u003c")
-                : c == '>' ? std::string("\\u003e")
-                           : std::string(1, c);
-    }
-    return safe;
 }
 
 template <class List, class Pack>
@@ -105,19 +83,7 @@ PageReport writePage(const PageContent& content, std::ostream& stream) {
     facts["largestMarkerError"] = report.largestMarkerError;
     facts["bytes"] = columns.bytes().size();
 
-    stream << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-           << "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
-              "script-src 'unsafe-inline'; style-src 'unsafe-inline'; img-src data:; base-uri "
-              "'none'; form-action 'none'\">\n"
-           << "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-           << "<link rel=\"icon\" href=\"data:,\">\n"
-           << "<title>" << escaped(content.title) << "</title>\n<!--\n"
-           << pageLicences << "-->\n<style>\n"
-           << pageStyle << "</style>\n</head>\n<body>\n"
-           << pageBody << R"(<script type="application/json" id="facts">)" << inScript(facts)
-           << "</script>\n<script type=\"text/plain\" id=\"columns\">" << packed(columns.bytes())
-           << "</script>\n<script>\n"
-           << pageScript << "</script>\n</body>\n</html>\n";
+    writeDocument({content.title, std::move(facts), packed(columns.bytes()), ""}, stream);
     return report;
 }
 

@@ -17,6 +17,7 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
+using ::testing::Not;
 
 class Stream : public ::testing::Test {
 protected:
@@ -94,6 +95,29 @@ TEST_F(Stream, HasNothingToStreamInATakeWithoutFrames) {
                                        "  jitter    none: frames were not paced\n"));
 }
 
+TEST_F(Stream, ServesAPageOnThisMachineWhereThatIsAskedFor) {
+    for (const Arguments& port : {Arguments{"--view"}, Arguments{"--view", "0"}}) {
+        Arguments arguments{"stream", take_, "--speed", "0"};
+        arguments.insert(arguments.end(), port.begin(), port.end());
+        const Outcome outcome = capture(arguments);
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_THAT(outcome.err, IsEmpty());
+        EXPECT_THAT(outcome.out, MatchesRegex("watch at http://127\\.0\\.0\\.1:[1-9][0-9]*/"
+                                              "\\?token=[0-9a-f]+\n.*identical to the take\n"));
+    }
+    EXPECT_THAT(capture({"stream", take_, "--speed", "0"}).out, Not(HasSubstr("watch at")));
+}
+
+TEST_F(Stream, SaysWhyAPageCannotBeServed) {
+    const auto outcomeWith = [this](const std::string& address) {
+        return capture({"stream", take_, "--view", "--view-address", address});
+    };
+    const Outcome foreign = outcomeWith("203.0.113.1"); // of nobody's machine
+    EXPECT_EQ(foreign.exitCode, 1);
+    EXPECT_THAT(foreign.err, HasSubstr("--view: cannot listen on 203.0.113.1:0: "));
+    EXPECT_THAT(outcomeWith("here").err, HasSubstr("--view: 'here' is no IP address"));
+}
+
 TEST_F(Stream, ShowsItsProgressOnATerminalOnly) {
     EXPECT_THAT(capture({"stream", take_, "--speed", "0"}).err, IsEmpty());
     EXPECT_THAT(captureOnTerminal({"stream", take_, "--speed", "0"}, 40).err, HasSubstr("100%"));
@@ -122,6 +146,11 @@ TEST_F(Stream, RefusesWhatMakesNoSense) {
         expectUsageError({"--speed", speed},
                          "--speed '" + speed + "': expected a number from 0 on");
     }
+    for (const std::string port : {"-1", "65536", "http", "80.5"}) {
+        expectUsageError({"--view", port},
+                         "--view '" + port + "': expected a port, from 0 to 65535");
+    }
+    expectUsageError({"--view-address", "127.0.0.1"}, "--view");
     expectUsageError({"--frames", "0"}, "--frames '0': expected A..B");
     expectUsageError({"--frames", "4"}, "--frames: the take has frames 0..2");
     expectUsageError({"--frames", "many"}, "--frames");
