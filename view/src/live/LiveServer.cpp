@@ -23,7 +23,6 @@ using Tcp = asio::ip::tcp;
 
 constexpr std::size_t mostRequests = 16; ///< at once, beside pages that watch
 constexpr std::size_t largestRequest = 8192;
-constexpr std::chrono::seconds patience{10};
 constexpr std::chrono::milliseconds pause{100};
 constexpr std::chrono::seconds farewell{1};
 
@@ -65,8 +64,8 @@ std::string reachable(const Tcp::endpoint& endpoint) {
 struct LiveServer::PrivateData {
     PrivateData(const LiveContent& content, const LiveOptions& options)
         : board(content), title(content.title), mostPages(options.mostPages),
-          acceptor(listening(context, options)), endpoint(acceptor.local_endpoint()),
-          guard(newToken(), endpoint.port()), timer(context) {}
+          patience(options.patience), acceptor(listening(context, options)),
+          endpoint(acceptor.local_endpoint()), guard(newToken(), endpoint.port()), timer(context) {}
 
     void run() {
         accept();
@@ -89,6 +88,7 @@ struct LiveServer::PrivateData {
     Board board;
     const std::string title;
     const std::size_t mostPages;
+    const std::chrono::milliseconds patience;
     std::size_t requests = 0; ///< goes after the context, which lets go of the last
     asio::io_context context{1};
     Tcp::acceptor acceptor;
@@ -126,12 +126,12 @@ void LiveServer::PrivateData::accept() {
 void LiveServer::PrivateData::serve(Tcp::socket socket) {
     ++requests;
     const auto request = std::shared_ptr<Request>( // gone with the last step of its connection
-        new Request(std::move(socket)), [this](Request* done) {
+        new Request(std::move(socket), patience), [this](Request* done) {
             --requests;
             delete done; // NOLINT(cppcoreguidelines-owning-memory)
         });
     request->parser.header_limit(largestRequest);
-    request->stream.expires_after(patience);
+    request->stream.expires_after(request->patience);
     http::async_read(request->stream, request->buffer, request->parser,
                      [this, request](boost::system::error_code error, std::size_t) {
                          if (!error && !hasEnded) {
@@ -173,7 +173,7 @@ void LiveServer::PrivateData::answer(const std::shared_ptr<Request>& request) {
 }
 
 void LiveServer::PrivateData::watch(const std::shared_ptr<Request>& request) {
-    const auto watcher = std::make_shared<Watcher>(board, std::move(request->stream));
+    const auto watcher = std::make_shared<Watcher>(board, std::move(request->stream), patience);
     watchers.push_back(watcher);
     pages = watchers.size();
     const auto gone = [this](const Watcher* one) {

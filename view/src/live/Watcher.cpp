@@ -14,7 +14,6 @@ namespace {
 /// As many as a page may have to draw yet: one that it draws, and one that is on its way.
 constexpr std::size_t mostOnTheirWay = 2;
 constexpr std::size_t largestAnswer = 32;
-constexpr std::chrono::seconds patience{10};
 
 } // namespace
 
@@ -31,15 +30,15 @@ void send(const std::shared_ptr<Request>& request, http::status status, std::str
     response.set("X-Content-Type-Options", "nosniff");
     response.body() = std::move(body);
     response.prepare_payload();
-    request->stream.expires_after(patience);
+    request->stream.expires_after(request->patience);
     http::async_write(request->stream, response, [request](boost::system::error_code, std::size_t) {
         boost::system::error_code ignored;
         request->stream.socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
     });
 }
 
-Watcher::Watcher(const Board& board, beast::tcp_stream stream)
-    : board_(board), socket_(std::move(stream)) {}
+Watcher::Watcher(const Board& board, beast::tcp_stream stream, std::chrono::milliseconds patience)
+    : board_(board), patience_(patience), socket_(std::move(stream)) {}
 
 void Watcher::start(const http::request<http::empty_body>& request, Gone gone) {
     gone_ = std::move(gone);
@@ -47,8 +46,8 @@ void Watcher::start(const http::request<http::empty_body>& request, Gone gone) {
     beast::get_lowest_layer(socket_).socket().set_option(asio::ip::tcp::no_delay(true), ignored);
     beast::get_lowest_layer(socket_).expires_never(); // the socket has its own
     websocket::stream_base::timeout times{};
-    times.handshake_timeout = patience;
-    times.idle_timeout = patience;
+    times.handshake_timeout = patience_;
+    times.idle_timeout = patience_;
     times.keep_alive_pings = true; // a page out of sight answers them, too
     socket_.set_option(times);
     socket_.read_message_max(largestAnswer);

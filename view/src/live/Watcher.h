@@ -11,6 +11,7 @@
 #include <boost/beast/websocket.hpp>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -27,9 +28,11 @@ namespace websocket = boost::beast::websocket;
 
 /// A request on its way, and its answer.
 struct Request {
-    explicit Request(asio::ip::tcp::socket socket) : stream(std::move(socket)) {}
+    Request(asio::ip::tcp::socket socket, std::chrono::milliseconds time)
+        : stream(std::move(socket)), patience(time) {}
 
     beast::tcp_stream stream;
+    const std::chrono::milliseconds patience; ///< with whom it comes from
     beast::flat_buffer buffer{16384};
     http::request_parser<http::empty_body> parser;
     http::response<http::string_body> response;
@@ -51,7 +54,7 @@ class Watcher : public std::enable_shared_from_this<Watcher> {
 public:
     using Gone = std::function<void(const Watcher*)>;
 
-    Watcher(const Board& board, beast::tcp_stream stream);
+    Watcher(const Board& board, beast::tcp_stream stream, std::chrono::milliseconds patience);
 
     /// Takes up the connection that `request` asks for. `gone` is called once, when it is over.
     void start(const http::request<http::empty_body>& request, Gone gone);
@@ -72,6 +75,7 @@ private:
     void leave();
 
     const Board& board_;
+    const std::chrono::milliseconds patience_;
     websocket::stream<beast::tcp_stream> socket_;
     Gone gone_;
     beast::flat_buffer incoming_;

@@ -9,6 +9,7 @@
 #include <tarn_kit/session/Rate.h>
 #include <tarn_view/Export.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -48,6 +49,8 @@ struct LiveOptions {
     std::uint16_t port = 0; ///< 0 for one that is free
     /// Pages that watch at once; further ones are refused.
     std::size_t mostPages = 8;
+    /// Who says nothing for so long is cut off. Precondition: it is positive.
+    std::chrono::milliseconds patience{10'000};
 };
 
 /// Serves a page over HTTP that shows a capture while it runs, and sends it frames over a
@@ -59,7 +62,8 @@ struct LiveOptions {
 ///
 /// Only who knows the token in `address()` is served, under a Host that is this server's own
 /// address, and WebSockets only to a page of this server, by their Origin. Requests are at most
-/// 8 KiB, messages from pages at most 32 bytes; who says nothing for 10 seconds is cut off.
+/// 8 KiB, 16 of them at once, and messages from pages at most 32 bytes; who says nothing for a
+/// while is cut off.
 ///
 /// Threads: it has one of its own, on which all traffic goes. Every member may be called from any
 /// thread at any time; of content and frames it keeps copies and reads nothing else later.
