@@ -160,6 +160,14 @@ private:
     boost::system::error_code error_;
 };
 
+/// After that the page is sent nothing until it answers.
+void readTwo(LiveServer& server, Watching& page) {
+    for (int frame = 1; frame <= 2; ++frame) {
+        server.show(0, frame, bodyAt(static_cast<float>(frame)));
+        page.read();
+    }
+}
+
 TEST_F(LiveServers, ServeThePageAtTheAddressThatTheyTell) {
     const LiveServer server(content());
     EXPECT_THAT(server.address(),
@@ -320,13 +328,13 @@ TEST_F(LiveServers, CountAFrameOfSeveralPerformersOnce) {
 }
 
 TEST_F(LiveServers, CutOffWhoAnswersWhatNobodyAsked) {
-    LiveServer server(content());
-    server.show(0, 1, bodyAt(1));
-    for (const std::string& nonsense : {std::string("2"), std::string("0"), std::string("one"),
-                                        std::string("-1"), std::string(33, '1'), std::string()}) {
+    for (const std::string& nonsense : {std::string("3"), std::string("0"), std::string("one"),
+                                        std::string("-1"), std::string()}) {
+        LiveServer server(content());
         Watching page(context_, server, "http://" + hostOf(server), tokenOf(server));
-        page.read();
+        readTwo(server, page);
         page.answer(nonsense);
+        server.show(0, 3, bodyAt(3));
         page.read();
         EXPECT_TRUE(page.error()) << nonsense;
     }
@@ -334,10 +342,10 @@ TEST_F(LiveServers, CutOffWhoAnswersWhatNobodyAsked) {
 
 TEST_F(LiveServers, CutOffWhoSaysMoreThanAnAnswer) {
     LiveServer server(content());
-    server.show(0, 1, bodyAt(1));
     Watching page(context_, server, "http://" + hostOf(server), tokenOf(server));
-    page.read();
-    page.answer(std::string(32, '0') + "1");
+    readTwo(server, page);
+    page.answer(std::string(32, '0') + "2");
+    server.show(0, 3, bodyAt(3));
     page.read();
     EXPECT_EQ(page.error(), websocket::error::closed);
     EXPECT_EQ(page.reason().code, websocket::close_code::too_big);
@@ -441,7 +449,9 @@ TEST_F(LiveServers, TellPagesThatTheCaptureHasEnded) {
 }
 
 TEST_F(LiveServers, EndThoughPagesSayNothing) {
-    auto server = std::make_unique<LiveServer>(content());
+    LiveOptions patient;
+    patient.patience = std::chrono::hours(1);
+    auto server = std::make_unique<LiveServer>(content(), patient);
     Tcp::socket silent(context_);
     silent.connect(endpointOf(*server));
     server->show(0, 1, bodyAt(1));
