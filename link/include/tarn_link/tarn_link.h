@@ -9,6 +9,9 @@
 #include <tarn_link/Export.h>
 #include <tarn_link/clock/LinkClock.h>
 #include <tarn_link/stream/Link.h>
+#include <tarn_link/stream/LinkDevice.h>
+#include <tarn_link/stream/LinkPublisher.h>
+#include <tarn_link/stream/LinkStatus.h>
 #include <tarn_link/together/TakeCall.h>
 #include <tarn_link/together/TakeFollower.h>
 #include <tarn_link/together/TakeLeader.h>

@@ -1,0 +1,247 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <tarn_link/stream/LinkDevice.h>
+
+#include "stream/LinkAccess.h"
+#include "stream/Receiver.h"
+#include "wire/Refusal.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cassert>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+namespace tarn::link {
+
+namespace {
+
+/// How deep requests may nest that are made on the device's thread. Each level costs stack and
+/// holds the lock of its reply.
+constexpr int maxNesting = 16;
+
+struct Command {
+    std::shared_ptr<Request> request;
+    std::shared_ptr<Reply> reply;
+};
+
+} // namespace
+
+struct LinkDevice::PrivateData {
+    PrivateData(LinkDevice& itself, std::shared_ptr<Link> itsLink, LinkDeviceOptions itsOptions);
+
+    // Any thread.
+    bool isOwnThread() const { return std::this_thread::get_id() == thread.get_id(); }
+    void post(Command command);
+    void close();
+    template <class Condition>
+    bool await(std::chrono::milliseconds patience, const std::function<bool()>& stopRequested,
+               Condition condition) const;
+
+    // The device's own thread.
+    void run();
+    void answerWaiting();
+    void answer(const Command& command);
+    void answerNested(const Command& command);
+
+    LinkDevice& device;
+    const std::shared_ptr<Link> link;
+    const LinkDeviceOptions options;
+    std::array<tsignal::Signal<std::shared_ptr<Frame>>*, maxTracks> ports{};
+    tsignal::Signal<> described;
+    tsignal::Signal<LinkSample> sample;
+    tsignal::Signal<LinkEvent> event;
+    StreamView view;
+    Entity waitset;
+    Entity woken;
+    Receiver receiver; ///< for the device's own thread, as is the next
+    int nesting = 0;
+
+    std::mutex mutex;
+    std::deque<Command> waiting;      ///< guarded by the mutex
+    std::atomic<bool> closing{false}; ///< written under the mutex; nothing is queued afterwards
+    std::thread thread;
+};
+
+LinkDevice::PrivateData::PrivateData(LinkDevice& itself, std::shared_ptr<Link> itsLink,
+                                     LinkDeviceOptions itsOptions)
+    : device(itself), link(std::move(itsLink)), options(std::move(itsOptions)),
+      waitset(dds_create_waitset(LinkAccess::participant(*link)), "a link's device"),
+      woken(dds_create_guardcondition(LinkAccess::participant(*link)), "a link's device"),
+      receiver(*link, waitset.get(), options, view,
+               {[this](std::size_t track, const std::shared_ptr<Frame>& frame) {
+                    ports[track]->emit(frame);
+                },
+                [this](DeviceState state) { device.setState(state); }, [this] { described.emit(); },
+                [this](const LinkSample& arrived) { sample.emit(arrived); },
+                [this](const LinkEvent& happened) { event.emit(happened); }}) {
+    for (std::size_t track = 0; track < ports.size(); ++track) {
+        ports[track] = &device.addOFramePort(static_cast<int>(track));
+    }
+    dds_waitset_attach(waitset.get(), woken.get(), 0);
+}
+
+void LinkDevice::PrivateData::post(Command command) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (!closing) {
+            waiting.push_back(std::move(command));
+            dds_set_guardcondition(woken.get(), true);
+            return;
+        }
+    }
+    answer(command); // with a refusal
+}
+
+void LinkDevice::PrivateData::close() {
+    assert(!isOwnThread());
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        closing = true;
+        dds_set_guardcondition(woken.get(), true);
+    }
+    thread.join();
+}
+
+void LinkDevice::PrivateData::run() {
+    while (!closing) {
+        dds_waitset_wait(waitset.get(), nullptr, 0, receiver.patience().count());
+        bool isWoken = false;
+        dds_take_guardcondition(woken.get(), &isWoken);
+        answerWaiting();
+        if (!closing) {
+            receiver.work();
+        }
+    }
+    answerWaiting();
+}
+
+void LinkDevice::PrivateData::answerWaiting() {
+    std::unique_lock<std::mutex> lock(mutex);
+    while (!waiting.empty()) {
+        const Command command = std::move(waiting.front());
+        waiting.pop_front();
+        lock.unlock();
+        answer(command);
+        lock.lock();
+    }
+}
+
+void LinkDevice::PrivateData::answer(const Command& command) {
+    if (closing) {
+        fail(*command.reply, Closing, "the device is being destroyed");
+        command.reply->finished();
+    } else if (receiver.handle(*command.request, *command.reply)) {
+        command.reply->finished();
+    } else {
+        device.Device::doRequest(command.request, command.reply);
+    }
+}
+
+/// Answers at once, since the caller may be one that blocks until there is an answer; which cannot
+/// be told, so what nests too deep is taken for a chain of callbacks.
+void LinkDevice::PrivateData::answerNested(const Command& command) {
+    if (nesting < maxNesting) {
+        ++nesting;
+        answer(command);
+        --nesting;
+    } else if (closing) {
+        command.reply->onFinished().disconnectAll(); // or the chain would never end
+    } else {
+        post(command);
+    }
+}
+
+template <class Condition>
+bool LinkDevice::PrivateData::await(std::chrono::milliseconds patience,
+                                    const std::function<bool()>& stopRequested,
+                                    Condition condition) const {
+    const auto latest = std::chrono::steady_clock::now() + patience;
+    std::unique_lock<std::mutex> lock(view.mutex);
+    while (!condition(view)) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now >= latest) {
+            return false;
+        }
+        constexpr auto beat = std::chrono::milliseconds(50); // how soon a request to stop is heard
+        view.changed.wait_until(
+            lock, std::min<std::chrono::steady_clock::time_point>(latest, now + beat));
+        lock.unlock();
+        if (stopRequested && stopRequested()) {
+            return false;
+        }
+        lock.lock();
+    }
+    return true;
+}
+
+LinkDevice::LinkDevice(std::shared_ptr<Link> link, const std::string& id, LinkDeviceOptions options)
+    : Device("link", id) {
+    assert(link != nullptr);
+    setState(Lost);
+    d_ = std::make_unique<PrivateData>(*this, std::move(link), std::move(options));
+    d_->thread = std::thread([this] { d_->run(); });
+}
+
+LinkDevice::~LinkDevice() { d_->close(); }
+
+void LinkDevice::open(const std::string& name) { kit::command(*this, "open", name); }
+
+void LinkDevice::start() { kit::command(*this, "start"); }
+
+void LinkDevice::stop() { kit::command(*this, "stop"); }
+
+LinkStatus LinkDevice::status() { return kit::command(*this, "status")->dataAs<LinkStatus>(); }
+
+std::string LinkDevice::whyNotConnected() const {
+    std::string name;
+    {
+        const std::lock_guard<std::mutex> lock(d_->view.mutex);
+        if (d_->view.isConnected) {
+            return {};
+        }
+        name = d_->view.name;
+    }
+    if (name.empty()) {
+        return "no stream is open";
+    }
+    std::string why = d_->link->whyNot(name);
+    return why.empty() ? "'" + name + "' has not described itself yet" : why;
+}
+
+std::vector<LinkTrack> LinkDevice::tracks() const {
+    const std::lock_guard<std::mutex> lock(d_->view.mutex);
+    return d_->view.tracks;
+}
+
+bool LinkDevice::awaitConnected(std::chrono::milliseconds patience,
+                                const std::function<bool()>& stopRequested) const {
+    return d_->await(patience, stopRequested,
+                     [](const StreamView& view) { return view.isConnected; });
+}
+
+bool LinkDevice::awaitEnd(std::chrono::milliseconds patience,
+                          const std::function<bool()>& stopRequested) const {
+    return d_->await(patience, stopRequested, [](const StreamView& view) { return view.isOver; });
+}
+
+tsignal::Signal<>& LinkDevice::onDescribed() { return d_->described; }
+
+tsignal::Signal<LinkSample>& LinkDevice::onSample() { return d_->sample; }
+
+tsignal::Signal<LinkEvent>& LinkDevice::onEvent() { return d_->event; }
+
+void LinkDevice::doRequest(std::shared_ptr<Request> request, std::shared_ptr<Reply> reply) {
+    Command command{std::move(request), std::move(reply)};
+    if (d_->isOwnThread()) {
+        d_->answerNested(command);
+    } else {
+        d_->post(std::move(command));
+    }
+}
+
+} // namespace tarn::link
