@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -149,18 +150,19 @@ public:
         beginView();
         const bool complete = play();
         view_.reset(); // files may take a while
-        if (recording_) {
-            recording_->end();
-        }
+        const std::string unrecorded = recording_ ? recording_->end() : std::string();
         write(complete);
         print(complete);
+        if (!unrecorded.empty()) {
+            reportError(unrecorded);
+        }
         if (!complete) {
             reportError(fmt::format("interrupted after {} of {} frames; what was recorded is kept "
                                     "in {}, marked as not complete",
                                     session_.framesShown(), session_.frameCount(), options_.out));
             return interrupt_.exitCode();
         }
-        return exitSuccess;
+        return unrecorded.empty() ? exitSuccess : exitFailure;
     }
 
 private:
@@ -214,7 +216,11 @@ private:
     /// After the calibration, which may replace rigs.
     void beginRecording() {
         if (options_.record) {
-            recording_.emplace(*options_.record);
+            std::uint64_t bytes = 0;
+            for (const auto& performer : session_.performers()) {
+                bytes += performer->recordedBytes();
+            }
+            recording_.emplace(*options_.record, bytes);
             for (const auto& performer : session_.performers()) {
                 performer->record(*recording_);
             }

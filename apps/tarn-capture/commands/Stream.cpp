@@ -12,18 +12,23 @@
 #include "support/Errors.h"
 #include "support/Flags.h"
 #include "support/ProgressBar.h"
+#include "takes/TakeRate.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/body/Analog.h>
 #include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/RecorderNode.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarn::capture {
@@ -35,6 +40,7 @@ struct StreamOptions {
     double speed = 1; ///< how much faster than the take; 0 for as fast as it goes
     std::optional<FrameChoice> frames;
     SpaceChoice space;
+    std::optional<kit::Rate> rate;     ///< of what is sent; that of the take if not given
     std::optional<std::string> record; ///< a take file
     LiveChoice view;
 };
@@ -56,8 +62,9 @@ struct Source {
     FrameRange range;
     int port;
     int dataType;
-    store::TrackDescription description;
-    view::LiveMarkers markers; ///< where the take holds some
+    std::uint64_t bytes; ///< that a recording takes
+    std::function<void(Recording& recording, Recording::Port& port)> record;
+    std::function<void(LiveView& view, Recording::Port& port)> show;
 };
 
 view::LiveMarkers liveMarkersOf(const kit::C3dTake& take) {
@@ -72,40 +79,67 @@ view::LiveMarkers liveMarkersOf(const kit::C3dTake& take) {
     return markers;
 }
 
+Source openMarkers(kit::ReplayDevice& device, TakeFile& file, const StreamOptions& options) {
+    const auto read = [&] {
+        kit::C3dTake take = withSpace(file.readMarkers(), options.space);
+        const FrameRange range = chosenFrames(options.frames, take);
+        return options.rate ? atRate(std::move(take), range, *options.rate) : take;
+    };
+    const kit::C3dTake take = read();
+    device.open(read());
+    const FrameRange range =
+        options.rate ? allFrames(take.frameCount) : chosenFrames(options.frames, take);
+    std::uint64_t bytes = recordedBytes(*take.tracks, kit::markerDataType, range);
+    if (take.analogTracks != nullptr) {
+        bytes += recordedBytes(
+            *take.analogTracks, kit::analogDataType,
+            {range.first * take.samplesPerFrame, (range.last + 1) * take.samplesPerFrame - 1});
+    }
+    return {take.tracks,
+            take.rate,
+            range,
+            kit::ReplayDevice::markerPort,
+            kit::markerDataType,
+            bytes,
+            [take, range](Recording& recording, Recording::Port& port) {
+                recording.addMarkers(port, take, take.tracks->tracksName(), range.first,
+                                     range.last);
+            },
+            [markers = liveMarkersOf(take)](LiveView& view, Recording::Port& port) {
+                view.addMarkers(port, markers);
+            }};
+}
+
 /// The take, read on its own, and the device with another reading of it, with which the recording
 /// is then compared.
 Source open(kit::ReplayDevice& device, TakeFile& file, const StreamOptions& options) {
     if (file.holdsMarkers()) {
-        const kit::C3dTake take = withSpace(file.readMarkers(), options.space);
-        device.open(withSpace(file.readMarkers(), options.space));
-        return {take.tracks,
-                take.rate,
-                chosenFrames(options.frames, take),
-                kit::ReplayDevice::markerPort,
-                kit::markerDataType,
-                store::TrackDescription::of(take, take.tracks->tracksName()),
-                liveMarkersOf(take)};
+        return openMarkers(device, file, options);
     }
-    const kit::BvhTake take = withSpace(file.read(), options.space);
-    device.open(withSpace(file.read(), options.space));
+    const auto read = [&] {
+        kit::BvhTake take = withSpace(file.read(), options.space);
+        const FrameRange range = chosenFrames(options.frames, take.tracks->timeLength());
+        return options.rate ? atRate(std::move(take), range, *options.rate) : take;
+    };
+    const kit::BvhTake take = read();
+    device.open(read());
+    const int length = take.tracks->timeLength();
+    const FrameRange range =
+        options.rate ? allFrames(length) : chosenFrames(options.frames, length);
     return {take.tracks,
-            static_cast<double>(take.tracks->fps()),
-            chosenFrames(options.frames, take.tracks->timeLength()),
+            take.exactRate().value(),
+            range,
             kit::ReplayDevice::posePort,
             kit::poseDataType,
-            store::TrackDescription::of(take, take.tracks->tracksName()),
-            {}};
-}
-
-/// Shows what the device sends.
-void show(LiveView& view, kit::ReplayDevice& device, const Source& source) {
-    auto& port = device.oFramePort(source.port);
-    const store::TrackDescription& about = source.description;
-    if (about.rig != nullptr) {
-        view.addPoses(port, about.subject, about.rig);
-        return;
-    }
-    view.addMarkers(port, source.markers);
+            recordedBytes(*take.tracks, kit::poseDataType, range),
+            [take, range](Recording& recording, Recording::Port& port) {
+                recording.add(port, kit::poseDataType,
+                              store::TrackDescription::of(take, take.tracks->tracksName()),
+                              range.first, range.last);
+            },
+            [take](LiveView& view, Recording::Port& port) {
+                view.addPoses(port, take.tracks->tracksName(), take.rig);
+            }};
 }
 
 /// Throws unless what was recorded is the take.
@@ -131,9 +165,8 @@ int stream(const StreamOptions& options) {
     recorder.tieToIFramePort(kit::RecorderNode::framePort, device.oFramePort(source.port));
     std::optional<Recording> recording;
     if (options.record) {
-        recording.emplace(*options.record);
-        recording->add(device.oFramePort(source.port), source.dataType, source.description,
-                       source.range.first, source.range.last);
+        recording.emplace(*options.record, source.bytes);
+        source.record(*recording, device.oFramePort(source.port));
         recording->start();
     }
     device.setSpeed(options.speed);
@@ -143,7 +176,7 @@ int stream(const StreamOptions& options) {
     std::optional<LiveView> view;
     if (options.view.port) {
         view.emplace(options.view, takeNameOf(options.take), kit::Rate::nearest(source.rate));
-        show(*view, device, source);
+        source.show(*view, device.oFramePort(source.port));
         fmt::print("watch at {}\n", view->start());
         std::fflush(stdout); // before the take has streamed
     }
@@ -158,9 +191,7 @@ int stream(const StreamOptions& options) {
         arrivals = watch.arrivals();
     }
 
-    if (recording) {
-        recording->end();
-    }
+    const std::string unrecorded = recording ? recording->end() : std::string();
     const auto streamed = static_cast<std::size_t>(recorder.frameCount());
     fmt::print("{}\n", kit::printable(options.take));
     fmt::print("  streamed  {} of {}\n", kit::counted(streamed, "frame"),
@@ -174,6 +205,10 @@ int stream(const StreamOptions& options) {
     }
     compare(*recorder.take(0, source.range.last + 1), source);
     fmt::print("  recording identical to the take\n");
+    if (!unrecorded.empty()) {
+        reportError(unrecorded);
+        return exitFailure;
+    }
     return exitSuccess;
 }
 
@@ -187,6 +222,9 @@ void addStream(CommandLine& line) {
     addTake(command, options.take);
     addFrames(command, options.frames);
     addSpace(command, options.space);
+    addRate(command, options.rate,
+            "Frames sent per second, at most 1000; if not given, the rate of the take. The take "
+            "keeps its speed: a lower rate skips frames, a higher one repeats them");
     addSpeed(command, options.speed);
     addRecord(command, options.record);
     addLiveView(command, options.view);

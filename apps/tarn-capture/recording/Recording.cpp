@@ -3,10 +3,15 @@
 
 #include "recording/Recording.h"
 
+#include "markers/MarkerFrames.h"
 #include "support/Errors.h"
 
 #include <fmt/format.h>
 #include <tarn/Version.h>
+#include <tarn_kit/body/Analog.h>
+#include <tarn_kit/body/Markers.h>
+#include <tarn_kit/body/RigidBodies.h>
+#include <tarn_kit/files/Codec.h>
 #include <tarn_kit/files/Text.h>
 
 #include <cstddef>
@@ -17,17 +22,24 @@ namespace tarn::capture {
 
 namespace {
 
-store::RecorderOptions optionsFor(const std::string& file) {
+store::RecorderOptions optionsFor(const std::string& file, std::uint64_t expectedBytes) {
     store::RecorderOptions options;
     options.program = std::string("tarn-capture ") + version();
     options.takeName = std::filesystem::path(file).stem().string();
     options.whenFull = store::WhenFull::Wait;
+    options.expectedBytes = expectedBytes;
     return options;
+}
+
+bool isBetween(const Frame& frame, int first, int last) {
+    const auto index = static_cast<std::int64_t>(frame.time().frameIndex());
+    return index >= first && (last < 0 || index <= last);
 }
 
 } // namespace
 
-Recording::Recording(const std::string& file) : file_(file), recorder_(file, optionsFor(file)) {
+Recording::Recording(const std::string& file, std::uint64_t expectedBytes)
+    : file_(file), recorder_(file, optionsFor(file, expectedBytes)) {
     recorder_.onFailed().connect([](const std::string& why) { reportError(why); });
     recorder_.onSpaceLow().connect([file](int seconds) {
         reportError(fmt::format("{}: the disk will be full in {} s", file, seconds));
@@ -40,23 +52,80 @@ Recording::~Recording() {
     }
 }
 
-void Recording::add(Port& port, int dataType, const store::TrackDescription& description, int first,
-                    int last) {
+void Recording::addGate(Port& port, int dataType, const store::TrackDescription& description,
+                        std::function<void(Port& out, const std::shared_ptr<Frame>& frame)> pass) {
     auto gate = std::make_unique<Gate>();
+    added_.emplace(dataType, description.subject);
     recorder_.tieToIFramePort(recorder_.addTrack(dataType, description), gate->out);
     gate->connection = tsignal::ScopedConnection(
-        port.connect([&out = gate->out, first, last](const std::shared_ptr<Frame>& frame) {
-            const auto index = static_cast<std::int64_t>(frame->time().frameIndex());
-            if (index >= first && (last < 0 || index <= last)) {
-                out.emit(frame);
-            }
-        }));
+        port.connect([&out = gate->out, pass = std::move(pass)](
+                         const std::shared_ptr<Frame>& frame) { pass(out, frame); }));
     gates_.push_back(std::move(gate));
+}
+
+void Recording::add(Port& port, int dataType, const store::TrackDescription& description, int first,
+                    int last) {
+    addGate(port, dataType, description,
+            [first, last](Port& out, const std::shared_ptr<Frame>& frame) {
+                if (isBetween(*frame, first, last)) {
+                    out.emit(frame);
+                }
+            });
+}
+
+/// Frames of a take that has `each` of them for every frame of a port.
+void Recording::addBeside(Port& port, const std::shared_ptr<Tracks>& take, int dataType, int each,
+                          const store::TrackDescription& description, int first, int last) {
+    addGate(port, dataType, description, [=](Port& out, const std::shared_ptr<Frame>& frame) {
+        if (!isBetween(*frame, first, last)) {
+            return;
+        }
+        const auto begin = std::int64_t{frame->time().frameIndex()} * each;
+        for (std::int64_t i = begin; i < begin + each && i < take->timeLength(); ++i) {
+            out.emit(take->getFrame(static_cast<int>(i), dataType));
+        }
+    });
+}
+
+void Recording::addMarkers(Port& port, const kit::C3dTake& take, const std::string& subject,
+                           int first, int last) {
+    auto description = store::describeMarkers(take, subject);
+    if (const auto up = statedUpAxis(take)) {
+        description.space->up = *up;
+        description.space->upOrigin = kit::Origin::Stated;
+    }
+    add(port, kit::markerDataType, description, first, last);
+    if (take.analogTracks != nullptr) {
+        addBeside(port, take.analogTracks, kit::analogDataType, take.samplesPerFrame,
+                  store::describeChannels(take, subject), first, last);
+    }
+    if (take.bodyTracks != nullptr) {
+        addBeside(port, take.bodyTracks, kit::rigidBodyDataType, take.bodiesPerFrame,
+                  store::describeRigidBodies(take, subject), first, last);
+    }
+    for (const store::Note& note : store::eventNotes(take)) {
+        recorder_.addNote(note);
+    }
+}
+
+bool Recording::has(int dataType, const std::string& subject) const {
+    return added_.count({dataType, subject}) > 0;
 }
 
 void Recording::start() { recorder_.start(); }
 
-void Recording::end() { recorder_.end(); }
+std::string Recording::end() {
+    try {
+        recorder_.end();
+    } catch (const store::StoreError& error) {
+        return error.what();
+    }
+    if (recorder_.lostFrames() > 0) {
+        return fmt::format("{}: {} could not be recorded", kit::printable(file_),
+                           kit::counted(static_cast<std::size_t>(recorder_.lostFrames()), "frame"));
+    }
+    return {};
+}
 
 std::string Recording::summary() const {
     std::string text =
@@ -67,6 +136,17 @@ std::string Recording::summary() const {
         text += fmt::format(", {} lost", recorder_.lostFrames());
     }
     return text;
+}
+
+std::uint64_t recordedBytes(Tracks& take, int dataType, FrameRange range) {
+    constexpr std::uint64_t head = 16; // that the file has of each frame
+    const auto frame = range.first <= range.last ? take.getFrame(range.first, dataType) : nullptr;
+    if (frame == nullptr) {
+        return 0;
+    }
+    std::vector<std::byte> bytes;
+    kit::Codecs::standard()->encode(frame->data(), bytes);
+    return static_cast<std::uint64_t>(countOf(range)) * (bytes.size() + head);
 }
 
 void checkRecordName(const std::string& file) {

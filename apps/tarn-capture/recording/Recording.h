@@ -3,11 +3,18 @@
 
 #pragma once
 
+#include "support/FrameRange.h"
+
+#include <tarn_kit/files/C3d.h>
 #include <tarn_store/recording/TakeRecorder.h>
 #include <tsignal/Signal.h>
 
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarn::capture {
@@ -18,8 +25,9 @@ class Recording {
 public:
     using Port = tsignal::Signal<std::shared_ptr<Frame>>;
 
-    /// Makes the file. Throws `store::StoreError` if it is there already or cannot be made.
-    explicit Recording(const std::string& file);
+    /// Makes the file. Throws `store::StoreError` if it is there already, cannot be made, or there
+    /// is less space than it is expected to take.
+    explicit Recording(const std::string& file, std::uint64_t expectedBytes = 0);
     Recording(const Recording&) = delete;
     Recording& operator=(const Recording&) = delete;
     ~Recording();
@@ -28,9 +36,16 @@ public:
     /// to `last` where that is not negative.
     void add(Port& port, int dataType, const store::TrackDescription& description, int first = 0,
              int last = -1);
+    /// Records a take of markers that a port, which lives longer, sends: with each frame, what the
+    /// take has of analog channels and rigid bodies then; and its events.
+    void addMarkers(Port& port, const kit::C3dTake& take, const std::string& subject, int first = 0,
+                    int last = -1);
+    /// Whether something of that type and subject was added.
+    bool has(int dataType, const std::string& subject) const;
     void start();
-    /// Throws `store::StoreError` if not everything is in the file.
-    void end();
+    /// Returns why not everything is in the file; nothing if it is. That is no reason to give up
+    /// what else was captured.
+    std::string end();
     /// "994 frames recorded in walk.tarn", and how many were lost.
     std::string summary() const;
 
@@ -41,10 +56,19 @@ private:
         tsignal::ScopedConnection connection;
     };
 
+    void addGate(Port& port, int dataType, const store::TrackDescription& description,
+                 std::function<void(Port& out, const std::shared_ptr<Frame>& frame)> pass);
+    void addBeside(Port& port, const std::shared_ptr<Tracks>& take, int dataType, int each,
+                   const store::TrackDescription& description, int first, int last);
+
     std::string file_;
+    std::set<std::pair<int, std::string>> added_; ///< data types and subjects
     std::vector<std::unique_ptr<Gate>> gates_;
     store::TakeRecorder recorder_;
 };
+
+/// About how many bytes some frames of a take will take in a file, by the first of them.
+std::uint64_t recordedBytes(Tracks& take, int dataType, FrameRange range);
 
 /// Throws `UsageError` unless a name, of --record, ends in .tarn.
 void checkRecordName(const std::string& file);

@@ -3,6 +3,7 @@
 
 #include "session/BodyPerformer.h"
 
+#include "recording/Recording.h"
 #include "support/Stopwatch.h"
 
 #include <tarn_kit/devices/ReplayDevice.h>
@@ -51,6 +52,15 @@ BodyLengths BodyPerformer::lengths() const {
         known.lengths.insert(known.lengths.begin(), dimensions_.height());
     }
     return known;
+}
+
+std::uint64_t BodyPerformer::recordedBytes() const {
+    return TakePerformer::recordedBytes() +
+           capture::recordedBytes(take_.tracks(), kit::poseDataType, allFrames(frameCount()));
+}
+
+void BodyPerformer::recordInput(Recording& recording, const store::TrackDescription& description) {
+    recording.add(device().oFramePort(kit::ReplayDevice::posePort), kit::poseDataType, description);
 }
 
 void BodyPerformer::setCalibrationFrames(int frames) {

@@ -51,6 +51,10 @@ public:
         dimensions_.setBodyNames(std::move(names));
     }
     void setCalibrationFrames(int frames) override;
+    std::uint64_t recordedBytes() const override;
+
+protected:
+    void recordInput(Recording& recording, const store::TrackDescription& description) override;
 
 private:
     Take take_;

@@ -28,6 +28,10 @@ namespace fs = std::filesystem;
 
 const char* const standardInput = "stdin"; // in errors, and as the name of the take
 
+bool isOneOf(const std::vector<std::string>& names, const std::string& name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
 } // namespace
 
 TakeFile::TakeFile(std::string name) : name_(std::move(name)) {}
@@ -70,7 +74,9 @@ std::pair<std::string, std::string> TakeFile::stored() const {
 bool TakeFile::holdsMarkers() {
     if (const auto [file, subject] = stored(); !file.empty()) {
         store::TakeReader reader(file);
-        return store::holdsMarkersOnly(reader);
+        return subject.empty() ? store::holdsMarkersOnly(reader)
+                               : !isOneOf(store::bodiesIn(reader), subject) &&
+                                     isOneOf(store::markersIn(reader), subject);
     }
     const auto format = isKept() ? kit::takeFormatIn(text()) : kit::takeFormatOf(name_);
     return format == kit::TakeFormat::C3d;
@@ -107,7 +113,7 @@ bool TakeFile::beginsAsBody() {
 kit::C3dTake TakeFile::readMarkers() {
     if (const auto [file, subject] = stored(); !file.empty()) {
         store::TakeReader reader(file);
-        return store::markerTakeOf(reader);
+        return store::markerTakeOf(reader, subject);
     }
     if (beginsAsBody()) {
         throw std::runtime_error(

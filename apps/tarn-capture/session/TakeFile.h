@@ -13,8 +13,8 @@
 namespace tarn::capture {
 
 /// Where a take comes from, as the command line names it: a file, "-" for standard input, or a
-/// pipe; of a take file with several bodies also "FILE.tarn#NAME". The one place where the program
-/// finds out what a name means.
+/// pipe; of a take file with several bodies, or with markers beside them, also "FILE.tarn#NAME".
+/// The one place where the program finds out what a name means.
 class TakeFile {
 public:
     explicit TakeFile(std::string name);

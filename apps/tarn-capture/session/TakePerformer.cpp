@@ -7,7 +7,7 @@
 #include "recording/Recording.h"
 
 #include <fmt/format.h>
-#include <tarn_kit/devices/ReplayDevice.h>
+#include <tarn_kit/body/BodyPose.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -39,14 +39,17 @@ void TakePerformer::record(Recording& recording) {
     description.subject = name();
     description.rate = exactRate();
     description.rig = rig();
-    const int port = performer_->setup().port;
-    if (port == kit::ReplayDevice::posePort) {
-        recording.add(device_->oFramePort(port), kit::poseDataType, description);
-    }
+    recordInput(recording, description);
     recording.add(performer_->onSolved(), kit::bodyDataType, description);
 }
 
 void TakePerformer::show(LiveView& view) { view.addBodies(performer_->onSolved(), name(), rig()); }
+
+std::uint64_t TakePerformer::recordedBytes() const {
+    constexpr std::uint64_t head = 16; // that the file has of each frame
+    const std::size_t segments = rig()->nodes().size() * sizeof(kit::Segment);
+    return static_cast<std::uint64_t>(frameCount()) * (segments + head);
+}
 
 void TakePerformer::setBodyNames(std::shared_ptr<const kit::BodyNames> /*names*/) {}
 

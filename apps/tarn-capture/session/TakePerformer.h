@@ -8,6 +8,7 @@
 #include <tarn_kit/processing/BodyDimensionCalibrator.h>
 #include <tarn_kit/processing/ClockCalibrator.h>
 #include <tarn_kit/session/Session.h>
+#include <tarn_store/file/TakeDescription.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -60,10 +61,12 @@ public:
     /// Of the bodies; a calibration may replace it.
     virtual std::shared_ptr<const kit::Rig> rig() const = 0;
 
-    /// Records what its device sends, where that are poses, and what its solver makes of it.
+    /// Records what its device sends and what its solver makes of it.
     void record(Recording& recording);
     /// Shows what its solver makes of it.
     void show(LiveView& view);
+    /// About how many bytes that takes.
+    virtual std::uint64_t recordedBytes() const;
     Character& character() { return performer_->character(); }
     Actor& actor() { return performer_->actor(); }
     virtual Solver& solver() = 0;
@@ -110,6 +113,9 @@ protected:
     void join(kit::Session& session, kit::PerformerSetup setup, std::unique_ptr<Device> device,
               const std::shared_ptr<kit::Clock>& clock);
     kit::Performer& performer() { return *performer_; }
+    Device& device() { return *device_; }
+    /// Records what its device sends.
+    virtual void recordInput(Recording& recording, const store::TrackDescription& description) = 0;
 
 private:
     std::string file_;

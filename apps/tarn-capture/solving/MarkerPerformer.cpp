@@ -3,8 +3,10 @@
 
 #include "solving/MarkerPerformer.h"
 
+#include "recording/Recording.h"
 #include "solving/SolveFiles.h"
 #include "solving/SolvePicture.h"
+#include "support/StandardStreams.h"
 
 #include <tarn_draw/canvas/Picture.h>
 #include <tarn_kit/body/Markers.h>
@@ -14,6 +16,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <filesystem>
+#include <string>
 #include <utility>
 
 namespace tarn::capture {
@@ -50,6 +54,24 @@ MarkerPerformer::MarkerPerformer(kit::Session& session, MarkerTrial trial, const
         calibrator_ = std::make_unique<kit::MarkerCalibrator>(member.who.name, *member.set);
         calibrator_->setSolver(&solver_);
         performer().addCalibrator(*calibrator_, true);
+    }
+}
+
+std::uint64_t MarkerPerformer::recordedBytes() const {
+    return TakePerformer::recordedBytes() + capture::recordedBytes(*trial_.take().tracks,
+                                                                   kit::markerDataType,
+                                                                   allFrames(frameCount()));
+}
+
+void MarkerPerformer::recordInput(Recording& recording,
+                                  const store::TrackDescription& /*description*/) {
+    const std::string subject =
+        std::filesystem::path(isStandardStream(trial_.file()) ? "stdin" : trial_.file())
+            .filename()
+            .string();
+    if (!recording.has(kit::markerDataType, subject)) { // performers of one take all send it
+        recording.addMarkers(device().oFramePort(kit::ReplayDevice::markerPort), trial_.take(),
+                             subject);
     }
 }
 

@@ -57,6 +57,12 @@ public:
     /// after the take has played.
     const SolvedTrial& solved();
 
+    std::uint64_t recordedBytes() const override;
+
+protected:
+    /// The whole take, under the name of its file, once.
+    void recordInput(Recording& recording, const store::TrackDescription& description) override;
+
 private:
     /// The rig of the solver's body, in the session's space.
     void takeRig();

@@ -21,7 +21,11 @@ std::uint64_t freeSpaceFor(const fs::path& file) {
     return error ? std::numeric_limits<std::uint64_t>::max() : space.available;
 }
 
-std::string megabytes(std::uint64_t bytes) { return std::to_string(bytes / 1'000'000) + " MB"; }
+std::string sizeText(std::uint64_t bytes) {
+    constexpr std::uint64_t megabyte = 1'000'000;
+    return bytes < megabyte ? std::to_string(bytes / 1000) + " kB"
+                            : std::to_string(bytes / megabyte) + " MB";
+}
 
 constexpr double forgetting = 10; // seconds over which the rate is measured
 
@@ -37,8 +41,8 @@ SpaceWatch::SpaceWatch(const fs::path& file, const RecorderOptions& options)
     const std::uint64_t available = freeSpace_(file_);
     if (options.expectedBytes > available) {
         throw StoreError(file_, StoreProblem::Full,
-                         "the recording is expected to take " + megabytes(options.expectedBytes) +
-                             ", and " + megabytes(available) + " are left");
+                         "the recording is expected to take " + sizeText(options.expectedBytes) +
+                             ", and " + sizeText(available) + " are left");
     }
 }
 

@@ -57,6 +57,7 @@ struct TakeRecorder::PrivateData {
     std::size_t beingWritten = 0;
     std::int64_t safeFrames = 0;
     std::int64_t lostFrames = 0;
+    bool isStuck = false; ///< whether writing fails: it may do so for ever
     bool isOpen = false;
     bool isEnding = false;
 };
@@ -67,7 +68,7 @@ void TakeRecorder::PrivateData::add(std::int64_t track, std::shared_ptr<Frame> f
         return waiting.frames.size() + beingWritten < options.queueFrames;
     };
     if (options.whenFull == WhenFull::Wait) {
-        room.wait(lock, [&] { return !isOpen || hasRoom(); });
+        room.wait(lock, [&] { return !isOpen || isStuck || hasRoom(); });
     }
     if (!isOpen || frame == nullptr) {
         return;
@@ -135,6 +136,7 @@ void TakeRecorder::PrivateData::work() {
         bool isLast = false;
         {
             const std::lock_guard<std::mutex> lock(mutex);
+            isStuck = !isWritten;
             if (isWritten) {
                 beingWritten = 0;
                 safeFrames += static_cast<std::int64_t>(batch.frames.size() - batch.refused);
@@ -147,8 +149,8 @@ void TakeRecorder::PrivateData::work() {
             }
             lost = lostFrames;
         }
+        room.notify_all();
         if (isWritten) {
-            room.notify_all();
             announceSafe(batch);
         }
         if (lost > std::exchange(lostAnnounced, lost)) {

@@ -252,7 +252,7 @@ TEST_F(CommandLine, HelpOfACommandListsWhatItTakes) {
     expectHelp("play", {"TAKE ", "--out DIR (required)", "--rate R ", "--speed F ", "--realtime "});
     expectHelp("export", {"TAKE ", "--format FORMAT (required)", "--out PATH (required)",
                           "--what LIST ", "--frames A..B "});
-    expectHelp("stream", {"TAKE ", "--speed F ", "--frames A..B "});
+    expectHelp("stream", {"TAKE ", "--rate R ", "--speed F ", "--frames A..B "});
     expectHelp("run", {"TAKE ", "--out DIR (required)", "--actor FILE ", "--calibrate SECONDS ",
                        "--speed F ", "--realtime "});
     expectHelp("actor", {"FILE ", "--name NAME ", "--dimension NAME=VALUE ...",

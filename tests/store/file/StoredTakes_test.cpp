@@ -6,8 +6,11 @@
 #include "support/Samples.h"
 #include "support/TemporaryDirectory.h"
 
+#include <tarn_kit/body/Analog.h>
+#include <tarn_kit/body/RigidBodies.h>
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/C3d.h>
+#include <tarn_kit/session/TakeOf.h>
 #include <tarn_store/recording/TakeRecorder.h>
 
 #include <gtest/gtest.h>
@@ -131,6 +134,118 @@ TEST(StoredTakes, GiveBackTheMarkersThatWereRecorded) {
     };
     EXPECT_EQ(marker(again, 1).position.x, marker(take, 1).position.x);
     EXPECT_FALSE(marker(again, 2).hasPosition());
+}
+
+/// Two frames of one marker each second, four samples and a rigid body with each.
+kit::C3dTake smallTake(int frames) {
+    kit::C3dTake take;
+    take.markers = {{"Ada", "LFHD", "left front head"}};
+    take.frameCount = frames;
+    take.firstFrame = 11;
+    take.rate = 119.88;
+    take.unit = "mm";
+    take.metresPerUnit = 0.001;
+    take.channels = {{"Fx", "plate", "N"}};
+    take.samplesPerFrame = 4;
+    take.bodies = {{"box", "a box"}};
+    take.bodiesPerFrame = 1;
+    take.events = {{"Foot Off", "Left", "Ada", 0.1, false, true}, {"LABL", "", "", 2, true, false}};
+    std::vector<std::shared_ptr<Frame>> markers;
+    std::vector<std::shared_ptr<Frame>> samples;
+    std::vector<std::shared_ptr<Frame>> bodies;
+    for (int i = 0; i < frames; ++i) {
+        kit::Marker marker;
+        marker.position = {static_cast<float>(i), 1, 2};
+        marker.residual = 0;
+        markers.push_back(std::make_shared<Frame>(Time(static_cast<unsigned>(i), 120),
+                                                  kit::markerDataType, kit::MarkerFrame({marker})));
+        for (int k = 4 * i; k < 4 * i + 4; ++k) {
+            samples.push_back(std::make_shared<Frame>(Time(static_cast<unsigned>(k), 480),
+                                                      kit::analogDataType,
+                                                      kit::AnalogFrame({static_cast<float>(k)})));
+        }
+        kit::RigidBody body;
+        body.residual = static_cast<float>(i);
+        bodies.push_back(std::make_shared<Frame>(Time(static_cast<unsigned>(i), 120),
+                                                 kit::rigidBodyDataType,
+                                                 kit::RigidBodyFrame({body})));
+    }
+    take.tracks = kit::takeOf(kit::markerDataType, std::move(markers), 120);
+    take.analogTracks = kit::takeOf(kit::analogDataType, std::move(samples), 480);
+    take.bodyTracks = kit::takeOf(kit::rigidBodyDataType, std::move(bodies), 120);
+    return take;
+}
+
+/// Frame indexes begin where the take's do.
+void recordAll(const std::string& file, const kit::C3dTake& take, const std::string& subject,
+               int first) {
+    RecorderOptions options;
+    options.whenFull = WhenFull::Wait;
+    TakeRecorder recorder(file, options);
+    tsignal::Signal<std::shared_ptr<Frame>> markers;
+    tsignal::Signal<std::shared_ptr<Frame>> samples;
+    tsignal::Signal<std::shared_ptr<Frame>> bodies;
+    recorder.tieToIFramePort(recorder.addTrack(kit::markerDataType, describeMarkers(take, subject)),
+                             markers);
+    recorder.tieToIFramePort(
+        recorder.addTrack(kit::analogDataType, describeChannels(take, subject)), samples);
+    recorder.tieToIFramePort(
+        recorder.addTrack(kit::rigidBodyDataType, describeRigidBodies(take, subject)), bodies);
+    for (const Note& note : eventNotes(take)) {
+        recorder.addNote(note);
+    }
+    recorder.start();
+    for (int i = first; i < take.frameCount; ++i) {
+        markers.emit(take.tracks->getFrame(i, kit::markerDataType));
+        bodies.emit(take.bodyTracks->getFrame(i, kit::rigidBodyDataType));
+        for (int k = 4 * i; k < 4 * i + 4; ++k) {
+            if (k % 10 != 9) { // some samples are lost
+                samples.emit(take.analogTracks->getFrame(k, kit::analogDataType));
+            }
+        }
+    }
+    recorder.end();
+}
+
+TEST(StoredTakes, GiveBackWhatCameWithTheMarkers) {
+    const TemporaryDirectory directory;
+    const auto take = smallTake(30);
+    recordAll(directory / "take.tarn", take, "walk", 5);
+    TakeReader reader(directory / "take.tarn");
+    EXPECT_EQ(markersIn(reader), std::vector<std::string>{"walk"});
+    EXPECT_THROW(markerTakeOf(reader, "run"), StoreError);
+    const auto again = markerTakeOf(reader, "walk");
+    EXPECT_EQ(again.frameCount, 25);
+    EXPECT_EQ(again.firstFrame, 16) << "the sixth frame of a take that begins at 11";
+    EXPECT_EQ(again.rate, 119.88) << "as stated, not as meant";
+    EXPECT_EQ(again.samplesPerFrame, 4);
+    EXPECT_EQ(again.channels.at(0).unit, "N");
+    EXPECT_EQ(again.channels.at(0).description, "plate");
+    EXPECT_EQ(again.bodies.at(0).description, "a box");
+    const auto sample = [&again](int index) {
+        return again.analogTracks->getFrame(index, kit::analogDataType)
+            ->dataAs<kit::AnalogFrame>()[0];
+    };
+    ASSERT_EQ(again.analogTracks->timeLength(), 100);
+    EXPECT_EQ(sample(0), 20);
+    EXPECT_EQ(sample(8), 28);
+    EXPECT_EQ(sample(9), 28) << "29 was lost";
+    EXPECT_EQ(sample(10), 30);
+    EXPECT_EQ(sample(99), 118) << "so was the last one";
+    ASSERT_EQ(again.bodyTracks->timeLength(), 25);
+    EXPECT_EQ(again.bodyTracks->getFrame(3, kit::rigidBodyDataType)
+                  ->dataAs<kit::RigidBodyFrame>()[0]
+                  .residual,
+              8);
+    ASSERT_EQ(again.events.size(), 2U);
+    EXPECT_EQ(again.events[0].label, "Foot Off");
+    EXPECT_EQ(again.events[0].context, "Left");
+    EXPECT_EQ(again.events[0].subject, "Ada");
+    EXPECT_EQ(again.events[0].time, 0.1);
+    EXPECT_TRUE(again.events[1].inHeader);
+    EXPECT_FALSE(again.events[1].shown);
+    EXPECT_EQ(reader.notes()[0].frame, 1)
+        << "0.1 s are in number 12, and number 11 has the index 0";
 }
 
 TEST(StoredTakes, AreNotOtherFiles) {

@@ -357,6 +357,25 @@ TEST(TakeRecorder, SaysThatWritingFailsAndGoesOnOnceItCan) {
     EXPECT_EQ(reader.tracks()[0].frames, recording.recorder.safeFrames());
 }
 
+TEST(TakeRecorder, LetsNoSourceWaitWhileWritingFails) {
+    const TemporaryDirectory directory;
+    RecorderOptions options;
+    options.maximumLoss = std::chrono::milliseconds(2);
+    options.queueFrames = 8;
+    options.whenFull = WhenFull::Wait;
+    Recording recording(directory / "take.tarn", options);
+    constexpr unsigned count = 200;
+    {
+        const FileSizeLimit limit(400'000);
+        for (unsigned i = 0; i < count; ++i) {
+            recording.port.emit(std::make_shared<Frame>(Time(i, 120), 8, std::string(20'000, 'x')));
+        }
+        EXPECT_GT(recording.recorder.lostFrames(), 0);
+    }
+    recording.recorder.end();
+    EXPECT_EQ(recording.recorder.safeFrames() + recording.recorder.lostFrames(), count);
+}
+
 TEST(TakeRecorder, KeepsWhatIsSafeWhenItCannotBeEnded) {
     const TemporaryDirectory directory;
     std::int64_t safe = -1;

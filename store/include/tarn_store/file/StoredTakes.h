@@ -30,9 +30,14 @@ TARN_STORE_EXPORT kit::BvhTake bodyTakeOf(TakeReader& reader, const std::string&
 
 /// Whether a file has markers and no body.
 TARN_STORE_EXPORT bool holdsMarkersOnly(TakeReader& reader);
+/// The subjects of a file's tracks of markers.
+TARN_STORE_EXPORT std::vector<std::string> markersIn(TakeReader& reader);
 
-/// The markers of a file, of its first track of markers; those of frames that were lost were not
-/// seen. Throws `StoreError` if there are none.
-TARN_STORE_EXPORT kit::C3dTake markerTakeOf(TakeReader& reader);
+/// The markers of a subject, with the analog channels, rigid bodies and events that were kept with
+/// them; of its first track of markers, if `subject` is empty. Markers and bodies of frames that
+/// were lost were not seen; analog channels keep the sample before. Of several takes of markers
+/// nothing tells whose the events are: they are left out. Parameters that are stated
+/// nowhere else, and the encoding, are not kept. Throws `StoreError` if there are none.
+TARN_STORE_EXPORT kit::C3dTake markerTakeOf(TakeReader& reader, const std::string& subject = {});
 
 } // namespace tarn::store

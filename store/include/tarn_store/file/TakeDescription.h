@@ -3,16 +3,30 @@
 
 #pragma once
 
+#include <tarn_kit/files/C3d.h>
 #include <tarn_kit/files/TrackDescription.h>
+#include <tarn_store/Export.h>
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tarn::store {
 
 using kit::Label;
 using kit::TrackDescription;
+
+/// What is to be kept of a take of markers: of the markers themselves, with the numbers of the
+/// frames and the rate as it was stated. Which axis is up is not said.
+TARN_STORE_EXPORT TrackDescription describeMarkers(const kit::C3dTake& take,
+                                                   const std::string& subject);
+/// The same of its analog channels. Precondition: it has some.
+TARN_STORE_EXPORT TrackDescription describeChannels(const kit::C3dTake& take,
+                                                    const std::string& subject);
+/// The same of its rigid bodies. Precondition: it has some.
+TARN_STORE_EXPORT TrackDescription describeRigidBodies(const kit::C3dTake& take,
+                                                       const std::string& subject);
 
 /// A track as it stands in a file.
 struct StoredTrack {
@@ -28,14 +42,19 @@ struct StoredTrack {
 
 /// An event or a note on the timeline.
 struct Note {
-    std::string kind = "note";         ///< "note", "event"
-    std::optional<std::int64_t> frame; ///< the frame index; nothing: the file as a whole
-    std::string label;                 ///< "Foot Strike"
-    std::string context;               ///< "Left"
+    std::string kind = "note"; ///< "note", "event"
+    /// The frame index, in a recording that of its frames' times; nothing: the file as a whole.
+    std::optional<std::int64_t> frame;
+    std::string label;   ///< "Foot Strike"
+    std::string context; ///< "Left"
     std::string subject;
     std::string text;
     std::string utc; ///< when it was made; filled in when it is empty
 };
+
+/// The events of a take of markers, each at the frame in which it is; its text is the time that the
+/// take states. `markerTakeOf` gives them back.
+TARN_STORE_EXPORT std::vector<Note> eventNotes(const kit::C3dInfo& take);
 
 /// Frames that did not reach the file.
 struct Loss {

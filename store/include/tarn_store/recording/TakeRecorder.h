@@ -23,7 +23,9 @@ namespace tarn::store {
 /// What becomes of a frame that comes while as many wait to be written as may.
 enum class WhenFull : std::uint8_t {
     Lose, ///< it is counted as lost: the device never waits
-    Wait, ///< its sender waits: for sources that can, such as replays
+    /// Its sender waits: for sources that can, such as replays. While writing fails, nobody knows
+    /// for how long that would be: then it is counted as lost.
+    Wait,
 };
 
 struct TARN_STORE_EXPORT RecorderOptions {

@@ -4,10 +4,18 @@
 #include "apps/support/Programs.h"
 #include "apps/support/Takes.h"
 #include "support/Samples.h"
+#include "support/SmallDisk.h"
 
 #include <gmock/gmock.h>
+#include <tarn_kit/body/Analog.h>
+#include <tarn_kit/files/C3d.h>
+#include <tarn_kit/session/TakeOf.h>
 
+#include <memory>
+#include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tarn::tests {
 namespace {
@@ -27,6 +35,24 @@ protected:
         EXPECT_THAT(outcome.out, HasSubstr(" recorded in " + file + "\n"));
         return file;
     }
+    static std::vector<std::string> lines(const std::string& text) {
+        std::istringstream stream(text);
+        std::vector<std::string> found;
+        for (std::string line; std::getline(stream, line);) {
+            found.push_back(line);
+        }
+        return found;
+    }
+    /// Byte for byte.
+    static void expectSameExports(const std::string& take, const std::string& recording) {
+        for (const char* const format : {"csv", "json"}) {
+            const Outcome a = capture({"export", take, "--format", format, "--out", "-"});
+            const Outcome b = capture({"export", recording, "--format", format, "--out", "-"});
+            EXPECT_EQ(b.exitCode, 0) << b.err;
+            EXPECT_GT(a.out.size(), 1000U);
+            EXPECT_TRUE(a.out == b.out) << take << " as " << format;
+        }
+    }
     static std::string samplePath(const std::string& name) {
         return tarn::testing::samplePath(name).string();
     }
@@ -34,25 +60,152 @@ protected:
     const TempDirectory directory_;
 };
 
+/// A take of markers with all that its file may say: it begins at frame 101, is measured by force
+/// plates and a rigid body as well, and somebody has marked the steps.
+kit::C3dTake fullTake() {
+    auto take = kit::readC3d(tarn::testing::samplePath("cmu_85_02.c3d"));
+    take.source = nullptr;
+    take.firstFrame = 101;
+    take.channels = {{"Fx1", "left plate", "N"}, {"EMG 1", "", "V"}};
+    take.samplesPerFrame = 4;
+    std::vector<std::shared_ptr<Frame>> samples;
+    for (int i = 0; i < 4 * take.frameCount; ++i) {
+        const auto value = static_cast<float>(i);
+        samples.push_back(std::make_shared<Frame>(Time(static_cast<unsigned>(i), 480),
+                                                  kit::analogDataType,
+                                                  kit::AnalogFrame({value, value / 7})));
+    }
+    take.analogTracks = kit::takeOf(kit::analogDataType, std::move(samples), 480);
+    take.events = {{"Foot Strike", "Left", "Male", 1.234567, false, true},
+                   {"Foot Off", "Right", "", 3.5, false, true}};
+    return take;
+}
+
+std::string textOf(const kit::C3dTake& take) {
+    std::ostringstream text;
+    kit::writeC3d(take, text);
+    return text.str();
+}
+
 TEST_F(Take, ExportsAsTheTakeDoesThatWasRecorded) {
-    const std::string file = recorded("cmu_131_01_walk");
-    const Outcome take =
-        capture({"export", samplePath("cmu_131_01_walk.bvh"), "--format", "csv", "--out", "-"});
-    const Outcome again = capture({"export", file, "--format", "csv", "--out", "-"});
-    EXPECT_EQ(again.exitCode, 0) << again.err;
-    EXPECT_EQ(again.out, take.out);
-    EXPECT_THAT(capture({"info", "--brief", file}).out, HasSubstr("    994 frames"));
+    for (const char* const sample : {"cmu_131_01_walk", "cmu_60_12_salsa_a", "cmu_61_12_salsa_b"}) {
+        const std::string file = recorded(sample);
+        expectSameExports(samplePath(sample + std::string(".bvh")), file);
+    }
+    EXPECT_THAT(capture({"info", "--brief", directory_ / "cmu_131_01_walk.tarn"}).out,
+                HasSubstr("    994 frames"));
 }
 
 TEST_F(Take, OfMarkersExportsAndConvertsAsTheTakeDoes) {
-    const std::string file = recorded("cmu_85_02", ".c3d");
-    const std::string sample = samplePath("cmu_85_02.c3d");
-    const Outcome take = capture({"export", sample, "--format", "csv", "--out", "-"});
-    const Outcome again = capture({"export", file, "--format", "csv", "--out", "-"});
-    EXPECT_EQ(again.exitCode, 0) << again.err;
-    EXPECT_EQ(again.out.substr(0, again.out.find('\n')), take.out.substr(0, take.out.find('\n')));
-    EXPECT_EQ(capture({"convert", file, directory_ / "again.c3d"}).exitCode, 0);
-    EXPECT_EQ(capture({"info", file}).exitCode, 0);
+    for (const char* const sample : {"cmu_85_02", "cmu_01_01_jumps"}) {
+        const std::string file = recorded(sample, ".c3d");
+        expectSameExports(samplePath(sample + std::string(".c3d")), file);
+        EXPECT_EQ(capture({"convert", file, directory_ / "again.c3d"}).exitCode, 0);
+    }
+}
+
+TEST_F(Take, OfMarkersHasAllThatTheFileSays) {
+    const std::string take = directory_ / "full.c3d";
+    const std::string file = directory_ / "full.tarn";
+    writeFile(take, textOf(fullTake()));
+    ASSERT_EQ(capture({"stream", take, "--speed", "0", "--record", file}).exitCode, 0);
+    expectSameExports(take, file);
+    const std::string info = capture({"info", take}).out;
+    const std::string again = capture({"info", file}).out;
+    EXPECT_THAT(info, AllOf(HasSubstr("numbered 101 to 910"), HasSubstr("2 channels at 480"),
+                            HasSubstr("Left Foot Strike of Male"), HasSubstr("Fx1 [N]")));
+    EXPECT_EQ(again.substr(again.find('\n')), info.substr(info.find('\n')));
+
+    const std::string converted = directory_ / "again.c3d";
+    ASSERT_EQ(capture({"convert", file, converted}).exitCode, 0);
+    const auto back = kit::readC3d(converted);
+    ASSERT_EQ(back.analogTracks->timeLength(), 4 * 810);
+    const auto& sample =
+        back.analogTracks->getFrame(3000, kit::analogDataType)->dataAs<kit::AnalogFrame>();
+    EXPECT_EQ(sample[1], 3000.0F / 7);
+}
+
+TEST_F(Take, OfSomeFramesKeepsTheirNumbers) {
+    const std::string take = directory_ / "full.c3d";
+    const std::string file = directory_ / "part.tarn";
+    writeFile(take, textOf(fullTake()));
+    ASSERT_EQ(capture({"stream", take, "--speed", "0", "--frames", "301..400", "--record", file})
+                  .exitCode,
+              0);
+    const std::string info = capture({"info", file}).out;
+    EXPECT_THAT(info, HasSubstr("100, numbered 301 to 400"));
+    EXPECT_THAT(info, HasSubstr("2 channels at 480"));
+    const std::string cut = directory_ / "cut.tarn";
+    ASSERT_EQ(capture({"take", "cut", file, "10..19", cut}).exitCode, 0);
+    EXPECT_THAT(capture({"info", cut}).out, HasSubstr("10, numbered 311 to 320"));
+    EXPECT_EQ(capture({"export", cut, "--format", "csv", "--out", "-"}).out.find("time"), 6U);
+}
+
+TEST_F(Take, IsRecordedAtTheRateThatIsAskedFor) {
+    const std::string sample = samplePath("cmu_131_01_walk.bvh");
+    const std::string file = directory_ / "slow.tarn";
+    const Outcome slow = capture(
+        {"stream", sample, "--speed", "0", "--frames", "0..99", "--rate", "30", "--record", file});
+    EXPECT_EQ(slow.exitCode, 0) << slow.err;
+    EXPECT_THAT(slow.out, AllOf(HasSubstr("streamed  25 frames of 25\n"),
+                                HasSubstr("recording identical to the take\n")));
+    EXPECT_THAT(capture({"info", file}).out, HasSubstr("30 frames per second"));
+    const auto rows = [](const std::string& take, const std::string& frames) {
+        return lines(
+            capture({"export", take, "--format", "csv", "--frames", frames, "--out", "-"}).out);
+    };
+    const auto all = rows(sample, "0..99");
+    const auto some = rows(file, "0..24");
+    ASSERT_EQ(some.size(), 26U);
+    const auto numbers = [](const std::string& row) { // behind frame and time
+        return row.substr(row.find(',', row.find(',') + 1));
+    };
+    for (std::size_t i = 0; i < 25; ++i) {
+        EXPECT_EQ(numbers(some.at(i + 1)), numbers(all.at(4 * i + 1))) << "every fourth";
+    }
+
+    const std::string markers = directory_ / "fast.tarn";
+    EXPECT_THAT(capture({"stream", samplePath("cmu_85_02.c3d"), "--speed", "0", "--frames",
+                         "10..19", "--rate", "240", "--record", markers})
+                    .out,
+                HasSubstr("streamed  20 frames of 20\n"));
+    const auto twice = rows(markers, "1..20");
+    EXPECT_EQ(numbers(twice.at(1)), numbers(twice.at(2))) << "each is repeated";
+    EXPECT_NE(numbers(twice.at(2)), numbers(twice.at(3)));
+    EXPECT_EQ(capture({"stream", sample, "--rate", "0"}).exitCode, 2);
+}
+
+TEST_F(Take, IsNotBegunWhereThereIsTooLittleSpaceForIt) {
+    const tarn::testing::SmallDisk disk(299'008); // 73 pages, which are what a disk in memory has
+
+    if (!disk.isThere()) {
+        GTEST_SKIP() << "nothing can be mounted here";
+    }
+    const Outcome outcome =
+        capture({"stream", samplePath("cmu_131_01_walk.bvh"), "--record", disk / "take.tarn"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("is expected to take 397 kB, and 299 kB are left"));
+    EXPECT_THAT(outcome.out, ::testing::IsEmpty());
+}
+
+TEST_F(Take, ThatCannotBeWrittenIsToldAndTheRestGoesOn) {
+    const tarn::testing::SmallDisk disk(700'000);
+    if (!disk.isThere()) {
+        GTEST_SKIP() << "nothing can be mounted here";
+    }
+    const std::string sample = samplePath("cmu_131_01_walk.bvh");
+    const Outcome stream = capture({"stream", sample, "--speed", "0", "--record", disk / "a.tarn"});
+    EXPECT_EQ(stream.exitCode, 1);
+    EXPECT_THAT(stream.out, HasSubstr("recording identical to the take\n"));
+    EXPECT_THAT(stream.err, HasSubstr("a.tarn: no space is left"));
+
+    const tarn::testing::SmallDisk larger(2'000'000);
+    const std::string out = directory_ / "out";
+    const Outcome run = capture({"run", sample, "--out", out, "--record", larger / "b.tarn"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.out, HasSubstr("complete, nothing lost; "));
+    EXPECT_THAT(run.err, HasSubstr("b.tarn: no space is left"));
+    EXPECT_THAT(readFile(out + "/session.xml"), HasSubstr("cmu_131_01_walk"));
 }
 
 TEST_F(Take, IsListedCheckedCutJoinedAndNoted) {
@@ -114,6 +267,30 @@ TEST_F(Take, OfARunHasABodyPerPerformer) {
     EXPECT_THAT(capture({"info", file}).err,
                 HasSubstr("holds several bodies: cmu_131_01_walk, cmu_131_01_walk-2"));
     EXPECT_THAT(capture({"info", file + "#cmu_131_01_walk-2"}).out, HasSubstr("994"));
+    const Outcome none = capture({"info", file + "#Ada"});
+    EXPECT_EQ(none.exitCode, 1);
+    EXPECT_THAT(none.err, HasSubstr("holds no body 'Ada', but cmu_131_01_walk"));
+    for (const char* const command : {"play", "export"}) {
+        Arguments arguments = {command, file + "#cmu_131_01_walk-2", "--out",
+                               directory_ / "played/"};
+        if (command == std::string("export")) {
+            arguments.insert(arguments.end(), {"--format", "csv"});
+        }
+        EXPECT_EQ(capture(arguments).exitCode, 0) << command;
+    }
+}
+
+TEST_F(Take, OfARunHasTheMarkersBesideTheBody) {
+    const std::string file = directory_ / "session.tarn";
+    const std::string take = directory_ / "full.c3d";
+    writeFile(take, textOf(fullTake()));
+    const Outcome run = capture(
+        {"run", take, "--unit", "mm", "--up", "z", "--out", directory_ / "out", "--record", file});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    expectSameExports(take, file + "#full.c3d");
+    EXPECT_THAT(capture({"info", file + "#full.c3d"}).out,
+                AllOf(HasSubstr("2 channels at 480"), HasSubstr("Left Foot Strike of Male")));
+    EXPECT_THAT(capture({"info", file + "#Male"}).out, HasSubstr("120 frames per second"));
 }
 
 } // namespace
