@@ -48,6 +48,14 @@ TEST(LinkClock, MeasuresTheClockOfAnotherLinkWithinItsBound) {
     EXPECT_EQ(clock.clock(), there.clock());
 }
 
+TEST(LinkClock, AsksAgainAtOnceWhenItIsAnsweredAndThenRests) {
+    const Link here(ownDomain());
+    const Link there(ownDomain());
+    const LinkClock clock(here, there.clock(), std::chrono::hours(1));
+    ASSERT_TRUE(eventually([&] { return clock.counts().exchanges == 2; }));
+    EXPECT_EQ(clock.asked(), 2);
+}
+
 TEST(LinkClock, KnowsNothingOfAClockThatNobodyHas) {
     const Link link(ownDomain());
     const LinkClock nobody(link, 12345, often);

@@ -16,7 +16,8 @@
 namespace tarn::link {
 
 /// The clock of another program on the link, measured against the one of this machine: it asks
-/// what time it is there again and again, from its beginning to its end, on a thread of its own.
+/// what time it is there again and again, from its beginning to its end, on a thread of its own,
+/// and once more whenever that is answered: the second of two questions finds nothing asleep.
 /// Every link answers whoever asks it. Both clocks are `kit::SteadyClock`, the one by which frames
 /// say when they were captured.
 ///
