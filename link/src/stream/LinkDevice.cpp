@@ -218,6 +218,15 @@ std::vector<LinkTrack> LinkDevice::tracks() const {
     return d_->view.tracks;
 }
 
+std::optional<kit::ClockRelation> LinkDevice::clock() const {
+    std::shared_ptr<LinkClock> clock;
+    {
+        const std::lock_guard<std::mutex> lock(d_->view.mutex);
+        clock = d_->view.clock;
+    }
+    return clock ? clock->relation() : std::nullopt;
+}
+
 bool LinkDevice::awaitConnected(std::chrono::milliseconds patience,
                                 const std::function<bool()>& stopRequested) const {
     return d_->await(patience, stopRequested,

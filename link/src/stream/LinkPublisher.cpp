@@ -155,6 +155,7 @@ void LinkPublisher::PrivateData::offer(bool hasEnded) const {
     sample.process = static_cast<std::uint32_t>(getpid());
     sample.program = program.data();
     sample.ended = hasEnded;
+    sample.clock = link->clock();
     if (hasEnded) {
         sample.sent._maximum = sample.sent._length = static_cast<std::uint32_t>(counts.size());
         sample.sent._buffer = counts.data();

@@ -240,6 +240,9 @@ void Receiver::connect(const LinkOffer& offer) {
     hasEnded_ = hasEnded_ && !isAnother;
     quietSince_ = Steady::now();
     isDescribed_ = false;
+    if (isAnother) {
+        measureClock(offer.clock);
+    }
     for (Track& track : tracks_) {
         if (isAnother) { // counts on from where that one is
             track.status.lost += track.numbers.missing();
@@ -248,6 +251,15 @@ void Receiver::connect(const LinkOffer& offer) {
         }
     }
     adopt();
+}
+
+void Receiver::measureClock(std::uint64_t clock) {
+    std::shared_ptr<LinkClock> other;
+    if (clock != 0) {
+        other = std::make_shared<LinkClock>(link_, clock);
+    }
+    const std::lock_guard<std::mutex> lock(view_.mutex);
+    view_.clock.swap(other); // the one before ends after the lock
 }
 
 void Receiver::disconnect() {

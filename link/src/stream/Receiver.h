@@ -10,6 +10,7 @@
 
 #include <tarn/Reply.h>
 #include <tarn/Request.h>
+#include <tarn_link/clock/LinkClock.h>
 #include <tarn_link/stream/LinkDevice.h>
 
 #include <chrono>
@@ -33,6 +34,7 @@ struct StreamView {
     mutable std::condition_variable changed;
     std::string name;
     std::vector<LinkTrack> tracks;
+    std::shared_ptr<LinkClock> clock; ///< of the publisher that was connected last
     bool isConnected = false;
     bool isOver = false; ///< it has ended, or has gone
 };
@@ -78,6 +80,7 @@ private:
 
     void followOffers();
     void connect(const LinkOffer& offer);
+    void measureClock(std::uint64_t clock);
     void disconnect();
     void readDescriptions();
     void adopt();

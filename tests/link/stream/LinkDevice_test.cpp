@@ -43,6 +43,30 @@ protected:
     Source source;
 };
 
+TEST_F(LinkDeviceTest, SaysWhenASampleWasCapturedByItsOwnClock) {
+    const auto publisher = publishBody();
+    std::promise<LinkSample> sample;
+    std::atomic<bool> isFirst{true};
+    LinkDevice device(link, "hall");
+    EXPECT_FALSE(device.clock());
+    device.onSample().connect([&](const LinkSample& came) {
+        if (isFirst.exchange(false)) {
+            sample.set_value(came);
+        }
+    });
+    join(device, *publisher);
+    const auto before = kit::SteadyClock().now();
+    source.send(bodyFrame(0));
+    const auto after = kit::SteadyClock().now();
+    const LinkSample came = sample.get_future().get();
+    ASSERT_TRUE(eventually([&] { return device.clock().has_value(); }));
+    const kit::ClockRelation clock = *device.clock();
+    const auto captured = clock.toLocal(kit::Clock::Instant(kit::Clock::Duration(came.captured)));
+    const auto bound = clock.boundAt(captured);
+    EXPECT_GE(captured, before - bound);
+    EXPECT_LE(captured, after + bound);
+}
+
 TEST_F(LinkDeviceTest, PutsOutWhatThePublisherGets) {
     const auto publisher = publishBody();
     LinkDevice device(link, "hall");

@@ -5,6 +5,7 @@
 
 #include <tarn/Device.h>
 #include <tarn_kit/devices/Clock.h>
+#include <tarn_kit/devices/ClockOffset.h>
 #include <tarn_kit/devices/Command.h>
 #include <tarn_kit/files/Codec.h>
 #include <tarn_kit/files/TrackDescription.h>
@@ -17,6 +18,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -111,6 +113,11 @@ public:
     std::string whyNotConnected() const;
     /// The tracks of the stream, as it was described last; empty before.
     std::vector<LinkTrack> tracks() const;
+    /// The clock of the publisher that was connected last, by which its samples say when they were
+    /// captured, against the one of this machine; nothing before the first answer, and for a
+    /// publisher without. Of a publisher that tells the time by another clock than
+    /// `kit::SteadyClock`, it says nothing.
+    std::optional<kit::ClockRelation> clock() const;
     /// Waits until the stream is connected; false if a stop was requested before, or `patience` was
     /// over. Not for the device's own thread.
     bool awaitConnected(std::chrono::milliseconds patience,
