@@ -406,14 +406,19 @@ private:
         }
     }
 
-    /// The number of a frame, which takes two words of 16 bits, the lower one first.
-    std::optional<double> longNumber(const char* name) const {
+    /// The number of a frame, which takes two words of 16 bits, the lower one first; some programs
+    /// have it last.
+    std::optional<double> longNumber(const char* name, bool lowerIsLast = false) const {
         const C3dParameter* const parameter = section_.parameters.find("TRIAL", name);
         if (parameter == nullptr || parameter->size() == 0 || parameter->type == C3dType::Text) {
             return std::nullopt;
         }
-        const double low = unsignedNumber(*parameter, 0);
-        return parameter->size() < 2 ? low : low + 65536 * unsignedNumber(*parameter, 1);
+        const double first = unsignedNumber(*parameter, 0);
+        if (parameter->size() < 2) {
+            return first;
+        }
+        const double second = unsignedNumber(*parameter, 1);
+        return lowerIsLast ? second + 65536 * first : first + 65536 * second;
     }
 
     void collectFrames() {
@@ -434,6 +439,11 @@ private:
             const int count = end - begin + 1;
             frames_.add({static_cast<double>(count < 0 ? count + 65536 : count),
                          wordPlace(header::lastFrame), header::offsetOf(header::lastFrame)});
+        }
+        const auto otherFirst = longNumber("ACTUAL_START_FIELD", true);
+        const auto otherLast = longNumber("ACTUAL_END_FIELD", true);
+        if (otherFirst && otherLast && *otherLast >= *otherFirst) {
+            frames_.addValue(*otherLast - *otherFirst + 1);
         }
         if (frames_.values.empty()) {
             frames_.addValue(0); // what the file holds will count
