@@ -4,7 +4,9 @@
 #include "commands/Commands.h"
 
 #include "session/CleaningReport.h"
+#include "session/TakeFile.h"
 #include "support/Errors.h"
+#include "support/Flags.h"
 #include "support/Output.h"
 #include "support/OutputPath.h"
 #include "support/StandardStreams.h"
@@ -15,8 +17,6 @@
 #include <tarn_kit/processing/cleaning/UnlabelledMarkers.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <iostream>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -33,6 +33,7 @@ struct CleanOptions {
     bool swaps = false;
     std::optional<double> lowPass; ///< Hz
     std::optional<std::string> report;
+    kit::C3dOptions markers;
 };
 
 double parseCutoff(const std::string& text) {
@@ -100,9 +101,7 @@ int cleanTake(const CleanOptions& options) {
         refuseToOverwrite(options.in, *options.report, "--report");
         refuseToOverwrite(options.out, *options.report, "--report");
     }
-    kit::C3dTake take = isStandardStream(options.in)
-                            ? kit::readC3d(std::cin, {}, "standard input")
-                            : kit::readC3d(std::filesystem::path(options.in));
+    kit::C3dTake take = TakeFile(options.in, options.markers).readMarkers();
     const CleaningReport report = clean(take, options);
     std::ostringstream bytes;
     kit::writeC3d(take, bytes);
@@ -151,6 +150,7 @@ void addClean(CommandLine& line) {
             "Filter without a lag: a Butterworth low-pass of fourth order, forwards and backwards, "
             "with this cut-off; 6 is usual for walking")
         ->type_name("HZ");
+    addOrigin(command, options.markers);
     command
         .add_option("--report", options.report, "Also write what was changed as a JSON document")
         ->type_name("FILE");

@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "markers/MarkerFrames.h"
 #include "markers/MarkerText.h"
 #include "session/TakeFile.h"
 #include "support/Errors.h"
@@ -34,6 +35,8 @@ struct ConvertOptions {
     bool noMesh = false;
     std::optional<double> tolerance; ///< millimetres
     SpaceChoice space;
+    kit::C3dOptions markers;
+    std::optional<FrameChoice> frames;
 };
 
 bool isGltf(const std::string& ending) { return ending == ".glb" || ending == ".gltf"; }
@@ -72,19 +75,19 @@ void convertMarkers(const ConvertOptions& options, const std::string& format) {
         throw UsageError("several takes go into one file that ends in .glb or .gltf only");
     }
     const std::string& name = options.takes.front();
-    TakeFile source(name);
+    TakeFile source(name, options.markers);
     if (!source.holdsMarkers()) {
         throw std::runtime_error(
             fmt::format("{}: expected a C3D file; bodies go into .glb and .gltf, and 'export' "
                         "writes what they do as a table or as JSON",
                         name));
     }
-    const kit::C3dTake take = source.readMarkers();
-    const FrameRange range = allFrames(take.frameCount);
+    const kit::C3dTake take = withSpace(source.readMarkers(), options.space);
+    const FrameRange range = chosenFrames(options.frames, take);
     Output file(options.out);
     const TextSink sink = [&file](std::string_view text) { file.write(text); };
     if (format == "c3d") {
-        writeC3d(take, options, file);
+        writeC3d(options.frames ? cut(take, range) : take, options, file);
     } else {
         (format == "csv" ? writeMarkerCsv : writeMarkerJson)(take, range, sink);
     }
@@ -128,13 +131,18 @@ int convert(const ConvertOptions& given) {
         throw UsageError("--encoding is for files that end in .c3d");
     }
     if (isGltf("." + format)) {
+        if (options.frames || options.markers.originIsNotSeen) {
+            throw UsageError("--frames and --origin are for files that end in .c3d, .csv or .json");
+        }
         convertBodies(options, format);
         return exitSuccess;
     }
-    if (options.noMesh || options.tolerance || options.space.unit || options.space.up ||
-        options.space.scale != 1) {
-        throw UsageError("--no-mesh, --tolerance, --unit, --up and --scale are for files that end "
-                         "in .glb or .gltf");
+    if (options.noMesh || options.tolerance) {
+        throw UsageError("--no-mesh and --tolerance are for files that end in .glb or .gltf");
+    }
+    if (format == "c3d" && (options.space.unit || options.space.up || options.space.scale != 1)) {
+        throw UsageError("--unit, --up and --scale are for other files: a C3D file also says where "
+                         "force plates are");
     }
     convertMarkers(options, format);
     return exitSuccess;
@@ -163,7 +171,9 @@ void addConvert(CommandLine& line) {
                     "glTF with fewer keys, such that joints are at most so many millimetres off")
         ->type_name("MM")
         ->check(CLI::Range(0.0, 1000.0));
+    addFileFrames(command, options.frames);
     addSpace(command, options.space);
+    addOrigin(command, options.markers);
     auto& encoding = options.encoding;
     command
         .add_option_function<std::string>(

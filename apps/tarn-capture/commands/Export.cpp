@@ -31,6 +31,7 @@ struct ExportOptions {
     std::string out;
     std::optional<FrameChoice> frames;
     SpaceChoice space;
+    kit::C3dOptions markers;
     MotionKinds kinds = {true};
 };
 
@@ -67,7 +68,7 @@ void exportMarkers(const kit::C3dTake& take, const std::string& out, const Expor
 }
 
 void exportTake(const std::string& name, const std::string& out, const ExportOptions& options) {
-    TakeFile source(name);
+    TakeFile source(name, options.markers);
     if (source.holdsMarkers()) {
         exportMarkers(withSpace(source.readMarkers(), options.space), out, options);
         return;
@@ -121,6 +122,7 @@ void addExport(CommandLine& line) {
         ->type_name("LIST");
     addFrames(command, options.frames);
     addSpace(command, options.space);
+    addOrigin(command, options.markers);
 }
 
 } // namespace tarn::capture

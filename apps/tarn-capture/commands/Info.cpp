@@ -33,6 +33,7 @@ struct InfoOptions {
     std::vector<std::string> takes;
     std::optional<std::string> names; ///< a document
     SpaceChoice space;
+    kit::C3dOptions markers;
     bool brief = false;
 };
 
@@ -123,7 +124,7 @@ int info(const InfoOptions& options) {
     const auto names = loadBodyNames(options.names);
     const char* separator = "";
     return forEachTake(options.takes, [&](std::size_t i) {
-        TakeFile source(options.takes[i]);
+        TakeFile source(options.takes[i], options.markers);
         if (source.holdsMarkers() && options.brief) {
             fmt::print("{}", describeBriefly(options.takes[i], source.readMarkersInfo()));
             return;
@@ -156,6 +157,7 @@ void addInfo(CommandLine& line) {
         info);
     addTakes(command, options.takes);
     addSpace(command, options.space);
+    addOrigin(command, options.markers);
     addNames(command, options.names);
     command.add_flag("--brief", options.brief,
                      "One line per take: frames, rate, length, joints and body height; of C3D "

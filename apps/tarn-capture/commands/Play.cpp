@@ -39,6 +39,7 @@ struct PlayOptions {
     std::string out; ///< the directory for the pictures
     std::optional<FrameChoice> frames;
     SpaceChoice space;
+    kit::C3dOptions markers;
     std::optional<kit::Rate> rate; ///< the take's if not given
     double speed = 0;              ///< how much faster than the take; 0 for as fast as it goes
 };
@@ -113,7 +114,7 @@ void draw(const Take& take, const ShownFrames& shown, const PictureFiles& files)
 
 /// Draws what was shown.
 void playTake(const std::string& name, const PictureFiles& files, const PlayOptions& options) {
-    TakeFile source(name);
+    TakeFile source(name, options.markers);
     if (source.holdsMarkers()) {
         const kit::C3dTake markers = withSpace(source.readMarkers(), options.space);
         makeDirectory(options.out);
@@ -159,6 +160,7 @@ void addPlay(CommandLine& line) {
     addOut(command, options.out, "DIR", "Directory for the pictures, created if it is not there");
     addFrames(command, options.frames);
     addSpace(command, options.space);
+    addOrigin(command, options.markers);
     addRate(command, options.rate,
             "Frames shown per second, at most 1000; if not given, the rate of the take. The take "
             "keeps its speed: a lower rate skips frames, a higher one repeats them");

@@ -69,7 +69,35 @@ std::shared_ptr<Tracks> changed(const kit::C3dTake& take, const Change& change) 
     return tracks;
 }
 
+/// The frames of a take from one to before another one; of no take, none.
+std::shared_ptr<Tracks> part(const std::shared_ptr<Tracks>& take, int dataType, int first,
+                             int end) {
+    if (take == nullptr) {
+        return nullptr;
+    }
+    std::vector<std::shared_ptr<Frame>> frames;
+    for (int i = first; i < std::min(end, take->timeLength()); ++i) {
+        frames.push_back(take->getFrame(i, dataType));
+    }
+    auto result = kit::takeOf(dataType, std::move(frames), take->fps());
+    result->setTracksName(take->tracksName());
+    return result;
+}
+
 } // namespace
+
+kit::C3dTake cut(kit::C3dTake take, FrameRange range) {
+    const int end = range.last + 1;
+    const auto cutOut = [&](std::shared_ptr<Tracks>& tracks, int dataType, int perFrame) {
+        tracks = part(tracks, dataType, range.first * perFrame, end * perFrame);
+    };
+    cutOut(take.tracks, kit::markerDataType, 1);
+    cutOut(take.analogTracks, kit::analogDataType, take.samplesPerFrame);
+    cutOut(take.bodyTracks, kit::rigidBodyDataType, take.bodiesPerFrame);
+    take.firstFrame += range.first;
+    take.frameCount = countOf(range);
+    return take;
+}
 
 FrameRange chosenFrames(const std::optional<FrameChoice>& choice, const kit::C3dInfo& take) {
     if (!choice || choice->isCount) { // N frames are the first ones, whatever their numbers

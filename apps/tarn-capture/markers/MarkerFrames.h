@@ -19,6 +19,10 @@ namespace tarn::capture {
 /// them all.
 FrameRange chosenFrames(const std::optional<FrameChoice>& choice, const kit::C3dInfo& take);
 
+/// Those frames of a take alone, with what else was measured in them. The numbers of the frames
+/// stay what they were.
+kit::C3dTake cut(kit::C3dTake take, FrameRange range);
+
 /// The markers at a frame of the take. Precondition: 0 <= `frame` < `frameCount`.
 const kit::MarkerFrame& markersAt(const kit::C3dTake& take, int frame);
 

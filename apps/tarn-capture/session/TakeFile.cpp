@@ -3,6 +3,7 @@
 
 #include "session/TakeFile.h"
 
+#include "documents/OtherFile.h"
 #include "support/Errors.h"
 #include "support/StandardStreams.h"
 
@@ -34,7 +35,8 @@ bool isOneOf(const std::vector<std::string>& names, const std::string& name) {
 
 } // namespace
 
-TakeFile::TakeFile(std::string name) : name_(std::move(name)) {}
+TakeFile::TakeFile(std::string name, const kit::C3dOptions& markers)
+    : name_(std::move(name)), markers_(markers) {}
 
 bool TakeFile::isKept() const {
     std::error_code error;
@@ -78,6 +80,7 @@ bool TakeFile::holdsMarkers() {
                                : !isOneOf(store::bodiesIn(reader), subject) &&
                                      isOneOf(store::markersIn(reader), subject);
     }
+    checkKind();
     const auto format = isKept() ? kit::takeFormatIn(text()) : kit::takeFormatOf(name_);
     return format == kit::TakeFormat::C3d;
 }
@@ -99,15 +102,31 @@ kit::BvhTake TakeFile::read() {
     return kit::readBvh(stream, nameInErrors());
 }
 
-bool TakeFile::beginsAsBody() {
-    std::string beginning(64, '\0');
-    if (isKept()) {
-        beginning = text().substr(0, beginning.size());
-    } else {
-        std::ifstream(name_, std::ios::binary)
-            .read(beginning.data(), static_cast<std::streamsize>(beginning.size()));
+/// Enough to see the root element of a document.
+const std::string& TakeFile::beginning() {
+    if (!beginning_) {
+        constexpr std::size_t enough = 1024;
+        std::string bytes(enough, '\0');
+        if (isKept()) {
+            bytes = text().substr(0, enough);
+        } else {
+            std::ifstream file(name_, std::ios::binary);
+            file.read(bytes.data(), static_cast<std::streamsize>(enough));
+            bytes.resize(static_cast<std::size_t>(file.gcount()));
+        }
+        beginning_ = std::move(bytes);
     }
-    return beginning.find("HIERARCHY") != std::string::npos;
+    return *beginning_;
+}
+
+void TakeFile::checkKind() {
+    std::error_code error;
+    const std::string other = !isKept() && fs::is_directory(name_, error)
+                                  ? otherDirectoryText(name_)
+                                  : otherFileText(beginning());
+    if (!other.empty()) {
+        throw std::runtime_error(fmt::format("{}: is {}", nameInErrors(), other));
+    }
 }
 
 kit::C3dTake TakeFile::readMarkers() {
@@ -115,22 +134,23 @@ kit::C3dTake TakeFile::readMarkers() {
         store::TakeReader reader(file);
         return store::markerTakeOf(reader, subject);
     }
-    if (beginsAsBody()) {
+    checkKind();
+    if (beginning().find("HIERARCHY") != std::string::npos) {
         throw std::runtime_error(
             fmt::format("{}: holds a body, where markers are needed", nameInErrors()));
     }
     if (!isKept()) {
-        return kit::readC3d(name_);
+        return kit::readC3d(name_, markers_);
     }
     std::istringstream stream(text());
-    return kit::readC3d(stream, {}, nameInErrors());
+    return kit::readC3d(stream, markers_, nameInErrors());
 }
 
 kit::C3dInfo TakeFile::readMarkersInfo() {
     if (!stored().first.empty()) {
         return readMarkers();
     }
-    return isKept() ? kit::C3dInfo(readMarkers()) : kit::readC3dInfo(name_);
+    return isKept() ? kit::C3dInfo(readMarkers()) : kit::readC3dInfo(name_, markers_);
 }
 
 kit::BvhTake readTake(const std::string& name) { return TakeFile(name).read(); }

@@ -6,6 +6,7 @@
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/C3d.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,7 +18,8 @@ namespace tarn::capture {
 /// The one place where the program finds out what a name means.
 class TakeFile {
 public:
-    explicit TakeFile(std::string name);
+    /// `markers` is how C3D files are read.
+    explicit TakeFile(std::string name, const kit::C3dOptions& markers = {});
 
     const std::string& name() const { return name_; }
 
@@ -36,15 +38,19 @@ public:
 private:
     /// All of what can be read only once.
     const std::string& text();
-    bool beginsAsBody();
+    const std::string& beginning();
+    /// Throws `std::runtime_error` for what is known to be no take.
+    void checkKind();
     std::string nameInErrors() const;
     bool isKept() const; ///< whether it can be read only once
     /// The take file that it is, and whose body of it; empty names for what is none.
     std::pair<std::string, std::string> stored() const;
 
     std::string name_;
+    kit::C3dOptions markers_;
     std::string text_; ///< of what can be read only once
     bool isRead_ = false;
+    std::optional<std::string> beginning_;
 };
 
 /// Reads a take that is needed once.

@@ -51,6 +51,13 @@ kit::UpAxis parseUp(const std::string& text) {
     return *up;
 }
 
+bool parseOrigin(const std::string& text) {
+    if (text != "seen" && text != "gaps") {
+        throw UsageError(fmt::format("--origin '{}': expected seen or gaps", text));
+    }
+    return text == "gaps";
+}
+
 double parseScale(const std::string& text) {
     constexpr double largest = 1e6;
     const auto scale = kit::numberIn<double>(text);
@@ -86,6 +93,16 @@ void addSpace(CLI::App& command, SpaceChoice& space) {
             "--scale", [&space](const std::string& text) { space.scale = parseScale(text); },
             "Multiply all lengths; if not given, 1")
         ->type_name("F");
+}
+
+void addOrigin(CLI::App& command, kit::C3dOptions& options) {
+    command
+        .add_option_function<std::string>(
+            "--origin",
+            [&options](const std::string& text) { options.originIsNotSeen = parseOrigin(text); },
+            "What markers of a C3D file are that lie at exactly 0,0,0 without a residual: seen or "
+            "gaps; if not given, gaps where markers leap there")
+        ->type_name("WHAT");
 }
 
 void addTakes(CLI::App& command, std::vector<std::string>& takes, const std::string& meaning) {

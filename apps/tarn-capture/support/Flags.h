@@ -7,6 +7,7 @@
 #include "support/FrameRange.h"
 
 #include <CLI/CLI.hpp>
+#include <tarn_kit/files/C3d.h>
 #include <tarn_kit/session/Rate.h>
 
 #include <optional>
@@ -33,6 +34,8 @@ void addOut(CLI::App& command, std::string& out, const std::string& type,
 void addSpace(CLI::App& command, SpaceChoice& space);
 /// --unit U
 void addUnit(CLI::App& command, std::optional<kit::LengthUnit>& unit, const std::string& meaning);
+/// --origin seen or --origin gaps: what markers at the origin of C3D files are.
+void addOrigin(CLI::App& command, kit::C3dOptions& options);
 /// --names FILE: a document that says what joints are called.
 void addNames(CLI::App& command, std::optional<std::string>& document);
 /// --frames A..B, A.. or N

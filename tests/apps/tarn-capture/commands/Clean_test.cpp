@@ -168,7 +168,7 @@ TEST_F(Clean, StandsInAPipe) {
     const Outcome outcome = runProgram("sh", {"-c", "cat '" + sample + "' | '" + captureProgram() +
                                                         "' clean - - > '" + out_ + "'"});
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_THAT(outcome.err, HasSubstr("standard input: 41 markers, 810 frames at 120 Hz\n"));
+    EXPECT_THAT(outcome.err, HasSubstr("stdin: 41 markers, 810 frames at 120 Hz\n"));
     EXPECT_EQ(readFile(out_), readFile(sample));
 }
 

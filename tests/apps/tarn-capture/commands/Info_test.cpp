@@ -257,6 +257,45 @@ TEST_F(Info, BreaksLongGuessesAtTheWidthOfTheTerminal) {
     }
 }
 
+TEST_F(Info, SaysWhatAFileIsThatIsNoTakeAndWhoReadsIt) {
+    const auto saidOf = [this](const std::string& text) {
+        writeFile(take_, text);
+        const Outcome outcome = capture({"info", take_});
+        EXPECT_EQ(outcome.exitCode, 1) << text;
+        EXPECT_THAT(outcome.err, HasSubstr(take_ + ": is "));
+        return outcome.err;
+    };
+    const std::string xml = "\xEF\xBB\xBF<?xml version=\"1.0\"?>\n<!-- <BodyNames> -->\n";
+    EXPECT_THAT(saidOf(xml + "<MocapActor>"), HasSubstr("'actor' reads it"));
+    EXPECT_THAT(saidOf(xml + "<MarkerSet/>"), HasSubstr("--markers takes it"));
+    EXPECT_THAT(saidOf("<BodyNames>\n"), HasSubstr("--names takes it"));
+    EXPECT_THAT(saidOf(xml + "<Session>"), HasSubstr("'view' and 'convert' read it"));
+    EXPECT_THAT(saidOf("<!DOCTYPE html>\n<html lang='en'>"), HasSubstr("a page for a browser"));
+    EXPECT_THAT(saidOf(xml + "<svg width='1'>"), HasSubstr("a picture"));
+    EXPECT_THAT(saidOf(xml + "<other>"), HasSubstr("an XML document of other"));
+    EXPECT_THAT(saidOf(" {\"asset\": {}}"), HasSubstr("a glTF file"));
+    EXPECT_THAT(saidOf(std::string("glTF\2\0\0\0", 8)), HasSubstr("a glTF file"));
+    EXPECT_THAT(saidOf("{\"nodes\": []}"), HasSubstr("a JSON document"));
+    EXPECT_THAT(saidOf("frame,time [s],Hips.x"), HasSubstr("a table"));
+    EXPECT_THAT(saidOf("\x1F\x8B\x08"), HasSubstr("unpack it first"));
+}
+
+TEST_F(Info, SaysWhatIsInADirectory) {
+    const std::string session = (directory_.path() / "session").string();
+    std::filesystem::create_directory(session);
+    EXPECT_THAT(capture({"info", session}).err,
+                HasSubstr(session + ": is a directory, not a take; name the takes in it"));
+    writeFile(session + "/session.xml", "<Session/>");
+    EXPECT_THAT(capture({"info", session}).err, HasSubstr("is a directory with a session"));
+}
+
+TEST_F(Info, LeavesWhatIsNotKnownToTheReadersOfTakes) {
+    writeFile(take_, "<");
+    EXPECT_THAT(capture({"info", take_}).err, HasSubstr("1:1: expected HIERARCHY"));
+    writeFile(take_, "no take at all");
+    EXPECT_THAT(capture({"info", take_}).err, HasSubstr("1:1: expected HIERARCHY"));
+}
+
 TEST_F(Info, ShowsSeveralTakesInOrder) {
     writeFile(take_, TakeText().text());
     const std::string one = capture({"info", take_}).out;

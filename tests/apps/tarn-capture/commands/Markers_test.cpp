@@ -257,6 +257,49 @@ TEST_F(Markers, AreConvertedByTheEndingOfTheFile) {
     EXPECT_THAT(outcome.err, HasSubstr("expected a C3D file"));
 }
 
+TEST_F(Markers, AreConvertedWithTheFramesThatAreAskedFor) {
+    ASSERT_EQ(capture({"convert", take_, out("cut.c3d"), "--frames", "8..9"}).exitCode, 0);
+    const kit::C3dTake cut = kit::readC3d(std::filesystem::path(out("cut.c3d")));
+    EXPECT_TRUE(cut.report.empty());
+    EXPECT_EQ(cut.frameCount, 2);
+    EXPECT_EQ(cut.firstFrame, 8);
+    EXPECT_EQ(c3d_testing::markersAt(cut, 0)[1].position.x, FileBuilder::coordinate(1, 1, 0));
+    ASSERT_EQ(capture({"convert", take_, out("cut.json"), "--frames", "8..9"}).exitCode, 0);
+    EXPECT_EQ(Json::parse(readFile(out("cut.json")))["frames"][0]["frame"], 8);
+    EXPECT_EQ(capture({"convert", take_, out("cut.csv"), "--frames", "1..2"}).exitCode, 2);
+    EXPECT_EQ(capture({"convert", take_, out("cut.glb"), "--frames", "8..9"}).exitCode, 2);
+}
+
+TEST_F(Markers, AreConvertedToAnotherUnitInTablesButNotInC3dFiles) {
+    ASSERT_EQ(capture({"convert", take_, out("a.csv"), "--unit", "m"}).exitCode, 0);
+    ASSERT_EQ(capture({"export", take_, "--format", "csv", "--unit", "m", "--out", out("b.csv")})
+                  .exitCode,
+              0);
+    EXPECT_EQ(readFile(out("a.csv")), readFile(out("b.csv")));
+    const Outcome outcome = capture({"convert", take_, out("a.c3d"), "--unit", "m"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("force plates"));
+}
+
+TEST_F(Markers, AtTheOriginAreWhatTheUserSays) {
+    std::string bytes = readFile(take_);
+    bytes.replace(3 * 512 + 16, 16, std::string(16, '\0')); // the second marker at the start
+    writeFile(take_, bytes);
+    const auto secondIn = [this](const std::string& origin) {
+        EXPECT_EQ(capture({"convert", take_, out("o.json"), "--origin", origin}).exitCode, 0);
+        return Json::parse(readFile(out("o.json")))["frames"][0]["positions"][1];
+    };
+    EXPECT_EQ(secondIn("seen"), Json::parse("[0, 0, 0]"));
+    EXPECT_TRUE(secondIn("gaps").is_null());
+    EXPECT_THAT(capture({"info", take_}).out,
+                HasSubstr("1 positions at exactly 0,0,0 without a residual, of Anna:RFHD, believed "
+                          "that nothing was seen"));
+    EXPECT_THAT(capture({"info", take_, "--origin", "seen"}).out, Not(HasSubstr("0,0,0")));
+    const Outcome outcome = capture({"info", take_, "--origin", "gone"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("--origin 'gone': expected seen or gaps"));
+}
+
 TEST_F(Markers, ArePlayedOntoAContactSheet) {
     const Outcome outcome = capture({"play", take_, "--out", out("pictures")});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
