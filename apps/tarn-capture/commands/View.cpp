@@ -9,6 +9,7 @@
 #include "support/Output.h"
 #include "support/OutputPath.h"
 #include "takes/MarkerSource.h"
+#include "takes/MeasuredMarkers.h"
 #include "takes/TakeSource.h"
 
 #include <fmt/format.h>
@@ -65,7 +66,7 @@ view::PageContent contentOf(const ViewOptions& options) {
     for (const std::string& name : bodies) {
         const auto document = documentOf(name);
         if (document) {
-            for (MarkerSource& source : solvedMarkersOf(*document, content.notes)) {
+            for (MarkerSource& source : measuredMarkersOf(*document, content.notes)) {
                 add(content, std::move(source));
             }
         }

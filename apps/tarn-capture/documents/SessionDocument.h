@@ -34,6 +34,7 @@ struct SessionOutcome {
 ///                 Clock       what its calibrator measured
 ///                 Dimensions  mean of each length, and its spread or, where bodies are fitted to
 ///                             markers, its uncertainty
+///                 TakeUp      of a take of markers: which of its axes is up
 ///                 Markers     how well the markers were met, as in the report of "solve"
 void describeSession(TakeSession& session, SessionOutcome outcome,
                      const std::filesystem::path& directory, const std::vector<std::string>& files);

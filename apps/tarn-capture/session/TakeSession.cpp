@@ -94,17 +94,20 @@ SpaceChoice spaceFor(const std::vector<Source>& sources, SpaceChoice choice) {
     return choice;
 }
 
-/// The markers of a take in the session's space.
-kit::C3dTake inSpace(kit::C3dTake take, const MarkerCast& cast, const SpaceChoice& asked,
+/// The axis of a take that is up: that along which its first performer stands, or as it states.
+kit::UpAxis upAxisIn(const kit::C3dTake& take, const MarkerCast& cast) {
+    const CastMember& first = cast.members.front();
+    return upAxisBy(take, first.who.subject, first.body).value_or(upAxisOf(take));
+}
+
+/// The markers of a take whose axis `up` is up, in the session's space.
+kit::C3dTake inSpace(kit::C3dTake take, kit::UpAxis up, const SpaceChoice& asked,
                      const SpaceChoice& space) {
     if (!(take.metresPerUnit > 0) && !asked.unit) { // laboratories measure in millimetres
         take.unit = "mm";
         take.metresPerUnit = 0.001;
     }
-    const CastMember& first = cast.members.front();
-    if (const auto up = upAxisBy(take, first.who.subject, first.body)) {
-        take.parameters.set("POINT", kit::C3dParameter::text("Y_SCREEN", "+" + kit::axisName(*up)));
-    }
+    take.parameters.set("POINT", kit::C3dParameter::text("Y_SCREEN", "+" + kit::axisName(up)));
     return withSpace(std::move(take), space);
 }
 
@@ -139,8 +142,8 @@ TakeSession::TakeSession(const std::vector<std::string>& takes, const TakeDevice
                                                                   std::move(source.body)));
             continue;
         }
-        const kit::C3dTake take =
-            inSpace(std::move(*source.markers), source.cast, markers.space, space);
+        const kit::UpAxis up = upAxisIn(*source.markers, source.cast);
+        const kit::C3dTake take = inSpace(std::move(*source.markers), up, markers.space, space);
         for (const CastMember& member : source.cast.members) {
             auto device = std::make_unique<kit::ReplayDevice>(member.who.name, markers.clock);
             device->open(take);
@@ -148,7 +151,8 @@ TakeSession::TakeSession(const std::vector<std::string>& takes, const TakeDevice
             performers_.push_back(std::make_unique<MarkerPerformer>(
                 session_,
                 MarkerTrial(take, source.file.name(), member.who.subject, member.who.name), member,
-                MarkerDevice{std::move(device), markers.clock, std::exchange(source.reading, 0)},
+                MarkerDevice{std::move(device), markers.clock, std::exchange(source.reading, 0),
+                             up},
                 statedSpace(markers.space, space)));
         }
     }

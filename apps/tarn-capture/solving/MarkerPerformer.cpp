@@ -34,8 +34,8 @@ kit::MarkerSource sourceOf(const MarkerTrial& trial) {
 
 MarkerPerformer::MarkerPerformer(kit::Session& session, MarkerTrial trial, const CastMember& member,
                                  MarkerDevice source, const kit::Space& space)
-    : TakePerformer(trial.file(), source.reading), trial_(std::move(trial)), space_(space),
-      solver_(member.who.name, member.body, sourceOf(trial_)) {
+    : TakePerformer(trial.file(), source.reading), trial_(std::move(trial)), takeUp_(source.up),
+      space_(space), solver_(member.who.name, member.body, sourceOf(trial_)) {
     takeRig();
     const kit::Rate rate = trial_.exactRate();
     kit::PerformerSetup setup;
@@ -185,6 +185,7 @@ std::vector<PerformerFile> MarkerPerformer::files() {
 }
 
 void MarkerPerformer::describe(Settings& character) {
+    character.setValue("TakeUp", kit::axisName(takeUp_));
     character.addSubSettings("Markers", reportOf(trial_, solved(), summary()));
 }
 

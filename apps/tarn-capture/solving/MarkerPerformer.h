@@ -27,7 +27,8 @@ namespace tarn::capture {
 struct MarkerDevice {
     std::unique_ptr<Device> device;
     std::shared_ptr<kit::Clock> clock;
-    double reading = 0; ///< how many seconds it took to read the take
+    double reading = 0;              ///< how many seconds it took to read the take
+    kit::UpAxis up = kit::UpAxis::Z; ///< which axis of the take as it was read is up
 };
 
 /// A performer whose take is markers: a body is fitted to each frame. It begins with the body of
@@ -70,6 +71,7 @@ private:
     const SolveSummary& summary();
 
     MarkerTrial trial_;
+    kit::UpAxis takeUp_;
     kit::Space space_;
     kit::MarkerSolver solver_;
     std::unique_ptr<kit::MarkerCalibrator> calibrator_; ///< none for a calibrated actor

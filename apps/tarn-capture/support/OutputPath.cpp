@@ -57,8 +57,11 @@ void refuseToOverwrite(const fs::path& input, const fs::path& output, std::strin
 void refuseToOverwrite(const std::vector<std::string>& inputs,
                        const std::vector<std::string>& outputs, std::string_view option) {
     for (const std::string& input : inputs) {
+        std::error_code error;
+        const bool isPart = !fs::exists(input, error); // "FILE#NAME"
+        const fs::path file = isPart ? input.substr(0, input.rfind('#')) : input;
         for (const std::string& output : outputs) {
-            refuseToOverwrite(fs::path(input), fs::path(output), option);
+            refuseToOverwrite(file, fs::path(output), option);
         }
     }
 }

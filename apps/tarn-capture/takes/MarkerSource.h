@@ -5,28 +5,27 @@
 
 #include "session/SpaceChoice.h"
 
+#include <tarn_kit/body/Rotations.h>
+#include <tarn_kit/files/C3d.h>
 #include <tarn_view/page/Page.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace tarn::capture {
 
-// Markers, as pages show them.
-
-/// What a C3D file holds, with the events that the file shows. Throws `kit::ReadError`.
+/// Markers, as pages show them, with the events that their file shows.
 struct MarkerSource {
     view::MarkerCloud cloud;
     std::vector<view::Event> events;
 };
 
-/// The markers of a C3D file, or of standard input.
-MarkerSource markersOf(const std::string& name, const SpaceChoice& space);
+/// The turn that brings an axis to Y; the others change places.
+kit::Quaterniond turnToY(kit::UpAxis up);
 
-/// The measured markers of the trials that a solve.xml tells of, each in the axes of the solved
-/// body and with how far it is off that. A take that is no longer where it was adds a note instead.
-std::vector<MarkerSource> solvedMarkersOf(const std::filesystem::path& document,
-                                          std::vector<std::string>& notes);
+/// The markers of a take, under a name. Precondition: its rate is positive.
+MarkerSource markersIn(const kit::C3dTake& take, const std::string& name);
+/// The markers of a C3D file, or of standard input. Throws `kit::ReadError`.
+MarkerSource markersOf(const std::string& name, const SpaceChoice& space);
 
 } // namespace tarn::capture
