@@ -157,9 +157,10 @@ void addConvert(CommandLine& line) {
                  "one, as a table or as JSON. A C3D file that is to have the encoding that it has "
                  "comes out byte for byte as it is",
                  convert);
-    addTakes(command, options.takes,
-             "For .glb and .gltf BVH files, sessions and solved trials (by their directory, "
-             "session.xml or solve.xml); else one C3D file; - is standard input");
+    addTakes(
+        command, options.takes,
+        "For .glb and .gltf BVH and take files, sessions and solved trials (by their directory, "
+        "session.xml or solve.xml); else one C3D file; - is standard input");
     command
         .add_option("OUT", options.out,
                     "The file to write, whose ending says what: .glb or .gltf, .c3d, .csv or .json")

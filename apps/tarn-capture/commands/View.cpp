@@ -10,6 +10,7 @@
 #include "support/OutputPath.h"
 #include "takes/MarkerSource.h"
 #include "takes/MeasuredMarkers.h"
+#include "takes/StoredSource.h"
 #include "takes/TakeSource.h"
 
 #include <fmt/format.h>
@@ -39,6 +40,16 @@ void add(view::PageContent& content, MarkerSource source) {
     content.events.insert(content.events.end(), source.events.begin(), source.events.end());
 }
 
+void addStored(view::PageContent& content, const std::string& file, const std::string& subject,
+               const SpaceChoice& space) {
+    StoredSource stored(file, subject);
+    for (MarkerSource& source : stored.markers(space)) {
+        add(content, std::move(source));
+    }
+    const auto notes = stored.notes();
+    content.events.insert(content.events.end(), notes.begin(), notes.end());
+}
+
 /// Names of takes, sessions and trials, one after the other.
 std::string titleOf(const view::PageContent& content) {
     std::vector<std::string> names;
@@ -56,9 +67,18 @@ view::PageContent contentOf(const ViewOptions& options) {
     view::PageContent content;
     std::vector<std::string> bodies;
     for (const std::string& name : options.takes) {
-        if (!documentOf(name) && TakeFile(name).holdsMarkers()) {
+        if (documentOf(name)) {
+            bodies.push_back(name);
+            continue;
+        }
+        TakeFile source(name);
+        const auto [file, subject] = source.stored();
+        if (!file.empty()) {
+            addStored(content, file, subject, options.space);
+        } else if (source.holdsMarkers()) {
             add(content, markersOf(name, options.space));
-        } else {
+        }
+        if (!source.holdsMarkers()) {
             bodies.push_back(name);
         }
     }
@@ -103,9 +123,10 @@ void addView(CommandLine& line) {
     auto [command, options] = line.add(
         "view", "Write takes as one page that plays them in a browser, with nothing else needed",
         makePage);
-    addTakes(command, options.takes,
-             "BVH and C3D files, sessions and solved trials (by their directory, session.xml or "
-             "solve.xml); - is standard input");
+    addTakes(
+        command, options.takes,
+        "BVH, C3D and take files, sessions and solved trials (by their directory, session.xml or "
+        "solve.xml); - is standard input");
     addOut(command, options.out, "PAGE.html", "The page to write, - for standard output");
     command
         .add_option("--title", options.title, "What the page is called; if not given, as takes are")

@@ -22,6 +22,8 @@ public:
     explicit TakeFile(std::string name, const kit::C3dOptions& markers = {});
 
     const std::string& name() const { return name_; }
+    /// The take file that it is, and whose take of it; empty names for what is none.
+    std::pair<std::string, std::string> stored() const;
 
     /// Whether it holds markers (C3D) and not a body (BVH), by its content.
     bool holdsMarkers();
@@ -43,8 +45,6 @@ private:
     void checkKind();
     std::string nameInErrors() const;
     bool isKept() const; ///< whether it can be read only once
-    /// The take file that it is, and whose body of it; empty names for what is none.
-    std::pair<std::string, std::string> stored() const;
 
     std::string name_;
     kit::C3dOptions markers_;

@@ -5,6 +5,7 @@
 
 #include "session/Take.h"
 #include "session/TakeFile.h"
+#include "takes/StoredSource.h"
 
 #include <fmt/format.h>
 #include <tarn/Settings.h>
@@ -113,6 +114,12 @@ std::optional<fs::path> documentOf(const fs::path& name) {
 std::vector<kit::PerformerTake> performersOf(const std::string& name, const SpaceChoice& space) {
     if (const auto document = documentOf(name)) {
         return performersIn(*document, space);
+    }
+    TakeFile source(name);
+    if (const auto [file, subject] = source.stored(); !file.empty() && !source.holdsMarkers()) {
+        if (auto performers = StoredSource(file, subject).performers(space); !performers.empty()) {
+            return performers;
+        }
     }
     return {performerOf(name, uniqueTakeNames({name}).at(0), space)};
 }

@@ -19,8 +19,8 @@ namespace tarn::capture {
 std::optional<std::filesystem::path> documentOf(const std::filesystem::path& name);
 
 /// All performers that a name on the command line stands for: that of a motion file; those of a
-/// session, by its session.xml or its directory; the solved bodies of a solve.xml or its directory.
-/// What the user says of their space holds for all of them.
+/// take file; those of a session, by its session.xml or its directory; the solved bodies of a
+/// solve.xml or its directory. What the user says of their space holds for all of them.
 ///
 /// Throws `kit::ReadError`, naming the file, if one cannot be read, and `std::runtime_error` if the
 /// name stands for no bodies.

@@ -55,6 +55,31 @@ TEST_F(Convert, WritesThePerformersOfASession) {
     EXPECT_EQ(dance.json["nodes"][0]["extras"]["rate"], "30");
 }
 
+TEST_F(Convert, WritesThePerformersOfARecording) {
+    const std::string recording = path("dance.tarn");
+    ASSERT_EQ(
+        capture({"run", danceA, danceB, "--out", path("session"), "--record", recording}).exitCode,
+        0);
+    ASSERT_EQ(capture({"convert", path("session"), path("session.glb"), "--no-mesh"}).exitCode, 0);
+    const Outcome done = capture({"convert", recording, path("recording.glb"), "--no-mesh"});
+    ASSERT_EQ(done.exitCode, 0) << done.err;
+    const GltfFile wanted = file("session.glb");
+    const GltfFile written = file("recording.glb");
+    EXPECT_NO_THROW(written.nodeNamed("cmu_61_12_salsa_b"));
+    for (const double time : {0.0, 7.0, 14.0}) {
+        const auto a = wanted.positionsAt(time);
+        const auto b = written.positionsAt(time);
+        ASSERT_EQ(a.size(), b.size());
+        for (std::size_t node = 0; node < a.size(); ++node) {
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                EXPECT_NEAR(a[node][axis], b[node][axis], 1e-4) << node;
+            }
+        }
+    }
+    ASSERT_EQ(capture({"convert", recording + "#cmu_61_12_salsa_b", path("one.glb")}).exitCode, 0);
+    EXPECT_EQ(file("one.glb").json["animations"].size(), 1U);
+}
+
 TEST_F(Convert, SaysHowFarAToleranceHasJointsOff) {
     const Outcome done = capture({"convert", danceA, path("dance.glb"), "--tolerance", "2"});
     ASSERT_EQ(done.exitCode, 0) << done.err;

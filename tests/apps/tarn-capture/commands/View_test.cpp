@@ -19,6 +19,7 @@ using ::testing::HasSubstr;
 using Json = nlohmann::json;
 
 const std::string dance = tarn::testing::samplePath("cmu_60_12_salsa_a.bvh").string();
+const std::string partner = tarn::testing::samplePath("cmu_61_12_salsa_b.bvh").string();
 const std::string walk = tarn::testing::samplePath("cmu_131_01_walk.bvh").string();
 const std::string jump = tarn::testing::samplePath("cmu_85_02.c3d").string();
 
@@ -79,6 +80,35 @@ TEST_F(View, ShowsASolvedTrialWithItsMeasuredMarkers) {
     ASSERT_EQ(view({path("solved/moved")}).exitCode, 0);
     EXPECT_TRUE(facts()["markers"].empty()) << "the take is not where it was";
     EXPECT_THAT(facts()["notes"].dump(), HasSubstr("measured markers of cmu_85_02 are not shown"));
+}
+
+TEST_F(View, ShowsRecordingsAsTheTakesThatTheyCameFrom) {
+    ASSERT_EQ(view({jump}).exitCode, 0);
+    const Json markers = facts()["markers"][0];
+    const std::string recording = path("jump.tarn");
+    ASSERT_EQ(capture({"stream", jump, "--speed", "0", "--record", recording}).exitCode, 0);
+    const Outcome done = view({recording});
+    ASSERT_EQ(done.exitCode, 0) << done.err;
+    EXPECT_EQ(facts()["markers"][0]["markers"], markers["markers"]);
+    EXPECT_EQ(facts()["markers"][0]["frames"], markers["frames"]);
+    EXPECT_TRUE(facts()["performers"].empty());
+    const Outcome none = view({recording + "#Nobody"});
+    EXPECT_EQ(none.exitCode, 1);
+    EXPECT_THAT(none.err, HasSubstr("holds no body"));
+    EXPECT_EQ(capture({"view", recording + "#Male", "--out", recording}).exitCode, 2)
+        << "a part of a file is of that file";
+}
+
+TEST_F(View, ShowsEverybodyOfARecordedSession) {
+    const std::string recording = path("session.tarn");
+    const Outcome run =
+        capture({"run", dance, partner, "--out", path("session"), "--record", recording});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    ASSERT_EQ(view({recording}).exitCode, 0);
+    EXPECT_EQ(facts()["performers"][0]["name"], "cmu_60_12_salsa_a");
+    EXPECT_EQ(facts()["performers"][1]["name"], "cmu_61_12_salsa_b");
+    ASSERT_EQ(view({recording + "#cmu_61_12_salsa_b"}).exitCode, 0);
+    EXPECT_EQ(facts()["performers"].size(), 1U);
 }
 
 TEST_F(View, RefusesWhatCannotBe) {
