@@ -113,6 +113,7 @@ kit::C3dTake ofSubject(kit::C3dTake take, const std::string& subject) {
                                                  kit::MarkerFrame(std::move(markers))));
     }
     std::vector<kit::C3dMarker> names;
+    names.reserve(chosen.size());
     for (const std::size_t index : chosen) {
         names.push_back(take.markers[index]);
     }
