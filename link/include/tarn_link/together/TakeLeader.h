@@ -16,9 +16,9 @@
 
 namespace tarn::link {
 
-/// Has all recorders on a link (see `TakeFollower`) record a take at once: arms it, starts it at an
-/// instant that still lies ahead, so that all of them hear of it before, and ends it. Recorders
-/// that come later learn where it is.
+/// Has all recorders on a link (see `TakeFollower`) record a take at once: arms it, and starts and
+/// ends it at instants that still lie ahead, so that all of them hear of it before. Recorders that
+/// come later learn where it is.
 ///
 /// Its going away leaves a take as it is: who records goes on until somebody leads again.
 ///
@@ -36,8 +36,9 @@ public:
     TakeCall arm(const std::string& name);
     /// Starts the take that is armed, after `ahead`; does nothing where none is.
     TakeCall start(kit::Clock::Duration ahead = std::chrono::milliseconds(500));
-    /// Ends the take that is recorded, or takes back one that is armed; does nothing where none is.
-    TakeCall end(kit::Clock::Duration ahead = kit::Clock::Duration::zero());
+    /// Ends the take that is recorded, after `ahead`, or takes back one that is armed; does nothing
+    /// where none is. Recorders that hear of it too late have frames from after the end.
+    TakeCall end(kit::Clock::Duration ahead = std::chrono::milliseconds(500));
     TakeCall call() const;
 
     /// What the recorders of the take said last, those too that are gone; by host and file.
