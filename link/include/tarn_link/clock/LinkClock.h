@@ -31,7 +31,7 @@ public:
     /// `LinkError`. Precondition: `interval`, between two questions, is positive, and `link` lives
     /// longer.
     LinkClock(const Link& link, std::uint64_t clock,
-              kit::Clock::Duration interval = std::chrono::milliseconds(100));
+              kit::Clock::Duration interval = std::chrono::milliseconds(200));
     ~LinkClock();
     LinkClock(const LinkClock&) = delete;
     LinkClock& operator=(const LinkClock&) = delete;

@@ -1,0 +1,160 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "link/LinkTest.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <thread>
+
+// One end of a stream of bodies whose numbers tell which frames they are:
+//
+//   stream_peer publish DOMAIN PEER PERFORMERS RATE FRAMES   offers "stage" and sends once somebody
+//   takes every frame;
+//                                                            says how many went out, and how many
+//                                                            could not
+//   stream_peer receive DOMAIN PEER every|newest PAUSE       takes it to its end, and PAUSE
+//   microseconds for each
+//                                                            frame; says "took FRAMES WRONG" now
+//                                                            and then, and at the end "end" with
+//                                                            what was received, lost, late, out of
+//                                                            order, skipped and refused, of tracks
+//                                                            how many began with their first frame,
+//                                                            reconnects, and wrong frames
+
+namespace {
+
+using namespace tarn;
+using namespace tarn::link;
+
+constexpr int segments = 31;
+const std::string stream = "stage";
+
+kit::BodyPose bodyOf(unsigned index, int performer) {
+    kit::BodyPose body;
+    body.segments.reserve(segments);
+    for (int i = 0; i < segments; ++i) {
+        body.segments.push_back(
+            {{static_cast<float>(index), static_cast<float>(performer), static_cast<float>(i)},
+             {0, 0, 0, 1}});
+    }
+    return body;
+}
+
+bool isBodyOf(const Frame& frame, int performer) {
+    const auto* const body = std::any_cast<kit::BodyPose>(&frame.data());
+    if (body == nullptr || frame.dataType() != kit::bodyDataType) {
+        return false;
+    }
+    const kit::BodyPose expected = bodyOf(frame.time().frameIndex(), performer);
+    if (body->segments.size() != expected.segments.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < expected.segments.size(); ++i) {
+        const auto& a = body->segments[i].position;
+        const auto& b = expected.segments[i].position;
+        if (a.x != b.x || a.y != b.y || a.z != b.z) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void publish(const std::shared_ptr<Link>& link, int performers, unsigned rate, unsigned frames) {
+    LinkPublisher publisher(link, stream);
+    Source source(performers);
+    for (int i = 0; i < performers; ++i) {
+        kit::TrackDescription description;
+        description.subject = "performer " + std::to_string(i);
+        description.rate = kit::Rate(static_cast<int>(rate));
+        publisher.addTrack(kit::bodyDataType, description);
+    }
+    source.tieTo(publisher);
+    publisher.start();
+    if (!publisher.awaitReceivers(1, longEnough)) {
+        throw LinkError("nobody receives");
+    }
+    const auto began = std::chrono::steady_clock::now();
+    for (unsigned index = 0; index < frames; ++index) {
+        std::this_thread::sleep_until(began +
+                                      std::chrono::nanoseconds(1'000'000'000LL * index / rate));
+        for (int i = 0; i < performers; ++i) {
+            source.send(
+                std::make_shared<Frame>(Time(index, rate), kit::bodyDataType, bodyOf(index, i)), i);
+        }
+    }
+    const bool isTaken = publisher.end(longEnough);
+    std::cout << publisher.sentFrames() << ' ' << publisher.lostFrames() << ' ' << isTaken
+              << std::endl;
+}
+
+void receive(const std::shared_ptr<Link>& link, Wanted wanted, std::chrono::microseconds pause) {
+    LinkDeviceOptions options;
+    options.wanted = wanted;
+    std::atomic<std::int64_t> took{0};
+    std::atomic<std::int64_t> wrong{0};
+    LinkDevice device(link, "receiver", options);
+    for (int port = 0; port < 16; ++port) {
+        device.oFramePort(port).connect([&, port](const std::shared_ptr<Frame>& frame) {
+            wrong += isBodyOf(*frame, port) ? 0 : 1;
+            ++took;
+            if (pause.count() > 0) {
+                std::this_thread::sleep_for(pause);
+            }
+        });
+    }
+    device.open(stream);
+    device.start();
+    LinkStatus status;
+    do {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        std::cout << "took " << took << ' ' << wrong << std::endl;
+        status = device.status();
+    } while (!status.hasEnded);
+    device.stop();
+    status = device.status();
+    LinkTrackStatus sum;
+    int whole = 0;
+    for (const LinkTrackStatus& track : status.tracks) {
+        sum.late += track.late;
+        sum.outOfOrder += track.outOfOrder;
+        sum.skipped += track.skipped;
+        whole += track.first == 0 ? 1 : 0;
+    }
+    std::cout << "end " << status.receivedFrames() << ' ' << status.lostFrames() << ' ' << sum.late
+              << ' ' << sum.outOfOrder << ' ' << sum.skipped << ' ' << status.refused << ' '
+              << whole << ' ' << status.reconnects << ' ' << wrong << std::endl;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 6) {
+        return 2;
+    }
+    try {
+        LinkOptions options;
+        options.domain = static_cast<std::uint32_t>(std::strtoul(argv[2], nullptr, 10));
+        options.peers = {argv[3]};
+        const auto link = std::make_shared<Link>(options);
+        const auto number = [&](int at) { return std::strtol(argv[at], nullptr, 10); };
+        if (std::string(argv[1]) == "publish" && argc == 7) {
+            publish(link, static_cast<int>(number(4)), static_cast<unsigned>(number(5)),
+                    static_cast<unsigned>(number(6)));
+        } else {
+            receive(link,
+                    std::string(argv[4]) == "every" ? Wanted::EveryFrame : Wanted::NewestFrame,
+                    std::chrono::microseconds(number(5)));
+        }
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
+    return 0;
+}
