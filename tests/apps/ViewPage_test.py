@@ -3,9 +3,10 @@
 
 """Pages that tarn-capture writes do in a real browser what they are for.
 
-usage: ViewPage_test.py TARN_CAPTURE DATA_DIR NODE_DIR
+usage: ViewPage_test.py TARN_CAPTURE DATA_DIR NODE_DIR [BROWSER...]
 
-Ends with 77, for a test that was skipped, where Node, its packages or Chromium are missing.
+Looks with the first of the browsers that is installed, "chromium" if none is named. Ends with 77, for a test that was
+skipped, where Node, its packages or all of the browsers are missing.
 """
 
 import json
@@ -17,9 +18,10 @@ import sys
 import tempfile
 
 program, data, node_dir = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3]).resolve()
-node, chromium = shutil.which("node"), shutil.which("chromium")
-if node is None or chromium is None or not (node_dir / "node_modules/puppeteer-core").is_dir():
-    print("skipped: no node, chromium or puppeteer-core (scripts/bootstrap installs them)")
+names = sys.argv[4:] or ["chromium"]
+node, browser = shutil.which("node"), next(filter(None, map(shutil.which, names)), None)
+if node is None or browser is None or not (node_dir / "node_modules/puppeteer-core").is_dir():
+    print(f"skipped: no node, {' or '.join(names)}, or puppeteer-core (scripts/bootstrap installs them, but for Firefox)")
     sys.exit(77)
 
 METRES = {"cm": 0.01, "m": 1, "mm": 0.001}
@@ -72,4 +74,4 @@ with tempfile.TemporaryDirectory() as temporary:
     script = pathlib.Path(__file__).parent / "view_page.cjs"
     # A home of its own, so that it finds nobody's settings.
     environment = {**os.environ, "HOME": str(directory)}
-    sys.exit(subprocess.run([node, str(script), str(node_dir), chromium, str(job_file)], env=environment).returncode)
+    sys.exit(subprocess.run([node, str(script), str(node_dir), browser, str(job_file)], env=environment).returncode)

@@ -9,11 +9,14 @@ const fs = require('node:fs');
 const common = ['--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader', '--ignore-gpu-blocklist',
   '--js-flags=--expose-gc'];
 
-/** Starts the browser, with more flags if any are given. */
-exports.launcher = (nodeDir, chromium) => (flags = []) =>
+/** Starts Chromium, with more flags if any are given, or Firefox. */
+exports.launcher = (nodeDir, program) => (flags = []) =>
   require(nodeDir + '/node_modules/puppeteer-core').launch({
-    executablePath: chromium, headless: true, args: [...common, ...flags], protocolTimeout: 300000,
+    executablePath: program, headless: true, protocolTimeout: 300000,
+    ...(exports.isFirefox(program) ? { browser: 'firefox' } : { args: [...common, ...flags] }),
   });
+
+exports.isFirefox = (program) => /firefox/.test(program);
 
 /** How coloured the pixels of the scene are, near points given in pixels: the ground and the sky are grey. */
 exports.saturations = async function (page, points) {

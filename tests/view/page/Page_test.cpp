@@ -7,14 +7,19 @@
 #include <nlohmann/json.hpp>
 #include <tarn_kit/body/Markers.h>
 #include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/TakeOf.h>
 #include <tarn_view/page/Page.h>
 
 #include <cmath>
 #include <limits>
+#include <random>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 #include <zlib.h>
 
 namespace tarn::view {
@@ -218,6 +223,75 @@ TEST(Page, NoTextBreaksOutOfItsPlace) {
         "</script><script>alert(1)</script>\"'<!--\xEF\xBF\xBD\xF0\x9F\x92\x83";
     EXPECT_EQ(factsOf(page)["events"][0]["label"], shown);
     EXPECT_EQ(factsOf(page)["performers"][0]["name"], shown + std::string(10'000, 'x'));
+}
+
+/// A page without the texts that it was given.
+std::string withoutTexts(std::string page) {
+    for (const auto& [start, end] :
+         {std::pair("<title>", "</title>"), std::pair("id=\"facts\">", "</script>")}) {
+        const std::size_t from = page.find(start) + std::string(start).size();
+        page.erase(from, page.find(end, from) - from);
+    }
+    return page;
+}
+
+TEST(Page, TextsAtRandomChangeNothingButThemselves) {
+    using namespace std::string_literals;
+    const std::vector<std::string> pieces = {"<",
+                                             ">",
+                                             "/",
+                                             "script",
+                                             "SCRIPT",
+                                             "</script",
+                                             "<!--",
+                                             "-->",
+                                             "]]>",
+                                             "\"",
+                                             "'",
+                                             "&",
+                                             "&lt;",
+                                             "\\",
+                                             "\\u003c",
+                                             "\n",
+                                             "\r",
+                                             "\t",
+                                             "\0"s,
+                                             "\x1B",
+                                             "\xE2\x80\xA8",
+                                             "\xF0\x9F\x92\x83",
+                                             "\xFF",
+                                             "\xC0\xAF",
+                                             "\xE2\x80",
+                                             "title",
+                                             "style",
+                                             " ",
+                                             "x"};
+    const std::string plain = withoutTexts(written(contentWith(arm({{0, 0}}))));
+    std::mt19937 random(20'261'122);
+    const auto text = [&] {
+        std::string words;
+        for (auto count = random() % 12; count > 0; --count) {
+            words += pieces[random() % pieces.size()];
+        }
+        return words;
+    };
+    for (int round = 0; round < 200; ++round) {
+        kit::PerformerTake performer = arm({{0, 0}});
+        performer.name = text();
+        performer.source = text();
+        PageContent content = contentWith(performer);
+        content.title = text();
+        content.notes.push_back(text());
+        const std::string page = written(content);
+        ASSERT_EQ(withoutTexts(page), plain) << content.title;
+        ASSERT_THAT(elementOf(page, "facts"), Not(HasSubstr("<")));
+        const std::size_t title = page.find("<title>") + 7;
+        ASSERT_EQ(page.find('<', title), page.find("</title>")) << content.title;
+        const Json facts = factsOf(page);
+        ASSERT_EQ(facts["title"], kit::validUtf8(content.title));
+        ASSERT_EQ(facts["notes"][0], kit::validUtf8(content.notes[0]));
+        ASSERT_EQ(facts["performers"][0]["name"], kit::validUtf8(performer.name));
+    }
 }
 
 TEST(Page, FourteenSecondsOfTwoDancersTakeLessThanThreeMegabytes) {

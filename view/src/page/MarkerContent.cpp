@@ -49,7 +49,7 @@ double append(Trajectory& trajectory, const MarkerCloud& cloud, const kit::Marke
     trajectory.presence.push_back(isThere ? 1 : 0);
     trajectory.residual.push_back(
         isThere && std::isfinite(residual)
-            ? 1 + static_cast<std::int32_t>(std::lround(std::min(residual, 1.0) / step))
+            ? 1 + static_cast<std::int32_t>(std::lround(std::clamp(residual, 0.0, 1.0) / step))
             : 0);
     if (!isThere) {
         for (Column& column : trajectory.position) {
