@@ -60,6 +60,9 @@ struct TakeRecorder::PrivateData {
     bool isStuck = false; ///< whether writing fails: it may do so for ever
     bool isOpen = false;
     bool isEnding = false;
+
+    bool isLastTry =
+        false; ///< of the thread: whether it began to write after the end was asked for
 };
 
 void TakeRecorder::PrivateData::add(std::int64_t track, std::shared_ptr<Frame> frame) {
@@ -94,6 +97,7 @@ bool TakeRecorder::PrivateData::takeBatch(RecordingBatch& batch) {
     batch.append(std::move(waiting));
     waiting = RecordingBatch();
     beingWritten = batch.frames.size();
+    isLastTry = isEnding;
     return !isEnding || !batch.isEmpty();
 }
 
@@ -142,7 +146,7 @@ void TakeRecorder::PrivateData::work() {
                 safeFrames += static_cast<std::int64_t>(batch.frames.size() - batch.refused);
                 lostFrames += static_cast<std::int64_t>(batch.refused);
             }
-            isLast = isEnding && !isWritten;
+            isLast = isLastTry && !isWritten;
             if (isLast) {
                 lostFrames +=
                     static_cast<std::int64_t>(batch.frames.size() + waiting.frames.size());
