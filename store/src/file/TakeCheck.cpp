@@ -10,9 +10,12 @@
 #include "rows/TakeTree.h"
 #include "rows/TrackRows.h"
 
+#include <tarn/Settings.h>
 #include <tarn_kit/files/Text.h>
 
+#include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace tarn::store {
@@ -33,15 +36,28 @@ std::string flawOf(Database& database, const StoredTrack& track, const kit::Code
                              "LEFT JOIN codec ON codec.id = chunk.codec WHERE track = ?1 "
                              "ORDER BY late, first");
     rows.bind(1, track.id);
+    Statement length(database, "SELECT slots FROM track WHERE id = ?1");
+    length.bind(1, track.id);
+    const auto slots = length.step() ? length.maybeInteger(0) : std::nullopt;
     std::int64_t count = 0;
     std::int64_t last = -1;
     while (rows.step()) {
+        if (rows.isNull(4)) {
+            return "a codec is missing";
+        }
         const ChunkRow chunk = chunkIn(rows, database.file());
         framesOf(chunk, codecs, database.file());
         std::int64_t previous = chunk.late ? -1 : last;
         for (const FrameHead& head : chunk.heads) {
             if (head.slot <= previous) {
                 return "frames stand out of order in chunk " + std::to_string(chunk.id);
+            }
+            if (!slots && head.index != head.slot) {
+                return "a frame in slot " + std::to_string(head.slot) + " has the time of frame " +
+                       std::to_string(head.index);
+            }
+            if (slots && head.slot >= *slots) {
+                return "track " + std::to_string(track.id) + " has frames behind its end";
             }
             previous = head.slot;
         }
@@ -54,6 +70,49 @@ std::string flawOf(Database& database, const StoredTrack& track, const kit::Code
     if (count != track.frames) {
         return "track " + std::to_string(track.id) + " has " + std::to_string(count) +
                " frames of " + std::to_string(track.frames);
+    }
+    return "";
+}
+
+/// Rows that say something of what is not there.
+std::string flawOfLinks(Database& database) {
+    struct Link {
+        const char* sql;
+        const char* flaw;
+    };
+    constexpr std::array<Link, 4> links = {{
+        {"SELECT 1 FROM chunk WHERE track NOT IN (SELECT id FROM track) LIMIT 1",
+         "frames of no track"},
+        {"SELECT 1 FROM placement WHERE take NOT IN (SELECT id FROM take) LIMIT 1",
+         "a track in no take"},
+        {"SELECT 1 FROM nested WHERE take NOT IN (SELECT id FROM take) LIMIT 1",
+         "a take in no take"},
+        {"SELECT 1 FROM track WHERE lost <> coalesce((SELECT sum(count) FROM loss WHERE "
+         "loss.track = track.id), 0) LIMIT 1",
+         "losses that were counted otherwise"},
+    }};
+    for (const Link& link : links) {
+        if (database.number(link.sql)) {
+            return link.flaw;
+        }
+    }
+    return "";
+}
+
+/// The documents of a scene and its characters.
+std::string flawOfScene(Database& database, TakeTree& tree) {
+    Statement documents(database, "SELECT value FROM fact WHERE key = 'scene' UNION ALL SELECT "
+                                  "settings FROM character UNION ALL SELECT actor FROM character");
+    while (documents.step()) {
+        const std::string document = documents.text(0);
+        Settings settings;
+        if (!document.empty() && !settings.loadSettingsFromString(document)) {
+            return "a settings document cannot be read";
+        }
+    }
+    Statement takes(database, "SELECT take FROM character WHERE take IS NOT NULL");
+    while (takes.step()) {
+        tree.prove(takes.integer(0));
     }
     return "";
 }
@@ -80,6 +139,14 @@ TakeVerdict verdictOf(Database& database, const std::shared_ptr<const kit::Codec
     TakeTree tree(database, rows);
     const auto root =
         kit::numberIn<std::int64_t>(database.text("SELECT value FROM fact WHERE key = 'take'"));
+    if (root) {
+        tree.prove(*root);
+    }
+    for (const std::string& flaw : {flawOfLinks(database), flawOfScene(database, tree)}) {
+        if (!flaw.empty()) {
+            return damaged(flaw);
+        }
+    }
     const std::int64_t last = root ? tree.lengthOf(*root) - 1 : -1;
     if (!factsOf(database).ended) {
         return {false, last < 0 ? "broken off before the first frame"

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "file/TakeMending.h"
 #include "rows/Chunk.h"
 #include "rows/Database.h"
 #include "rows/Schema.h"
@@ -81,6 +82,7 @@ public:
         : from_(&from), codecs_(&codecs),
           read_(from, "SELECT " TARN_CHUNK_COLUMNS ", chunk.first, chunk.last, chunk.codec FROM "
                       "chunk JOIN codec ON codec.id = chunk.codec WHERE chunk.id = ?1"),
+          track_(to, "SELECT slots IS NULL FROM track WHERE id = ?1"),
           write_(to, "INSERT INTO chunk (id, track, late, data_type, crc, heads, data, first, "
                      "last, codec) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)") {}
 
@@ -102,6 +104,7 @@ private:
     Database* from_;
     const kit::Codecs* codecs_;
     Statement read_;
+    Statement track_;
     Statement write_;
     std::map<std::int64_t, std::map<std::int64_t, Span>> spans_;
     std::map<std::int64_t, std::int64_t> frames_;
@@ -119,6 +122,16 @@ bool ChunkRescue::readChunk(std::int64_t id, ChunkRow& chunk) {
     } catch (const StoreError&) {
         return false;
     }
+    track_.reset();
+    track_.bind(1, chunk.track);
+    if (!track_.step()) {
+        return false;
+    }
+    const bool isRecording = track_.integer(0) != 0;
+    const bool isInTime =
+        std::all_of(chunk.heads.begin(), chunk.heads.end(), [isRecording](const FrameHead& head) {
+            return !isRecording || head.slot == head.index;
+        });
     // A copy whose slots are another's would break their order.
     const auto& known = spans_[chunk.track];
     const std::int64_t first = chunk.heads.front().slot;
@@ -130,7 +143,7 @@ bool ChunkRescue::readChunk(std::int64_t id, ChunkRow& chunk) {
     const bool overlaps =
         !chunk.late && ((next != known.end() && next->first <= last) ||
                         (next != known.begin() && std::prev(next)->second.last >= first));
-    return isOrdered && !overlaps;
+    return isInTime && isOrdered && !overlaps;
 }
 
 void ChunkRescue::rescue(std::int64_t id) {
@@ -209,6 +222,7 @@ TakeRecovery recoverTakeFile(const std::filesystem::path& file, const std::files
         for (const auto& [select, insert] : smallTables) {
             copyRows(from, to, select, insert);
         }
+        mendTracks(to);
         ChunkRescue rescue(from, to, *codecs);
         for (const std::int64_t id : chunkIds(from)) {
             rescue.rescue(id);
@@ -222,6 +236,7 @@ TakeRecovery recoverTakeFile(const std::filesystem::path& file, const std::files
                 .bind(2, frames)
                 .run();
         }
+        mendTakes(to);
         setFact(to, "recovered", utcNow());
         setEnded(to);
         transaction.commit();

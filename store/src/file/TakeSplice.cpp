@@ -19,6 +19,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace tarn::store {
@@ -36,6 +37,7 @@ public:
         for (StoredTrack& track : readTracks(database)) {
             tracks[track.id] = std::move(track);
         }
+        losses = readLosses(database);
     }
 
     std::int64_t rootTake() {
@@ -56,7 +58,34 @@ public:
     FrameRows frames;
     TakeTree tree;
     std::map<std::int64_t, StoredTrack> tracks;
+    std::vector<Loss> losses;
 };
+
+bool isSame(const Label& a, const Label& b) {
+    return a.subject == b.subject && a.name == b.name && a.unit == b.unit;
+}
+
+bool isSame(const kit::RigNode& a, const kit::RigNode& b) {
+    return a.name == b.name && a.parent == b.parent && a.isEndSite() == b.isEndSite() &&
+           a.channels == b.channels && a.offset.x == b.offset.x && a.offset.y == b.offset.y &&
+           a.offset.z == b.offset.z;
+}
+
+template <class List>
+bool areSame(const List& a, const List& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const auto& one, const auto& other) { return isSame(one, other); });
+}
+
+/// Whether frames of both mean the same.
+bool isSame(const StoredTrack& a, const StoredTrack& b) {
+    const auto& rig = a.description.rig;
+    const auto& other = b.description.rig;
+    return a.dataType == b.dataType && a.description.rate == b.description.rate &&
+           areSame(a.description.labels, b.description.labels) &&
+           (rig == nullptr || other == nullptr ? rig == other
+                                               : areSame(rig->nodes(), other->nodes()));
+}
 
 /// A file into which stretches go, one after the other.
 class Splice {
@@ -80,6 +109,7 @@ private:
     };
     struct PartTrack {
         std::int64_t id;
+        StoredTrack model;           ///< that of the first file
         std::int64_t lastIndex = -1; ///< of the times so far
     };
     /// A take of the new file.
@@ -95,6 +125,8 @@ private:
                   std::optional<std::pair<std::int64_t, std::int64_t>> parent);
     void appendTrack(Source& source, PartTrack& track, std::int64_t id, std::int64_t firstSlot,
                      std::int64_t count, std::int64_t at);
+    void addLosses(const Source& source, std::int64_t track, const Loss& span, std::int64_t shift);
+    void addFacts(Source& source);
 
     UnfinishedFile unfinished_;
     Database database_;
@@ -104,6 +136,7 @@ private:
     TrackRows rows_;
     std::vector<Part> parts_; ///< in the order in which takes are visited
     bool isFirst_ = true;
+    std::string ended_; ///< when the last file was
 };
 
 /// Where a take of the new file is: made for the first source, looked up for others.
@@ -127,29 +160,20 @@ Splice::Part& Splice::partFor(Source& source, const TakeStretch& stretch, std::s
             const StoredTrack& track = source.tracks[id];
             const std::int64_t copy = rows_.add(track.dataType, 0, track.description);
             place(database_, placeTrack, part.take, number++, copy, 0);
-            part.tracks.push_back({copy});
+            part.tracks.push_back({copy, track});
         }
         parts_.push_back(std::move(part));
     }
     const auto fail = [&source] {
         throw StoreError(source.database.file(), StoreProblem::Unsupported,
-                         "has other tracks than the first file, or other rates");
+                         "has other tracks than the first file, other rates, or another body");
     };
     if (at >= parts_.size() || parts_[at].tracks.size() != stretch.tracks.size()) {
         fail();
     }
     Part& part = parts_[at];
-    for (std::size_t i = 0; i < part.tracks.size() && !isFirst_; ++i) {
-        const StoredTrack& track = source.tracks[stretch.tracks[i].first];
-        Statement row(database_, "SELECT data_type, rate_numerator, rate_denominator FROM track "
-                                 "WHERE id = ?1");
-        row.bind(1, part.tracks[i].id);
-        const bool isThere = row.step();
-        std::optional<kit::Rate> rate;
-        if (isThere && !row.isNull(1)) {
-            rate = kit::Rate(row.integer(1), row.integer(2));
-        }
-        if (!isThere || row.integer(0) != track.dataType || rate != track.description.rate) {
+    for (std::size_t i = 0; i < part.tracks.size(); ++i) {
+        if (!isSame(part.tracks[i].model, source.tracks[stretch.tracks[i].first])) {
             fail();
         }
     }
@@ -162,19 +186,47 @@ void Splice::appendTrack(Source& source, PartTrack& track, std::int64_t id, std:
     const StoredTrack& from = source.tracks[id];
     const std::int64_t end = std::min(firstSlot + count - 1, from.lastSlot);
     std::optional<std::int64_t> shift; // of the times
+    std::int64_t ahead = 0;            // of the times, of their slots
     for (std::int64_t begin = std::max(firstSlot, from.firstSlot); begin <= end; begin += window) {
         const std::int64_t last = std::min(begin + window - 1, end);
         for (const EncodedFrame& frame : source.frames.encoded(id, begin, last)) {
             if (!shift) {
                 const bool goesBack = frame.head.index <= track.lastIndex;
                 shift = goesBack ? track.lastIndex + 1 - frame.head.index : 0;
+                ahead = std::int64_t{frame.head.index} - frame.head.slot;
             }
             const std::int64_t index = frame.head.index + *shift;
+            const std::int64_t slot = frame.head.slot - firstSlot + at;
+            if (index > std::numeric_limits<std::uint32_t>::max() ||
+                slot > std::numeric_limits<int>::max()) {
+                throw StoreError(unfinished_.target(), StoreProblem::Unsupported,
+                                 "would be too long");
+            }
             track.lastIndex = std::max(track.lastIndex, index);
-            chunks_.add(track.id, static_cast<std::uint32_t>(frame.head.slot - firstSlot + at),
+            chunks_.add(track.id, static_cast<std::uint32_t>(slot),
                         Time(static_cast<unsigned>(index), frame.head.rate), frame.dataType,
                         frame.codec, frame.bytes.data(), frame.bytes.size());
         }
+    }
+    const std::int64_t first = firstSlot + ahead;
+    addLosses(source, id, {track.id, first, first + count - 1, 0, ""}, shift.value_or(0));
+}
+
+/// Those of a track that are within the frame indexes of `span`; of one that is so in part, at most
+/// as many as there are.
+void Splice::addLosses(const Source& source, std::int64_t track, const Loss& span,
+                       std::int64_t shift) {
+    for (Loss loss : source.losses) {
+        if (loss.track != track || loss.last < span.first || loss.first > span.last) {
+            continue;
+        }
+        loss.track = span.track;
+        loss.first = std::max(loss.first, span.first);
+        loss.last = std::min(loss.last, span.last);
+        loss.count = std::min(loss.count, loss.last - loss.first + 1);
+        loss.first += shift;
+        loss.last += shift;
+        store::addLoss(database_, loss);
     }
 }
 
@@ -200,8 +252,22 @@ void Splice::append(Source& source, std::int64_t first, std::int64_t last) {
     const std::int64_t before = length();
     std::size_t at = 0;
     appendTake(source, stretch, at, std::nullopt);
+    const std::int64_t base = source.tree.baseOf(source.rootTake());
+    addNotes(source, base + first, base + last, before);
+    addFacts(source);
     isFirst_ = false;
-    addNotes(source, first, last, before);
+}
+
+/// Who recorded it and when it began is that of the first file, when it ended that of the last.
+void Splice::addFacts(Source& source) {
+    const TakeFileFacts facts = factsOf(source.database);
+    if (isFirst_) {
+        setFact(database_, "program", facts.program);
+        setFact(database_, "version", facts.version);
+        setFact(database_, "started", facts.startedUtc);
+        setFact(database_, "started_clock", std::to_string(facts.startedClock));
+    }
+    ended_ = facts.endedUtc;
 }
 
 void Splice::addNotes(Source& source, std::int64_t first, std::int64_t last, std::int64_t at) {
@@ -232,6 +298,9 @@ void Splice::commit() {
         }
     }
     setEnded(database_);
+    if (!ended_.empty()) {
+        setFact(database_, "ended", ended_);
+    }
     transaction_.commit();
     chunks_.close();
     database_.close();

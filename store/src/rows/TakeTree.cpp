@@ -17,8 +17,7 @@ constexpr const char* tracksOf =
 constexpr const char* takesOf =
     "SELECT child, frame_offset FROM nested WHERE take = ?1 ORDER BY place";
 
-/// A file may claim any number of empty slots: there are at most so many for each frame that it
-/// holds, and some more.
+/// At most so many slots for each frame that a file holds, and some more.
 constexpr std::int64_t slotsPerFrame = 10'000;
 constexpr std::int64_t slotsInAnyCase = 10'000'000;
 constexpr int mostTakes = 10'000;
@@ -46,9 +45,30 @@ std::vector<TakeTree::Child> TakeTree::children(const char* sql, std::int64_t ta
     Statement rows(*database_, sql);
     rows.bind(1, take);
     while (rows.step()) {
-        found.push_back({rows.integer(0), rows.integer(1)});
+        const std::int64_t offset = rows.integer(1);
+        if (offset != intOf(offset)) {
+            failDamaged("something stands too far off");
+        }
+        found.push_back({rows.integer(0), offset});
     }
     return found;
+}
+
+void TakeTree::count(std::int64_t slots, std::int64_t frames) {
+    slots_ += slots;
+    held_ += frames;
+    if (slots_ > slotsInAnyCase && slots_ / slotsPerFrame > held_) {
+        failDamaged("of " + std::to_string(slots_) + " slots " + std::to_string(held_) +
+                    " have frames");
+    }
+}
+
+std::int64_t TakeTree::slotIn(const Statement& row, int column) const {
+    const std::int64_t slot = row.integer(column);
+    if (slot < 0 || slot > std::numeric_limits<std::uint32_t>::max()) {
+        failDamaged("a frame stands in no slot");
+    }
+    return slot;
 }
 
 TakeTree::Extent TakeTree::extentOf(std::int64_t take) {
@@ -58,7 +78,7 @@ TakeTree::Extent TakeTree::extentOf(std::int64_t take) {
         failDamaged("a take is missing");
     }
     if (const auto length = row.maybeInteger(0)) {
-        return {false, 0, std::max<std::int64_t>(*length, 0)};
+        return {false, 0, std::max(intOf(*length), 0)};
     }
     Extent extent = {true, 0, 0};
     Statement slots(*database_,
@@ -72,9 +92,10 @@ TakeTree::Extent TakeTree::extentOf(std::int64_t take) {
         slots.bind(1, child.id);
         if (slots.step()) {
             for (const int column : {0, 1}) {
-                if (const auto slot = slots.maybeInteger(column)) {
-                    first = first ? std::min(*first, *slot) : *slot;
-                    last = std::max(last, slots.maybeInteger(column + 2).value_or(-1));
+                if (!slots.isNull(column)) {
+                    const std::int64_t slot = slotIn(slots, column);
+                    first = first ? std::min(*first, slot) : slot;
+                    last = std::max(last, slotIn(slots, column + 2));
                 }
             }
         }
@@ -86,6 +107,31 @@ TakeTree::Extent TakeTree::extentOf(std::int64_t take) {
 }
 
 std::int64_t TakeTree::lengthOf(std::int64_t take) { return extentOf(take).length; }
+
+std::int64_t TakeTree::baseOf(std::int64_t take) { return extentOf(take).base; }
+
+void TakeTree::prove(std::int64_t take) {
+    if (proven_.count(take) > 0) {
+        return;
+    }
+    enter(take);
+    const Extent extent = extentOf(take);
+    Statement row(*database_, "SELECT slots, frames FROM track WHERE id = ?1");
+    for (const Child& child : children(tracksOf, take)) {
+        row.reset();
+        row.bind(1, child.id);
+        if (!row.step()) {
+            failDamaged("a track is missing");
+        }
+        count(extent.isRecording ? extent.length : std::max(intOf(row.integer(0)), 0),
+              row.integer(1));
+    }
+    for (const Child& child : children(takesOf, take)) {
+        prove(child.id);
+    }
+    entered_.erase(take);
+    proven_.insert(take);
+}
 
 std::shared_ptr<Tracks> TakeTree::blank(std::int64_t take, const Extent& extent) {
     Statement row(*database_, "SELECT name, fps, frame_count, current, work_begin, work_end, "
@@ -115,11 +161,7 @@ std::shared_ptr<Track> TakeTree::trackPart(std::int64_t id, std::int64_t firstSl
     }
     auto track = std::make_shared<Track>(intOf(row.integer(0)));
     const auto frames = frames_->between(id, firstSlot, firstSlot + count - 1);
-    const auto held = static_cast<std::int64_t>(frames.size());
-    if (count > slotsInAnyCase && count / slotsPerFrame > held) {
-        failDamaged("a track of " + std::to_string(count) + " slots has " + std::to_string(held) +
-                    " frames");
-    }
+    this->count(count, static_cast<std::int64_t>(frames.size()));
     track->setFrameCount(intOf(count));
     for (const auto& [slot, frame] : frames) {
         if (slot - firstSlot < track->frameCount()) {
@@ -138,7 +180,7 @@ std::shared_ptr<Track> TakeTree::track(std::int64_t id, const Extent& extent) {
     if (!extent.isRecording) {
         Statement row(*database_, "SELECT slots FROM track WHERE id = ?1");
         row.bind(1, id);
-        count = row.step() ? std::max<std::int64_t>(row.integer(0), 0) : 0;
+        count = row.step() ? std::max(intOf(row.integer(0)), 0) : 0;
     }
     auto track = trackPart(id, extent.isRecording ? extent.base : 0, count);
     return tracks_[id] = track;

@@ -40,6 +40,11 @@ public:
     TakeStretch stretch(std::int64_t take, std::int64_t first, std::int64_t last);
     /// How many frame indexes a take has.
     std::int64_t lengthOf(std::int64_t take);
+    /// The slot that its frame index 0 shows, where it is a recording; else 0.
+    std::int64_t baseOf(std::int64_t take);
+    /// Throws `StoreError` unless the take is one that `whole` builds, as far as that can be told
+    /// without its frames.
+    void prove(std::int64_t take);
 
 private:
     /// Where a take stands among the slots of its tracks, and how long it is.
@@ -53,6 +58,7 @@ private:
         std::int64_t offset;
     };
 
+    std::int64_t slotIn(const Statement& row, int column) const;
     Extent extentOf(std::int64_t take);
     int rateOf(std::int64_t take);
     bool isAsLong(std::int64_t take, int rate, const Extent& parent, int parentRate);
@@ -61,6 +67,8 @@ private:
     std::vector<Child> children(const char* sql, std::int64_t take);
     std::shared_ptr<Track> track(std::int64_t id, const Extent& extent);
     std::shared_ptr<Track> trackPart(std::int64_t id, std::int64_t firstSlot, std::int64_t count);
+    /// A file may claim any number of empty slots: throws where it claims far more than it holds.
+    void count(std::int64_t slots, std::int64_t frames);
     /// Notes that a take is being built; throws for one that contains itself, or too many.
     void enter(std::int64_t take);
     [[noreturn]] void failDamaged(const std::string& why) const;
@@ -70,6 +78,9 @@ private:
     std::map<std::int64_t, std::shared_ptr<Tracks>> takes_;
     std::map<std::int64_t, std::shared_ptr<Track>> tracks_;
     std::set<std::int64_t> entered_;
+    std::set<std::int64_t> proven_;
+    std::int64_t slots_ = 0; ///< of all tracks so far
+    std::int64_t held_ = 0;  ///< frames of these
     int count_ = 0;
 };
 

@@ -10,6 +10,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -137,7 +138,12 @@ void readSlots(Database& database, StoredTrack& track) {
                                              "late = ?2");
         first.bind(1, track.id).bind(2, late);
         last.bind(1, track.id).bind(2, late);
-        if (first.step() && last.step()) {
+        if (first.step() && last.step() && !last.isNull(0)) {
+            for (const std::int64_t slot : {first.integer(0), last.integer(0)}) {
+                if (slot < 0 || slot > std::numeric_limits<std::uint32_t>::max()) {
+                    failDamaged(database, "a frame stands in no slot");
+                }
+            }
             const bool isEmpty = track.lastSlot < 0;
             track.firstSlot =
                 isEmpty ? first.integer(0) : std::min(track.firstSlot, first.integer(0));
@@ -207,6 +213,18 @@ std::int64_t TrackRows::add(int dataType, std::optional<std::int64_t> slots,
             .run();
     }
     return id;
+}
+
+bool isRig(Database& database, std::int64_t rig) {
+    try {
+        readRig(database, rig);
+        return true;
+    } catch (const StoreError& error) {
+        if (error.problem() != StoreProblem::Damaged) {
+            throw;
+        }
+        return false;
+    }
 }
 
 std::vector<StoredTrack> readTracks(Database& database) {

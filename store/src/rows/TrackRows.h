@@ -31,6 +31,9 @@ private:
     std::map<std::shared_ptr<const kit::Rig>, std::int64_t> rigs_;
 };
 
+/// Whether a rig is there and a body.
+bool isRig(Database& database, std::int64_t rig);
+
 /// All tracks of a file, in the order of their ids.
 std::vector<StoredTrack> readTracks(Database& database);
 

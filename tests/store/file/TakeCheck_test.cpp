@@ -14,6 +14,7 @@
 
 #include <memory>
 #include <random>
+#include <sqlite3.h>
 #include <string>
 #include <thread>
 
@@ -143,6 +144,99 @@ TEST(TakeCheck, FindsBitErrorsAndARecoveryKeepsTheRest) {
         }
     }
     EXPECT_GT(recovered, rounds() * 2 / 3);
+}
+
+void change(const std::string& file, const std::string& sql) {
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(database);
+    sqlite3_close(database);
+}
+
+struct Contradiction {
+    const char* sql;
+    const char* verdict;
+};
+
+class TakeCheckOf : public ::testing::TestWithParam<Contradiction> {};
+
+/// What no checksum covers.
+TEST_P(TakeCheckOf, RowsThatContradictEachOther) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    writeWhole(file);
+    change(file, GetParam().sql);
+    const TakeVerdict verdict = checkTakeFile(file);
+    EXPECT_FALSE(verdict.isWhole);
+    EXPECT_NE(verdict.line.find(GetParam().verdict), std::string::npos) << verdict.line;
+    recoverTakeFile(file, directory / "out.tarn");
+    const TakeVerdict after = checkTakeFile(directory / "out.tarn");
+    EXPECT_TRUE(after.isWhole) << after.line;
+    TakeReader(directory / "out.tarn").loadScene();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, TakeCheckOf,
+    ::testing::Values(
+        Contradiction{"DELETE FROM codec", "a codec is missing"},
+        Contradiction{"INSERT INTO chunk SELECT 999, 7, late, first, last, data_type, codec, crc, "
+                      "heads, data FROM chunk WHERE id = 1",
+                      "frames of no track"},
+        Contradiction{"UPDATE chunk SET crc = crc + 1 WHERE id = 2", "its checksum is another"},
+        Contradiction{"UPDATE chunk SET last = last + 1 WHERE id = 2",
+                      "chunk 2 has other slots than it says"},
+        Contradiction{"UPDATE chunk SET first = -5 WHERE id = 1", "stands in no slot"},
+        Contradiction{"DELETE FROM chunk WHERE id = 2", "frames of 6000"},
+        Contradiction{"UPDATE track SET frames = frames + 1", "6000 frames of 6001"},
+        Contradiction{"UPDATE track SET slots = 10", "track 1 has frames behind its end"},
+        Contradiction{"UPDATE track SET lost = 3", "losses that were counted otherwise"},
+        Contradiction{"UPDATE track SET rate_denominator = 0", "rate"},
+        Contradiction{"UPDATE track SET rig = 7", "a rig is missing"},
+        Contradiction{"UPDATE placement SET track = 7", "a track is missing"},
+        Contradiction{"UPDATE placement SET take = 7", "a track in no take"},
+        Contradiction{"UPDATE placement SET frame_offset = 5000000000", "too far off"},
+        Contradiction{"INSERT INTO nested VALUES (1, 0, 1, 0)", "nested without an end"},
+        Contradiction{"INSERT INTO nested VALUES (1, 0, 7, 0)", "a take is missing"},
+        Contradiction{"INSERT INTO nested VALUES (7, 0, 1, 0)", "a take in no take"},
+        Contradiction{"INSERT INTO fact VALUES ('scene', '<')", "a settings document"},
+        Contradiction{"INSERT INTO character VALUES (0, '', '', '<', NULL, NULL, NULL, 0)",
+                      "a settings document"},
+        Contradiction{"INSERT INTO character VALUES (0, '', '', '', NULL, 7, NULL, 0)",
+                      "a take is missing"}));
+
+TEST(TakeCheck, FindsFramesInOtherSlotsThanTheirTimes) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    auto take = std::make_shared<Tracks>();
+    take->setTimeLength(1);
+    take->setFrame(0, kit::poseDataType,
+                   std::make_shared<Frame>(Time(5, 120), kit::poseDataType, kit::Pose{{1}}));
+    {
+        TakeWriter writer(file, "test");
+        writer.write(take);
+        writer.commit();
+    }
+    EXPECT_TRUE(checkTakeFile(file).isWhole) << "of takes that were written, times are free";
+    change(file, "UPDATE track SET slots = NULL; UPDATE take SET length = NULL");
+    EXPECT_EQ(checkTakeFile(file).line, "damaged: a frame in slot 0 has the time of frame 5");
+}
+
+/// A file that claims more than memory holds.
+TEST(TakeCheck, RefusesTakesOfNothingButEmptySlots) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    {
+        TakeWriter writer(file, "test");
+        writer.write(std::make_shared<Tracks>());
+        writer.commit();
+    }
+    change(file, "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 1000) "
+                 "INSERT INTO track (id, data_type, slots, frames, lost) SELECT i, 1, 9000000, 0, "
+                 "0 FROM n; INSERT INTO placement SELECT 1, id, id, 0 FROM track");
+    EXPECT_NE(checkTakeFile(file).line.find("of 18000000 slots 0 have frames"), std::string::npos)
+        << checkTakeFile(file).line;
+    EXPECT_THROW(TakeReader(file).load(), StoreError);
 }
 
 TEST(TakeCheck, SaysWhatARecoveryLacksFromWhenToWhen) {

@@ -13,8 +13,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tarn::store {
 namespace {
@@ -24,7 +27,8 @@ using tarn::testing::TemporaryDirectory;
 
 /// Records `count` frames from a frame index on, all but those that are multiples of 10, and
 /// samples at ten times the rate.
-void record(const std::string& file, unsigned first, unsigned count, int rate = 60) {
+void record(const std::string& file, unsigned first, unsigned count, int rate = 60,
+            const TrackDescription& about = {}) {
     tsignal::Signal<std::shared_ptr<Frame>> poses;
     tsignal::Signal<std::shared_ptr<Frame>> samples;
     RecorderOptions options;
@@ -34,7 +38,7 @@ void record(const std::string& file, unsigned first, unsigned count, int rate = 
         [](kit::PayloadReader& from, std::uint32_t) { return from.get<int>(); });
     options.codecs = codecs;
     TakeRecorder recorder(file, options);
-    TrackDescription description;
+    TrackDescription description = about;
     description.subject = "Ada";
     description.rate = kit::Rate(rate);
     recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, description), poses);
@@ -120,6 +124,117 @@ TEST(TakeSplice, RefusesWhatDoesNotFit) {
                      StoreError);
     }
     EXPECT_EQ(directory.names(), (std::vector<std::string>{"a.tarn", "b.tarn"}));
+}
+
+TEST(TakeSplice, JoinsOnlyWhatMeansTheSame) {
+    const TemporaryDirectory directory;
+    const auto about = [](float length, const std::string& label) {
+        auto rig = std::make_shared<kit::Rig>();
+        rig->addJoint("Hips", -1, {0, length, 0}, {kit::Channel::Xposition});
+        TrackDescription description;
+        description.rig = rig;
+        description.labels = {{"", label, "", ""}};
+        return description;
+    };
+    record(directory / "a.tarn", 0, 20, 60, about(1, "x"));
+    record(directory / "same.tarn", 20, 20, 60, about(1, "x"));
+    record(directory / "longer.tarn", 20, 20, 60, about(2, "x"));
+    record(directory / "other.tarn", 20, 20, 60, about(1, "y"));
+    record(directory / "bare.tarn", 20, 20, 60);
+    const auto join = [&](const std::string& second) {
+        joinTakeFiles({directory / "a.tarn", directory / second}, directory / "out.tarn");
+    };
+    for (const char* const second : {"longer.tarn", "other.tarn", "bare.tarn"}) {
+        EXPECT_THROW(join(second), StoreError) << second;
+    }
+    join("same.tarn");
+    EXPECT_EQ(TakeReader(directory / "out.tarn").length(), 40);
+}
+
+TEST(TakeSplice, KeepsWhoRecordedAndWhatWasLost) {
+    const TemporaryDirectory directory;
+    const auto write = [&](const std::string& name, const std::string& program, unsigned first) {
+        auto take = std::make_shared<Tracks>();
+        auto track = std::make_shared<Track>(kit::poseDataType);
+        track->setFrameCount(20);
+        for (unsigned i = 0; i < 20; ++i) {
+            if (i != 5 && i != 6 && i != 12) {
+                track->setFrame(static_cast<int>(i),
+                                std::make_shared<Frame>(Time(first + i, 60), kit::poseDataType,
+                                                        kit::Pose{{1}}));
+            }
+        }
+        take->setTimeLength(20);
+        take->addTrack(track, 0);
+        TakeWriter writer(directory / name, program);
+        writer.write(take);
+        writer.addLoss({1, first + 5, first + 6, 2, "no room"});
+        writer.addLoss({1, first + 12, first + 12, 1, "no codec"});
+        writer.commit();
+    };
+    write("a.tarn", "studio 1", 100);
+    write("b.tarn", "studio 2", 100); // its times go back
+    const TakeFileFacts facts = TakeReader(directory / "a.tarn").facts();
+
+    cutTakeFile(directory / "a.tarn", 6, 9, directory / "cut.tarn");
+    TakeReader cut(directory / "cut.tarn");
+    ASSERT_EQ(cut.losses().size(), 1U);
+    EXPECT_EQ(cut.losses()[0].first, 106);
+    EXPECT_EQ(cut.losses()[0].last, 106);
+    EXPECT_EQ(cut.losses()[0].count, 1);
+    EXPECT_EQ(cut.losses()[0].reason, "no room");
+    EXPECT_EQ(cut.facts().program, "studio 1");
+    EXPECT_EQ(cut.facts().startedUtc, facts.startedUtc);
+    EXPECT_EQ(cut.facts().startedClock, facts.startedClock);
+    EXPECT_EQ(cut.facts().endedUtc, facts.endedUtc);
+
+    joinTakeFiles({directory / "a.tarn", directory / "b.tarn"}, directory / "joined.tarn");
+    TakeReader joined(directory / "joined.tarn");
+    EXPECT_EQ(joined.facts().program, "studio 1");
+    EXPECT_EQ(joined.tracks()[0].lost, 6);
+    ASSERT_EQ(joined.losses().size(), 4U);
+    EXPECT_EQ(joined.losses()[2].first, 125) << "counted on, as the times are";
+    EXPECT_EQ(checkTakeFile(directory / "joined.tarn").line,
+              "whole: 1 track, 34 frames, 6 lost while it was recorded");
+}
+
+TEST(TakeSplice, CutsAndJoinsAndRecoversPayloadsOfUnknownCodecs) {
+    const TemporaryDirectory directory;
+    record(directory / "take.tarn", 0, 20);
+    cutTakeFile(directory / "take.tarn", 0, 9, directory / "a.tarn");
+    cutTakeFile(directory / "take.tarn", 10, 19, directory / "b.tarn");
+    joinTakeFiles({directory / "a.tarn", directory / "b.tarn"}, directory / "joined.tarn");
+    recoverTakeFile(directory / "joined.tarn", directory / "out.tarn");
+    const auto take = TakeReader(directory / "out.tarn").load();
+    for (int k = 0; k < 200; ++k) {
+        const auto& payload = take->subTracks(0)->getFrame(k, 20)->dataAs<kit::EncodedPayload>();
+        EXPECT_EQ(payload.codec, (kit::CodecId{"studio.number", 3}));
+        int number = -1;
+        ASSERT_EQ(payload.bytes.size(), sizeof number);
+        std::memcpy(&number, payload.bytes.data(), sizeof number);
+        EXPECT_EQ(number, k);
+    }
+}
+
+TEST(TakeSplice, KeepsNotesOfARecordingAtTheirFrames) {
+    const TemporaryDirectory directory;
+    {
+        tsignal::Signal<std::shared_ptr<Frame>> port;
+        TakeRecorder recorder(directory / "take.tarn");
+        recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, {}), port);
+        recorder.start();
+        for (unsigned i = 500; i < 520; ++i) {
+            port.emit(std::make_shared<Frame>(Time(i, 60), kit::poseDataType, kit::Pose{{1}}));
+        }
+        recorder.addNote({"note", 507, "", "", "", "in", ""});
+        recorder.addNote({"note", 512, "", "", "", "out", ""});
+        recorder.end();
+    }
+    cutTakeFile(directory / "take.tarn", 5, 9, directory / "cut.tarn");
+    const auto notes = TakeReader(directory / "cut.tarn").notes();
+    ASSERT_EQ(notes.size(), 1U);
+    EXPECT_EQ(notes[0].text, "in");
+    EXPECT_EQ(notes[0].frame, 2);
 }
 
 TEST(TakeSplice, KeepsNotesAtTheirFrames) {

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include <tarn_store/file/TakeCheck.h>
 #include <tarn_store/file/TakeReader.h>
 #include <tarn_store/recording/TakeRecorder.h>
 
@@ -89,6 +90,9 @@ TEST(KilledRecorder, LeavesEveryFrameThatWasAnnouncedAsSafe) {
         const std::string file = directory / "take.tarn";
         const std::int64_t safe = killedAfter(file, static_cast<unsigned>(random() % 40'000));
         ASSERT_GE(safe, 0);
+        const TakeVerdict verdict = checkTakeFile(file);
+        EXPECT_FALSE(verdict.isWhole);
+        EXPECT_EQ(verdict.line.find("broken off at frame "), 0U) << verdict.line;
         TakeReader reader(file);
         EXPECT_FALSE(reader.facts().ended);
         const auto frames = reader.frames(1, 0, safe);
