@@ -27,6 +27,7 @@ using namespace tarn;
 
 std::shared_ptr<Tracks> poseTake(int frames) {
     std::vector<std::shared_ptr<Frame>> poses;
+    poses.reserve(static_cast<std::size_t>(frames));
     for (int i = 0; i < frames; ++i) {
         poses.push_back(i == 2 ? nullptr
                                : std::make_shared<Frame>(Time(static_cast<unsigned>(i), 30),
@@ -129,7 +130,7 @@ public:
     }
 
 private:
-    static void checksum(sqlite3_context* context, int, sqlite3_value** values) {
+    static void checksum(sqlite3_context* context, int /*count*/, sqlite3_value** values) {
         uLong crc = 0;
         for (int i = 0; i < 2; ++i) {
             const void* const blob = sqlite3_value_blob(values[i]);
