@@ -175,6 +175,23 @@ TEST(Page, ColumnsSayWherePositionsAndRotationsAre) {
     EXPECT_TRUE(reader.isAtEnd());
 }
 
+TEST(Page, ColumnsOfWhatGathersSpeedSayWhereItIs) {
+    std::vector<std::vector<float>> rows;
+    std::vector<std::int64_t> steps;
+    for (int i = 0; i < 40; ++i) {
+        steps.push_back(50 * i * (i + 1));
+        rows.push_back({static_cast<float>(0.0001 * static_cast<double>(steps.back())), 0});
+    }
+    Reader reader(written(contentWith(arm(rows))));
+    EXPECT_EQ(reader.next(steps.size()), steps);
+}
+
+TEST(Page, TurnsBeyondHalfATurnNeedNoMoreColumnsThanOthers) {
+    const std::string page = written(contentWith(arm({{0, 350}, {0, 355}, {0, 365}})));
+    EXPECT_EQ(factsOf(page)["performers"][0]["nodes"][0]["turns"], 3)
+        << "the opposite quaternion is the same turn";
+}
+
 TEST(Page, FramesWithoutABodyAreToldFromOthers) {
     const std::string page = written(contentWith(arm({{}, {0.5F, 0}, {}})));
     EXPECT_EQ(factsOf(page)["performers"][0]["whole"], false);
