@@ -166,13 +166,14 @@ int take(const TakeOptions& options) {
 } // namespace
 
 void addTake(CommandLine& line) {
-    auto [command, options] =
-        line.add("take",
-                 "Work with take files (.tarn): ls FILE lists what is in one; check FILE proves it "
-                 "and says whether it is whole, or where it was broken off (exit 1); recover FILE "
-                 "OUT makes a whole file of a damaged one and says what is missing; cut FILE A..B "
-                 "OUT and join FILE... OUT are exact by frame; note FILE TEXT adds a note",
-                 take);
+    auto [command, options] = line.add(
+        "take",
+        "Work with take files (.tarn): ls FILE lists what is in one; check FILE proves it "
+        "and says whether it is whole, or where it was broken off (exit 1); recover FILE "
+        "OUT makes a whole file of a damaged one and says what is missing; cut FILE A..B "
+        "OUT and join FILE... OUT are exact by frame, and what several machines recorded together "
+        "is joined side by side; note FILE TEXT adds a note",
+        take);
     command.add_option("ACTION", options.action, "ls, check, recover, cut, join or note")
         ->required()
         ->type_name("");

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cmath>
 #include <limits>
 #include <map>
 #include <memory>
@@ -97,6 +98,10 @@ public:
 
     /// Appends frame indexes `first` to `last` of the take that a source is about.
     void append(Source& source, std::int64_t first, std::int64_t last);
+    /// Makes a take for others to be beside one another in.
+    void makeStage(const std::string& name, int fps);
+    /// Puts the take that a source is about into it, to begin at a frame index.
+    void addBeside(Source& source, std::int64_t begin);
     void addNotes(Source& source, std::int64_t first, std::int64_t last, std::int64_t at);
     std::int64_t length() const { return parts_.empty() ? 0 : parts_.front().length; }
     void commit();
@@ -136,7 +141,11 @@ private:
     TrackRows rows_;
     std::vector<Part> parts_; ///< in the order in which takes are visited
     bool isFirst_ = true;
-    std::string ended_; ///< when the last file was
+    std::string ended_;      ///< when the last file was
+    std::int64_t stage_ = 0; ///< 0: there is none
+    std::int64_t stageLength_ = 0;
+    std::int64_t besides_ = 0; ///< takes in it
+    std::int64_t besideBegin_ = 0;
 };
 
 /// Where a take of the new file is: made for the first source, looked up for others.
@@ -151,7 +160,9 @@ Splice::Part& Splice::partFor(Source& source, const TakeStretch& stretch, std::s
         Part part;
         part.take = database_.lastId();
         if (parent) {
-            place(database_, placeTake, parent->first, parent->second, part.take, 0);
+            const bool isBeside = parent->first == stage_;
+            place(database_, placeTake, parent->first, parent->second, part.take,
+                  isBeside ? -besideBegin_ : 0); // a nested take is ahead by its offset
         } else {
             setFact(database_, "take", std::to_string(part.take));
         }
@@ -270,6 +281,30 @@ void Splice::addFacts(Source& source) {
     ended_ = facts.endedUtc;
 }
 
+void Splice::makeStage(const std::string& name, int fps) {
+    Statement(database_, "INSERT INTO take (name, fps, length, frame_count, current, "
+                         "work_begin, work_end, version) VALUES (?1, ?2, 0, 0, 0, 0, 0, 0)")
+        .bind(1, name)
+        .bind(2, fps)
+        .run();
+    stage_ = database_.lastId();
+    setFact(database_, "take", std::to_string(stage_));
+}
+
+void Splice::addBeside(Source& source, std::int64_t begin) {
+    const std::int64_t count = source.tree.lengthOf(source.rootTake());
+    const TakeStretch stretch = source.tree.stretch(source.rootTake(), 0, count - 1);
+    std::size_t at = parts_.size();
+    isFirst_ = true;
+    besideBegin_ = begin;
+    appendTake(source, stretch, at, std::pair(stage_, besides_++));
+    stageLength_ = std::max(stageLength_, begin + count);
+    const std::int64_t base = source.tree.baseOf(source.rootTake());
+    addNotes(source, base, base + count - 1, begin);
+    isFirst_ = besides_ == 1;
+    addFacts(source);
+}
+
 void Splice::addNotes(Source& source, std::int64_t first, std::int64_t last, std::int64_t at) {
     for (Note note : readNotes(source.database)) {
         if (note.frame && (*note.frame < first || *note.frame > last)) {
@@ -297,6 +332,13 @@ void Splice::commit() {
                 .run();
         }
     }
+    if (stage_ != 0) {
+        Statement(database_, "UPDATE take SET length = ?2, frame_count = ?2, work_end = ?2 - 1 "
+                             "WHERE id = ?1")
+            .bind(1, stage_)
+            .bind(2, stageLength_)
+            .run();
+    }
     setEnded(database_);
     if (!ended_.empty()) {
         setFact(database_, "ended", ended_);
@@ -307,7 +349,88 @@ void Splice::commit() {
     unfinished_.putInPlace();
 }
 
+constexpr const char* clockKind = "clock";
+
+/// When frame index 0 of a file was captured, and by which clock.
+struct Anchor {
+    std::string clock;
+    double instant = 0; ///< in nanoseconds: exact enough to find a frame by
+};
+
+std::optional<Anchor> anchorOf(Source& source, int fps) {
+    const std::int64_t base = source.tree.baseOf(source.rootTake());
+    for (const Note& note : readNotes(source.database)) {
+        const auto instant = kit::numberIn<std::int64_t>(note.label);
+        if (note.kind == clockKind && note.frame && instant && !note.context.empty()) {
+            const double since =
+                (static_cast<double>(*note.frame) - static_cast<double>(base)) * 1e9 / fps;
+            return Anchor{note.context, static_cast<double>(*instant) - since};
+        }
+    }
+    return std::nullopt;
+}
+
+int rateOf(Source& source) { return source.tree.stretch(source.rootTake(), 0, 0).fps; }
+
+/// At which frame index each of the files begins on their one timeline; nothing if they have none.
+std::vector<std::int64_t> beginsOf(const std::vector<fs::path>& files) {
+    std::vector<Anchor> anchors;
+    int fps = 0;
+    for (const fs::path& file : files) {
+        Source source(file);
+        const int rate = rateOf(source);
+        const auto anchor = rate > 0 ? anchorOf(source, rate) : std::nullopt;
+        if (!anchor || (!anchors.empty() && anchor->clock != anchors.front().clock)) {
+            return {};
+        }
+        if (!anchors.empty() && rate != fps) {
+            throw StoreError(file, StoreProblem::Unsupported,
+                             "has " + std::to_string(rate) + " frames per second, not " +
+                                 std::to_string(fps) + " as the first file");
+        }
+        fps = rate;
+        anchors.push_back(*anchor);
+    }
+    double earliest = anchors.front().instant;
+    for (const Anchor& anchor : anchors) {
+        earliest = std::min(earliest, anchor.instant);
+    }
+    std::vector<std::int64_t> begins;
+    for (std::size_t i = 0; i < anchors.size(); ++i) {
+        const double frames = (anchors[i].instant - earliest) * fps / 1e9;
+        if (frames > std::numeric_limits<int>::max() / 2.0) {
+            throw StoreError(files[i], StoreProblem::Unsupported,
+                             "was captured too long after the others");
+        }
+        begins.push_back(std::llround(frames));
+    }
+    return begins;
+}
+
+void joinBeside(const std::vector<fs::path>& files, const std::vector<std::int64_t>& begins,
+                const fs::path& out) {
+    Splice splice(out);
+    {
+        Source first(files.front());
+        splice.makeStage(first.tree.stretch(first.rootTake(), 0, 0).name, rateOf(first));
+    }
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        Source source(files[i]);
+        splice.addBeside(source, begins[i]);
+    }
+    splice.commit();
+}
+
 } // namespace
+
+Note clockNote(const std::string& clock, std::chrono::nanoseconds instant, std::int64_t frame) {
+    Note note;
+    note.kind = clockKind;
+    note.frame = frame;
+    note.label = std::to_string(instant.count());
+    note.context = clock;
+    return note;
+}
 
 void cutTakeFile(const fs::path& file, int first, int last, const fs::path& out) {
     Source source(file);
@@ -324,6 +447,11 @@ void cutTakeFile(const fs::path& file, int first, int last, const fs::path& out)
 
 void joinTakeFiles(const std::vector<fs::path>& files, const fs::path& out) {
     assert(!files.empty());
+    if (const auto begins = files.size() > 1 ? beginsOf(files) : std::vector<std::int64_t>();
+        !begins.empty()) {
+        joinBeside(files, begins, out);
+        return;
+    }
     Splice splice(out);
     for (const fs::path& file : files) {
         Source source(file);

@@ -13,7 +13,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
@@ -246,6 +248,82 @@ TEST(TakeSplice, KeepsNotesAtTheirFrames) {
     ASSERT_EQ(reader.notes().size(), 1U);
     EXPECT_EQ(reader.notes()[0].text, "x'); DROP TABLE note; --");
     EXPECT_TRUE(checkTakeFile(directory / "a.tarn").isWhole);
+}
+
+/// Records frames, of which the first was captured then, by the clock of who led.
+void recordAt(const std::string& file, unsigned first, unsigned count, std::chrono::nanoseconds at,
+              const std::string& clock = "leader 1, take 2", int rate = 60) {
+    tsignal::Signal<std::shared_ptr<Frame>> poses;
+    TakeRecorder recorder(file);
+    TrackDescription description;
+    description.subject = file.substr(file.rfind('/') + 1);
+    description.rate = kit::Rate(rate);
+    recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, description), poses);
+    recorder.start();
+    for (unsigned i = first; i < first + count; ++i) {
+        poses.emit(std::make_shared<Frame>(Time(i, static_cast<unsigned>(rate)), kit::poseDataType,
+                                           kit::Pose{{static_cast<float>(i)}}));
+    }
+    recorder.addNote(clockNote(clock, at, first));
+    recorder.end();
+}
+
+TEST(TakeSplice, JoinsFilesOfOneClockSideBySide) {
+    const TemporaryDirectory directory;
+    // Half a second, and less than half a frame, after the first.
+    recordAt(directory / "late.tarn", 7, 50, std::chrono::milliseconds(10'507));
+    recordAt(directory / "early.tarn", 1000, 40, std::chrono::seconds(10));
+    joinTakeFiles({directory / "late.tarn", directory / "early.tarn"}, directory / "both.tarn");
+    EXPECT_TRUE(checkTakeFile(directory / "both.tarn").isWhole);
+    TakeReader reader(directory / "both.tarn");
+    EXPECT_EQ(reader.length(), 80);
+    const auto take = reader.load();
+    ASSERT_EQ(take->subTracksCount(), 2);
+    EXPECT_EQ(take->timeLength(), 80);
+    take->setCurrentTime(39);
+    const auto late = take->subTracks(0);
+    const auto early = take->subTracks(1);
+    EXPECT_EQ(late->currentTime(), 9);
+    EXPECT_EQ(early->currentTime(), 39);
+    EXPECT_EQ(late->getFrame(9, kit::poseDataType)->dataAs<kit::Pose>().values[0], 16.0F);
+    EXPECT_EQ(early->getFrame(39, kit::poseDataType)->dataAs<kit::Pose>().values[0], 1039.0F);
+    ASSERT_EQ(reader.notes().size(), 2U);
+    EXPECT_EQ(reader.notes()[0].frame, 30) << "where it is on the one timeline";
+    EXPECT_EQ(reader.notes()[1].frame, 0);
+    EXPECT_EQ(reader.tracks()[0].description.subject, "late.tarn");
+
+    // What was joined can be cut, and keeps its timeline.
+    cutTakeFile(directory / "both.tarn", 20, 69, directory / "cut.tarn");
+    TakeReader cut(directory / "cut.tarn");
+    const auto part = cut.load();
+    EXPECT_EQ(part->subTracks(0)->getFrame(9, kit::poseDataType), nullptr);
+    EXPECT_EQ(part->subTracks(0)->getFrame(10, kit::poseDataType)->dataAs<kit::Pose>().values[0],
+              7.0F);
+    EXPECT_EQ(part->subTracks(1)->getFrame(0, kit::poseDataType)->dataAs<kit::Pose>().values[0],
+              1020.0F);
+}
+
+TEST(TakeSplice, JoinsFilesOfDifferentClocksOneAfterTheOther) {
+    const TemporaryDirectory directory;
+    recordAt(directory / "a.tarn", 0, 50, std::chrono::seconds(10), "leader 1, take 1");
+    recordAt(directory / "b.tarn", 0, 50, std::chrono::seconds(10), "leader 1, take 2");
+    joinTakeFiles({directory / "a.tarn", directory / "b.tarn"}, directory / "c.tarn");
+    TakeReader reader(directory / "c.tarn");
+    EXPECT_EQ(reader.length(), 100);
+    EXPECT_EQ(reader.tracks().size(), 1U);
+}
+
+TEST(TakeSplice, RefusesToPutSideBySideWhatDoesNotFit) {
+    const TemporaryDirectory directory;
+    recordAt(directory / "a.tarn", 0, 5, std::chrono::seconds(10));
+    recordAt(directory / "rate.tarn", 0, 5, std::chrono::seconds(10), "leader 1, take 2", 100);
+    recordAt(directory / "ages.tarn", 0, 5, std::chrono::hours(24 * 365 * 200));
+    for (const std::string other : {"rate.tarn", "ages.tarn"}) {
+        EXPECT_THROW(
+            joinTakeFiles({directory / "a.tarn", directory / other}, directory / "out.tarn"),
+            StoreError);
+    }
+    EXPECT_FALSE(std::filesystem::exists(directory / "out.tarn"));
 }
 
 } // namespace

@@ -5,7 +5,10 @@
 
 #include <tarn_store/Export.h>
 #include <tarn_store/file/StoreError.h>
+#include <tarn_store/file/TakeDescription.h>
 
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -22,11 +25,21 @@ namespace tarn::store {
 TARN_STORE_EXPORT void cutTakeFile(const std::filesystem::path& file, int first, int last,
                                    const std::filesystem::path& out);
 
+/// A note that says when a frame index of a file was captured, by a clock that other files name,
+/// too: that of who led them, say. A recorder adds it.
+TARN_STORE_EXPORT Note clockNote(const std::string& clock, std::chrono::nanoseconds instant,
+                                 std::int64_t frame);
+
 /// Writes the takes in several files as one, frame after frame. Payloads go over as they are. Times
 /// go over as they are where they ascend from one file to the next, as those of cuts do; otherwise
 /// they are counted on. Throws `StoreError`, and leaves what was at `out`, if the files do not have
 /// the same tracks of the same bodies and labels in the same rates, or something cannot be read or
-/// written. Precondition: there is a file.
+/// written.
+///
+/// Files that all have a clock note of one clock are put side by side instead, on one timeline:
+/// each as a nested take, to the nearest frame where it belongs; frame index 0 is that of the
+/// earliest. They need the same rate, of the take and not of those nested in it, and may have any
+/// tracks. Precondition: there is a file.
 TARN_STORE_EXPORT void joinTakeFiles(const std::vector<std::filesystem::path>& files,
                                      const std::filesystem::path& out);
 
