@@ -208,6 +208,7 @@ TEST(TroubledRecorder, KeepsOnAFullDiskWhatWasSafe) {
     RecorderOptions options;
     options.maximumLoss = std::chrono::milliseconds(2);
     options.queueFrames = 16;
+    options.whenFull = WhenFull::Wait; // so that the disk alone is to blame for what is missing
     std::atomic<std::int64_t> safe = -1;
     unsigned index = 0;
     {
