@@ -154,6 +154,7 @@ void LinkPublisher::PrivateData::offer(bool hasEnded) const {
     sample.host = host.data();
     sample.process = static_cast<std::uint32_t>(getpid());
     sample.program = program.data();
+    sample.clock = link->clock();
     sample.ended = hasEnded;
     sample.clock = link->clock();
     if (hasEnded) {
