@@ -14,6 +14,9 @@ void addCommands(CommandLine& line) {
     addConvert(line);
     addStream(line);
     addRun(line);
+    addPublish(line);
+    addWatch(line);
+    addRecordStreams(line);
     addTake(line);
     addActor(line);
     addMarkers(line);

@@ -25,10 +25,13 @@ void addInfo(CommandLine& line);
 void addManual(CommandLine& line);
 void addMarkers(CommandLine& line);
 void addPlay(CommandLine& line);
+void addPublish(CommandLine& line);
+void addRecordStreams(CommandLine& line);
 void addRun(CommandLine& line);
 void addSolve(CommandLine& line);
 void addStream(CommandLine& line);
 void addTake(CommandLine& line);
 void addView(CommandLine& line);
+void addWatch(CommandLine& line);
 
 } // namespace tarn::capture

@@ -46,6 +46,8 @@ public:
     /// Returns why not everything is in the file; nothing if it is. That is no reason to give up
     /// what else was captured.
     std::string end();
+    std::int64_t recordedFrames() const { return recorder_.safeFrames(); }
+    std::int64_t lostFrames() const { return recorder_.lostFrames(); }
     /// "994 frames recorded in walk.tarn", and how many were lost.
     std::string summary() const;
 

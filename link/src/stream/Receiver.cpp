@@ -189,13 +189,13 @@ void Receiver::status(const Request& /*request*/, Reply& reply) {
 
 std::chrono::nanoseconds Receiver::patience() const {
     const bool isEnding = current_ && current_->ended && !hasEnded_;
-    return isEnding ? std::chrono::milliseconds(10) : lookTime;
+    return isEnding || isLeaving_ ? std::chrono::milliseconds(10) : lookTime;
 }
 
 void Receiver::work() {
     const Steady::time_point now = Steady::now();
-    if (dds_triggered(offersCame_.get()) > 0 || now - looked_ >= lookTime) {
-        looked_ = now;
+    if (dds_triggered(offersCame_.get()) > 0 || now >= lookAgain_) {
+        lookAgain_ = now + lookTime;
         followOffers();
     }
     if (descriptions_ != nullptr && dds_triggered(descriptionsCame_.get()) > 0) {
@@ -205,12 +205,14 @@ void Receiver::work() {
         readFrames();
     }
     endIfOver();
+    disconnectIfDrained();
 }
 
 void Receiver::followOffers() {
     const LinkOffer* latest = nullptr;
     std::map<std::uint64_t, std::uint64_t> seen;
-    const std::vector<LinkOffer> offers = offers_.offers();
+    std::vector<LinkOffer> gone;
+    const std::vector<LinkOffer> offers = offers_.offers(&gone);
     for (const LinkOffer& offer : offers) {
         const auto& known = readVersions();
         if (offer.name != name_ ||
@@ -224,13 +226,36 @@ void Receiver::followOffers() {
         }
     }
     seen_ = std::move(seen);
-    if (latest == nullptr) {
-        disconnect();
-    } else if (!current_ || current_->stream != latest->stream) {
+    if (current_ && (latest == nullptr || current_->stream != latest->stream)) {
+        leave(gone);
+    } else if (latest != nullptr && !current_) {
         connect(*latest);
-    } else if (latest->ended && !current_->ended) {
-        current_ = last_ = *latest;
-        quietSince_ = Steady::now();
+    } else if (latest != nullptr) {
+        isLeaving_ = false; // it was not heard of for a while
+        if (latest->ended && !current_->ended) {
+            current_ = last_ = *latest;
+            quietSince_ = Steady::now();
+        }
+    }
+}
+
+/// The publisher may have ended and gone while the host was busy with its frames.
+void Receiver::leave(const std::vector<LinkOffer>& gone) {
+    isLeaving_ = true;
+    for (const LinkOffer& offer : gone) {
+        if (offer.stream == current_->stream && offer.ended && !current_->ended) {
+            current_ = last_ = offer;
+            quietSince_ = Steady::now();
+        }
+    }
+}
+
+/// Not before what is here has been put out.
+void Receiver::disconnectIfDrained() {
+    const bool isDrained = frames_ == nullptr || dds_triggered(framesCame_.get()) <= 0;
+    if (isLeaving_ && isDrained && (!isConnected() || !current_->ended || hasEnded_)) {
+        disconnect();
+        lookAgain_ = Steady::time_point::min(); // another one may be there already
     }
 }
 
@@ -267,6 +292,7 @@ void Receiver::disconnect() {
         return;
     }
     const bool wasThere = isConnected();
+    isLeaving_ = false;
     current_.reset();
     isDescribed_ = false;
     if (wasThere) {

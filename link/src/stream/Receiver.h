@@ -79,6 +79,8 @@ private:
     void status(const Request& request, Reply& reply);
 
     void followOffers();
+    void leave(const std::vector<LinkOffer>& gone);
+    void disconnectIfDrained();
     void connect(const LinkOffer& offer);
     void measureClock(std::uint64_t clock);
     void disconnect();
@@ -123,6 +125,7 @@ private:
     std::optional<LinkOffer> current_; ///< the stream that is followed
     LinkOffer last_;
     bool isDescribed_ = false;
+    bool isLeaving_ = false; ///< it is offered no more; what it has sent may still be here
     bool wasConnected_ = false;
     std::map<std::uint64_t, std::vector<StreamTrack>> described_; ///< of streams, the latest ones
     std::vector<Track> tracks_;
@@ -130,7 +133,7 @@ private:
     std::size_t heldBytes_ = 0;
     bool hasEnded_ = false;
     Steady::time_point quietSince_ = Steady::now();
-    Steady::time_point looked_ = Steady::time_point::min();
+    Steady::time_point lookAgain_ = Steady::time_point::min();
 
     Device::DeviceState state_ = Device::Lost;
     std::deque<Device::DeviceState> announcements_; ///< the first one is being made

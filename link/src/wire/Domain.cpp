@@ -99,9 +99,7 @@ std::string configurationFor(const LinkOptions& options) {
     for (const std::string& address : interfaces) {
         xml += "<NetworkInterface address=\"" + address + "\"/>";
     }
-    if (!options.multicast && interfaces.empty()) {
-        xml += R"(<NetworkInterface address="127.0.0.1"/>)";
-    }
+    xml += R"(<NetworkInterface address="127.0.0.1"/>)"; // programs here may have no peers
     xml += "</Interfaces><AllowMulticast>";
     xml += options.multicast ? "true" : "false";
     // A lost packet is asked for again at once; nobody who is late holds up the publisher; who

@@ -71,23 +71,25 @@ std::optional<LinkOffer> offerIn(const tarn_wire_Offer& sample) {
     return offer;
 }
 
-std::vector<LinkOffer> OfferReader::offers() const {
+std::vector<LinkOffer> OfferReader::offers(std::vector<LinkOffer>* gone) const {
+    std::vector<LinkOffer> offers;
+    const auto addTo = [](std::vector<LinkOffer>* list) {
+        return [list](const tarn_wire_Offer& sample, const dds_sample_info_t& info) {
+            auto offer = info.valid_data ? offerIn(sample) : std::nullopt;
+            if (offer && list != nullptr) {
+                list->push_back(std::move(*offer));
+            }
+        };
+    };
     // Those that are gone make room for others.
     eachSample<tarn_wire_Offer, maxKeys>(reader_.get(), dds_take_mask,
                                          DDS_ANY_SAMPLE_STATE | DDS_ANY_VIEW_STATE |
                                              DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE |
                                              DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE,
-                                         [](const tarn_wire_Offer&, const dds_sample_info_t&) {});
-    std::vector<LinkOffer> offers;
+                                         addTo(gone));
     eachSample<tarn_wire_Offer, maxKeys>(
         reader_.get(), dds_read_mask,
-        DDS_ANY_SAMPLE_STATE | DDS_ANY_VIEW_STATE | DDS_ALIVE_INSTANCE_STATE,
-        [&offers](const tarn_wire_Offer& sample, const dds_sample_info_t& info) {
-            auto offer = info.valid_data ? offerIn(sample) : std::nullopt;
-            if (offer) {
-                offers.push_back(std::move(*offer));
-            }
-        });
+        DDS_ANY_SAMPLE_STATE | DDS_ANY_VIEW_STATE | DDS_ALIVE_INSTANCE_STATE, addTo(&offers));
     std::sort(offers.begin(), offers.end(), [](const LinkOffer& a, const LinkOffer& b) {
         return a.name != b.name ? a.name < b.name : a.stream < b.stream;
     });

@@ -23,8 +23,9 @@ class OfferReader {
 public:
     explicit OfferReader(dds_entity_t participant) : reader_(participant, offerEnd()) {}
     dds_entity_t get() const noexcept { return reader_.get(); }
-    /// What is offered now, by name.
-    std::vector<LinkOffer> offers() const;
+    /// What is offered now, by name. `gone` gets what was said last of what is not offered any
+    /// more, each once.
+    std::vector<LinkOffer> offers(std::vector<LinkOffer>* gone = nullptr) const;
 
 private:
     Reader reader_;

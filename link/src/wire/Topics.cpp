@@ -3,7 +3,9 @@
 
 #include "wire/Topics.h"
 
-#include <array>
+#include <algorithm>
+#include <cstddef>
+#include <vector>
 
 namespace tarn::link {
 
@@ -52,9 +54,23 @@ Writer::Writer(dds_entity_t participant, const EndSettings& settings)
               settings.topic) {}
 
 int Writer::readers() const {
-    dds_publication_matched_status_t status{};
-    dds_get_publication_matched_status(writer_.get(), &status);
-    return static_cast<int>(status.current_count);
+    std::vector<dds_instance_handle_t> handles(maxKeys);
+    const dds_return_t found =
+        dds_get_matched_subscriptions(writer_.get(), handles.data(), handles.size());
+    handles.resize(std::min(handles.size(), static_cast<std::size_t>(std::max(found, 0))));
+    return static_cast<int>(
+        std::count_if(handles.begin(), handles.end(), [this](dds_instance_handle_t handle) {
+            dds_builtintopic_endpoint_t* const reader =
+                dds_get_matched_subscription_data(writer_.get(), handle);
+            if (reader == nullptr) {
+                return false; // it has just gone
+            }
+            dds_reliability_kind_t kind{};
+            const bool isReliable = dds_qget_reliability(reader->qos, &kind, nullptr) &&
+                                    kind == DDS_RELIABILITY_RELIABLE;
+            dds_builtintopic_free_endpoint(reader);
+            return isReliable;
+        }));
 }
 
 Reader::Reader(dds_entity_t participant, const EndSettings& settings)

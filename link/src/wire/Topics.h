@@ -44,7 +44,7 @@ public:
     dds_entity_t get() const noexcept { return writer_.get(); }
     /// Returns the middleware's code: 0, or why it was not written.
     dds_return_t write(const void* sample) const { return dds_write(writer_.get(), sample); }
-    /// How many readers there are.
+    /// How many readers there are that want every sample.
     int readers() const;
 
 private:
