@@ -87,8 +87,8 @@ std::string flawOfLinks(Database& database) {
          "a track in no take"},
         {"SELECT 1 FROM nested WHERE take NOT IN (SELECT id FROM take) LIMIT 1",
          "a take in no take"},
-        {"SELECT 1 FROM track WHERE lost <> coalesce((SELECT sum(count) FROM loss WHERE "
-         "loss.track = track.id), 0) LIMIT 1",
+        {"SELECT 1 FROM track WHERE lost <> (SELECT total(count) FROM loss WHERE "
+         "loss.track = track.id) LIMIT 1",
          "losses that were counted otherwise"},
     }};
     for (const Link& link : links) {

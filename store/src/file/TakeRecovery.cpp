@@ -83,6 +83,8 @@ public:
           read_(from, "SELECT " TARN_CHUNK_COLUMNS ", chunk.first, chunk.last, chunk.codec FROM "
                       "chunk JOIN codec ON codec.id = chunk.codec WHERE chunk.id = ?1"),
           track_(to, "SELECT slots IS NULL FROM track WHERE id = ?1"),
+          // Found by its number where the list of all of them breaks off.
+          codec_(to, "INSERT OR REPLACE INTO codec (id, name, version) VALUES (?1, ?2, ?3)"),
           write_(to, "INSERT INTO chunk (id, track, late, data_type, crc, heads, data, first, "
                      "last, codec) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)") {}
 
@@ -105,6 +107,7 @@ private:
     const kit::Codecs* codecs_;
     Statement read_;
     Statement track_;
+    Statement codec_;
     Statement write_;
     std::map<std::int64_t, std::map<std::int64_t, Span>> spans_;
     std::map<std::int64_t, std::int64_t> frames_;
@@ -114,7 +117,7 @@ bool ChunkRescue::readChunk(std::int64_t id, ChunkRow& chunk) {
     try {
         read_.reset();
         read_.bind(1, id);
-        if (!read_.step()) {
+        if (!read_.step() || read_.isNull(4)) { // there is no codec of that number
             return false;
         }
         chunk = chunkIn(read_, from_->file());
@@ -158,6 +161,10 @@ void ChunkRescue::rescue(std::int64_t id) {
     std::size_t dataSize = 0;
     const std::byte* const heads = read_.blob(7, headsSize);
     const std::byte* const data = read_.blob(8, dataSize);
+    codec_.bind(1, read_.integer(11))
+        .bind(2, chunk.codec.name)
+        .bind(3, std::int64_t{chunk.codec.version})
+        .run();
     write_.bind(1, chunk.id)
         .bind(2, chunk.track)
         .bind(3, chunk.late ? 1 : 0)

@@ -235,6 +235,9 @@ void Splice::addLosses(const Source& source, std::int64_t track, const Loss& spa
         loss.first = std::max(loss.first, span.first);
         loss.last = std::min(loss.last, span.last);
         loss.count = std::min(loss.count, loss.last - loss.first + 1);
+        if (loss.count <= 0) { // it contradicts itself
+            continue;
+        }
         loss.first += shift;
         loss.last += shift;
         store::addLoss(database_, loss);
