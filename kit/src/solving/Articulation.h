@@ -66,6 +66,7 @@ struct Stance {
 struct Sighting {
     Vector3d position;
     double weight = 0;
+    bool isWanted = true; ///< whether another label's measurement may be taken for it
 };
 
 /// One per marker.

@@ -5,6 +5,7 @@
 
 #include "solving/BodyAssembly.h"
 #include "solving/BodyFit.h"
+#include "solving/MarkerTracker.h"
 #include "solving/PoseFit.h"
 #include "solving/UsualTurns.h"
 
@@ -24,6 +25,9 @@ constexpr double landmarkSpread = 0.015; ///< ... and those at a joint, where bo
 constexpr double leastInFit = 0.002;     ///< of a marker from its place, while a body is fitted ...
 constexpr double hidden = 2.5;           ///< skin moves that much further than misses show
 constexpr double leastSpread = 0.006;    ///< ... and when it is solved in movements not seen yet
+
+constexpr double usualNoise = 0.0008; ///< of a marker along an axis, without skin
+constexpr double alikePoses = 6;      ///< so many frames show skin in the same pose
 
 /// Frames of a take are more alike than the noise of each: what is stated of lengths and offsets is
 /// that much wider than independent frames would have it. From bodies that are known.
@@ -97,6 +101,18 @@ BodyExpectation expectationOf(const MarkerSet& set, const MarkerBody& generic,
     return expectation;
 }
 
+/// How much each of the frames counts, by how far markers commonly are from their places: noise
+/// differs from frame to frame, what skin does is the same in all frames of like poses.
+double evidenceOf(const Articulation& body, double wide) {
+    std::vector<double> spreads;
+    for (const SolvedMarker& marker : body.markers) {
+        spreads.push_back(marker.spread / wide);
+    }
+    const double ratio = std::min(1.0, usualNoise / median(spreads));
+    const double skin = 1 - ratio * ratio;
+    return 1 / (1 - skin + skin * alikePoses);
+}
+
 /// The work, stage by stage.
 class Calibration {
 public:
@@ -122,30 +138,21 @@ private:
         }
     }
 
-    /// Solves the frames of these numbers, one after the other.
+    /// Solves the frames of these numbers, one after the other. Labels that were exchanged are put
+    /// right, and what lies too far off is left out.
     std::vector<FitFrame> solve(const std::vector<std::size_t>& numbers, double threshold) {
         std::vector<FitFrame> frames;
-        PoseFit fit(body());
-        fit.threshold = threshold;
-        FitFrame frame;
-        frame.stance.turns.resize(body().joints.size());
-        double usualCost = 0;
+        MarkerTracker tracker(body());
+        tracker.fit().threshold = threshold;
         for (const std::size_t number : numbers) {
-            frame.sightings = all_[number];
-            FitOutcome outcome;
-            if (!frames.empty()) {
-                outcome = fit.refine(frame.stance, frame.sightings);
-            }
-            if (frames.empty() || outcome.cost > 1.5 * usualCost) {
-                Stance started = frame.stance;
-                const FitOutcome anew = fit.start(started, frame.sightings);
-                if (frames.empty() || anew.cost < outcome.cost) {
-                    outcome = anew;
-                    frame.stance = started;
+            tracker.track(all_[number]);
+            FitFrame frame = {tracker.sightings(), tracker.stance()};
+            for (std::size_t m = 0; m < frame.sightings.size(); ++m) {
+                if (tracker.isDoubted(m)) {
+                    frame.sightings[m].weight = 0;
                 }
             }
-            usualCost = frames.empty() ? outcome.cost : 0.9 * usualCost + 0.1 * outcome.cost;
-            frames.push_back(frame);
+            frames.push_back(std::move(frame));
         }
         return frames;
     }
@@ -172,6 +179,7 @@ private:
         setSpreads(frames, leastInFit, hidden);
         setUsualTurns(frames);
         std::vector<FitFrame> chosen = mostDifferent(frames);
+        expectation_.evidence = evidenceOf(body(), hidden);
         BodyFit fit(body(), expectation_);
         fit.threshold = 4;
         double part = 0.6;

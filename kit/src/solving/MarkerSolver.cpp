@@ -97,10 +97,12 @@ void MarkerSolver::PrivateData::read(const MarkerFrame& frame) {
             const Marker& marker = frame[static_cast<std::size_t>(solved->columns[m])];
             const Vector3d position = source.metresPerUnit * toDouble(marker.position);
             if (marker.hasPosition() && std::isfinite(position.x + position.y + position.z)) {
-                sighting = {position, 1};
+                sighting.position = position;
+                sighting.weight = 1;
             }
         }
         solved->sightings[m] = sighting;
+        solved->sightings[m].isWanted = !solved->isLeftOut[m] && !(sighting.weight > 0);
         solved->sightings[m].weight *= solved->isLeftOut[m] ? 0 : solved->body.markers[m].weight;
     }
 }

@@ -53,40 +53,53 @@ double MarkerTracker::costOf(std::size_t marker, std::size_t sighting) const {
     return bound * squared / (bound + squared);
 }
 
-/// Exchanges the two measurements that gain most by it. Both have to fit well afterwards.
-bool MarkerTracker::findSwap() {
+/// What is gained by exchanging the measurements of a doubted marker and of another one, or by
+/// taking the first for the second's where there is none; nothing unless they fit well afterwards.
+double MarkerTracker::gainOf(std::size_t a, std::size_t b) const {
     const double bound = fit_.threshold * fit_.threshold;
-    double bestGain = bound; // of two costs that are each below the bound
+    const double moved = costOf(b, a);
+    if (!(sightings_[b].weight > 0)) {
+        const double gain = costOf(a, a) - moved;
+        return sightings_[b].isWanted && moved < 0.1 * bound && gain > 0.5 * bound ? gain : 0;
+    }
+    const double other = costOf(a, b);
+    const double gain = costOf(a, a) + costOf(b, b) - moved - other;
+    return moved < 0.5 * bound && other < 0.5 * bound && gain > bound ? gain : 0;
+}
+
+/// Exchanges the two measurements that gain most by it.
+bool MarkerTracker::findSwap() {
+    double bestGain = 0;
     std::pair<std::size_t, std::size_t> best;
-    bool found = false;
     for (std::size_t a = 0; a < body_.markers.size(); ++a) {
         if (!isDoubted(a)) {
             continue;
         }
         for (std::size_t b = 0; b < body_.markers.size(); ++b) {
-            if (b == a || !(sightings_[b].weight > 0) || (b < a && isDoubted(b))) {
+            if (b == a || (b < a && isDoubted(b))) {
                 continue;
             }
-            const double before = costOf(a, a) + costOf(b, b);
-            const double first = costOf(a, b);
-            const double second = costOf(b, a);
-            if (first < 0.5 * bound && second < 0.5 * bound && before - first - second > bestGain) {
-                bestGain = before - first - second;
+            const double gain = gainOf(a, b);
+            if (gain > bestGain) {
+                bestGain = gain;
                 best = {std::min(a, b), std::max(a, b)};
-                found = true;
             }
         }
     }
-    if (found) {
-        std::swap(sightings_[best.first].position, sightings_[best.second].position);
-        const auto same = std::find(swaps_.begin(), swaps_.end(), best);
-        if (same == swaps_.end()) {
-            swaps_.push_back(best);
-        } else {
-            swaps_.erase(same);
-        }
+    if (!(bestGain > 0)) {
+        return false;
     }
-    return found;
+    std::swap(sightings_[best.first].position, sightings_[best.second].position);
+    if (!(sightings_[best.first].weight > 0 && sightings_[best.second].weight > 0)) {
+        std::swap(sightings_[best.first].weight, sightings_[best.second].weight);
+    }
+    const auto same = std::find(swaps_.begin(), swaps_.end(), best);
+    if (same == swaps_.end()) {
+        swaps_.push_back(best);
+    } else {
+        swaps_.erase(same);
+    }
+    return true;
 }
 
 /// Puts labels right where the body stands.

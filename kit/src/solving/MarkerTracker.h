@@ -37,6 +37,7 @@ public:
 private:
     void exchangeSwapped();
     bool findSwap();
+    double gainOf(std::size_t a, std::size_t b) const;
     double costOf(std::size_t marker, std::size_t sighting) const;
     std::size_t doubts() const;
     FitOutcome recover(FitOutcome outcome);

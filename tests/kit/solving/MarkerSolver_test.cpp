@@ -143,6 +143,28 @@ TEST_F(MarkerSolverTest, PutsLabelsRightThatWereSwappedAndSaysSo) {
     }
 }
 
+TEST_F(MarkerSolverTest, TakesALabelForThatOfAMarkerThatIsHiddenUnlessItWasLeftOut) {
+    const MarkerSet set = MarkerSet::load("cmu41");
+    const auto a = static_cast<std::size_t>(set.markerOf("LKNE"));
+    const auto b = static_cast<std::size_t>(set.markerOf("RKNE"));
+    feed(solver, frameAt(0));
+    for (unsigned i = 1; i < 8; ++i) {
+        frameAt(i);
+        std::swap(markers[a], markers[b]);
+        markers[b] = Marker();
+        solver.leaveOut("RKNE", i >= 6);
+        ASSERT_TRUE(feed(solver, frameOf(markers, i)));
+        const MarkerVerdict wrong = i < 6 ? MarkerVerdict::Swapped : MarkerVerdict::Doubted;
+        EXPECT_EQ(fitIn(solver)[a].verdict, wrong) << i;
+        EXPECT_EQ(fitIn(solver)[b].verdict, i < 6 ? wrong : MarkerVerdict::Left) << i;
+        EXPECT_LT(worstMissOf(solver, truth), 5);
+    }
+    markers[a] = Marker::at(markers[a].position + Vector3f{0, 0, 300});
+    solver.leaveOut("RKNE", false);
+    ASSERT_TRUE(feed(solver, frameOf(markers, 8)));
+    EXPECT_EQ(fitIn(solver)[a].verdict, MarkerVerdict::Doubted) << "a ghost is nobody's";
+}
+
 TEST_F(MarkerSolverTest, DoubtsAMarkerThatIsWhereItCannotBe) {
     feed(solver, frameAt(0));
     frameAt(1);
