@@ -33,8 +33,8 @@ struct MarkerSource {
 ///
 /// It starts from any pose without help, goes on from frame to frame, and finds the body again
 /// where it was lost. A marker far from where the body has it hardly counts; two that carry each
-/// other's label are exchanged, and said to be. Where nothing is seen, the body stays as it was
-/// and the frame has not converged.
+/// other's label are exchanged, and said to be, also where one of them is hidden. Where nothing is
+/// seen, the body stays as it was and the frame has not converged.
 ///
 /// Fed frame by frame or with a take, it makes the same bodies of the same frames. `evaluate()`
 /// takes what was added since the last time; `evaluate(tracks, first, last)` the frames with these
