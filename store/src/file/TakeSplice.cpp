@@ -394,7 +394,7 @@ std::vector<std::int64_t> beginsOf(const std::vector<fs::path>& files) {
         fps = rate;
         anchors.push_back(*anchor);
     }
-    double earliest = anchors.front().instant;
+    double earliest = std::numeric_limits<double>::infinity();
     for (const Anchor& anchor : anchors) {
         earliest = std::min(earliest, anchor.instant);
     }
