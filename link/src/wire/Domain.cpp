@@ -80,7 +80,7 @@ bool isLoopback(const std::string& address) { return address.rfind("127.", 0) ==
 
 /// How the middleware is set up. What is written in it comes from this file and from addresses.
 std::string configurationFor(const LinkOptions& options) {
-    std::vector<std::string> peers = {loopback};
+    std::vector<std::string> peers;
     std::vector<std::string> interfaces;
     for (const std::string& host : options.peers) {
         const Route route = routeTo(host);
@@ -91,6 +91,11 @@ std::string configurationFor(const LinkOptions& options) {
     }
     std::sort(interfaces.begin(), interfaces.end());
     interfaces.erase(std::unique(interfaces.begin(), interfaces.end()), interfaces.end());
+    // This machine, too, by the addresses that its programs send from.
+    peers.insert(peers.end(), interfaces.begin(), interfaces.end());
+    if (interfaces.empty()) {
+        peers.emplace_back(loopback);
+    }
 
     std::string xml = "<CycloneDDS><Domain><General><Interfaces>";
     if (options.multicast && interfaces.empty()) {
@@ -99,7 +104,11 @@ std::string configurationFor(const LinkOptions& options) {
     for (const std::string& address : interfaces) {
         xml += "<NetworkInterface address=\"" + address + "\"/>";
     }
-    xml += R"(<NetworkInterface address="127.0.0.1"/>)"; // programs here may have no peers
+    // Through one of several, the middleware would send to others from an address they cannot
+    // answer.
+    if (!options.multicast && interfaces.empty()) {
+        xml += R"(<NetworkInterface address="127.0.0.1"/>)";
+    }
     xml += "</Interfaces><AllowMulticast>";
     xml += options.multicast ? "true" : "false";
     // A lost packet is asked for again at once; nobody who is late holds up the publisher; who
@@ -132,7 +141,11 @@ std::string routeProblem(const std::string& host) {
 
 Domain::Domain(const LinkOptions& options)
     : entity_(dds_create_domain(options.domain, configurationFor(options).c_str()),
-              "no network for a link") {}
+              "no network for a link") {
+    // What goes wrong is told in codes; the middleware's own lines do not belong on a host's
+    // terminal.
+    dds_set_log_mask(DDS_LC_FATAL);
+}
 
 /// The domains that this program is in: the middleware has one of each number.
 class DomainRegistry {

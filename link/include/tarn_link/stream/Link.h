@@ -26,8 +26,9 @@ public:
 struct LinkOptions {
     /// Only programs of one domain, 0 to 200, see each other.
     std::uint32_t domain = 0;
-    /// The other machines, by name or IPv4 address; this machine always belongs to it. With none,
-    /// nothing leaves this machine. It does for two machines that one of them names the other.
+    /// The other machines, by name or IPv4 address. With none, nothing leaves this machine, and
+    /// only programs on it that have none either are seen. Two machines see each other where each
+    /// names the other.
     std::vector<std::string> peers;
     /// Whether machines that nobody names are looked for, too: everybody on the network sees what
     /// is offered then, and may send something.
