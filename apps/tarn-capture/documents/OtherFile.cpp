@@ -10,6 +10,7 @@
 #include <cctype>
 #include <cstddef>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 #include <utility>
 
@@ -110,6 +111,19 @@ std::string otherFileText(std::string_view beginning) {
         return "a table, not a take; 'export' writes such tables, and no command reads them";
     }
     return {};
+}
+
+bool isTake(const std::string& file) {
+    std::error_code error;
+    if (!fs::is_regular_file(file, error)) {
+        return false; // what can be read only once is left to its reader
+    }
+    std::array<char, 16> bytes{};
+    std::ifstream(file, std::ios::binary).read(bytes.data(), bytes.size());
+    const std::string_view start(bytes.data(), bytes.size());
+    constexpr char keyOfC3d = 0x50;
+    return startsWith(start, "HIERARCHY") || startsWith(start, "SQLite format 3") ||
+           (start[1] == keyOfC3d && static_cast<unsigned char>(start[0]) < ' ');
 }
 
 std::string otherDirectoryText(const std::string& directory) {

@@ -16,4 +16,7 @@ std::string otherFileText(std::string_view beginning);
 /// The same of a directory.
 std::string otherDirectoryText(const std::string& directory);
 
+/// The other way round: whether a file where a document is expected is a take.
+bool isTake(const std::string& file);
+
 } // namespace tarn::capture

@@ -3,6 +3,7 @@
 
 #include "session/ActorDocument.h"
 
+#include "documents/OtherFile.h"
 #include "support/StandardStreams.h"
 
 #include <fmt/format.h>
@@ -70,6 +71,10 @@ std::string loadActor(Actor& actor, const std::string& file) {
         text = readStandardInput();
         kit::loadSettings(actor, text, "stdin");
     } else {
+        if (isTake(file)) {
+            throw std::runtime_error(fmt::format(
+                "{}: is a take, where an actor's document is needed; 'info' describes it", file));
+        }
         text = kit::loadSettings(actor, file);
     }
     if (actor.subSettings(actorGroup) == nullptr) {

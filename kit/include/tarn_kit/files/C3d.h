@@ -51,9 +51,10 @@ struct C3dOptions {
     /// Whether a marker exactly at the origin that no camera saw and that has no residual counts as
     /// not seen. The format's own mark of a gap is a negative fourth word, but some programs leave
     /// such positions instead. If this is not set, the data decides for the whole file: they are
-    /// gaps if a marker leaps there from more than four times as far as it ever gets from a frame
-    /// to the next. Points that POINT:ANGLES, FORCES, MOMENTS, POWERS or SCALARS lists are always
-    /// seen then: they may well be 0. The report says if there are such gaps.
+    /// gaps if a marker leaps there from more than four times as far as it gets from a frame to the
+    /// next, but for a tenth of its steps. Points that POINT:ANGLES, FORCES, MOMENTS, POWERS or
+    /// SCALARS lists are always seen then: they may well be 0. The report says if there are such
+    /// gaps.
     std::optional<bool> originIsNotSeen;
 };
 

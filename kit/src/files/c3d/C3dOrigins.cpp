@@ -33,34 +33,43 @@ struct Visits {
     bool areLeaps = false;
 };
 
+/// Whether a marker that is at the origin at times comes from much farther away than it gets from a
+/// frame to the next elsewhere. What it jumps there now and then (a tenth of its steps) says
+/// nothing: labels may be exchanged.
+bool leaps(const Table& table, std::uint64_t marker) {
+    double nearest = std::numeric_limits<double>::infinity(); // from where it comes or goes
+    std::vector<double> steps;                                // elsewhere
+    for (std::uint64_t frame = 1; frame < table.frames; ++frame) {
+        const Marker& before = table.at(frame - 1, marker);
+        const Marker& now = table.at(frame, marker);
+        if (!before.hasPosition() || !now.hasPosition()) {
+            continue;
+        }
+        const double step = lengthOf(toDouble(now.position) - toDouble(before.position));
+        if (isAtOrigin(now) != isAtOrigin(before)) {
+            nearest = step > 0 ? std::min(nearest, step) : nearest;
+        } else if (!isAtOrigin(now)) {
+            steps.push_back(step);
+        }
+    }
+    if (steps.empty() || nearest == std::numeric_limits<double>::infinity()) {
+        return false;
+    }
+    const auto most = steps.begin() + static_cast<std::ptrdiff_t>((steps.size() - 1) * 9 / 10);
+    std::nth_element(steps.begin(), most, steps.end());
+    constexpr double much = 4;
+    return nearest > much * *most;
+}
+
 Visits visitsOf(const Table& table, std::uint64_t marker) {
     Visits visits;
-    double nearest = std::numeric_limits<double>::infinity(); // from where it comes or goes
-    double longest = 0;                                       // step elsewhere
-    bool moves = false;
     for (std::uint64_t frame = 0; frame < table.frames; ++frame) {
-        const Marker& now = table.at(frame, marker);
-        const bool isThere = isAtOrigin(now);
-        if (isThere) {
+        if (isAtOrigin(table.at(frame, marker))) {
             visits.first = visits.count == 0 ? frame : visits.first;
             ++visits.count;
         }
-        const Marker* const before = frame == 0 ? nullptr : &table.at(frame - 1, marker);
-        if (before == nullptr || !before->hasPosition() || !now.hasPosition()) {
-            continue;
-        }
-        const bool wasThere = isAtOrigin(*before);
-        const double step = lengthOf(toDouble(now.position) - toDouble(before->position));
-        if (isThere != wasThere && step > 0) {
-            nearest = std::min(nearest, step);
-        } else if (!isThere && !wasThere) {
-            longest = std::max(longest, step);
-            moves = true;
-        }
     }
-    constexpr double much = 4;
-    visits.areLeaps =
-        moves && nearest > much * longest && nearest < std::numeric_limits<double>::infinity();
+    visits.areLeaps = visits.count > 0 && leaps(table, marker);
     return visits;
 }
 

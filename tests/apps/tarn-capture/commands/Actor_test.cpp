@@ -274,6 +274,17 @@ TEST_F(ActorDocument, StaysAsItWasWhenANameIsNoText) {
     EXPECT_EQ(readFile(file_), document);
 }
 
+TEST_F(ActorDocument, IsNoTakeAndSaysWhoReadsOne) {
+    for (const char* const start : {"HIERARCHY\nROOT Hips", "SQLite format 3", "\2\x50\1"}) {
+        writeFile(file_, start);
+        const Outcome outcome = actor();
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.err,
+                  "tarn-capture: " + file_ +
+                      ": is a take, where an actor's document is needed; 'info' describes it\n");
+    }
+}
+
 TEST_F(ActorDocument, CommandExplainsItself) {
     const Outcome outcome = capture({"actor", "--help"});
     EXPECT_EQ(outcome.exitCode, 0);

@@ -77,6 +77,17 @@ TEST(C3dOrigins, ToWhichAMarkerLeapsAreGapsInTheWholeFile) {
     }
 }
 
+TEST(C3dOrigins, AreGapsAlsoOfMarkersThatJumpElsewhereNowAndThen) {
+    const FileBuilder file = builder(C3dEncoding::IntelReal);
+    const C3dTake take = readBytes(fileWith(file, [](int marker, int frame, int axis) {
+        const bool isAnother = marker == 0 && frame == 30;
+        const auto place = withGaps(marker, frame, axis);
+        return isAnother ? std::optional(5000.0F) : place;
+    }));
+    EXPECT_FALSE(isSeen(take, 12, 0));
+    EXPECT_TRUE(isSeen(take, 30, 0));
+}
+
 TEST(C3dOrigins, AreReportedWithTheirMarkersAndTheirPlace) {
     const FileBuilder file = builder(C3dEncoding::IntelReal);
     const C3dTake take = readStrictly(fileWith(file, withGaps));
