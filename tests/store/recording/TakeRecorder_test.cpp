@@ -78,6 +78,20 @@ TEST(TakeRecorder, KeepsEachFrameInTheSlotOfItsIndex) {
     EXPECT_EQ(reader.frame(1, 1008), nullptr);
 }
 
+TEST(TakeRecorder, CountsTheLastOfSeveralFramesOfOneSlot) {
+    const TemporaryDirectory directory;
+    Recording recording(directory / "take.tarn");
+    for (const float value : {1.0F, 2.0F, 3.0F}) {
+        recording.port.emit(
+            std::make_shared<Frame>(Time(7, 120), kit::poseDataType, kit::Pose{{value}}));
+    }
+    recording.recorder.end();
+    TakeReader reader(directory / "take.tarn");
+    const auto frames = reader.frames(1, 0, 10);
+    ASSERT_EQ(frames.size(), 1U);
+    EXPECT_EQ(frames[0].second->dataAs<kit::Pose>().values[0], 3);
+}
+
 TEST(TakeRecorder, PutsTracksOfOtherRatesIntoNestedTakes) {
     const TemporaryDirectory directory;
     Port poses;
