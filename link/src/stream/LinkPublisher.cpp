@@ -7,9 +7,11 @@
 #include "stream/SampleGroup.h"
 #include "wire/DescriptionWire.h"
 #include "wire/FrameWire.h"
+#include "wire/Hearing.h"
 #include "wire/Offers.h"
 #include "wire/Refusal.h"
 
+#include <algorithm>
 #include <array>
 #include <cassert>
 #include <deque>
@@ -45,10 +47,11 @@ struct LinkPublisher::PrivateData {
     struct Ends {
         explicit Ends(dds_entity_t participant, const std::string& name)
             : description(participant, descriptionEnd(name)),
-              frames(participant, frameEnd(name, Delivery::EveryFrame)),
+              frames(participant, frameEnd(name, Delivery::EveryFrame)), hearing(participant, name),
               offer(participant, offerEnd()) {}
         Writer description;
         Writer frames;
+        HearingCount hearing;
         Writer offer;
     };
 
@@ -154,7 +157,6 @@ void LinkPublisher::PrivateData::offer(bool hasEnded) const {
     sample.host = host.data();
     sample.process = static_cast<std::uint32_t>(getpid());
     sample.program = program.data();
-    sample.clock = link->clock();
     sample.ended = hasEnded;
     sample.clock = link->clock();
     if (hasEnded) {
@@ -227,7 +229,11 @@ void LinkPublisher::start() {
 
 int LinkPublisher::receivers() const {
     const std::lock_guard<std::mutex> lock(d_->mutex);
-    return d_->ends == nullptr ? 0 : d_->ends->frames.readers();
+    if (d_->ends == nullptr) {
+        return 0;
+    }
+    // Both sides have to know of each other, or what is sent does not come.
+    return std::min(d_->ends->frames.readers(), d_->ends->hearing.of(d_->ends->frames.get()));
 }
 
 bool LinkPublisher::awaitReceivers(int count, std::chrono::milliseconds patience,

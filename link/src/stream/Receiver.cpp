@@ -100,8 +100,7 @@ void Receiver::open(const Request& request, Reply& reply) {
     auto descriptions =
         std::make_unique<Reader>(LinkAccess::participant(link_), descriptionEnd(*name));
     ++era_;
-    framesCame_.reset();
-    frames_.reset();
+    stopFrames();
     disconnect();
     descriptionsCame_ = attach(descriptions->get(), news);
     descriptions_ = std::move(descriptions);
@@ -130,6 +129,12 @@ void Receiver::start(const Request& /*request*/, Reply& reply) {
     auto frames = std::make_unique<Reader>(
         LinkAccess::participant(link_),
         frameEnd(name_, wantsAll ? Delivery::EveryFrame : Delivery::Newest));
+    if (wantsAll) {
+        hearing_ =
+            std::make_unique<HearingReport>(LinkAccess::participant(link_), name_, drawnNumber());
+        dds_set_status_mask(frames->get(), DDS_SUBSCRIPTION_MATCHED_STATUS);
+        dds_waitset_attach(waitset_, frames->get(), 0);
+    }
     ++era_;
     framesCame_ = attach(frames->get(), anyState);
     frames_ = std::move(frames);
@@ -147,11 +152,16 @@ void Receiver::stop(const Request& /*request*/, Reply& reply) {
         return;
     }
     ++era_;
-    framesCame_.reset();
-    frames_.reset();
+    stopFrames();
     held_.clear();
     heldBytes_ = 0;
     enterState();
+}
+
+void Receiver::stopFrames() {
+    hearing_.reset();
+    framesCame_.reset();
+    frames_.reset();
 }
 
 LinkTrackStatus Receiver::statusOf(const Track& track) {
@@ -200,6 +210,11 @@ void Receiver::work() {
     }
     if (descriptions_ != nullptr && dds_triggered(descriptionsCame_.get()) > 0) {
         readDescriptions();
+    }
+    if (hearing_ != nullptr && frames_ != nullptr) {
+        dds_subscription_matched_status_t seen{}; // so that the next one is news
+        dds_get_subscription_matched_status(frames_->get(), &seen);
+        hearing_->update(frames_->get());
     }
     if (frames_ != nullptr) {
         readFrames();

@@ -5,6 +5,7 @@
 
 #include "wire/DescriptionWire.h"
 #include "wire/FrameWire.h"
+#include "wire/Hearing.h"
 #include "wire/NumberCount.h"
 #include "wire/Offers.h"
 
@@ -86,6 +87,7 @@ private:
     void disconnect();
     void readDescriptions();
     void adopt();
+    void stopFrames();
     void readFrames();
     void hold(FrameSample sample);
     void deliverHeld();
@@ -116,6 +118,7 @@ private:
     Entity descriptionsCame_;
     std::unique_ptr<Reader> frames_; ///< while it is started
     Entity framesCame_;
+    std::unique_ptr<HearingReport> hearing_; ///< while every frame is wanted
 
     std::string name_;
     /// Counts commands: a slot that gives one ends what is being done for the one before.

@@ -4,6 +4,7 @@
 #include <tarn_link/stream/LinkPublisher.h>
 
 #include "link/LinkTest.h"
+#include "link/Stranger.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -116,6 +117,60 @@ TEST_F(LinkPublisherTest, WaitsForReceiversUntilItIsToldToStop) {
     EXPECT_FALSE(publisher.awaitReceivers(1, longEnough, [] { return true; }));
     EXPECT_FALSE(publisher.awaitReceivers(1, std::chrono::milliseconds(0)));
     EXPECT_TRUE(publisher.awaitReceivers(0, std::chrono::milliseconds(0)));
+}
+
+TEST_F(LinkPublisherTest, CountsNobodyAsAReceiverBeforeItSaysThatItHears) {
+    LinkPublisher publisher(link, "stage");
+    publisher.addTrack(kit::bodyDataType, bodyDescription());
+    Source source;
+    source.tieTo(publisher);
+    publisher.start();
+    const SilentReader reader(options.domain, "stage");
+    unsigned index = 0;
+    ASSERT_TRUE(eventually([&] {
+        source.send(bodyFrame(index++));
+        return reader.hasHeard(); // both know of each other
+    }));
+    EXPECT_EQ(publisher.receivers(), 0);
+    {
+        const Stranger hearing(options.domain, &tarn_wire_Hearing_desc, "tarn_hearing_1", "stage",
+                               true);
+        ASSERT_TRUE(hearing.awaitReader());
+        std::array<tarn_wire_WriterGuid, 2> writers{};
+        tarn_wire_Hearing sample{};
+        sample.writers._buffer = writers.data();
+        sample.writers._length = sample.writers._maximum = 1;
+        sample.receiver = 1;
+        hearing.write(&sample); // somebody else's: within a process it has come when this returns
+        EXPECT_EQ(publisher.receivers(), 0);
+        writers[1] = reader.writer();
+        sample.writers._length = sample.writers._maximum = 2;
+        sample.receiver = 2;
+        hearing.write(&sample);
+        EXPECT_TRUE(publisher.awaitReceivers(1, longEnough));
+        EXPECT_EQ(publisher.receivers(), 1);
+    }
+    EXPECT_TRUE(eventually([&] { return publisher.receivers() == 0; }));
+}
+
+TEST_F(LinkPublisherTest, SendsFromItsFirstFrameOnToWhomItHasWaitedFor) {
+    for (int round = 0; round < 20; ++round) {
+        LinkDevice device(std::make_shared<Link>(options), "hall");
+        device.open("stage");
+        device.start();
+        LinkPublisher publisher(link, "stage");
+        publisher.addTrack(kit::bodyDataType, bodyDescription());
+        Source source;
+        source.tieTo(publisher);
+        publisher.start();
+        ASSERT_TRUE(publisher.awaitReceivers(1, longEnough));
+        source.send(bodyFrame(0));
+        source.send(bodyFrame(1));
+        EXPECT_TRUE(publisher.end(longEnough));
+        ASSERT_TRUE(device.awaitEnd(longEnough));
+        const LinkStatus status = device.status();
+        ASSERT_EQ(status.receivedFrames(), 2U) << round;
+    }
 }
 
 TEST_F(LinkPublisherTest, DoesNotWaitForATrackThatStaysAway) {

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "link/LinkTest.h"
+#include "link/Stranger.h"
 
-#include <dds/dds.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <tarn_link.h>
@@ -20,46 +20,6 @@ namespace tarn::link {
 namespace {
 
 using testing::HasSubstr;
-
-/// A writer on a topic of the wire, as a program has it that does not use the library.
-class Stranger {
-public:
-    Stranger(dds_domainid_t domain, const dds_topic_descriptor_t* type, const char* topic,
-             const char* partition, bool isKept)
-        : participant_(dds_create_participant(domain, nullptr, nullptr)) {
-        dds_qos_t* const common = dds_create_qos();
-        if (partition != nullptr) {
-            dds_qset_partition1(common, partition);
-        }
-        dds_qos_t* const qos = dds_create_qos();
-        dds_qset_reliability(qos, DDS_RELIABILITY_RELIABLE, DDS_SECS(1));
-        dds_qset_history(qos, DDS_HISTORY_KEEP_LAST, 1000);
-        if (isKept) {
-            dds_qset_durability(qos, DDS_DURABILITY_TRANSIENT_LOCAL);
-        }
-        const dds_entity_t publisher = dds_create_publisher(participant_, common, nullptr);
-        writer_ = dds_create_writer(
-            publisher, dds_create_topic(participant_, type, topic, nullptr, nullptr), qos, nullptr);
-        dds_delete_qos(qos);
-        dds_delete_qos(common);
-    }
-    ~Stranger() { dds_delete(participant_); }
-    Stranger(const Stranger&) = delete;
-    Stranger& operator=(const Stranger&) = delete;
-
-    void write(const void* sample) const { ASSERT_EQ(dds_write(writer_, sample), DDS_RETCODE_OK); }
-    bool awaitReader() const {
-        return eventually([this] {
-            dds_publication_matched_status_t status{};
-            dds_get_publication_matched_status(writer_, &status);
-            return status.current_count > 0;
-        });
-    }
-
-private:
-    dds_entity_t participant_;
-    dds_entity_t writer_ = 0;
-};
 
 char* textOf(const char* text) { return const_cast<char*>(text); } // NOLINT(*-const-cast)
 

@@ -58,7 +58,8 @@ public:
     /// started.
     void start();
 
-    /// How many receivers take every frame now; those that want the newest do not count.
+    /// How many receivers take every frame now, and have said that they hear this publisher: they
+    /// have all that is sent from now on. Those that want the newest do not count.
     int receivers() const;
     /// Waits until that many do; false if a stop was requested before, or `patience` was over.
     bool awaitReceivers(int count, std::chrono::milliseconds patience,
