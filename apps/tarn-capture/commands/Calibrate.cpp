@@ -37,6 +37,7 @@ struct CalibrateOptions {
     std::string out;
     std::optional<std::string> subject;
     std::optional<FrameChoice> frames;
+    MarkerReading reading;
 };
 
 std::vector<std::string> namesOf(const kit::MarkerSet& set) {
@@ -109,8 +110,8 @@ void print(const kit::CalibrationReport& report) {
 int calibrate(const CalibrateOptions& options) {
     const kit::MarkerSet set = kit::MarkerSet::load(options.markers);
     refuseToOverwrite(options.trial, options.out, "--out");
-    const MarkerTrial trial(options.trial, options.subject, namesOf(set),
-                            takeNameOf(options.trial));
+    const MarkerTrial trial(options.trial, options.subject, namesOf(set), takeNameOf(options.trial),
+                            options.reading);
     const Interrupt interrupt;
 
     kit::MarkerSource source{trial.names(), trial.metresPerUnit()};
@@ -165,6 +166,8 @@ void addCalibrate(CommandLine& line) {
         ->type_name("SET");
     addOut(command, options.out, "FILE", "The actor's document; what else is in it is kept");
     addFileFrames(command, options.frames);
+    addSpace(command, options.reading.space);
+    addOrigin(command, options.reading.options);
     command
         .add_option("--subject", options.subject,
                     "The performer, as the file names them; if not given, the one with most of the "

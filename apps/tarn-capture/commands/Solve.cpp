@@ -44,6 +44,7 @@ struct SolveCommand {
     std::string out;
     std::optional<std::string> subject;
     std::optional<FrameChoice> frames;
+    MarkerReading reading;
     SolveOptions how;
     bool noPictures = false;
 };
@@ -87,7 +88,7 @@ void refuseToOverwriteInputs(const SolveCommand& options, const std::vector<std:
 std::shared_ptr<Settings> solveOne(const SolveCommand& options, const std::string& file,
                                    const std::string& name, const kit::MarkerBody& body,
                                    const Interrupt& interrupt) {
-    const MarkerTrial trial(file, options.subject, namesOf(body), name);
+    const MarkerTrial trial(file, options.subject, namesOf(body), name, options.reading);
     const FrameRange range = trial.chosen(options.frames);
     SolvedTrial solved;
     {
@@ -117,6 +118,7 @@ std::shared_ptr<Settings> solveOne(const SolveCommand& options, const std::strin
     fmt::print("{}", textOf(trial, solved, summary));
     auto report = reportOf(trial, solved, summary);
     report->setValue("Take", pathFrom(options.out, trial.file()));
+    noteSpace(*report, options.reading.space);
     const kit::Quaterniond turn = uprightOf(solved);
     report->setValue("Upright", fmt::format("{} {} {} {}", turn.x, turn.y, turn.z, turn.w));
     return report;
@@ -170,6 +172,8 @@ void addSolve(CommandLine& line) {
     addOut(command, options.out, "DIR",
            "Directory for what is written, created if it is not there");
     addFileFrames(command, options.frames);
+    addSpace(command, options.reading.space);
+    addOrigin(command, options.reading.options);
     command.add_flag("--live", options.how.live, "At the pace of the take");
     command
         .add_option("--without", options.how.without,

@@ -3,6 +3,9 @@
 
 #include "session/SpaceChoice.h"
 
+#include <fmt/format.h>
+#include <tarn_kit/files/Text.h>
+
 namespace tarn::capture {
 
 kit::BvhTake withSpace(kit::BvhTake take, const SpaceChoice& choice) {
@@ -20,6 +23,26 @@ kit::BvhTake withSpace(kit::BvhTake take, const SpaceChoice& choice) {
     }
     take.rig->setSpace(space);
     return take;
+}
+
+void noteSpace(Settings& entry, const SpaceChoice& choice) {
+    if (choice.scale != 1) {
+        entry.setValue("Scale", fmt::format("{}", choice.scale));
+    }
+    if (choice.unit) {
+        entry.setValue("Unit", choice.unit->symbol);
+    }
+    if (choice.up) {
+        entry.setValue("Up", kit::axisName(*choice.up));
+    }
+}
+
+SpaceChoice notedSpace(const Settings& entry) {
+    SpaceChoice choice;
+    choice.scale = kit::numberIn<double>(entry.value("Scale", "")).value_or(1);
+    choice.unit = kit::lengthUnitNamed(entry.value("Unit", ""));
+    choice.up = kit::parseUpAxis(entry.value("Up", ""));
+    return choice;
 }
 
 } // namespace tarn::capture

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <tarn/Settings.h>
 #include <tarn_kit/body/Space.h>
 #include <tarn_kit/files/Bvh.h>
 
@@ -19,5 +20,9 @@ struct SpaceChoice {
 
 /// A take that is scaled, with the space of its rig as it was chosen, and guessed where it was not.
 kit::BvhTake withSpace(kit::BvhTake take, const SpaceChoice& choice);
+
+/// Notes in a document what was chosen, and nothing of what was not; and reads that.
+void noteSpace(Settings& entry, const SpaceChoice& choice);
+SpaceChoice notedSpace(const Settings& entry);
 
 } // namespace tarn::capture

@@ -52,8 +52,10 @@ std::string subjectsOf(const std::vector<kit::C3dMarker>& all) {
 } // namespace
 
 MarkerTrial::MarkerTrial(const std::string& file, const std::optional<std::string>& subject,
-                         const std::vector<std::string>& markers, std::string name)
-    : file_(file), take_(TakeFile(file).readMarkers()), name_(std::move(name)) {
+                         const std::vector<std::string>& markers, std::string name,
+                         const MarkerReading& reading)
+    : file_(file), take_(withSpace(TakeFile(file, reading.options).readMarkers(), reading.space)),
+      name_(std::move(name)) {
     choose(subject ? *subject : likeliest(take_.markers, markers));
 }
 

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "session/SpaceChoice.h"
 #include "support/FrameRange.h"
 
 #include <tarn_kit/files/C3d.h>
@@ -15,6 +16,12 @@
 
 namespace tarn::capture {
 
+/// What the user says of a take of markers that its file leaves open, or says wrongly.
+struct MarkerReading {
+    SpaceChoice space;
+    kit::C3dOptions options;
+};
+
 /// A take of markers of which one performer is to be solved.
 class MarkerTrial {
 public:
@@ -23,7 +30,8 @@ public:
     /// asked for, that one. Of several performers, the one of whom the file has most of `markers`.
     /// The file is one that a `TakeFile` knows.
     MarkerTrial(const std::string& file, const std::optional<std::string>& subject,
-                const std::vector<std::string>& markers, std::string name);
+                const std::vector<std::string>& markers, std::string name,
+                const MarkerReading& reading = {});
     /// One performer of a take that has been read already, under a name of its own. Throws
     /// `std::runtime_error` unless the take has frames and that performer.
     MarkerTrial(kit::C3dTake take, std::string file, std::string subject, std::string name);

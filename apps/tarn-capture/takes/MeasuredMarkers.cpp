@@ -3,6 +3,7 @@
 
 #include "takes/MeasuredMarkers.h"
 
+#include "markers/MarkerFrames.h"
 #include "session/TakeFile.h"
 
 #include <fmt/format.h>
@@ -41,6 +42,7 @@ struct Fitted {
     std::optional<kit::Quaterniond> turn; ///< from the axes of the take to those of the page
     fs::path table;                       ///< of how far markers are off
     std::string unit;                     ///< of lengths in it, as its columns name it; may be none
+    SpaceChoice space;                    ///< as it was given when the body was fitted
 };
 
 /// Rows of a table without quotes.
@@ -149,7 +151,8 @@ std::int64_t numberOf(const Settings& settings, const char* key) {
 }
 
 MarkerSource sourceOf(const Fitted& fitted) {
-    kit::C3dTake take = ofSubject(TakeFile(fitted.take.string()).readMarkers(), fitted.subject);
+    kit::C3dTake take = ofSubject(
+        withSpace(TakeFile(fitted.take.string()).readMarkers(), fitted.space), fitted.subject);
     MarkerSource source = markersIn(take, fitted.name);
     source.cloud.take = partOf(take, fitted.first, fitted.last);
     source.cloud.firstFrame = fitted.first;
@@ -182,6 +185,7 @@ std::vector<Fitted> fittedIn(const fs::path& document) {
         }
         all.push_back(fittedOf(directory, *trial, *trial));
         all.back().turn = rotationIn(trial->value("Upright", ""));
+        all.back().space = notedSpace(*trial);
     }
     for (int i = 1;; ++i) {
         const auto character =

@@ -7,8 +7,10 @@
 #include <gmock/gmock.h>
 #include <tarn/Settings.h>
 #include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/files/C3d.h>
 
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -127,6 +129,51 @@ TEST_F(Solve, WritesTheSameLive) {
                   .exitCode,
               0);
     EXPECT_EQ(readFile(file(".joints.csv")), before);
+}
+
+TEST_F(Solve, TakesLengthsAndAxesAsTheUserSaysThatTheyAre) {
+    const auto solved = [&](const std::string& take, const Arguments& more) {
+        Arguments arguments = {"solve", take,       "--actor",  actor(),        "--out",
+                               out(),   "--frames", "700..704", "--no-pictures"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome outcome = capture(arguments);
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        return tableIn(file(".joints.csv"));
+    };
+    const auto expectAlike = [](const auto& table, const auto& other, std::size_t shift) {
+        ASSERT_EQ(table.size(), 6U);
+        ASSERT_EQ(other.size(), 6U);
+        for (std::size_t row = 1; row < table.size(); ++row) {
+            for (std::size_t i = 2; i < table[row].size(); ++i) {
+                const std::size_t axis = (i - 2) % 3;
+                EXPECT_NEAR(std::stod(table[row][i]),
+                            std::stod(other[row].at(i - axis + (axis + shift) % 3)), 0.5);
+            }
+        }
+    };
+    const auto plain = solved(sample, {});
+    expectAlike(plain, solved(sample, {"--up", "y"}), 2); // what was along Z is along Y
+    Settings report;
+    ASSERT_TRUE(report.loadSettingsFromFile(out() + "/solve.xml"));
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Up", ""), "Y");
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Scale", "none"), "none");
+
+    kit::C3dTake take = kit::readC3d(sample);
+    take.unit = "cm"; // its lengths stay what they are
+    take.metresPerUnit = 0.01;
+    const std::string wrong = (directory.path() / "cmu_01_01_jumps.c3d").string();
+    {
+        std::ofstream stream(wrong, std::ios::binary);
+        kit::writeC3d(take, stream);
+    }
+    expectAlike(plain, solved(wrong, {"--scale", "0.1"}), 0);
+    const Outcome small = capture({"calibrate", wrong, "--markers", "cmu41", "--out",
+                                   (directory.path() / "small.xml").string(), "--frames",
+                                   "160..579", "--scale", "0.1"});
+    ASSERT_EQ(small.exitCode, 0) << small.err;
+    Settings document;
+    ASSERT_TRUE(document.loadSettingsFromFile((directory.path() / "small.xml").string()));
+    EXPECT_THAT(document.value("MocapActor.BodyDimension.LeftLeg", ""), StartsWith("0.4"));
 }
 
 TEST_F(Solve, RefusesWhatCannotBe) {

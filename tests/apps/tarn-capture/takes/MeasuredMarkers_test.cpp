@@ -147,6 +147,26 @@ TEST_F(MeasuredMarkers, SayHowFarTheyAreOffWhateverTheUnitOfTheSession) {
     }
 }
 
+TEST_F(MeasuredMarkers, LieOnABodyThatWasSolvedWithLengthsAndAxesAsTheUserSaid) {
+    const Outcome outcome = tests::capture(
+        {"solve", path("duo.c3d"), "--actor", path("y/Ada.actor.xml"), "--subject", "Ada",
+         "--no-pictures", "--up", "z", "--unit", "m", "--scale", "1", "--out", path("solved")});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    std::vector<std::string> notes;
+    const auto sources = measuredMarkersOf(path("solved/solve.xml"), notes);
+    const auto performers = performersOf(path("solved"), {});
+    ASSERT_THAT(sources, SizeIs(1));
+    ASSERT_THAT(performers, SizeIs(1));
+    const view::MarkerCloud& cloud = sources[0].cloud;
+    EXPECT_NEAR(cloud.metresPerUnit, 1, 1e-9);
+    for (int frame = 0; frame < frames; frame += 40) {
+        EXPECT_LT(kit::lengthOf(placeOf(cloud, "Ada:LANK", frame) -
+                                placeOf(performers[0], "LeftFoot", frame)),
+                  0.1)
+            << frame;
+    }
+}
+
 TEST_F(MeasuredMarkers, OfATakeThatIsGoneAreToldOfInstead) {
     std::filesystem::create_directories(path("far/away"));
     std::filesystem::copy_file(path("y/session.xml"), path("far/away/session.xml"));
