@@ -134,6 +134,10 @@ def resident(process):
 
 
 def memory_is_flat(group, seconds):
+    # A sanitizer keeps what is freed for a while.
+    if any(name in pathlib.Path(PEER).read_bytes() for name in (b"__asan_init", b"__tsan_init")):
+        print("  memory is not looked at: a sanitizer is built in")
+        return
     publisher, receiver = publish(group, int(240 * (seconds + 60))), receive(group)
     # What is kept for who is behind fills up first: 2,048 samples.
     await_frames(receiver, 4_096 * PERFORMERS)
