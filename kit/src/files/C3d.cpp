@@ -9,6 +9,7 @@
 #include "files/c3d/C3dOrigins.h"
 #include "files/c3d/C3dSource.h"
 
+#include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/TakeOf.h>
 
 #include <algorithm>
@@ -91,6 +92,8 @@ struct Reading {
     const C3dOptions& options;
     C3dJudge& judge;
     bool isAnyAtOrigin = false;
+    std::uint64_t nowhere = 0;      ///< how many points stand where nothing is
+    std::uint64_t firstNowhere = 0; ///< offset
 };
 
 /// Reads markers and channels, which share the frames of a file. False if its bytes end too soon.
@@ -108,7 +111,12 @@ bool readFrames(Reading& reading, ArrivingBytes& bytes, Marker* markers, float* 
         const char* const frame = bytes.there().data() + start;
         if (layout.points > 0) {
             Marker* const out = markers + first * layout.points;
-            reading.data.decodeMarkers(frame, count, out);
+            const Nowhere nowhere = reading.data.decodeMarkers(frame, count, out);
+            if (reading.nowhere == 0 && nowhere.count > 0) {
+                reading.firstNowhere =
+                    static_cast<std::uint64_t>(nowhere.first - bytes.there().data());
+            }
+            reading.nowhere += nowhere.count;
             reading.isAnyAtOrigin =
                 reading.isAnyAtOrigin || isAnyAtOrigin(out, count * layout.points);
         }
@@ -129,6 +137,11 @@ bool readSamples(Reading& reading, ArrivingBytes& bytes, const std::string& name
     const std::shared_ptr<float> samples = makeBlock<float>(count * channels);
     if (!readFrames(reading, bytes, markers.get(), samples.get()) || !bytes.upTo(layout.fileSize)) {
         return false;
+    }
+    if (reading.nowhere > 0) {
+        reading.judge.remark({"the data", reading.firstNowhere,
+                              counted(reading.nowhere, "position") + " of 9999999,9999999,9999999",
+                              "that nothing was seen", "no marker is there"});
     }
     if (reading.isAnyAtOrigin && !reading.options.originIsNotSeen) {
         reading.data.setOriginIsNotSeen(settleOrigins(markers.get(), layout, take, reading.judge));

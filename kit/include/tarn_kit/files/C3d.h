@@ -54,7 +54,7 @@ struct C3dOptions {
     /// gaps if a marker leaps there from more than four times as far as it gets from a frame to the
     /// next, but for a tenth of its steps. Points that POINT:ANGLES, FORCES, MOMENTS, POWERS or
     /// SCALARS lists are always seen then: they may well be 0. The report says if there are such
-    /// gaps.
+    /// gaps. (Points at 9999999,9999999,9999999, which other programs write, are gaps in any case.)
     std::optional<bool> originIsNotSeen;
 };
 

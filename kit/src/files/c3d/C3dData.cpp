@@ -40,6 +40,13 @@ inline bool isFinite(float x, float y, float z) noexcept {
     return (x + y + z) * 0 == 0 || x * 0 + y * 0 + z * 0 == 0;
 }
 
+/// Ten kilometres off along each axis, if lengths are millimetres: no camera sees a marker there,
+/// and some programs write it where none did.
+inline bool isNowhere(float x, float y, float z) noexcept {
+    constexpr float nowhere = 9999999;
+    return x == nowhere && y == nowhere && z == nowhere;
+}
+
 /// The fourth word has a number of 0 to 32767 in 16 bits: which cameras saw the marker, and a
 /// residual in steps.
 inline Marker decoded(float x, float y, float z, float fourth, float step,
@@ -60,23 +67,32 @@ inline Marker decoded(float x, float y, float z, float fourth, float step,
 }
 
 template <class Words>
-void decodePoints(const C3dLayout& layout, bool originIsNotSeen, const char* frame,
-                  std::uint64_t frames, Marker* out) {
+Nowhere decodePoints(const C3dLayout& layout, bool originIsNotSeen, const char* frame,
+                     std::uint64_t frames, Marker* out) {
     constexpr std::size_t width = Words::width;
     const auto step = static_cast<float>(layout.scale);
     const auto coordinateAt = [step](const char* word) {
         return Words::isScaled ? Words::at(word) * step : Words::at(word);
     };
     const std::uint64_t stride = layout.frameBytes();
+    Nowhere nowhere;
     for (std::uint64_t i = 0; i < frames; ++i) {
         const char* word = frame + i * stride;
         for (std::uint64_t k = 0; k < layout.points; ++k) {
-            ::new (out++) Marker(decoded(coordinateAt(word), coordinateAt(word + width),
-                                         coordinateAt(word + 2 * width),
-                                         Words::at(word + 3 * width), step, originIsNotSeen));
+            const float x = coordinateAt(word);
+            const float y = coordinateAt(word + width);
+            const float z = coordinateAt(word + 2 * width);
+            float fourth = Words::at(word + 3 * width);
+            if (!Words::isScaled && fourth >= 0 && isNowhere(x, y, z)) {
+                nowhere.first = nowhere.count == 0 ? word : nowhere.first;
+                ++nowhere.count;
+                fourth = -1;
+            }
+            ::new (out++) Marker(decoded(x, y, z, fourth, step, originIsNotSeen));
             word += 4 * width;
         }
     }
+    return nowhere;
 }
 
 template <class Words>
@@ -208,10 +224,12 @@ C3dData::C3dData(const C3dLayout& layout, const std::vector<C3dChannel>& channel
     }
 }
 
-void C3dData::decodeMarkers(const char* frame, std::uint64_t frames, Marker* markers) const {
+Nowhere C3dData::decodeMarkers(const char* frame, std::uint64_t frames, Marker* markers) const {
+    Nowhere nowhere;
     withWords(layout_, false, [&](auto words) {
-        decodePoints<decltype(words)>(layout_, originIsNotSeen_, frame, frames, markers);
+        nowhere = decodePoints<decltype(words)>(layout_, originIsNotSeen_, frame, frames, markers);
     });
+    return nowhere;
 }
 
 void C3dData::decodeAnalog(const char* frame, std::uint64_t frames, float* samples) const {

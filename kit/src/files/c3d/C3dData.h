@@ -13,6 +13,13 @@
 
 namespace tarn::kit {
 
+/// Points of a file that stand in a place where nothing is: what some programs write instead of a
+/// gap.
+struct Nowhere {
+    std::uint64_t count = 0;
+    const char* first = nullptr; ///< among the bytes; null if there is none
+};
+
 /// Between samples as they lie in a file and as they are used: what is decoded, and encoded in the
 /// same layout, gives the same.
 class C3dData {
@@ -23,8 +30,9 @@ public:
     /// Whether what lies at the origin, with a fourth word of 0, was not seen.
     void setOriginIsNotSeen(bool isNotSeen) noexcept { originIsNotSeen_ = isNotSeen; }
 
-    /// The markers of `frames` frames, of which the first starts at `frame`.
-    void decodeMarkers(const char* frame, std::uint64_t frames, Marker* markers) const;
+    /// The markers of `frames` frames, of which the first starts at `frame`; and which of them were
+    /// taken for not seen, because nothing is where they are.
+    Nowhere decodeMarkers(const char* frame, std::uint64_t frames, Marker* markers) const;
     /// All samples of all channels of the same frames.
     void decodeAnalog(const char* frame, std::uint64_t frames, float* samples) const;
     /// `count` rigid bodies in a row.

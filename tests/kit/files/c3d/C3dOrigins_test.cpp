@@ -10,7 +10,8 @@
 #include <string>
 #include <utility>
 
-// Markers that lie exactly at the origin: gaps of programs that write no other, or true points.
+// Markers that lie exactly at the origin: gaps of programs that write no other, or true points. And
+// those at 9999999,9999999,9999999, which are always gaps.
 
 namespace tarn::kit {
 namespace {
@@ -186,6 +187,67 @@ TEST(C3dOrigins, ThatAreGapsAreWrittenBackByteForByteAndAsGapsInAnotherEncoding)
             EXPECT_FALSE(findingOn(again, "the data")) << "they are marked as the format does";
         }
     }
+}
+
+/// The first marker is nowhere for a while.
+std::optional<float> withNowhere(int marker, int frame, int axis) {
+    const bool isNowhere = marker == 0 && isIn(frame, 10, 19);
+    return isNowhere ? 9999999.0F : away(marker, frame, axis);
+}
+
+TEST(C3dNowhere, IsWhereAMarkerWasNotSeen) {
+    for (const C3dEncoding encoding : allEncodings) {
+        if (!isReal(encoding)) {
+            continue; // 16 bits do not hold the number
+        }
+        const FileBuilder file = builder(encoding);
+        const C3dTake take = readStrictly(fileWith(file, withNowhere));
+        for (int frame = 0; frame < file.frames; ++frame) {
+            EXPECT_EQ(isSeen(take, frame, 0), !isIn(frame, 10, 19)) << frame;
+            EXPECT_TRUE(isSeen(take, frame, 1));
+        }
+        ASSERT_TRUE(findingOn(take, "the data"));
+        const C3dFinding finding = *findingOn(take, "the data");
+        EXPECT_FALSE(finding.isContradiction);
+        EXPECT_EQ(finding.found, "10 positions of 9999999,9999999,9999999");
+        EXPECT_EQ(finding.offset, 3U * 512 + 10 * 48) << "the first marker of frame 10";
+    }
+}
+
+TEST(C3dNowhere, IsOffAlongAllAxes) {
+    const FileBuilder file = builder(C3dEncoding::IntelReal);
+    const C3dTake take = readBytes(fileWith(file, [](int marker, int frame, int axis) {
+        return axis == 2 ? away(marker, frame, axis) : 9999999.0F;
+    }));
+    EXPECT_TRUE(isSeen(take, 10, 0));
+    EXPECT_FALSE(findingOn(take, "the data"));
+}
+
+TEST(C3dNowhere, IsNoPlaceFromWhichMarkersLeapToTheOrigin) {
+    const FileBuilder file = builder(C3dEncoding::IntelReal);
+    const C3dTake take = readBytes(fileWith(file, [](int marker, int frame, int axis) {
+        const bool isNowhere = marker == 0 && isIn(frame, 10, 19);
+        return isNowhere     ? 9999999.0F // and then it goes on through the origin
+               : marker == 0 ? 7.0F * static_cast<float>(frame - 20)
+                             : away(marker, frame, axis);
+    }));
+    EXPECT_FALSE(isSeen(take, 19, 0));
+    EXPECT_TRUE(isSeen(take, 20, 0));
+    EXPECT_EQ(markersAt(take, 20)[0].position, Vector3f());
+}
+
+TEST(C3dNowhere, IsWrittenBackByteForByteAndAsAGapInAnotherEncoding) {
+    const std::string bytes = fileWith(builder(C3dEncoding::IntelReal), withNowhere);
+    const C3dTake take = readBytes(bytes);
+    std::ostringstream same;
+    writeC3d(take, same);
+    EXPECT_EQ(same.str(), bytes);
+    std::ostringstream other;
+    writeC3d(take, other, {C3dEncoding::MipsInteger});
+    const C3dTake again = readBytes(other.str());
+    EXPECT_FALSE(isSeen(again, 12, 0));
+    EXPECT_TRUE(isSeen(again, 12, 1));
+    EXPECT_FALSE(findingOn(again, "the data"));
 }
 
 } // namespace
