@@ -163,7 +163,6 @@ void RecordingFile::end() {
         chunks_.finish();
         transaction.commit();
     } catch (const StoreError&) { // there is no room for it, and what is there is as good
-        chunks_.rollback();
     }
     {
         Transaction transaction(database_);

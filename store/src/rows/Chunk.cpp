@@ -164,9 +164,6 @@ void ChunkWriter::finish() {
 }
 
 void ChunkWriter::rollback() {
-    insert_->reset();
-    remove_->reset();
-    count_->reset();
     open_.clear();
     codecIds_.clear();
     lastSlots_ = marked_;

@@ -72,37 +72,92 @@ void checkBefore(const fs::path& file, Database::Mode mode) {
     }
 }
 
+/// A name that is a file's and nothing else to SQLite, with what is asked of it.
+std::string uriOf(const fs::path& file, const std::string& asked) {
+    std::error_code ignored;
+    std::string uri = "file://"; // without a machine
+    for (const char letter : fs::absolute(file, ignored).string()) {
+        switch (letter) {
+        case '%':
+            uri += "%25";
+            break;
+        case '?':
+            uri += "%3f";
+            break;
+        case '#':
+            uri += "%23";
+            break;
+        default:
+            uri += letter;
+        }
+    }
+    return uri + asked;
+}
+
+bool isReading(Database::Mode mode) {
+    return mode == Database::Mode::Read || mode == Database::Mode::ReadDamaged;
+}
+
 } // namespace
 
 Database::Database(const fs::path& file, Mode mode) : file_(file) {
     checkBefore(file, mode);
-    const bool isRead = mode == Mode::Read || mode == Mode::ReadDamaged;
-    const int access = isRead                 ? SQLITE_OPEN_READONLY
-                       : mode == Mode::Create ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE
-                                              : SQLITE_OPEN_READWRITE;
-    // An absolute name is none of those that mean something else to SQLite.
-    std::error_code ignored;
-    const std::string name = fs::absolute(file, ignored).string();
-    const int code = sqlite3_open_v2(name.c_str(), &handle_, access | SQLITE_OPEN_NOMUTEX, nullptr);
     try {
-        if (code != SQLITE_OK) {
-            fail(code);
-        }
-        sqlite3_extended_result_codes(handle_, 1);
-        sqlite3_busy_timeout(handle_, patience);
-        // The file may come from anywhere: nothing in its schema runs.
-        sqlite3_db_config(handle_, SQLITE_DBCONFIG_DEFENSIVE, mode == Mode::ReadDamaged ? 0 : 1,
-                          nullptr);
-        sqlite3_db_config(handle_, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-        sqlite3_db_config(handle_, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
-        sqlite3_db_config(handle_, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
-        if (mode == Mode::ReadDamaged) {
-            run("PRAGMA writable_schema=ON");
+        open(mode, "");
+        if (isReading(mode) && isHeldUp()) {
+            close();
+            openAlone(mode);
         }
     } catch (...) {
         close();
         throw;
     }
+}
+
+void Database::open(Mode mode, const char* asked) {
+    const int access = isReading(mode)        ? SQLITE_OPEN_READONLY
+                       : mode == Mode::Create ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE
+                                              : SQLITE_OPEN_READWRITE;
+    const int code = sqlite3_open_v2(uriOf(file_, asked).c_str(), &handle_,
+                                     access | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI, nullptr);
+    if (code != SQLITE_OK) {
+        fail(code);
+    }
+    sqlite3_extended_result_codes(handle_, 1);
+    sqlite3_busy_timeout(handle_, patience);
+    // The file may come from anywhere: nothing in its schema runs.
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_DEFENSIVE, mode == Mode::ReadDamaged ? 0 : 1,
+                      nullptr);
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    if (mode == Mode::ReadDamaged) {
+        run("PRAGMA writable_schema=ON");
+    }
+}
+
+/// Whether SQLite would have to make a file beside it, and may not: a recording that was broken
+/// off, on a medium that can only be read.
+bool Database::isHeldUp() const {
+    const int code = sqlite3_exec(handle_, "PRAGMA schema_version", nullptr, nullptr, nullptr);
+    const StoreProblem problem = problemOf(code);
+    if (problem == StoreProblem::Busy) {
+        fail(code); // patience is at its end
+    }
+    return problem == StoreProblem::Refused;
+}
+
+/// Where nothing can be made beside a file, nobody writes it either: it is read without telling
+/// others, with what is in the file beside it that ends in "-wal".
+void Database::openAlone(Mode mode) {
+    std::error_code none;
+    const auto size = fs::file_size(fs::path(file_) += "-wal", none);
+    if (none || size == 0) {
+        open(mode, "?immutable=1");
+        return;
+    }
+    open(mode, "?vfs=unix-none");
+    run("PRAGMA locking_mode=EXCLUSIVE");
 }
 
 Database::~Database() { close(); }

@@ -50,6 +50,10 @@ public:
     sqlite3* handle() const noexcept { return handle_; }
 
 private:
+    void open(Mode mode, const char* asked);
+    void openAlone(Mode mode);
+    bool isHeldUp() const;
+
     std::filesystem::path file_;
     sqlite3* handle_ = nullptr;
 };

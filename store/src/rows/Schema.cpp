@@ -132,6 +132,11 @@ void createSchema(Database& database, const std::string& program, Writing writin
 
 void checkSchema(Database& database) {
     if (database.number("PRAGMA application_id") != applicationId) {
+        if (database.number("SELECT count(*) FROM sqlite_schema") == 0) {
+            throw StoreError(database.file(), StoreProblem::Foreign,
+                             "is empty; of a recording that was broken off, the file beside it "
+                             "that ends in -wal is missing");
+        }
         throw StoreError(database.file(), StoreProblem::Foreign, "is no take file");
     }
     const auto format = database.number("PRAGMA user_version").value_or(0);

@@ -17,6 +17,7 @@
 #include <sqlite3.h>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace tarn::store {
 namespace {
@@ -275,6 +276,99 @@ TEST(TakeCheck, RecoversWhatIsLeftOfAFileThatWasCutShort) {
     EXPECT_GT(recovery.frames, frames / 4);
     EXPECT_LT(recovery.frames, frames);
     EXPECT_TRUE(checkTakeFile(directory / "out.tarn").isWhole);
+}
+
+/// Where the pages of a tree begin in a file that hold its rows; first that of its root.
+std::vector<std::size_t> pagesOf(const std::string& file, const std::string& tree) {
+    const std::string bytes = readFile(file);
+    const auto number = [&bytes](std::size_t at, std::size_t size) {
+        std::size_t value = 0;
+        for (std::size_t i = 0; i < size; ++i) {
+            value = value << 8U | static_cast<unsigned char>(bytes.at(at + i));
+        }
+        return value;
+    };
+    const std::size_t pageSize = number(16, 2);
+    sqlite3* database = nullptr;
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_open(file.c_str(), &database);
+    sqlite3_prepare_v2(database, "SELECT rootpage FROM sqlite_schema WHERE name = ?1", -1,
+                       &statement, nullptr);
+    sqlite3_bind_text(statement, 1, tree.c_str(), -1, SQLITE_STATIC);
+    sqlite3_step(statement);
+    const auto page = static_cast<std::size_t>(sqlite3_column_int(statement, 0));
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+    // An inner page has pointers to cells, which begin with the number of a page; the last page's
+    // number is in the head.
+    const std::size_t root = (page - 1) * pageSize;
+    std::vector<std::size_t> pages = {root};
+    const std::size_t cells = number(root + 3, 2);
+    for (std::size_t i = 0; i < cells; ++i) {
+        pages.push_back((number(root + number(root + 12 + 2 * i, 2), 4) - 1) * pageSize);
+    }
+    pages.push_back((number(root + 8, 4) - 1) * pageSize);
+    return pages;
+}
+
+void wipe(const std::string& file, const std::vector<std::size_t>& pages) {
+    std::string bytes = readFile(file);
+    constexpr std::size_t length = 1000;
+    for (const std::size_t page : pages) {
+        bytes.replace(page, length, length, '\0');
+    }
+    writeFile(file, bytes);
+}
+
+/// So many frames, each in a row of its own, as no two that follow each other are of one type.
+constexpr int rows = 4000;
+void writeRows(const std::string& file) {
+    auto track = std::make_shared<Track>(1);
+    track->setFrameCount(rows);
+    for (int i = 0; i < rows; ++i) {
+        track->setFrame(i, std::make_shared<Frame>(Time(static_cast<unsigned>(i), 120), i % 2,
+                                                   std::string("x")));
+    }
+    auto take = std::make_shared<Tracks>();
+    take->setTimeLength(rows);
+    take->addTrack(track, 0);
+    TakeWriter writer(file, "test");
+    writer.write(take);
+    writer.commit();
+}
+
+TEST(TakeCheck, RecoversWhatLiesBehindADamagedPageOfATableWithoutAnIndex) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    writeRows(file);
+    const auto pages = pagesOf(file, "chunk");
+    ASSERT_GE(pages.size(), 6U) << "the root and several others";
+    wipe(file, {pages[pages.size() / 2], pagesOf(file, "chunk_place").front()});
+    const TakeRecovery recovery = recoverTakeFile(file, directory / "out.tarn");
+    const auto pagesOfRows = static_cast<std::int64_t>(pages.size() - 1);
+    EXPECT_GT(recovery.frames, rows - 2 * rows / pagesOfRows) << "all but those of one page";
+    TakeReader reader(directory / "out.tarn");
+    EXPECT_NE(reader.frame(1, 0), nullptr);
+    EXPECT_EQ(reader.frame(1, rows / 2), nullptr);
+    EXPECT_NE(reader.frame(1, rows - 1), nullptr);
+}
+
+TEST(TakeCheck, RecoversByTheIndexWhatLiesBetweenDamagedPagesOfATable) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    writeRows(file);
+    const auto table = pagesOf(file, "chunk");
+    const auto index = pagesOf(file, "chunk_place");
+    ASSERT_GE(table.size(), 6U);
+    ASSERT_GE(index.size(), 4U);
+    // The index is read from both ends, too.
+    wipe(file, {table[1], table.back(), index[index.size() / 2]});
+    recoverTakeFile(file, directory / "out.tarn");
+    TakeReader reader(directory / "out.tarn");
+    EXPECT_EQ(reader.frame(1, 0), nullptr);
+    EXPECT_NE(reader.frame(1, rows / 5), nullptr);
+    EXPECT_NE(reader.frame(1, rows - rows / 5), nullptr);
+    EXPECT_EQ(reader.frame(1, rows - 1), nullptr);
 }
 
 TEST(TakeCheck, MakesAWholeFileOfOneThatWasBrokenOff) {

@@ -4,6 +4,7 @@
 #include <tarn_store/recording/TakeRecorder.h>
 
 #include "support/Child.h"
+#include "support/FileSizeLimit.h"
 #include "support/SmallDisk.h"
 #include "support/TemporaryDirectory.h"
 
@@ -20,6 +21,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <future>
 #include <memory>
 #include <sqlite3.h>
@@ -27,10 +29,12 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace tarn::store {
 namespace {
 
+using tarn::testing::FileSizeLimit;
 using tarn::testing::SmallDisk;
 using tarn::testing::TemporaryDirectory;
 using Port = tsignal::Signal<std::shared_ptr<Frame>>;
@@ -139,6 +143,70 @@ TEST(TroubledRecorder, GoesOnOnceAnotherProgramHasUnlockedTheFile) {
     EXPECT_EQ(checkTakeFile(file).line, "whole: 1 track, 51 frames");
 }
 
+/// The number that a statement finds in a file.
+int numberIn(const std::string& file, const char* sql) {
+    sqlite3* database = nullptr;
+    sqlite3_stmt* statement = nullptr;
+    int number = -1;
+    if (sqlite3_open(file.c_str(), &database) == SQLITE_OK &&
+        sqlite3_prepare_v2(database, sql, -1, &statement, nullptr) == SQLITE_OK &&
+        sqlite3_step(statement) == SQLITE_ROW) {
+        number = sqlite3_column_int(statement, 0);
+    }
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+    return number;
+}
+
+/// Rows, codecs and slots of a transaction that failed are gone with it.
+TEST(TroubledRecorder, WritesAnewWhatItHadWrittenHalfway) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    RecorderOptions options;
+    options.maximumLoss = std::chrono::milliseconds(2);
+    Port port;
+    TakeRecorder recorder(file, options);
+    TrackDescription description;
+    description.rate = kit::Rate(120);
+    recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, description), port);
+    std::promise<void> failed;
+    std::atomic<int> failures = 0;
+    recorder.onFailed().connect([&](const std::string& /*why*/) {
+        if (++failures == 1) {
+            failed.set_value();
+        }
+    });
+    recorder.start();
+    for (unsigned i = 0; i < 20; ++i) {
+        port.emit(pose(i));
+    }
+    while (recorder.safeFrames() < 20) {
+        std::this_thread::yield();
+    }
+    {
+        const FileSizeLimit limit(std::filesystem::file_size(file + "-wal"));
+        for (unsigned i = 20; i < 40; ++i) {
+            port.emit(pose(i));
+        }
+        // Its codec is new.
+        port.emit(std::make_shared<Frame>(Time(40, 120), kit::poseDataType, std::string("text")));
+        failed.get_future().wait();
+    }
+    recorder.end();
+    EXPECT_EQ(recorder.safeFrames(), 41);
+    EXPECT_EQ(checkTakeFile(file).line, "whole: 1 track, 41 frames");
+    EXPECT_EQ(numberIn(file, "SELECT count(*) FROM chunk WHERE late = 1"), 0);
+    TakeReader reader(file);
+    for (unsigned i = 0; i < 40; ++i) {
+        const auto frame = reader.frame(1, i);
+        ASSERT_NE(frame, nullptr) << i;
+        EXPECT_EQ(frame->dataAs<kit::Pose>().values[0], static_cast<float>(i));
+    }
+    const auto text = reader.frame(1, 40);
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(std::any_cast<std::string>(text->data()), "text");
+}
+
 TEST(TroubledRecorder, LeavesALockedFileAsItIs) {
     OtherProgram other;
     const TemporaryDirectory directory;
@@ -197,6 +265,96 @@ TEST(TroubledRecorder, SaysThatAFolderMayNotBeWrittenInto) {
     }));
     fs::permissions(directory.path(), fs::perms(0755));
     EXPECT_EQ(directory.names(), std::vector<std::string>{"take.tarn"});
+}
+
+/// Runs as somebody who may write nothing of it.
+bool mayOnlyRead(const TemporaryDirectory& directory, const std::function<bool()>& function) {
+    namespace fs = std::filesystem;
+    for (const std::string& name : directory.names()) {
+        fs::permissions(directory / name, fs::perms(0444));
+    }
+    fs::permissions(directory.path(), fs::perms(0555));
+    const bool isDone = tarn::testing::inChild([&] {
+        constexpr unsigned nobody = 65534; // nothing is refused to root
+        return (::geteuid() != 0 || tarn::testing::become({nobody, nobody, {}})) && function();
+    });
+    fs::permissions(directory.path(), fs::perms(0755));
+    return isDone;
+}
+
+/// A recording of 30 frames that nobody has ended, as it is when it is copied to another medium.
+void copyUnended(const std::string& file, const std::vector<std::string>& endings) {
+    const TemporaryDirectory directory;
+    const std::string live = directory / "live.tarn";
+    Port port;
+    TakeRecorder recorder(live);
+    TrackDescription description;
+    description.rate = kit::Rate(120);
+    recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, description), port);
+    recorder.start();
+    for (unsigned i = 0; i < 30; ++i) {
+        port.emit(pose(i));
+    }
+    while (recorder.safeFrames() < 30) {
+        std::this_thread::yield();
+    }
+    for (const std::string& ending : endings) {
+        std::filesystem::copy_file(live + ending, file + ending);
+    }
+}
+
+TEST(TroubledRecorder, ReadsWhatWasBrokenOffWhereNothingCanBeWritten) {
+    const TemporaryDirectory elsewhere;
+    std::filesystem::permissions(elsewhere.path(), std::filesystem::perms(0777));
+    for (const auto& endings : {std::vector<std::string>{"", "-wal"}, {"", "-wal", "-shm"}}) {
+        const TemporaryDirectory directory;
+        const std::string file = directory / "100%20of #1?.tarn";
+        copyUnended(file, endings);
+        const std::string out = elsewhere / ("out" + std::to_string(endings.size()) + ".tarn");
+        EXPECT_TRUE(mayOnlyRead(directory, [&] {
+            TakeReader reader(file);
+            return reader.length() == 30 && reader.frame(1, 29) != nullptr &&
+                   checkTakeFile(file).line == "broken off at frame 29, 00:00:00:29" &&
+                   recoverTakeFile(file, out).frames == 30 && checkTakeFile(out).isWhole;
+        })) << endings.size();
+        EXPECT_EQ(directory.names().size(), endings.size())
+            << "nothing is made beside it, nor taken away";
+    }
+}
+
+TEST(TroubledRecorder, ReadsARecordingThatWasEndedUnderAReaderWhereNothingCanBeWritten) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    {
+        const TemporaryDirectory other;
+        const std::string live = other / "live.tarn";
+        Port port;
+        TakeRecorder recorder(live);
+        recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, {}), port);
+        recorder.start();
+        TakeReader reader(live);
+        port.emit(pose(0));
+        recorder.end();
+        EXPECT_EQ(reader.tracks()[0].frames, 1);
+        std::filesystem::copy_file(live, file);
+    }
+    EXPECT_TRUE(mayOnlyRead(directory,
+                            [&] { return checkTakeFile(file).line == "whole: 1 track, 1 frame"; }));
+}
+
+TEST(TroubledRecorder, SaysThatAFileBesideARecordingIsMissing) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    copyUnended(file, {""});
+    EXPECT_TRUE(mayOnlyRead(directory, [&] {
+        try {
+            return checkTakeFile(file).isWhole;
+        } catch (const StoreError& error) {
+            return error.problem() == StoreProblem::Foreign &&
+                   error.reason() == "is empty; of a recording that was broken off, the file "
+                                     "beside it that ends in -wal is missing";
+        }
+    }));
 }
 
 TEST(TroubledRecorder, KeepsOnAFullDiskWhatWasSafe) {
