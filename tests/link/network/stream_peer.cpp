@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <malloc.h>
 #include <memory>
 #include <string>
 #include <thread>
@@ -18,11 +19,14 @@
 //   stream_peer publish DOMAIN PEER PERFORMERS RATE FRAMES
 //     offers "stage" and sends once somebody takes every frame; says how many went out, how many
 //     could not, and whether all were taken
+//   stream_peer steps DOMAIN PEER PERFORMERS RATE
+//     the same, but sends as many frames as a line of its input says, answers with how many bytes
+//     it has allocated then, and waits for the next line
 //   stream_peer receive DOMAIN PEER every|newest PAUSE
 //     takes it to its end, or the newest until it is gone, and PAUSE microseconds for each frame;
-//     says "took FRAMES WRONG" now and then, and at the end "end" with what was received, lost,
-//     late, out of order, skipped and refused, what was sent before it joined, how often it was
-//     connected again, and how many frames are not what was sent
+//     says "took FRAMES WRONG ALLOCATED" now and then, and at the end "end" with what was received,
+//     lost, late, out of order, skipped and refused, what was sent before it joined, how often it
+//     was connected again, and how many frames are not what was sent
 
 namespace {
 
@@ -62,32 +66,66 @@ bool isBodyOf(const Frame& frame, int performer) {
     return true;
 }
 
-void publish(const std::shared_ptr<Link>& link, int performers, unsigned rate, unsigned frames) {
-    LinkPublisher publisher(link, stream);
-    Source source(performers);
-    for (int i = 0; i < performers; ++i) {
-        kit::TrackDescription description;
-        description.subject = "performer " + std::to_string(i);
-        description.rate = kit::Rate(static_cast<int>(rate));
-        publisher.addTrack(kit::bodyDataType, description);
-    }
-    source.tieTo(publisher);
-    publisher.start();
-    if (!publisher.awaitReceivers(1, longEnough)) {
-        throw LinkError("nobody receives");
-    }
-    const auto began = std::chrono::steady_clock::now();
-    for (unsigned index = 0; index < frames; ++index) {
-        std::this_thread::sleep_until(began +
-                                      std::chrono::nanoseconds(1'000'000'000LL * index / rate));
+/// By the whole program, the middleware included, in bytes. What the allocator keeps of what was
+/// given back does not count.
+std::size_t allocated() {
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+/// Offers a stream of bodies, and sends them once somebody takes every frame.
+class Bodies {
+public:
+    Bodies(const std::shared_ptr<Link>& link, int performers, unsigned rate)
+        : performers_(performers), rate_(rate), publisher_(link, stream), source_(performers) {
         for (int i = 0; i < performers; ++i) {
-            source.send(
-                std::make_shared<Frame>(Time(index, rate), kit::bodyDataType, bodyOf(index, i)), i);
+            kit::TrackDescription description;
+            description.subject = "performer " + std::to_string(i);
+            description.rate = kit::Rate(static_cast<int>(rate));
+            publisher_.addTrack(kit::bodyDataType, description);
+        }
+        source_.tieTo(publisher_);
+        publisher_.start();
+        if (!publisher_.awaitReceivers(1, longEnough)) {
+            throw LinkError("nobody receives");
         }
     }
-    const bool isTaken = publisher.end(longEnough);
-    std::cout << publisher.sentFrames() << ' ' << publisher.lostFrames() << ' ' << isTaken
-              << std::endl;
+
+    void send(unsigned frames) {
+        const auto began = std::chrono::steady_clock::now();
+        for (unsigned sent = 0; sent < frames; ++sent, ++next_) {
+            std::this_thread::sleep_until(began +
+                                          std::chrono::nanoseconds(1'000'000'000LL * sent / rate_));
+            for (int i = 0; i < performers_; ++i) {
+                source_.send(std::make_shared<Frame>(Time(next_, rate_), kit::bodyDataType,
+                                                     bodyOf(next_, i)),
+                             i);
+            }
+        }
+    }
+
+    LinkPublisher& publisher() { return publisher_; }
+
+private:
+    int performers_;
+    unsigned rate_;
+    LinkPublisher publisher_;
+    Source source_;
+    unsigned next_ = 0;
+};
+
+void publish(Bodies& bodies, unsigned frames) {
+    bodies.send(frames);
+    const bool isTaken = bodies.publisher().end(longEnough);
+    std::cout << bodies.publisher().sentFrames() << ' ' << bodies.publisher().lostFrames() << ' '
+              << isTaken << std::endl;
+}
+
+void publishInSteps(Bodies& bodies) {
+    for (unsigned frames = 0; std::cin >> frames;) {
+        bodies.send(frames);
+        std::cout << allocated() << std::endl;
+    }
 }
 
 void receive(const std::shared_ptr<Link>& link, Wanted wanted, std::chrono::microseconds pause) {
@@ -114,7 +152,7 @@ void receive(const std::shared_ptr<Link>& link, Wanted wanted, std::chrono::micr
     LinkStatus status;
     do {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        std::cout << "took " << took << ' ' << wrong << std::endl;
+        std::cout << "took " << took << ' ' << wrong << ' ' << allocated() << std::endl;
         status = device.status();
     } while (!status.hasEnded && !isGone(status));
     device.stop();
@@ -143,9 +181,14 @@ int main(int argc, char** argv) {
         options.peers = {argv[3]};
         const auto link = std::make_shared<Link>(options);
         const auto number = [&](int at) { return std::strtol(argv[at], nullptr, 10); };
-        if (std::string(argv[1]) == "publish" && argc == 7) {
-            publish(link, static_cast<int>(number(4)), static_cast<unsigned>(number(5)),
-                    static_cast<unsigned>(number(6)));
+        const std::string mode = argv[1];
+        if (mode == "publish" || mode == "steps") {
+            Bodies bodies(link, static_cast<int>(number(4)), static_cast<unsigned>(number(5)));
+            if (argc == 7) {
+                publish(bodies, static_cast<unsigned>(number(6)));
+            } else {
+                publishInSteps(bodies);
+            }
         } else {
             receive(link,
                     std::string(argv[4]) == "every" ? Wanted::EveryFrame : Wanted::NewestFrame,
