@@ -10,7 +10,8 @@
 /// A thermometer on a performer's belt. It answers in the call. One with a thread of its own may
 /// call `finished()`, `setState` and `emit` from there: listeners and callbacks then run on that
 /// thread, so what they share with others needs a lock. It would make its ports before the thread
-/// starts, and join the thread first thing in its destructor.
+/// starts, and join the thread first thing in its destructor. `tarn::kit::CommandThread` is such a
+/// thread, with a queue of the requests that others make.
 class Thermometer : public tarn::Device {
 public:
     static constexpr int dataType = 100; // chosen by whoever writes the device

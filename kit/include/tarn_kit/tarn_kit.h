@@ -27,6 +27,7 @@
 #include <tarn_kit/devices/ClockDiscipline.h>
 #include <tarn_kit/devices/ClockOffset.h>
 #include <tarn_kit/devices/Command.h>
+#include <tarn_kit/devices/CommandThread.h>
 #include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/C3d.h>

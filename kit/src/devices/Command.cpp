@@ -11,7 +11,8 @@ std::string textOf(const Reply& reply) {
     if (!reply.errorString().empty()) {
         return reply.errorString();
     }
-    return "the device " + std::string(reply.resultCode() == 1 ? "does not know" : "refuses") +
+    return "the device " +
+           std::string(reply.resultCode() == commandUnknown ? "does not know" : "refuses") +
            " the command '" + reply.id() + "'";
 }
 

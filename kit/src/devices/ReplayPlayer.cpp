@@ -6,6 +6,7 @@
 #include "processing/AnyNumber.h"
 
 #include <tarn_kit/body/Markers.h>
+#include <tarn_kit/devices/CommandThread.h>
 #include <tarn_kit/files/TakeFormat.h>
 
 #include <algorithm>
@@ -51,11 +52,6 @@ double paceOf(const BvhTake& take) {
 }
 
 } // namespace
-
-void fail(Reply& reply, ReplayDevice::Error error, const std::string& text) {
-    reply.setResultCode(ReplayDevice::failed);
-    reply.setError(error, text);
-}
 
 Clock::Duration Beat::intervals(std::int64_t count, double ticksPerSecond) {
     constexpr double longest = 1e18; // some 30 years: sums of instants stay far from overflow
@@ -118,9 +114,10 @@ void ReplayPlayer::open(const Request& request, Reply& reply) {
     } else if (const std::optional<fs::path> file = fileIn(request.data())) {
         openFile(*file, reply);
     } else {
-        fail(reply, ReplayDevice::BadPayload,
-             "\"open\" takes a file name, as std::string or std::filesystem::path, a BvhTake or a "
-             "C3dTake");
+        failCommand(
+            reply, ReplayDevice::BadPayload,
+            "\"open\" takes a file name, as std::string or std::filesystem::path, a BvhTake or a "
+            "C3dTake");
     }
 }
 
@@ -132,14 +129,14 @@ void ReplayPlayer::openFile(const fs::path& file, Reply& reply) {
             openTake(file, readBvh(file), reply);
         }
     } catch (const std::exception& error) {
-        fail(reply, ReplayDevice::BadFile, error.what());
+        failCommand(reply, ReplayDevice::BadFile, error.what());
     }
 }
 
 void ReplayPlayer::openTake(const fs::path& file, const BvhTake& take, Reply& reply) {
     if (take.rig == nullptr || take.tracks == nullptr || take.tracks->fps() < 1) {
-        fail(reply, ReplayDevice::BadPayload,
-             "\"open\" takes no take without a rig, tracks or rate");
+        failCommand(reply, ReplayDevice::BadPayload,
+                    "\"open\" takes no take without a rig, tracks or rate");
         return;
     }
     reply.setData(take);
@@ -148,7 +145,8 @@ void ReplayPlayer::openTake(const fs::path& file, const BvhTake& take, Reply& re
 
 void ReplayPlayer::openTake(const fs::path& file, const C3dTake& take, Reply& reply) {
     if (take.tracks == nullptr || !std::isfinite(take.rate) || !(take.rate > 0)) {
-        fail(reply, ReplayDevice::BadPayload, "\"open\" takes no take without tracks or rate");
+        failCommand(reply, ReplayDevice::BadPayload,
+                    "\"open\" takes no take without tracks or rate");
         return;
     }
     reply.setData(take);
@@ -160,9 +158,9 @@ void ReplayPlayer::load(const fs::path& file, Tracks& take, double pace, Output&
     auto frames = framesOf(take, dataType);
     if (std::find(frames.begin(), frames.end(), nullptr) != frames.end()) {
         reply.setData({});
-        fail(reply, ReplayDevice::BadPayload,
-             "\"open\" takes no take with a frame without a pose, "
-             "or without markers");
+        failCommand(reply, ReplayDevice::BadPayload,
+                    "\"open\" takes no take with a frame without a pose, "
+                    "or without markers");
         return;
     }
     file_ = file;
@@ -206,11 +204,11 @@ void ReplayPlayer::seek(const Request& request, Reply& reply) {
     }
     const int* const index = std::any_cast<int>(&request.data());
     if (index == nullptr) {
-        fail(reply, ReplayDevice::BadPayload, "\"seek\" takes a frame index, as int");
+        failCommand(reply, ReplayDevice::BadPayload, "\"seek\" takes a frame index, as int");
     } else if (*index < 0 || static_cast<std::size_t>(*index) >= frames_.size()) {
-        fail(reply, ReplayDevice::BadIndex,
-             "expected a frame index from 0 to below " + std::to_string(frames_.size()) +
-                 ", found " + std::to_string(*index));
+        failCommand(reply, ReplayDevice::BadIndex,
+                    "expected a frame index from 0 to below " + std::to_string(frames_.size()) +
+                        ", found " + std::to_string(*index));
     } else {
         next_ = static_cast<std::size_t>(*index);
     }
@@ -219,12 +217,13 @@ void ReplayPlayer::seek(const Request& request, Reply& reply) {
 void ReplayPlayer::rate(const Request& request, Reply& reply) {
     const std::optional<double> factor = numberHeldBy(request.data());
     if (!factor) {
-        fail(reply, ReplayDevice::BadPayload, "\"rate\" takes a factor, as double, float or int");
+        failCommand(reply, ReplayDevice::BadPayload,
+                    "\"rate\" takes a factor, as double, float or int");
         return;
     }
     if (!std::isfinite(*factor) || *factor < 0) {
-        fail(reply, ReplayDevice::BadFactor,
-             "expected a factor that is 0 or greater, found " + std::to_string(*factor));
+        failCommand(reply, ReplayDevice::BadFactor,
+                    "expected a factor that is 0 or greater, found " + std::to_string(*factor));
         return;
     }
     factor_ = *factor;
@@ -251,7 +250,7 @@ void ReplayPlayer::status(const Request& /*request*/, Reply& reply) {
 
 bool ReplayPlayer::hasTake(Reply& reply) const {
     if (state_ == Device::Lost) {
-        fail(reply, ReplayDevice::NoTake, "no take is open");
+        failCommand(reply, ReplayDevice::NoTake, "no take is open");
         return false;
     }
     return true;

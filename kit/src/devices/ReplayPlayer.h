@@ -99,7 +99,4 @@ private:
     std::optional<Clock::Instant> lastTick_; ///< nothing before the first frame of a run
 };
 
-/// Makes a reply one of a command that failed.
-void fail(Reply& reply, ReplayDevice::Error error, const std::string& text);
-
 } // namespace tarn::kit

@@ -26,7 +26,6 @@ namespace {
 using FramePtr = std::shared_ptr<Frame>;
 
 constexpr std::size_t queueCapacity = 256;
-constexpr int unknownCommand = 1; // the result code
 
 const PerformerSetup& checked(const PerformerSetup& setup) {
     if (setup.device == nullptr) {
@@ -55,7 +54,7 @@ void commandIfKnown(Device& device, const std::string& id) {
     try {
         command(device, id);
     } catch (const CommandError& error) {
-        if (error.resultCode() != unknownCommand) {
+        if (error.resultCode() != commandUnknown) {
             throw;
         }
     }

@@ -9,44 +9,22 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cassert>
-#include <deque>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 namespace tarn::link {
-
-namespace {
-
-/// How deep requests may nest that are made on the device's thread. Each level costs stack and
-/// holds the lock of its reply.
-constexpr int maxNesting = 16;
-
-struct Command {
-    std::shared_ptr<Request> request;
-    std::shared_ptr<Reply> reply;
-};
-
-} // namespace
 
 struct LinkDevice::PrivateData {
     PrivateData(LinkDevice& itself, std::shared_ptr<Link> itsLink, LinkDeviceOptions itsOptions);
 
     // Any thread.
-    bool isOwnThread() const { return std::this_thread::get_id() == thread.get_id(); }
-    void post(Command command);
-    void close();
     template <class Condition>
     bool await(std::chrono::milliseconds patience, const std::function<bool()>& stopRequested,
                Condition condition) const;
 
     // The device's own thread.
-    void run();
-    void answerWaiting();
-    void answer(const Command& command);
-    void answerNested(const Command& command);
+    void wait();
 
     LinkDevice& device;
     const std::shared_ptr<Link> link;
@@ -58,13 +36,8 @@ struct LinkDevice::PrivateData {
     StreamView view;
     Entity waitset;
     Entity woken;
-    Receiver receiver; ///< for the device's own thread, as is the next
-    int nesting = 0;
-
-    std::mutex mutex;
-    std::deque<Command> waiting;      ///< guarded by the mutex
-    std::atomic<bool> closing{false}; ///< written under the mutex; nothing is queued afterwards
-    std::thread thread;
+    Receiver receiver;         ///< for the device's own thread
+    kit::CommandThread thread; ///< goes before all that it works with
 };
 
 LinkDevice::PrivateData::PrivateData(LinkDevice& itself, std::shared_ptr<Link> itsLink,
@@ -78,82 +51,21 @@ LinkDevice::PrivateData::PrivateData(LinkDevice& itself, std::shared_ptr<Link> i
                 },
                 [this](DeviceState state) { device.setState(state); }, [this] { described.emit(); },
                 [this](const LinkSample& arrived) { sample.emit(arrived); },
-                [this](const LinkEvent& happened) { event.emit(happened); }}) {
+                [this](const LinkEvent& happened) { event.emit(happened); }}),
+      thread(
+          {[this](const Request& request, Reply& reply) { return receiver.handle(request, reply); },
+           [this] { wait(); }, [this] { dds_set_guardcondition(woken.get(), true); },
+           [this] { receiver.work(); }, Closing}) {
     for (std::size_t track = 0; track < ports.size(); ++track) {
         ports[track] = &device.addOFramePort(static_cast<int>(track));
     }
     dds_waitset_attach(waitset.get(), woken.get(), 0);
 }
 
-void LinkDevice::PrivateData::post(Command command) {
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        if (!closing) {
-            waiting.push_back(std::move(command));
-            dds_set_guardcondition(woken.get(), true);
-            return;
-        }
-    }
-    answer(command); // with a refusal
-}
-
-void LinkDevice::PrivateData::close() {
-    assert(!isOwnThread());
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        closing = true;
-        dds_set_guardcondition(woken.get(), true);
-    }
-    thread.join();
-}
-
-void LinkDevice::PrivateData::run() {
-    while (!closing) {
-        dds_waitset_wait(waitset.get(), nullptr, 0, receiver.patience().count());
-        bool isWoken = false;
-        dds_take_guardcondition(woken.get(), &isWoken);
-        answerWaiting();
-        if (!closing) {
-            receiver.work();
-        }
-    }
-    answerWaiting();
-}
-
-void LinkDevice::PrivateData::answerWaiting() {
-    std::unique_lock<std::mutex> lock(mutex);
-    while (!waiting.empty()) {
-        const Command command = std::move(waiting.front());
-        waiting.pop_front();
-        lock.unlock();
-        answer(command);
-        lock.lock();
-    }
-}
-
-void LinkDevice::PrivateData::answer(const Command& command) {
-    if (closing) {
-        fail(*command.reply, Closing, "the device is being destroyed");
-        command.reply->finished();
-    } else if (receiver.handle(*command.request, *command.reply)) {
-        command.reply->finished();
-    } else {
-        device.Device::doRequest(command.request, command.reply);
-    }
-}
-
-/// Answers at once, since the caller may be one that blocks until there is an answer; which cannot
-/// be told, so what nests too deep is taken for a chain of callbacks.
-void LinkDevice::PrivateData::answerNested(const Command& command) {
-    if (nesting < maxNesting) {
-        ++nesting;
-        answer(command);
-        --nesting;
-    } else if (closing) {
-        command.reply->onFinished().disconnectAll(); // or the chain would never end
-    } else {
-        post(command);
-    }
+void LinkDevice::PrivateData::wait() {
+    dds_waitset_wait(waitset.get(), nullptr, 0, receiver.patience().count());
+    bool isWoken = false;
+    dds_take_guardcondition(woken.get(), &isWoken);
 }
 
 template <class Condition>
@@ -184,10 +96,10 @@ LinkDevice::LinkDevice(std::shared_ptr<Link> link, const std::string& id, LinkDe
     assert(link != nullptr);
     setState(Lost);
     d_ = std::make_unique<PrivateData>(*this, std::move(link), std::move(options));
-    d_->thread = std::thread([this] { d_->run(); });
+    d_->thread.start();
 }
 
-LinkDevice::~LinkDevice() { d_->close(); }
+LinkDevice::~LinkDevice() { d_->thread.close(); }
 
 void LinkDevice::open(const std::string& name) { kit::command(*this, "open", name); }
 
@@ -245,12 +157,7 @@ tsignal::Signal<LinkSample>& LinkDevice::onSample() { return d_->sample; }
 tsignal::Signal<LinkEvent>& LinkDevice::onEvent() { return d_->event; }
 
 void LinkDevice::doRequest(std::shared_ptr<Request> request, std::shared_ptr<Reply> reply) {
-    Command command{std::move(request), std::move(reply)};
-    if (d_->isOwnThread()) {
-        d_->answerNested(command);
-    } else {
-        d_->post(std::move(command));
-    }
+    d_->thread.request(std::move(request), std::move(reply));
 }
 
 } // namespace tarn::link

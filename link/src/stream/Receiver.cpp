@@ -48,11 +48,6 @@ std::string framesText(std::uint64_t count, std::uint64_t first) {
 
 } // namespace
 
-void fail(Reply& reply, LinkDevice::Error error, const std::string& text) {
-    reply.setResultCode(LinkDevice::failed);
-    reply.setError(error, text);
-}
-
 Receiver::Receiver(const Link& link, dds_entity_t waitset, const LinkDeviceOptions& options,
                    StreamView& view, Outputs outputs)
     : link_(link), waitset_(waitset), options_(options), view_(view), outputs_(std::move(outputs)),
@@ -79,7 +74,7 @@ bool Receiver::handle(const Request& request, Reply& reply) {
             try {
                 (this->*handler)(request, reply);
             } catch (const LinkError& error) {
-                fail(reply, LinkDevice::LinkFailed, error.what());
+                kit::failCommand(reply, LinkDevice::LinkFailed, error.what());
             }
             return true;
         }
@@ -90,11 +85,13 @@ bool Receiver::handle(const Request& request, Reply& reply) {
 void Receiver::open(const Request& request, Reply& reply) {
     const auto* const name = std::any_cast<std::string>(&request.data());
     if (name == nullptr) {
-        fail(reply, LinkDevice::BadPayload, "\"open\" takes the name of a stream, as std::string");
+        kit::failCommand(reply, LinkDevice::BadPayload,
+                         "\"open\" takes the name of a stream, as std::string");
         return;
     }
     if (!isStreamName(*name)) {
-        fail(reply, LinkDevice::BadName, "nothing can be offered under the name '" + *name + "'");
+        kit::failCommand(reply, LinkDevice::BadName,
+                         "nothing can be offered under the name '" + *name + "'");
         return;
     }
     auto descriptions =
@@ -119,7 +116,7 @@ void Receiver::open(const Request& request, Reply& reply) {
 
 void Receiver::start(const Request& /*request*/, Reply& reply) {
     if (descriptions_ == nullptr) {
-        fail(reply, LinkDevice::NotOpen, "no stream is open");
+        kit::failCommand(reply, LinkDevice::NotOpen, "no stream is open");
         return;
     }
     if (frames_ != nullptr) {
@@ -148,7 +145,7 @@ void Receiver::start(const Request& /*request*/, Reply& reply) {
 
 void Receiver::stop(const Request& /*request*/, Reply& reply) {
     if (descriptions_ == nullptr) {
-        fail(reply, LinkDevice::NotOpen, "no stream is open");
+        kit::failCommand(reply, LinkDevice::NotOpen, "no stream is open");
         return;
     }
     ++era_;

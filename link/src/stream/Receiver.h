@@ -148,7 +148,4 @@ private:
     std::deque<LinkEvent> events_;
 };
 
-/// Makes a reply one of a command that failed.
-void fail(Reply& reply, LinkDevice::Error error, const std::string& text);
-
 } // namespace tarn::link

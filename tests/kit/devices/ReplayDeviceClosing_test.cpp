@@ -252,7 +252,7 @@ TEST(ReplayClosingDeathTest, IsNotForTheDevicesOwnThread) {
                              [&](const std::shared_ptr<Reply>& /*reply*/) { device.reset(); });
         never.wait();
     };
-    EXPECT_DEATH(destroyInACallback(), "isOwnThread");
+    EXPECT_DEATH(destroyInACallback(), "isCurrent");
 }
 
 TEST(ReplayClosingDeathTest, IsNotReachedWithoutAClock) {

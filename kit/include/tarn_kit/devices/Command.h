@@ -13,6 +13,11 @@
 
 namespace tarn::kit {
 
+/// The result code of a command that a device, or any other communication interface, does not know.
+inline constexpr int commandUnknown = 1;
+/// That of a command that failed, as the devices of the kit have it; the error code says why.
+inline constexpr int commandFailed = 2;
+
 /// Why a device did not do what it was told. `what()` has the device's own words, or names the
 /// command where the device has none.
 class TARN_KIT_EXPORT CommandError : public std::runtime_error {
@@ -24,7 +29,7 @@ public:
     CommandError& operator=(CommandError&&) = default;
     ~CommandError() override;
 
-    /// Of the reply; 1 for a command that the device does not know.
+    /// Of the reply; `commandUnknown` for a command that the device does not know.
     int resultCode() const noexcept { return resultCode_; }
     /// Of the reply: what it means is the device's matter.
     int errorCode() const noexcept { return errorCode_; }

@@ -7,6 +7,7 @@
 #include <tarn_kit/Export.h>
 #include <tarn_kit/devices/Clock.h>
 #include <tarn_kit/devices/Command.h>
+#include <tarn_kit/devices/CommandThread.h>
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/C3d.h>
 
@@ -90,7 +91,7 @@ public:
     static constexpr int markerPort = 1;
 
     /// The result code of a command that failed.
-    static constexpr int failed = 2;
+    static constexpr int failed = commandFailed;
 
     /// Why a command failed: the error code of its reply.
     enum Error : int {

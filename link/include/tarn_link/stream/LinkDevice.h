@@ -7,6 +7,7 @@
 #include <tarn_kit/devices/Clock.h>
 #include <tarn_kit/devices/ClockOffset.h>
 #include <tarn_kit/devices/Command.h>
+#include <tarn_kit/devices/CommandThread.h>
 #include <tarn_kit/files/Codec.h>
 #include <tarn_kit/files/TrackDescription.h>
 #include <tarn_link/Export.h>
@@ -84,7 +85,7 @@ struct LinkSample {
 class TARN_LINK_EXPORT LinkDevice final : public Device {
 public:
     /// The result code of a command that failed.
-    static constexpr int failed = 2;
+    static constexpr int failed = kit::commandFailed;
 
     /// Why a command failed: the error code of its reply.
     enum Error : int {
