@@ -8,6 +8,7 @@
 #include "files/c3d/C3dDescription.h"
 #include "files/c3d/C3dOrigins.h"
 #include "files/c3d/C3dSource.h"
+#include "files/c3d/layout/C3dSearch.h"
 
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/TakeOf.h>

@@ -4,6 +4,7 @@
 #include <tarn_kit/files/C3d.h>
 
 #include "files/c3d/C3dData.h"
+#include "files/c3d/C3dHeader.h"
 #include "files/c3d/C3dSource.h"
 #include "files/c3d/C3dSync.h"
 

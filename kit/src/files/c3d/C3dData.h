@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "files/c3d/C3dLayout.h"
+#include "files/c3d/layout/C3dLayout.h"
 
 #include <tarn_kit/files/C3d.h>
 

@@ -3,6 +3,8 @@
 
 #include "files/c3d/C3dDescription.h"
 
+#include "files/c3d/C3dHeader.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>

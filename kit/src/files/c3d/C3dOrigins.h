@@ -4,7 +4,7 @@
 #pragma once
 
 #include "files/c3d/C3dJudge.h"
-#include "files/c3d/C3dLayout.h"
+#include "files/c3d/layout/C3dLayout.h"
 
 #include <cstdint>
 
