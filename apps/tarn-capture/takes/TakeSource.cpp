@@ -67,6 +67,13 @@ std::vector<std::shared_ptr<Settings>> listIn(const Settings& settings, const st
     return list;
 }
 
+/// What the take of markers calls the first frame of a body that was fitted to it; 0 of others.
+std::int64_t firstFrameIn(const Settings& entry) {
+    const std::string ofTrial = entry.value("FirstFrame", "");
+    const std::string number = ofTrial.empty() ? entry.value("Markers.FirstFrame", "") : ofTrial;
+    return kit::numberIn<std::int64_t>(number).value_or(0);
+}
+
 std::vector<kit::PerformerTake> performersIn(const fs::path& document, const SpaceChoice& choice) {
     Settings settings;
     kit::loadSettings(settings, document);
@@ -86,6 +93,7 @@ std::vector<kit::PerformerTake> performersIn(const fs::path& document, const Spa
     for (const auto& entry : entries) {
         const std::string name = entry->value("Name", "");
         performers.push_back(performerOf(besides(document, name, ".bvh").string(), name, space));
+        performers.back().firstFrame = firstFrameIn(*entry);
     }
     if (performers.empty()) {
         throw std::runtime_error(fmt::format(

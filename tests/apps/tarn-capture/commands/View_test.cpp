@@ -66,6 +66,7 @@ TEST_F(View, ShowsASolvedTrialWithItsMeasuredMarkers) {
     const Outcome done = view({path("solved")});
     ASSERT_EQ(done.exitCode, 0) << done.err;
     EXPECT_EQ(facts()["performers"][0]["frames"], 40);
+    EXPECT_EQ(facts()["performers"][0]["firstFrame"], 101) << "as solve.xml and the table count";
     const Json cloud = facts()["markers"][0];
     EXPECT_EQ(cloud["frames"], 40);
     EXPECT_EQ(cloud["firstFrame"], 101);
