@@ -52,3 +52,16 @@ function(tarn_library target alias)
         set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${map}")
     endif()
 endfunction()
+
+# tarn_part(<target>): a library beside the model: its public headers lie in include/, what is private in src/, and
+# Export.h knows by a definition, TARN_KIT_BUILDING for tarn_kit, that the library itself is being built.
+function(tarn_part target)
+    tarn_library(${target} tarn::${target})
+    target_include_directories(
+        ${target}
+        PUBLIC "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>"
+               "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>"
+        PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/src")
+    string(TOUPPER "${target}" name)
+    target_compile_definitions(${target} PRIVATE ${name}_BUILDING)
+endfunction()
