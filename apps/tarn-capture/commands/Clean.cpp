@@ -12,6 +12,7 @@
 #include "support/StandardStreams.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/processing/cleaning/UnlabelledMarkers.h>
@@ -33,6 +34,7 @@ struct CleanOptions {
     bool swaps = false;
     std::optional<double> lowPass; ///< Hz
     std::optional<std::string> report;
+    std::optional<kit::LengthUnit> unit; ///< of lengths that the report tells
     kit::C3dOptions markers;
 };
 
@@ -81,6 +83,7 @@ void filter(kit::C3dTake& take, double cutoff, CleaningReport& report) {
 CleaningReport clean(kit::C3dTake& take, const CleanOptions& options) {
     CleaningReport report;
     report.take = take;
+    report.unit = options.unit;
     report.untouched = kit::unlabelledMarkers(take.markers);
     report.byDefault = !options.fill && !options.swaps && !options.lowPass;
     if (options.swaps || report.byDefault) {
@@ -151,6 +154,11 @@ void addClean(CommandLine& line) {
             "with this cut-off; 6 is usual for walking")
         ->type_name("HZ");
     addOrigin(command, options.markers);
+    addUnit(command, options.unit,
+            "What lengths that are told are to be in: m, cm, mm, in or ft; if not given, the unit "
+            "of the file. OUT keeps that in any case");
+    refuseFlags(command, {"--up", "--scale"},
+                "OUT is the same file with repaired samples, which keeps its lengths and axes");
     command
         .add_option("--report", options.report, "Also write what was changed as a JSON document")
         ->type_name("FILE");

@@ -6,6 +6,7 @@
 #include "session/TakeFile.h"
 #include "solving/MarkerTrial.h"
 #include "support/Errors.h"
+#include "support/Flags.h"
 
 #include <fmt/format.h>
 #include <tarn_kit/body/MarkerSet.h>
@@ -98,6 +99,8 @@ void addMarkers(CommandLine& line) {
                     "The performer, as the file names them; if not given, the one with most of the "
                     "markers")
         ->type_name("NAME");
+    refuseFlags(command, {"--unit", "--up", "--scale"},
+                "names of markers are compared, which have no lengths and axes");
 }
 
 } // namespace tarn::capture

@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 
 #include "support/Errors.h"
+#include "support/Flags.h"
 #include "support/FrameRange.h"
 #include "support/OutputPath.h"
 
@@ -182,6 +183,8 @@ void addTake(CommandLine& line) {
                     "Files, and what else the action takes, as above")
         ->required()
         ->type_name("");
+    refuseFlags(command, {"--unit", "--up", "--scale"},
+                "take files keep the lengths and axes with which they were recorded");
 }
 
 } // namespace tarn::capture

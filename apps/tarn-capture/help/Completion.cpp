@@ -3,6 +3,8 @@
 
 #include "help/Completion.h"
 
+#include "help/HelpFormatter.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -19,7 +21,8 @@ std::vector<const CLI::App*> commandsOf(const CLI::App& program) {
 
 /// Options that are no arguments.
 std::vector<const CLI::Option*> flagsOf(const CLI::App& command) {
-    return command.get_options([](const CLI::Option* option) { return option->nonpositional(); });
+    return command.get_options(
+        [](const CLI::Option* option) { return option->nonpositional() && !isHidden(*option); });
 }
 
 bool takesValue(const CLI::Option& flag) { return flag.get_items_expected_max() > 0; }

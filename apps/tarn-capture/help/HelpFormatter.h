@@ -9,6 +9,10 @@
 
 namespace tarn::capture {
 
+/// The group of options of which neither help nor manual page, completion or suggestion tells.
+inline constexpr const char* hiddenGroup = "";
+inline bool isHidden(const CLI::Option& option) { return option.get_group() == hiddenGroup; }
+
 /// Writes the help of the program and its commands: names on the left, what they mean on the right,
 /// in lines that fit the terminal. Descriptions are plain sentences; their lines are broken here.
 class HelpFormatter : public CLI::Formatter {

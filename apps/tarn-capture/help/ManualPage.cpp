@@ -39,9 +39,10 @@ std::string usageOf(const CLI::App& command, const std::string& program) {
 }
 
 std::string optionsOf(const CLI::App& command) {
+    const auto isTold = [](const CLI::Option* option) { return !isHidden(*option); };
     const HelpFormatter formatter;
     std::string text;
-    for (const CLI::Option* option : command.get_options()) {
+    for (const CLI::Option* option : command.get_options(isTold)) {
         const bool isArgument = option->get_positional();
         const std::string name =
             option->get_name(isArgument, !isArgument) + formatter.make_option_opts(option);

@@ -3,6 +3,8 @@
 
 #include "help/Suggestion.h"
 
+#include "help/HelpFormatter.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -53,8 +55,9 @@ std::vector<std::string> commandNames(const CLI::App& app) {
 }
 
 std::vector<std::string> flagNames(const CLI::App& app) {
+    const auto isTold = [](const CLI::Option* option) { return !isHidden(*option); };
     std::vector<std::string> names;
-    for (const CLI::Option* option : app.get_options()) {
+    for (const CLI::Option* option : app.get_options(isTold)) {
         for (const std::string& name : option->get_lnames()) {
             names.push_back("--" + name);
         }

@@ -30,10 +30,7 @@ struct Change {
 
 Change changeOf(const kit::C3dInfo& take, const SpaceChoice& choice) {
     Change change;
-    change.factor = choice.scale;
-    if (choice.unit && take.metresPerUnit > 0) {
-        change.factor *= take.metresPerUnit / choice.unit->metres;
-    }
+    change.factor = choice.scale * factorTo(choice.unit, take);
     if (choice.up) {
         const auto from = static_cast<std::size_t>(upAxisOf(take));
         change.shift = (static_cast<std::size_t>(*choice.up) + 3 - from) % 3;
@@ -117,6 +114,10 @@ FrameRange chosenFrames(const std::optional<FrameChoice>& choice, const kit::C3d
 const kit::MarkerFrame& markersAt(const kit::C3dTake& take, int frame) {
     // The take keeps the frame alive.
     return take.tracks->getFrame(frame, kit::markerDataType)->dataAs<kit::MarkerFrame>();
+}
+
+double factorTo(const std::optional<kit::LengthUnit>& unit, const kit::C3dInfo& take) {
+    return unit && take.metresPerUnit > 0 ? take.metresPerUnit / unit->metres : 1;
 }
 
 std::optional<kit::UpAxis> statedUpAxis(const kit::C3dInfo& take) {

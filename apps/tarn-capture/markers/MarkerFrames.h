@@ -26,6 +26,10 @@ kit::C3dTake cut(kit::C3dTake take, FrameRange range);
 /// The markers at a frame of the take. Precondition: 0 <= `frame` < `frameCount`.
 const kit::MarkerFrame& markersAt(const kit::C3dTake& take, int frame);
 
+/// By what lengths of a take are multiplied so that they are in a unit: 1 for no unit, and for a
+/// take that does not say what its own are in.
+double factorTo(const std::optional<kit::LengthUnit>& unit, const kit::C3dInfo& take);
+
 /// The axis that the file wants to point up on the screen; nothing if it does not say.
 std::optional<kit::UpAxis> statedUpAxis(const kit::C3dInfo& take);
 /// The axis that is up: that one, else Z, as laboratories have it.

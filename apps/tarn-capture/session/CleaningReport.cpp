@@ -3,6 +3,8 @@
 
 #include "session/CleaningReport.h"
 
+#include "markers/MarkerFrames.h"
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <tarn_kit/files/Text.h>
@@ -38,6 +40,15 @@ std::string framesOf(const CleaningReport& report, int first, int last) {
                          : fmt::format("frames {}..{}", number + first, number + last);
 }
 
+std::string unitOf(const CleaningReport& report) {
+    return report.unit ? report.unit->symbol : report.take.unit;
+}
+
+/// How far off positions of a gap may be expected to be, in the unit of the report.
+double expectedErrorOf(const CleaningReport& report, const kit::MarkerGap& gap) {
+    return gap.expectedError * factorTo(report.unit, report.take);
+}
+
 std::string counted(std::size_t count, const char* noun) { return kit::counted(count, noun); }
 
 std::string lineOf(const CleaningReport& report, const kit::MarkerChange& change) {
@@ -59,8 +70,9 @@ std::string lineOf(const CleaningReport& report, const kit::MarkerGap& gap) {
     }
     text += gap.neighbours.empty() ? "by a cubic" : "from " + namesOf(report, gap.neighbours);
     if (std::isfinite(gap.expectedError)) {
-        text += fmt::format(", expected error {:.2g}{}{}", gap.expectedError,
-                            report.take.unit.empty() ? "" : " ", kit::printable(report.take.unit));
+        const std::string unit = unitOf(report);
+        text += fmt::format(", expected error {:.2g}{}{}", expectedErrorOf(report, gap),
+                            unit.empty() ? "" : " ", kit::printable(unit));
     }
     if (!gap.reason.empty()) {
         text +=
@@ -153,16 +165,17 @@ Json jsonGaps(const CleaningReport& report) {
         const char* const method = gap.method == kit::FillMethod::NotFilled ? "none"
                                    : gap.method == kit::FillMethod::Cubic   ? "cubic"
                                                                             : "neighbours";
-        gaps.push_back({{"marker", jsonNames(report, {gap.marker})[0]},
-                        {"first", report.take.firstFrame + gap.first},
-                        {"last", report.take.firstFrame + gap.last},
-                        {"frames", gap.last - gap.first + 1},
-                        {"filled", gap.filled},
-                        {"method", method},
-                        {"neighbours", jsonNames(report, gap.neighbours)},
-                        {"expected_error",
-                         std::isfinite(gap.expectedError) ? Json(gap.expectedError) : Json()},
-                        {"reason", gap.reason}});
+        gaps.push_back(
+            {{"marker", jsonNames(report, {gap.marker})[0]},
+             {"first", report.take.firstFrame + gap.first},
+             {"last", report.take.firstFrame + gap.last},
+             {"frames", gap.last - gap.first + 1},
+             {"filled", gap.filled},
+             {"method", method},
+             {"neighbours", jsonNames(report, gap.neighbours)},
+             {"expected_error",
+              std::isfinite(gap.expectedError) ? Json(expectedErrorOf(report, gap)) : Json()},
+             {"reason", gap.reason}});
     }
     return gaps;
 }
@@ -199,7 +212,7 @@ std::string documentOf(const CleaningReport& report) {
                      {"frames", report.take.frameCount},
                      {"first_frame", report.take.firstFrame},
                      {"rate", report.take.rate},
-                     {"unit", kit::validUtf8(report.take.unit)},
+                     {"unit", kit::validUtf8(unitOf(report))},
                      {"untouched", jsonNames(report, report.untouched)}};
     if (report.changes) {
         document["changes"] = jsonChanges(report);

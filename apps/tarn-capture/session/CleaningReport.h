@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/processing/cleaning/GapFilling.h>
 #include <tarn_kit/processing/cleaning/LowPass.h>
@@ -18,8 +19,9 @@ namespace tarn::capture {
 struct CleaningReport {
     /// The take as it was read: names, numbers of frames, unit.
     kit::C3dTake take;
-    std::vector<int> untouched; ///< unlabelled points
-    bool byDefault = false;     ///< nobody asked for anything in particular
+    std::optional<kit::LengthUnit> unit; ///< of lengths that are told; else that of the take
+    std::vector<int> untouched;          ///< unlabelled points
+    bool byDefault = false;              ///< nobody asked for anything in particular
     std::optional<std::vector<kit::MarkerChange>> changes;
     std::optional<std::vector<kit::MarkerGap>> gaps;
     kit::LowPassOptions filter;

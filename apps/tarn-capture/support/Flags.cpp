@@ -3,8 +3,8 @@
 
 #include "support/Flags.h"
 
+#include "help/HelpFormatter.h"
 #include "recording/Recording.h"
-
 #include "support/Errors.h"
 
 #include <fmt/format.h>
@@ -166,6 +166,19 @@ void addSpeed(CLI::App& command, double& speed) {
             .add_flag_callback(
                 "--realtime", [&speed] { speed = 1; }, "The same as --speed 1")
             ->excludes(flag);
+    }
+}
+
+void refuseFlags(CLI::App& command, const std::vector<std::string>& flags,
+                 const std::string& reason) {
+    for (const std::string& flag : flags) {
+        command
+            .add_option_function<std::string>(flag,
+                                              [flag, reason](const std::string& /*value*/) {
+                                                  throw UsageError(
+                                                      fmt::format("{}: {}", flag, reason));
+                                              })
+            ->group(hiddenGroup);
     }
 }
 

@@ -49,6 +49,11 @@ void addRate(CLI::App& command, std::optional<kit::Rate>& rate, const std::strin
 /// given.
 void addSpeed(CLI::App& command, double& speed);
 
+/// Flags of other commands that mean nothing in this one: no help tells of them, and who gives one
+/// gets a `UsageError` with the reason.
+void refuseFlags(CLI::App& command, const std::vector<std::string>& flags,
+                 const std::string& reason);
+
 /// --record FILE: a take file of what streams.
 void addRecord(CLI::App& command, std::optional<std::string>& file);
 

@@ -17,6 +17,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 /// A take and a place for what is made of it.
@@ -61,6 +62,26 @@ TEST_F(CommandLine, SaysWhatWasProbablyMeantByAWordThatIsUnknown) {
                      "tarn-capture play");
     expectUsageError({"export", take_, "--form", "csv"},
                      "unknown flag '--form'; did you mean '--format'?", "tarn-capture export");
+}
+
+TEST_F(CommandLine, SaysWhyAFlagOfOtherCommandsMeansNothingInOne) {
+    expectUsageError({"clean", take_, out_, "--up", "y"},
+                     "--up: OUT is the same file with repaired samples, which keeps its lengths "
+                     "and axes",
+                     "tarn-capture clean");
+    for (const std::string flag : {"--unit", "--up", "--scale"}) {
+        expectUsageError({"markers", "check", "cmu41", flag + "=1"},
+                         flag + ": names of markers are compared, which have no lengths and axes",
+                         "tarn-capture markers");
+        expectUsageError({"take", "ls", "a.tarn", flag, "1"},
+                         flag + ": take files keep the lengths and axes with which they were "
+                                "recorded",
+                         "tarn-capture take");
+    }
+    for (const std::string command : {"markers", "take"}) {
+        EXPECT_THAT(capture({command, "--help"}).out, Not(HasSubstr("--scale")));
+        expectUsageError({command, "--scal"}, "unknown flag '--scal'", "tarn-capture " + command);
+    }
 }
 
 TEST_F(CommandLine, EveryCommandNeedsATake) {

@@ -21,6 +21,7 @@
 namespace tarn::tests {
 namespace {
 
+using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -118,6 +119,22 @@ TEST_F(Clean, FillsAGapAndSaysFromWhichMarkers) {
     EXPECT_GE(gap["neighbours"].size(), 3U);
     EXPECT_LT(gap["expected_error"], 30);
     EXPECT_EQ(gap["reason"], "");
+}
+
+TEST_F(Clean, TellsLengthsInTheUnitThatIsAskedForAndWritesTheSameFile) {
+    writeGap();
+    ASSERT_EQ(capture({"clean", in_, out_, "--fill", "--report", report_}).exitCode, 0);
+    const Json millimetres = Json::parse(readFile(report_));
+    const std::string cleaned = readFile(out_);
+    const Outcome outcome =
+        capture({"clean", in_, out_, "--fill", "--unit", "cm", "--report", report_});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, ContainsRegex("expected error [0-9.]+ cm\n"));
+    const Json centimetres = Json::parse(readFile(report_));
+    EXPECT_EQ(centimetres["unit"], "cm");
+    const double error = millimetres["gaps"][0]["expected_error"];
+    EXPECT_DOUBLE_EQ(centimetres["gaps"][0]["expected_error"], error / 10);
+    EXPECT_EQ(readFile(out_), cleaned);
 }
 
 TEST_F(Clean, ChangesNothingButTheSamplesInTheFile) {

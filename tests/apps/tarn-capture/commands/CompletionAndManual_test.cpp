@@ -15,6 +15,7 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 /// The names that a list in a help gives, one at the beginning of each line.
 std::vector<std::string> listedIn(const std::string& help, const std::string& pattern) {
@@ -152,6 +153,12 @@ TEST(Completion, KnowsEveryCommandAndEveryFlagInEveryShell) {
     }
 }
 
+TEST(Completion, OffersNoFlagThatOnlyOtherCommandsHave) {
+    const std::string fish = capture({"completion", "fish"}).out;
+    EXPECT_THAT(fish, HasSubstr("_from info' -l scale "));
+    EXPECT_THAT(fish, Not(HasSubstr("_from take' -l scale ")));
+}
+
 TEST(Completion, IsForShellsThatAreKnown) {
     EXPECT_EQ(capture({"completion"}).exitCode, 2);
     EXPECT_EQ(capture({"completion", "cmd"}).exitCode, 2);
@@ -173,6 +180,16 @@ TEST(Manual, HasTheTextOfTheHelpOfEveryCommand) {
             EXPECT_THAT(page, HasSubstr(flag)) << command;
         }
     }
+}
+
+TEST(Manual, HasNoFlagThatOnlyOtherCommandsHave) {
+    const std::string page = capture({"manual"}).out;
+    const std::size_t start = page.find(".SS tarn\\-capture take ");
+    ASSERT_NE(start, std::string::npos);
+    const std::string section = page.substr(start, page.find(".SS", start + 1) - start);
+    EXPECT_THAT(section, HasSubstr(".B \\-h"));
+    EXPECT_THAT(section, Not(HasSubstr("scale")));
+    EXPECT_THAT(section, Not(HasSubstr(".B  "))) << "nor an entry without a name";
 }
 
 TEST(Manual, IsUnderstoodByGroff) {
