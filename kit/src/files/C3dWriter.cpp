@@ -7,12 +7,12 @@
 #include "files/c3d/C3dHeader.h"
 #include "files/c3d/C3dSource.h"
 #include "files/c3d/C3dSync.h"
+#include "files/c3d/writing/C3dHeaderWriting.h"
+#include "files/c3d/writing/C3dSamples.h"
+#include "files/c3d/writing/C3dScale.h"
+#include "files/c3d/writing/C3dSectionWriting.h"
 
 #include <algorithm>
-#include <any>
-#include <cmath>
-#include <limits>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -23,170 +23,6 @@ namespace tarn::kit {
 namespace {
 
 namespace header = c3d_header;
-
-constexpr std::uint64_t maxWord = 65535;
-
-[[noreturn]] void refuse(const std::string& reason) {
-    throw std::invalid_argument("a C3D file cannot hold this take: " + reason);
-}
-
-// What a take holds, checked once.
-
-/// The payload of a frame; throws if there is none of the type, or not of the size.
-template <class Payload>
-const Payload& payloadAt(Tracks& tracks, int index, int dataType, std::size_t size,
-                         const char* what) {
-    const std::shared_ptr<Frame> frame = tracks.getFrame(index, dataType);
-    const auto* const payload = frame == nullptr ? nullptr : std::any_cast<Payload>(&frame->data());
-    if (payload == nullptr || payload->size() != size) {
-        refuse("index " + std::to_string(index) + " shows no frame of " + std::to_string(size) +
-               " " + what);
-    }
-    return *payload; // the take keeps the frame
-}
-
-/// The samples of a take. What it refers to outlives it.
-class Samples {
-public:
-    explicit Samples(const C3dTake& take) : take_(take) {
-        if (take.tracks == nullptr) {
-            refuse("it has no tracks");
-        }
-        if (!std::isfinite(take.rate) || !(take.rate > 0)) {
-            refuse("it has no rate");
-        }
-        frames = take.tracks->timeLength();
-        checkAnalog();
-        checkBodies();
-        for (int i = 0; i < frames; ++i) {
-            markers(i);
-        }
-        for (int i = 0; i < samples; ++i) {
-            analog(i);
-        }
-        for (int i = 0; i < bodySamples; ++i) {
-            bodies(i);
-        }
-    }
-
-    const MarkerFrame& markers(int index) const {
-        return payloadAt<MarkerFrame>(*take_.tracks, index, markerDataType, take_.markers.size(),
-                                      "markers");
-    }
-    const AnalogFrame& analog(int index) const {
-        return payloadAt<AnalogFrame>(*take_.analogTracks, index, analogDataType,
-                                      take_.channels.size(), "channels");
-    }
-    const RigidBodyFrame& bodies(int index) const {
-        return payloadAt<RigidBodyFrame>(*take_.bodyTracks, index, rigidBodyDataType,
-                                         take_.bodies.size(), "rigid bodies");
-    }
-
-    int frames = 0;
-    int samples = 0;
-    int bodySamples = 0;
-
-private:
-    void checkAnalog() {
-        if (take_.channels.empty()) {
-            return;
-        }
-        const auto perFrame = static_cast<std::uint64_t>(std::max(take_.samplesPerFrame, 0));
-        if (perFrame == 0) {
-            refuse("it has channels, but no samples to a frame");
-        }
-        samples = take_.analogTracks == nullptr ? 0 : take_.analogTracks->timeLength();
-        if (static_cast<std::uint64_t>(samples) != static_cast<std::uint64_t>(frames) * perFrame) {
-            refuse("it has " + std::to_string(samples) + " analog samples for " +
-                   std::to_string(frames) + " frames");
-        }
-    }
-
-    void checkBodies() {
-        if (take_.bodies.empty()) {
-            return;
-        }
-        bodySamples = take_.bodyTracks == nullptr ? 0 : take_.bodyTracks->timeLength();
-        if (take_.bodiesPerFrame <= 0 || bodySamples % take_.bodiesPerFrame != 0) {
-            refuse("its rigid bodies do not come in whole frames");
-        }
-    }
-
-    const C3dTake& take_;
-};
-
-// How it is stored.
-
-/// The largest distance from the origin along an axis, and the largest residual.
-struct Extent {
-    double place = 0;
-    double residual = 0;
-};
-
-Extent extentOf(const Samples& samples) {
-    Extent extent;
-    const auto grow = [](double& most, float value) {
-        const double size = std::abs(static_cast<double>(value));
-        most = std::isfinite(size) ? std::max(most, size) : most;
-    };
-    for (int i = 0; i < samples.frames; ++i) {
-        for (const Marker& marker : samples.markers(i)) {
-            if (marker.hasPosition()) {
-                grow(extent.place, marker.position.x);
-                grow(extent.place, marker.position.y);
-                grow(extent.place, marker.position.z);
-                grow(extent.residual, marker.residual);
-            }
-        }
-    }
-    return extent;
-}
-
-/// A step, in single precision, of which no more than 32,767 are needed.
-double chooseScale(const C3dTake& take, const Samples& samples, bool real) {
-    const bool given = std::isfinite(take.scale) && take.scale > 0;
-    if (given && real) {
-        return take.scale;
-    }
-    constexpr double steps = 32767;
-    const Extent extent = extentOf(samples);
-    if (given && extent.place < (steps + 1.5) * take.scale) { // down to -32768
-        return take.scale;
-    }
-    const double scale = std::max(extent.place / steps, given ? 0 : extent.residual / 255);
-    if (scale == 0) {
-        return given ? take.scale : 1;
-    }
-    return static_cast<double>(
-        std::nextafter(static_cast<float>(scale), std::numeric_limits<float>::max()));
-}
-
-/// Whether a sample is a whole number of 16 bits as it would be stored.
-bool fitsInteger(float sample, const C3dChannel& channel, bool isUnsigned) {
-    const auto value = static_cast<double>(sample);
-    if (channel.scale == 0) {
-        return value == 0;
-    }
-    const double stored = value / channel.scale + channel.offset;
-    const double least = isUnsigned ? -0.5 : -32768.5;
-    const double most = isUnsigned ? 65535.5 : 32767.5;
-    return stored > least && stored < most && std::abs(stored - std::rint(stored)) <= 0.01;
-}
-
-/// The channel with a scale by which its largest sample fits.
-C3dChannel rescaled(const Samples& samples, std::size_t index, C3dChannel channel) {
-    double most = 0;
-    for (int i = 0; i < samples.samples; ++i) {
-        const double size = std::abs(static_cast<double>(samples.analog(i)[index]));
-        most = std::isfinite(size) ? std::max(most, size) : most;
-    }
-    const auto scale = static_cast<float>(most / 32767);
-    channel.scale =
-        most == 0 ? 1
-                  : static_cast<double>(std::nextafter(scale, std::numeric_limits<float>::max()));
-    channel.offset = 0;
-    return channel;
-}
 
 /// Writes a take in a layout of its own, or over the bytes of its source.
 class Writer {
@@ -217,16 +53,15 @@ public:
     void write(std::ostream& stream) {
         const C3dChanges changes(take_, to_, channels_);
         parameters_ = syncedParameters(take_, to_, channels_, changes);
-        numberGroups();
+        numberGroups(parameters_);
         const bool sameParameters = source_ != nullptr && parameters_ == source_->info().parameters;
-        std::string section;
         if (source_ != nullptr && !changes.encoding && source_->section().start != 0) {
             keepRecords_ = true;
         }
         if (!changes.shape()) {
-            section = sameParameters ? std::string() : sectionBytes();
-            if (sameParameters || fitsInPlace(section)) {
-                writeOver(stream, changes, section);
+            const std::string bytes = sameParameters ? std::string() : section();
+            if (sameParameters || fitsInPlace(bytes)) {
+                writeOver(stream, changes, bytes);
                 return;
             }
         }
@@ -288,113 +123,9 @@ private:
                static_cast<std::uint64_t>(index) * from().frameBytes();
     }
 
-    /// Gives groups that were made a number that no other has.
-    void numberGroups() {
-        std::vector<bool> taken(128);
-        for (const C3dGroup& group : parameters_.groups()) {
-            if (group.id < 0 || group.id > 127 ||
-                (group.id > 0 && taken[static_cast<std::size_t>(group.id)])) {
-                refuse("the group " + group.name + " has a number that is not its own");
-            }
-            taken[static_cast<std::size_t>(group.id)] = group.id > 0;
-        }
-        for (C3dGroup& group : parameters_.groups()) {
-            if (group.id == 0) {
-                const auto free = std::find(taken.begin() + 1, taken.end(), false);
-                if (free == taken.end()) {
-                    refuse("it has more than 127 groups of parameters");
-                }
-                *free = true;
-                group.id = static_cast<int>(free - taken.begin());
-            }
-        }
-    }
-
-    // The section of parameters.
-
-    /// The bytes of a record of the source if it says the same there.
-    std::string keptRecord(std::uint64_t offset, bool same) const {
-        if (!keepRecords_ || !same || offset == 0) {
-            return {};
-        }
-        const std::vector<C3dRecord>& records = source_->section().records;
-        const auto found = std::lower_bound(
-            records.begin(), records.end(), offset,
-            [](const C3dRecord& record, std::uint64_t at) { return record.start < at; });
-        if (found == records.end() || found->start != offset || found->isMended) {
-            return {};
-        }
-        return std::string(source_->bytes().substr(found->start, found->end - found->start));
-    }
-
-    const C3dGroup* sourceGroup(const C3dGroup& group) const {
-        if (source_ == nullptr) {
-            return nullptr;
-        }
-        for (const C3dGroup& other : source_->info().parameters.groups()) {
-            if (other.id == group.id) {
-                return &other;
-            }
-        }
-        return nullptr;
-    }
-
-    struct Placed {
-        std::uint64_t offset; ///< in the source; behind all of them for what is new
-        std::string record;
-    };
-
-    void addRecords(const C3dGroup& group, std::vector<Placed>& records) const {
-        constexpr std::uint64_t atTheEnd = std::numeric_limits<std::uint64_t>::max();
-        const C3dGroup* const was = sourceGroup(group);
-        if (!group.name.empty()) { // one without a name has no record
-            const bool same = was != nullptr && was->name == group.name &&
-                              was->description == group.description && was->locked == group.locked;
-            std::string record = keptRecord(group.offset, same);
-            if (record.empty()) {
-                record = recordOf(group, to_.processor, false);
-            }
-            records.push_back({group.offset == 0 ? atTheEnd : group.offset, std::move(record)});
-        }
-        for (const C3dParameter& parameter : group.parameters) {
-            bool same = false;
-            if (was != nullptr) {
-                for (const C3dParameter& old : was->parameters) {
-                    same = same || (old.offset == parameter.offset && old == parameter);
-                }
-            }
-            std::string record = keptRecord(parameter.offset, same);
-            if (record.empty()) {
-                record = recordOf(group, parameter, to_.processor, false);
-            }
-            records.push_back(
-                {parameter.offset == 0 ? atTheEnd : parameter.offset, std::move(record)});
-        }
-    }
-
-    /// All records, in the order of the source, and the end of them, with the header of the section
-    /// before them.
-    std::string sectionBytes() const {
-        std::vector<Placed> records;
-        for (const C3dGroup& group : parameters_.groups()) {
-            addRecords(group, records);
-        }
-        if (keepRecords_) {
-            std::stable_sort(records.begin(), records.end(),
-                             [](const Placed& a, const Placed& b) { return a.offset < b.offset; });
-        }
-        std::string bytes = {1, header::magic, 0, static_cast<char>(to_.processor)};
-        for (Placed& one : records) {
-            setDistance(one.record, to_.processor, false);
-            bytes += one.record;
-        }
-        bytes.append(2, '\0');
-        const std::uint64_t blocks = (bytes.size() + c3dBlock - 1) / c3dBlock;
-        if (blocks > 255) {
-            refuse("its parameters take " + std::to_string(blocks) + " blocks, more than 255");
-        }
-        bytes[2] = static_cast<char>(blocks);
-        return bytes;
+    /// As the parameters stand now.
+    std::string section() const {
+        return sectionBytes(parameters_, to_.processor, keepRecords_ ? source_ : nullptr);
     }
 
     /// Where something else follows the parameters of the source.
@@ -440,7 +171,7 @@ private:
             section.resize(std::max<std::uint64_t>(section.size(), std::min(old, room)), '\0');
             put(was.start, section);
         }
-        putHeader(head, changes, false);
+        putHeader(head, take_, to_, changes, false);
         if (to_.bodies > 0) {
             const std::uint64_t size = to_.bodyFrames * to_.bodyFrameBytes();
             put(to_.bodiesStart, bodyBytes(std::string(bytes.substr(to_.bodiesStart, size))));
@@ -453,31 +184,31 @@ private:
     // With a layout of its own.
 
     void writeAnew(std::ostream& stream, const C3dChanges& changes) {
-        if (to_.points > maxWord || to_.channels * to_.samplesPerFrame > maxWord ||
-            to_.bodies > maxWord || to_.bodiesPerFrame > maxWord) {
-            refuse("it has more than 65535 markers, samples or rigid bodies to a frame");
+        if (to_.points > header::maxWord || to_.channels * to_.samplesPerFrame > header::maxWord ||
+            to_.bodies > header::maxWord || to_.bodiesPerFrame > header::maxWord) {
+            refuseC3d("it has more than 65535 markers, samples or rigid bodies to a frame");
         }
         // Here nothing that the file said otherwise than it was can stay.
         C3dChanges all = changes;
         all.encoding = all.points = all.frames = all.scale = all.rate = true;
         all.analogShape = all.bodies = true;
         parameters_ = syncedParameters(take_, to_, channels_, all);
-        numberGroups();
+        numberGroups(parameters_);
         const auto blocksOf = [](std::uint64_t bytes) { return (bytes + c3dBlock - 1) / c3dBlock; };
-        const std::uint64_t sectionBlocks = blocksOf(sectionBytes().size());
+        const std::uint64_t sectionBlocks = blocksOf(section().size());
         to_.dataStart = (1 + sectionBlocks) * c3dBlock;
         const std::uint64_t bodiesBlock =
             1 + sectionBlocks + blocksOf(to_.frames * to_.frameBytes());
         to_.bodiesStart = to_.bodies == 0 ? 0 : bodiesBlock * c3dBlock;
-        if (to_.bodies > 0 && bodiesBlock >= maxWord) {
-            refuse("its rigid bodies start behind block 65535");
+        if (to_.bodies > 0 && bodiesBlock >= header::maxWord) {
+            refuseC3d("its rigid bodies start behind block 65535");
         }
         setBlock("POINT", to_.dataStart);
         if (to_.bodies > 0) {
             setBlock("ROTATION", to_.bodiesStart);
         }
-        std::string section = sectionBytes();
-        section.resize(sectionBlocks * c3dBlock, '\0');
+        std::string parameters = section();
+        parameters.resize(sectionBlocks * c3dBlock, '\0');
         std::string head(c3dBlock, '\0');
         const bool keepHeader = source_ != nullptr && !changes.encoding;
         if (keepHeader) {
@@ -489,8 +220,8 @@ private:
         }
         head[0] = 2;
         head[1] = header::magic;
-        putHeader(head, changes, true);
-        head += section;
+        putHeader(head, take_, to_, changes, true);
+        head += parameters;
         stream.write(head.data(), static_cast<std::streamsize>(head.size()));
         writeFrames(stream, keepHeader && !changes.points && !changes.analogShape);
         writePadding(stream, to_.frames * to_.frameBytes());
@@ -519,72 +250,6 @@ private:
     static void writePadding(std::ostream& stream, std::uint64_t size) {
         const std::string zeros((c3dBlock - size % c3dBlock) % c3dBlock, '\0');
         stream.write(zeros.data(), static_cast<std::streamsize>(zeros.size()));
-    }
-
-    // The header.
-
-    void putHeader(std::string& head, const C3dChanges& changes, bool anew) const {
-        const auto word = [&](int number, std::uint64_t value) {
-            putWord(&head[header::offsetOf(number)],
-                    static_cast<std::uint16_t>(std::min(value, maxWord)), to_.processor);
-        };
-        const auto real = [&](int number, double value) {
-            putReal(&head[header::offsetOf(number)], static_cast<float>(value), to_.processor);
-        };
-        if (anew || changes.points) {
-            word(header::points, to_.points);
-        }
-        if (anew || changes.frames) {
-            const auto first =
-                static_cast<std::uint64_t>(std::max<std::int64_t>(0, to_.firstFrame));
-            word(header::firstFrame, first);
-            word(header::lastFrame, first + to_.frames == 0 ? 0 : first + to_.frames - 1);
-        }
-        if (anew || changes.scale) {
-            real(header::scale, to_.real ? -to_.scale : to_.scale);
-        }
-        if (anew || changes.rate) {
-            real(header::rate, to_.rate);
-        }
-        if (anew) {
-            word(header::dataStart, to_.dataStart / c3dBlock + 1);
-        }
-        if (anew && (changes.analogShape || changes.encoding)) {
-            word(header::samplesPerFrame, to_.samplesPerFrame);
-        }
-        if (anew || changes.analogShape) {
-            word(header::analogPerFrame, to_.channels * to_.samplesPerFrame);
-        }
-        if (changes.headerEvents || changes.encoding) {
-            putEvents(head);
-        }
-    }
-
-    void putEvents(std::string& head) const {
-        const std::vector<C3dEvent> events = eventsIn(take_, true);
-        if (events.size() > static_cast<std::size_t>(header::maxEvents)) {
-            refuse("it has more than 18 events for the header");
-        }
-        const std::uint64_t first = header::offsetOf(header::eventTimes);
-        const std::uint64_t end = header::offsetOf(header::eventLabels + 2 * header::maxEvents);
-        std::fill(head.begin() + static_cast<std::ptrdiff_t>(first),
-                  head.begin() + static_cast<std::ptrdiff_t>(end), '\0');
-        putWord(&head[header::offsetOf(header::eventKey)], header::key, to_.processor);
-        putWord(&head[header::offsetOf(header::eventCount)],
-                static_cast<std::uint16_t>(events.size()), to_.processor);
-        for (std::size_t i = 0; i < events.size(); ++i) {
-            const C3dEvent& event = events[i];
-            if (event.label.size() > 4) {
-                refuse("the event '" + event.label +
-                       "' has more than the 4 characters that the "
-                       "header has for it");
-            }
-            putReal(&head[first + 4 * i], static_cast<float>(event.time), to_.processor);
-            head[header::offsetOf(header::eventFlags) + i] = event.shown ? 0 : 1;
-            std::string label = event.label;
-            label.resize(4, ' ');
-            head.replace(header::offsetOf(header::eventLabels) + 4 * i, 4, label);
-        }
     }
 
     // The data.
@@ -671,7 +336,7 @@ private:
     }
 
     const C3dTake& take_;
-    Samples samples_;
+    C3dSamples samples_;
     const C3dSource* source_;
     C3dLayout to_;
     std::vector<C3dChannel> channels_;

@@ -29,6 +29,7 @@ inline constexpr int eventFlags = 189;
 inline constexpr int eventLabels = 199;
 inline constexpr int maxEvents = 18;
 inline constexpr int key = 12345; ///< says that what follows it is there
+inline constexpr std::uint64_t maxWord = 65535;
 inline constexpr char magic = c3dKey;
 
 inline std::uint64_t offsetOf(int word) { return static_cast<std::uint64_t>(word - 1) * 2; }
