@@ -10,6 +10,8 @@
 #include "support/Interrupt.h"
 #include "support/OutputPath.h"
 #include "support/ProgressBar.h"
+#include "support/Terminal.h"
+#include "support/Wrapped.h"
 
 #include <fmt/format.h>
 #include <tarn/Actor.h>
@@ -102,8 +104,10 @@ void print(const kit::CalibrationReport& report) {
         fmt::print("missing: {}\n", kit::printable(marker));
     }
     for (const kit::WeakSpot& spot : report.weakSpots) {
-        fmt::print("weak: {} {}{}{}\n", kit::printable(spot.name), spot.reason,
-                   spot.advice.empty() ? "" : "; ", spot.advice);
+        const std::string text =
+            fmt::format("weak: {} {}{}{}", kit::printable(spot.name), spot.reason,
+                        spot.advice.empty() ? "" : "; ", spot.advice);
+        fmt::print("{}", hanging(text, 0, outputWidth()));
     }
 }
 

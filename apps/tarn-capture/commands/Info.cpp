@@ -76,10 +76,7 @@ void printGuesses(const Take& take) {
     fmt::print("  guesses\n");
     constexpr std::size_t indent = 4;
     for (const std::string& guess : take.guesses()) {
-        std::size_t more = 0; // where a line goes on
-        for (const std::string& line : wrapped(guess, outputWidth() - indent - 2)) {
-            fmt::print("{:{}}{}\n", "", indent + std::exchange(more, 2), line);
-        }
+        fmt::print("{}", hanging(guess, indent, outputWidth()));
     }
 }
 

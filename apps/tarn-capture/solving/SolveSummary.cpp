@@ -3,6 +3,9 @@
 
 #include "solving/SolveSummary.h"
 
+#include "support/Terminal.h"
+#include "support/Wrapped.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <tarn_kit/files/Text.h>
@@ -182,11 +185,12 @@ std::shared_ptr<Settings> reportOf(const MarkerTrial& trial, const SolvedTrial& 
 std::string textOf(const MarkerTrial& trial, const SolvedTrial& solved,
                    const SolveSummary& summary) {
     constexpr std::size_t mostLines = 8;
-    std::string text = fmt::format(
+    const std::string errors = fmt::format(
         "{}: {} frames; markers off by {:.1f} mm RMS, {:.1f} mm without the worst 1 %, 95 % below "
-        "{:.1f} mm\n",
+        "{:.1f} mm",
         kit::printable(trial.name()), solved.frames.size(), summary.rms, summary.rmsWithoutWorst,
         summary.percentile95);
+    std::string text = hanging(errors, 0, outputWidth());
     text += fmt::format("  worst marker {} ({:.1f} mm), worst frame {} ({:.1f} mm)\n",
                         kit::printable(summary.worstMarker), summary.worstMarkerRms,
                         summary.worstFrame, summary.worstFrameRms);
@@ -198,9 +202,9 @@ std::string textOf(const MarkerTrial& trial, const SolvedTrial& solved,
                             kit::printable(fmt::format("{}", fmt::join(summary.missing, ", "))));
     }
     if (!summary.fits()) {
-        text +=
-            "  the body hardly fits: was the actor calibrated with this performer, and with the "
-            "markers where they are now?\n";
+        text += hanging("the body hardly fits: was the actor calibrated with this performer, and "
+                        "with the markers where they are now?",
+                        2, outputWidth());
     }
     for (std::size_t i = 0; i < std::min(mostLines, summary.suspicions.size()); ++i) {
         text += "  " + textOf(summary.suspicions[i]) + "\n";

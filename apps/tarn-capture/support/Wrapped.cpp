@@ -46,6 +46,16 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
     return lines;
 }
 
+std::string hanging(std::string_view text, std::size_t indent, std::size_t width) {
+    constexpr std::size_t more = 2;
+    const std::size_t room = width > indent + more ? width - indent - more : 1;
+    std::string lines;
+    for (const std::string& line : wrapped(text, room)) {
+        lines += std::string(lines.empty() ? indent : indent + more, ' ') + line + "\n";
+    }
+    return lines;
+}
+
 std::string inColumns(const std::vector<std::string>& items, std::size_t indent,
                       std::size_t width) {
     constexpr std::size_t gap = 2;

@@ -18,6 +18,10 @@ std::size_t columnsOf(std::string_view text);
 /// own. Line ends in the text stay. No line at all for an empty text.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
+/// A text in such lines that begin with `indent` blanks and end with a line end; those after the
+/// first begin with two more.
+std::string hanging(std::string_view text, std::size_t indent, std::size_t width);
+
 /// Items side by side, with two blanks between them, in lines of at most `width` columns that begin
 /// with `indent` blanks and end with a line end. All items get the width of the widest.
 std::string inColumns(const std::vector<std::string>& items, std::size_t indent, std::size_t width);

@@ -20,7 +20,9 @@
 namespace tarn::tests {
 namespace {
 
+using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 const std::string sample = tarn::testing::samplePath("cmu_01_01_jumps.c3d").string();
@@ -71,6 +73,7 @@ TEST_F(Solve, ACalibrationPrintsLengthsWithUncertaintyAndWeakSpots) {
     EXPECT_THAT(calibration.out, HasSubstr("±"));
     EXPECT_THAT(calibration.out, HasSubstr("mm RMS"));
     EXPECT_THAT(calibration.out, HasSubstr("weak: "));
+    EXPECT_THAT(calibration.out, Not(ContainsRegex("[^\n]{80}"))) << "a terminal's width";
     Settings document;
     ASSERT_TRUE(document.loadSettingsFromFile(actor()));
     EXPECT_THAT(document.value("MocapActor.BodyDimension.LeftLeg", ""), StartsWith("0.4"));
@@ -223,7 +226,7 @@ TEST_F(Solve, SaysSoWhenTheBodyIsSomebodyElses) {
     const Outcome outcome = capture(
         {"solve", other, "--actor", actor(), "--out", out(), "--frames", "20", "--no-pictures"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    EXPECT_THAT(outcome.out, HasSubstr("the body hardly fits"));
+    EXPECT_THAT(outcome.out, HasSubstr("  the body hardly fits: "));
     Settings report;
     ASSERT_TRUE(report.loadSettingsFromFile(out() + "/solve.xml"));
     EXPECT_EQ(report.value("Solve.Trials.Trial1.Fits", ""), "no");

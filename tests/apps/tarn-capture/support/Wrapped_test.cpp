@@ -32,6 +32,13 @@ TEST(Wrapped, CountsCharactersNotBytes) {
                 ElementsAre("\xC2\xB1\xC2\xB1 \xC2\xB1\xC2\xB1"));
 }
 
+TEST(Hanging, IndentsWhatGoesOn) {
+    EXPECT_EQ(hanging("one two three", 1, 10), " one two\n   three\n");
+    EXPECT_EQ(hanging("one", 0, 80), "one\n");
+    EXPECT_EQ(hanging("", 4, 80), "");
+    EXPECT_EQ(hanging("a b", 6, 3), "      a\n        b\n") << "where not even that fits";
+}
+
 TEST(InColumns, PutsAsManySideBySideAsFit) {
     EXPECT_EQ(inColumns({"a", "bbb", "c", "d"}, 2, 10), "  a    bbb\n  c    d\n");
     EXPECT_EQ(inColumns({"a", "bbb", "c", "d"}, 2, 9), "  a\n  bbb\n  c\n  d\n");
