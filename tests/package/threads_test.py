@@ -21,10 +21,10 @@ problems = [f"docs/threads.md shows nothing for{row[0]}" for row in rows
             if re.search(r"`\w", row[0]) and not re.search(r"`\w", row[-1])]
 headers = [*(root / "include/tarn").glob("*.h"), *(root / "kit/include/tarn_kit").rglob("*.h"),
            *(root / "store/include/tarn_store").rglob("*.h"),
-           *(root / "link/include/tarn_link").rglob("*.h")]
+           *(root / "link/include/tarn_link").rglob("*.h"), *(root / "view/include/tarn_view").rglob("*.h")]
+exported = re.compile(r"^(?:class|struct) TARN_(?:KIT_|STORE_|LINK_|VIEW_)?EXPORT (\w+)", re.MULTILINE)
 for header in sorted(headers):
-    for name in re.findall(r"^(?:class|struct) TARN_(?:KIT_|STORE_|LINK_)?EXPORT (\w+)", header.read_text(encoding="utf-8"),
-                           re.MULTILINE):
+    for name in exported.findall(header.read_text(encoding="utf-8")):
         if name not in named:
             problems.append(f"docs/threads.md has no line for {name}")
 tests = "".join(path.read_text(encoding="utf-8") for path in (root / "tests").rglob("*_test.cpp"))
