@@ -8,6 +8,7 @@
 #include <tarn_kit/body/Markers.h>
 #include <tarn_kit/body/Rotations.h>
 #include <tarn_kit/session/TakeOf.h>
+#include <tsignal/Signal.h>
 
 #include <cmath>
 #include <cstddef>
@@ -21,6 +22,8 @@ namespace cleaning_testing {
 using tarn::kit::Marker;
 using tarn::kit::MarkerFrame;
 using tarn::kit::Vector3d;
+
+using Frames = std::vector<std::shared_ptr<tarn::Frame>>;
 
 /// Markers by frame; those without a position are not seen.
 using Table = std::vector<std::vector<Marker>>;
@@ -92,5 +95,32 @@ inline void push(Table& table, std::size_t marker, int frame, const tarn::Vector
     tarn::Vector3f& position = table[static_cast<std::size_t>(frame)][marker].position;
     position = {position.x + off.x, position.y + off.y, position.z + off.z};
 }
+
+/// A node into which frames go at 120 per second, and what comes out of it.
+template <class Node>
+struct NodeLine {
+    template <class... Arguments>
+    explicit NodeLine(const Arguments&... arguments) : node(arguments...) {
+        node.tieToIFramePort(Node::framePort, in);
+        node.oFramePort(Node::framePort).connect([this](const auto& frame) {
+            out.push_back(frame);
+        });
+    }
+    void feed(const Table& table, unsigned first = 0) {
+        for (const std::vector<Marker>& markers : table) {
+            fed.push_back(std::make_shared<tarn::Frame>(
+                tarn::Time(first++, 120), tarn::kit::markerDataType, MarkerFrame(markers)));
+            in.emit(fed.back());
+        }
+    }
+    const MarkerFrame& markersAt(std::size_t frame) const {
+        return out[frame]->template dataAs<MarkerFrame>();
+    }
+
+    tsignal::Signal<std::shared_ptr<tarn::Frame>> in;
+    Frames fed;
+    Frames out;
+    Node node;
+};
 
 } // namespace cleaning_testing

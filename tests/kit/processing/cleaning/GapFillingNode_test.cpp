@@ -19,37 +19,21 @@ namespace {
 
 using cleaning_testing::cut;
 using cleaning_testing::distance;
+using cleaning_testing::Frames;
 using cleaning_testing::limb;
 using cleaning_testing::Table;
 
-using Frames = std::vector<std::shared_ptr<Frame>>;
+GapFillingOptions options() {
+    GapFillingOptions result;
+    result.rate = 120;
+    return result;
+}
 
-/// A node at 120 frames per second, and what comes out of it.
-struct Line {
-    explicit Line(double delay = 0.25) : node(options(), delay) {
-        node.tieToIFramePort(GapFillingNode::framePort, in);
-        node.oFramePort(GapFillingNode::framePort).connect([this](const auto& frame) {
-            out.push_back(frame);
-        });
+struct Line : cleaning_testing::NodeLine<GapFillingNode> {
+    explicit Line(double delay = 0.25) : NodeLine(options(), delay) {}
+    const Marker& markerIn(std::size_t frame, std::size_t marker) const {
+        return markersAt(frame)[marker];
     }
-    static GapFillingOptions options() {
-        GapFillingOptions result;
-        result.rate = 120;
-        return result;
-    }
-    void feed(const Table& table, unsigned first = 0) {
-        for (const auto& markers : table) {
-            in.emit(
-                std::make_shared<Frame>(Time(first++, 120), markerDataType, MarkerFrame(markers)));
-        }
-    }
-    Marker markerIn(std::size_t frame, std::size_t marker) const {
-        return out[frame]->dataAs<MarkerFrame>()[marker];
-    }
-
-    tsignal::Signal<std::shared_ptr<Frame>> in;
-    Frames out;
-    GapFillingNode node;
 };
 
 TEST(GapFillingNode, LetsEveryFrameLeaveInOrderAfterItsDelay) {
@@ -120,14 +104,14 @@ TEST(GapFillingNode, LetsOtherFramesPassAtOnce) {
 
 TEST(GapFillingNode, RefusesRatesAndDelaysThatCannotBe) {
     EXPECT_THROW(GapFillingNode(GapFillingOptions{}), std::invalid_argument);
-    EXPECT_THROW(GapFillingNode(Line::options(), 0), std::invalid_argument);
-    EXPECT_THROW(GapFillingNode(Line::options(), 1, 1), std::invalid_argument);
-    EXPECT_THROW(GapFillingNode(Line::options(), 1, 1e9), std::invalid_argument);
+    EXPECT_THROW(GapFillingNode(options(), 0), std::invalid_argument);
+    EXPECT_THROW(GapFillingNode(options(), 1, 1), std::invalid_argument);
+    EXPECT_THROW(GapFillingNode(options(), 1, 1e9), std::invalid_argument);
 }
 
 TEST(GapFillingNodeThreads, MayBeDestroyedWhileFramesArrive) {
     tsignal::Signal<std::shared_ptr<Frame>> in;
-    auto node = std::make_unique<GapFillingNode>(Line::options());
+    auto node = std::make_unique<GapFillingNode>(options());
     node->tieToIFramePort(GapFillingNode::framePort, in);
     Table table = limb(300);
     cut(table, 2, 100, 119);

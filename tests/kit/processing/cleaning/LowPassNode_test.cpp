@@ -18,30 +18,22 @@
 namespace tarn::kit {
 namespace {
 
-using Frames = std::vector<std::shared_ptr<Frame>>;
+using cleaning_testing::Frames;
 
 std::shared_ptr<Frame> frameOf(unsigned index, const std::vector<Marker>& markers) {
     return std::make_shared<Frame>(Time(index, 120), markerDataType, MarkerFrame(markers));
 }
 
 /// A node of second order at 6 Hz, fed at 120 frames per second, and what comes out of it.
-struct Line {
-    Line() : node(120) {
-        node.tieToIFramePort(LowPassNode::framePort, in);
-        node.oFramePort(LowPassNode::framePort).connect([this](const auto& frame) {
-            out.push_back(frame);
-        });
-    }
+struct Line : cleaning_testing::NodeLine<LowPassNode> {
+    Line() : NodeLine(120.0) {}
     /// What comes out for a marker at `x`.
     Marker feed(double x) {
         in.emit(frameOf(index++, {Marker::at({static_cast<float>(x), 0, 0}, 0.5F, 3)}));
         return out.back()->dataAs<MarkerFrame>()[0];
     }
 
-    tsignal::Signal<std::shared_ptr<Frame>> in;
-    Frames out;
     unsigned index = 0;
-    LowPassNode node;
 };
 
 TEST(LowPassNode, AgreesWithATextbooksFilterThatBeginsAtRest) {

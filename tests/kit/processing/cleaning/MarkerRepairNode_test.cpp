@@ -25,12 +25,11 @@ namespace tarn::kit {
 namespace {
 
 using cleaning_testing::distance;
+using cleaning_testing::Frames;
 using cleaning_testing::limb;
 using cleaning_testing::push;
 using cleaning_testing::swap;
 using cleaning_testing::Table;
-
-using Frames = std::vector<std::shared_ptr<Frame>>;
 
 MarkerRepairOptions atRate(double rate = 120) {
     MarkerRepairOptions options;
@@ -38,31 +37,10 @@ MarkerRepairOptions atRate(double rate = 120) {
     return options;
 }
 
-/// A node at 120 frames per second, and what comes out of it.
-struct Line {
+struct Line : cleaning_testing::NodeLine<MarkerRepairNode> {
     explicit Line(double delay = 0.5, double memory = 3,
                   const MarkerRepairOptions& options = atRate())
-        : node(options, delay, memory) {
-        node.tieToIFramePort(MarkerRepairNode::framePort, in);
-        node.oFramePort(MarkerRepairNode::framePort).connect([this](const auto& frame) {
-            out.push_back(frame);
-        });
-    }
-    void feed(const Table& table, unsigned first = 0) {
-        for (const auto& markers : table) {
-            fed.push_back(
-                std::make_shared<Frame>(Time(first++, 120), markerDataType, MarkerFrame(markers)));
-            in.emit(fed.back());
-        }
-    }
-    const MarkerFrame& markersAt(std::size_t frame) const {
-        return out[frame]->dataAs<MarkerFrame>();
-    }
-
-    tsignal::Signal<std::shared_ptr<Frame>> in;
-    Frames fed;
-    Frames out;
-    MarkerRepairNode node;
+        : NodeLine(options, delay, memory) {}
 };
 
 /// Whether all markers are where those of the table are, and missing where they are.
