@@ -4,6 +4,8 @@
 #include "session/CleaningReport.h"
 
 #include "markers/MarkerFrames.h"
+#include "support/Terminal.h"
+#include "support/Wrapped.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -54,7 +56,7 @@ std::string counted(std::size_t count, const char* noun) { return kit::counted(c
 std::string lineOf(const CleaningReport& report, const kit::MarkerChange& change) {
     const bool isSwap = change.fault == kit::MarkerFault::Swap;
     const char* const what = isSwap ? "labels exchanged" : "spike taken out";
-    return fmt::format("  {}: {}, {}, confidence {:.2f}\n", namesOf(report, change.markers),
+    return fmt::format("{}: {}, {}, confidence {:.2f}", namesOf(report, change.markers),
                        framesOf(report, change.first, change.last),
                        change.corrected ? what
                        : isSwap         ? "labels exchanged, perhaps: left as they are"
@@ -63,10 +65,10 @@ std::string lineOf(const CleaningReport& report, const kit::MarkerChange& change
 }
 
 std::string lineOf(const CleaningReport& report, const kit::MarkerGap& gap) {
-    std::string text = fmt::format("  {}: {}, ", nameOf(report, gap.marker),
-                                   framesOf(report, gap.first, gap.last));
+    std::string text =
+        fmt::format("{}: {}, ", nameOf(report, gap.marker), framesOf(report, gap.first, gap.last));
     if (gap.method == kit::FillMethod::NotFilled) {
-        return text + "not filled: " + gap.reason + "\n";
+        return text + "not filled: " + gap.reason;
     }
     text += gap.neighbours.empty() ? "by a cubic" : "from " + namesOf(report, gap.neighbours);
     if (std::isfinite(gap.expectedError)) {
@@ -78,14 +80,15 @@ std::string lineOf(const CleaningReport& report, const kit::MarkerGap& gap) {
         text +=
             fmt::format("; {} of {} frames: {}", gap.filled, gap.last - gap.first + 1, gap.reason);
     }
-    return text + "\n";
+    return text;
 }
 
 template <class Entry>
 std::string linesOf(const CleaningReport& report, const std::vector<Entry>& entries) {
     std::string text;
     for (std::size_t i = 0; i < std::min(entries.size(), mostLines); ++i) {
-        text += lineOf(report, entries[i]);
+        constexpr std::size_t indent = 2;
+        text += hanging(lineOf(report, entries[i]), indent, outputWidth());
     }
     if (entries.size() > mostLines) {
         text += fmt::format("  and {} more: --report lists all\n", entries.size() - mostLines);
@@ -125,8 +128,7 @@ std::string textOfGaps(const CleaningReport& report) {
 
 std::string textOfFilter(const CleaningReport& report) {
     std::string text =
-        fmt::format("{} low-passed: Butterworth, zero lag, order {} and {} Hz (-3 dB) over both "
-                    "passes\n",
+        fmt::format("{} low-passed: Butterworth, order {}, {} Hz (-3 dB) over both passes\n",
                     counted(static_cast<std::size_t>(report.filtered->samples), "sample"),
                     report.filter.order, report.filter.cutoff);
     if (report.filtered->tooShort > 0) {
