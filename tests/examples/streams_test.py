@@ -6,13 +6,16 @@
 usage: streams_test.py PUBLISHER RECEIVER TAKE EXPECTED_DIR
 """
 
-import os
 import pathlib
 import subprocess
 import sys
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "link" / "network"))
+
+import machines
+
 publisher, receiver, take, expected = sys.argv[1:]
-domain = str(1 + os.getpid() % 199)
+domain = str(machines.own_domain())
 receiving = subprocess.Popen([receiver, domain], stdout=subprocess.PIPE, text=True)
 sent = subprocess.run([publisher, take, domain], stdout=subprocess.PIPE, text=True, check=False)
 received, _ = receiving.communicate()

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "support/OwnDomain.h"
+
 #include <tarn/Frame.h>
 #include <tarn/StreamNode.h>
 #include <tarn_kit/body/BodyPose.h>
@@ -18,16 +20,15 @@
 #include <mutex>
 #include <string>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 namespace tarn::link {
 
-/// A domain of this process: tests that run at the same time do not hear each other.
+/// In a domain that no other test has.
 inline LinkOptions ownDomain() {
     LinkOptions options;
-    options.domain = 1 + static_cast<std::uint32_t>(getpid()) % 199;
+    options.domain = tarn::tests::ownDomain();
     return options;
 }
 

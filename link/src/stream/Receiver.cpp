@@ -19,8 +19,10 @@ namespace {
 
 /// Offers are looked at as often as that even if nothing is told of them.
 constexpr auto lookTime = std::chrono::milliseconds(250);
-/// How long after the last frame the end of a stream is waited for that is known to be over.
-constexpr auto endTime = std::chrono::seconds(2);
+/// How long after the last frame the end of a stream is waited for that is known to be over: as
+/// long as its publisher is there, what is missing can still be sent again.
+constexpr auto endTime = std::chrono::seconds(10);
+constexpr auto endTimeOfGone = std::chrono::seconds(2);
 constexpr auto endTimeOfNewest = std::chrono::milliseconds(100);
 
 constexpr std::size_t mostEvents = 200;
@@ -544,8 +546,10 @@ void Receiver::endIfOver() {
             isComplete && (sentOf(i) == 0 || (numbers.hasBegun() && numbers.next() >= sentOf(i)));
     }
     const auto quiet = Steady::now() - quietSince_;
-    const bool isOver =
-        options_.wanted == Wanted::EveryFrame ? quiet >= endTime : quiet >= endTimeOfNewest;
+    const bool wantsAll = options_.wanted == Wanted::EveryFrame;
+    const bool isOver = quiet >= (!wantsAll    ? endTimeOfNewest
+                                  : isLeaving_ ? endTimeOfGone
+                                               : endTime);
     if (frames_ != nullptr && !isComplete && !isOver) {
         return;
     }

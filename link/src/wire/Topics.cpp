@@ -11,8 +11,9 @@ namespace tarn::link {
 
 namespace {
 
-/// Whoever offers something and is not heard of for so long is gone.
-constexpr dds_duration_t leaseTime = DDS_MSECS(700);
+/// Whoever offers something and is not heard of for so long is gone. It says that it is there when
+/// four fifths of it are over: the rest is what a busy machine or a bad network may take.
+constexpr dds_duration_t leaseTime = DDS_SECS(2);
 
 Qos partitionOf(const EndSettings& settings) {
     Qos qos(dds_create_qos());

@@ -13,12 +13,12 @@
 
 // One end of a measurement of clocks:
 //
-//   clock_peer answer DOMAIN PEER                 says the number of its clock, and ends with its
-//   input clock_peer ask DOMAIN PEER CLOCK SECONDS      says every half second what it knows of
-//   that clock: the offset
-//                                                 now, its bound, the round trip (ns), the drift,
-//                                                 its bound, and how many exchanges and steps there
-//                                                 were
+//   clock_peer answer DOMAIN PEER
+//     says the number of its clock, and ends with its input
+//   clock_peer ask DOMAIN PEER CLOCK
+//     says for each line of its input, as soon as it knows anything, what it knows of that clock:
+//     the offset now, its bound, the round trip (ns), the drift, its bound, and how many exchanges
+//     and steps there were
 
 namespace {
 
@@ -43,15 +43,14 @@ void tell(const tarn::link::LinkClock& clock, const ClockRelation& relation) {
     std::fflush(stdout);
 }
 
-void ask(const tarn::link::Link& link, std::uint64_t number, double seconds) {
+void ask(const tarn::link::Link& link, std::uint64_t number) {
     const tarn::link::LinkClock clock(link, number);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        const auto relation = clock.relation();
-        if (relation) {
-            tell(clock, *relation);
+    for (std::string line; std::getline(std::cin, line);) {
+        auto relation = clock.relation();
+        for (; !relation; relation = clock.relation()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
+        tell(clock, *relation);
     }
 }
 
@@ -68,8 +67,8 @@ int main(int argc, char** argv) {
         const tarn::link::Link link(options);
         if (std::string(argv[1]) == "answer") {
             answer(link);
-        } else if (argc == 6) {
-            ask(link, std::strtoull(argv[4], nullptr, 10), std::strtod(argv[5], nullptr));
+        } else if (argc == 5) {
+            ask(link, std::strtoull(argv[4], nullptr, 10));
         }
     } catch (const std::exception& error) {
         std::cerr << error.what() << '\n';

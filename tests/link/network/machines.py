@@ -15,11 +15,13 @@ and there is no relay. Tests say so.
 """
 
 import ctypes
+import fcntl
 import os
 import pathlib
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -43,6 +45,24 @@ def enter():
             os.execvp("unshare", ["unshare", "-rn", sys.executable, *sys.argv])
     if os.environ[MARK] != "1":
         print("namespaces are not allowed here: everything runs on the loopback, with one clock and no relay")
+
+
+def own_domain():
+    """The number of a domain of links that no other test has while this program runs: OwnDomain.h does the same."""
+    first = os.getpid()
+    for i in range(199):
+        number = 1 + (first + i) % 199
+        try:
+            held = open(pathlib.Path(tempfile.gettempdir()) / f"tarn-test-domain-{number}", "a", encoding="utf-8")
+            fcntl.flock(held, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except OSError:
+            continue
+        _held.append(held)
+        return number
+    sys.exit("no domain is free")
+
+
+_held = []
 
 
 def _die_with_parent():

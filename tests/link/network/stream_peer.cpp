@@ -16,10 +16,10 @@
 
 // One end of a stream of bodies whose numbers tell which frames they are:
 //
-//   stream_peer publish DOMAIN PEER PERFORMERS RATE FRAMES
-//     offers "stage" and sends once somebody takes every frame; says how many went out, how many
-//     could not, and whether all were taken
-//   stream_peer steps DOMAIN PEER PERFORMERS RATE
+//   stream_peer publish DOMAIN PEER PERFORMERS RATE RECEIVERS FRAMES
+//     offers "stage" and sends once so many receivers take every frame; says how many went out,
+//     how many could not, and whether all were taken
+//   stream_peer steps DOMAIN PEER PERFORMERS RATE RECEIVERS
 //     the same, but sends as many frames as a line of its input says, answers with how many bytes
 //     it has allocated then, and waits for the next line
 //   stream_peer receive DOMAIN PEER every|newest PAUSE
@@ -76,7 +76,7 @@ std::size_t allocated() {
 /// Offers a stream of bodies, and sends them once somebody takes every frame.
 class Bodies {
 public:
-    Bodies(const std::shared_ptr<Link>& link, int performers, unsigned rate)
+    Bodies(const std::shared_ptr<Link>& link, int performers, unsigned rate, int receivers)
         : performers_(performers), rate_(rate), publisher_(link, stream), source_(performers) {
         for (int i = 0; i < performers; ++i) {
             kit::TrackDescription description;
@@ -86,7 +86,7 @@ public:
         }
         source_.tieTo(publisher_);
         publisher_.start();
-        if (!publisher_.awaitReceivers(1, longEnough)) {
+        if (!publisher_.awaitReceivers(receivers, longEnough)) {
             throw LinkError("nobody receives");
         }
     }
@@ -114,14 +114,13 @@ private:
     unsigned next_ = 0;
 };
 
-void publish(Bodies& bodies, unsigned frames) {
-    bodies.send(frames);
+void end(Bodies& bodies) {
     const bool isTaken = bodies.publisher().end(longEnough);
     std::cout << bodies.publisher().sentFrames() << ' ' << bodies.publisher().lostFrames() << ' '
               << isTaken << std::endl;
 }
 
-void publishInSteps(Bodies& bodies) {
+void sendInSteps(Bodies& bodies) {
     for (unsigned frames = 0; std::cin >> frames;) {
         bodies.send(frames);
         std::cout << allocated() << std::endl;
@@ -172,7 +171,8 @@ void receive(const std::shared_ptr<Link>& link, Wanted wanted, std::chrono::micr
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 6) {
+    const bool isPublisher = argc > 1 && std::string(argv[1]) != "receive";
+    if (argc < 6 || (isPublisher && argc < 7)) {
         return 2;
     }
     try {
@@ -181,14 +181,15 @@ int main(int argc, char** argv) {
         options.peers = {argv[3]};
         const auto link = std::make_shared<Link>(options);
         const auto number = [&](int at) { return std::strtol(argv[at], nullptr, 10); };
-        const std::string mode = argv[1];
-        if (mode == "publish" || mode == "steps") {
-            Bodies bodies(link, static_cast<int>(number(4)), static_cast<unsigned>(number(5)));
-            if (argc == 7) {
-                publish(bodies, static_cast<unsigned>(number(6)));
+        if (isPublisher) {
+            Bodies bodies(link, static_cast<int>(number(4)), static_cast<unsigned>(number(5)),
+                          static_cast<int>(number(6)));
+            if (argc > 7) {
+                bodies.send(static_cast<unsigned>(number(7)));
             } else {
-                publishInSteps(bodies);
+                sendInSteps(bodies);
             }
+            end(bodies);
         } else {
             receive(link,
                     std::string(argv[4]) == "every" ? Wanted::EveryFrame : Wanted::NewestFrame,

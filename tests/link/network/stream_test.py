@@ -12,7 +12,6 @@ what is allocated while nothing is on its way.
 """
 
 import collections
-import os
 import pathlib
 import random
 import signal
@@ -21,7 +20,7 @@ import time
 
 import machines
 
-DOMAIN = 1 + os.getpid() % 199
+DOMAIN = machines.own_domain()
 PERFORMERS = 8
 STEP = 1_000  # samples
 STEPS_PER_SECOND = 2
@@ -34,14 +33,39 @@ def check(condition, what):
         sys.exit(what)
 
 
-def publish(group, frames, rate=240, performers=PERFORMERS):
-    return group.start("stage", [PEER, "publish", DOMAIN, group.addresses["hall"], performers, rate, frames],
+def publish(group, frames):
+    return group.start("stage", [PEER, "publish", DOMAIN, group.addresses["hall"], PERFORMERS, 240, 1, frames],
                        stdout=-1, text=True)
 
 
 def receive(group, wanted="every", pause=0):
     return group.start("hall", [PEER, "receive", DOMAIN, group.addresses["stage"], wanted, pause],
                        stdout=-1, text=True)
+
+
+class Steps:
+    """A publisher that sends when it is told to, once so many take every frame, and ends when it is told to.
+
+    As many samples as are kept for who is behind, 2,048, are too many for a step: a machine that stands still for as
+    long as they take loses some.
+    """
+
+    def __init__(self, group, receivers=1, rate=240):
+        self.process = group.start("stage", [PEER, "steps", DOMAIN, group.addresses["hall"], PERFORMERS, rate, receivers],
+                                   stdin=-1, stdout=-1, text=True)
+        self.sent = 0
+
+    def send(self, samples):
+        """Returns how many bytes the publisher has allocated when all have been sent."""
+        self.sent += samples
+        print(samples, file=self.process.stdin, flush=True)
+        return int(self.process.stdout.readline())
+
+    def end(self):
+        self.process.stdin.close()
+        said = self.process.stdout.read().split()
+        check(said[:2] == [str(self.sent * PERFORMERS), "0"], f"the publisher says {said}")
+        return said[2] == "1"
 
 
 def end_of(receiver):
@@ -52,44 +76,54 @@ def end_of(receiver):
 
 
 def await_frames(receiver, count):
-    """Waits until a receiver has taken so many frames; none of them may be wrong."""
+    """Waits until a receiver has taken so many frames, none of which may be wrong; returns how many it has taken then,
+    and how many bytes it has allocated."""
     for line in receiver.stdout:
-        _, took, wrong, _ = line.split()
+        if line.startswith("end "):
+            break
+        _, took, wrong, allocated = line.split()
         check(wrong == "0", f"{wrong} frames are not those that were sent")
         if int(took) >= count:
-            return int(took)
+            return int(took), int(allocated)
     sys.exit("a receiver has ended")
 
 
 def whole_over_a_bad_network(group):
-    frames = 480
-    publisher, receiver = publish(group, frames), receive(group)
-    await_frames(receiver, 100)
+    receiver, publisher = receive(group), Steps(group)
+    publisher.send(100)
     group.rules("--loss", 0.05, "--burst", 3, "--delay", 0.001, "--jitter", 0.002)
+    publisher.send(380)
+    check(publisher.end(), "not everything was taken")
     end = end_of(receiver)
     group.rules()
-    sent = publisher.stdout.read().split()
-    check(sent == [str(frames * PERFORMERS), "0", "1"], f"the publisher says {sent}")
-    check(end.before == 0 and end.received == frames * PERFORMERS and end.lost == 0, f"not everything came: {end}")
+    frames = publisher.sent * PERFORMERS
+    check(end.before == 0 and end.received == frames and end.lost == 0, f"not everything came: {end}")
     check(end.wrong == 0 and end.refused == 0, f"what came is not what was sent: {end}")
     network = "5 % lost in bursts, reordered" if group.isolated else "on the loopback"
-    print(f"  {network}: {end.received} of {frames * PERFORMERS} frames came, all right")
+    print(f"  {network}: {end.received} of {frames} frames came, all right")
 
 
 def newest_over_a_bad_network(group):
-    frames = 480
-    recorder, viewer = receive(group), receive(group, "newest")
-    publisher = publish(group, frames)
-    await_frames(viewer, 100)
+    recorder, viewer, publisher = receive(group), receive(group, "newest"), Steps(group)
+    publisher.send(1)
+    while not has_begun(viewer):
+        publisher.send(1)
     group.rules("--loss", 0.05, "--burst", 3)
+    publisher.send(480)
+    publisher.end()
     end, shown = end_of(recorder), end_of(viewer)
     group.rules()
-    publisher.wait()
-    check(end.lost == 0 and end.before == 0 and end.received == frames * PERFORMERS, f"the recorder lost something: {end}")
+    frames = publisher.sent * PERFORMERS
+    check(end.lost == 0 and end.before == 0 and end.received == frames, f"the recorder lost something: {end}")
     check(shown.wrong == 0 and shown.refused == 0, f"what was shown is not what was sent: {shown}")
     if group.isolated:
         check(shown.lost > 0, "nothing was lost: this shows nothing")
     print(f"  beside a viewer, who lost {shown.lost}")
+
+
+def has_begun(receiver):
+    """Whether it has taken anything when it says how much the next time."""
+    return int(receiver.stdout.readline().split()[1]) > 0
 
 
 def either_side_is_killed(group, seeds):
@@ -97,7 +131,7 @@ def either_side_is_killed(group, seeds):
         chance = random.Random(seed)
         receiver = receive(group)
         publisher = publish(group, 100_000)
-        before = await_frames(receiver, chance.randrange(8, 2_000))
+        before, _ = await_frames(receiver, chance.randrange(8, 2_000))
         publisher.kill()
         publisher.wait()
         publisher = publish(group, 100_000)
@@ -116,49 +150,23 @@ def either_side_is_killed(group, seeds):
 
 
 def slow_and_stopped(group):
-    frames = 2_400
     slow, stopped, quick = receive(group, pause=2_000), receive(group), receive(group)
-    publisher = publish(group, frames)
-    await_frames(stopped, 100)
+    publisher = Steps(group, receivers=3)
+    publisher.send(20)
+    await_frames(stopped, 20)
     stopped.send_signal(signal.SIGSTOP)
-    end = end_of(quick)
-    check(end.before + end.received == frames * PERFORMERS and end.lost == 0, f"others suffer from a slow one: {end}")
+    for _ in range(3):  # more than is kept for who is behind
+        publisher.send(800)
+        await_frames(quick, publisher.sent * PERFORMERS)
     stopped.send_signal(signal.SIGCONT)
-    for name, receiver in (("slow", slow), ("stopped", stopped)):
+    for receiver in (slow, stopped):
         receiver.kill()
         receiver.wait()
-    publisher.kill()
-    publisher.wait()
-    print(f"  beside a slow receiver and a stopped one: {end.received} of {frames * PERFORMERS} frames")
-
-
-class Steps:
-    """A publisher that sends when it is told to, and a receiver; and how many bytes each has allocated."""
-
-    def __init__(self, group):
-        self.publisher = group.start("stage", [PEER, "steps", DOMAIN, group.addresses["hall"], PERFORMERS,
-                                               STEP * STEPS_PER_SECOND],
-                                     stdin=-1, stdout=-1, text=True)
-        self.receiver = receive(group)
-        self.sent = 0
-
-    def send(self, samples):
-        """Returns what each has allocated when all has come. As many samples as are kept for who is behind are too
-        many: then a machine that stands still for long loses some."""
-        self.sent += samples
-        print(samples, file=self.publisher.stdin, flush=True)
-        publisher = int(self.publisher.stdout.readline())
-        for line in self.receiver.stdout:
-            _, took, wrong, receiver = line.split()
-            check(wrong == "0", f"{wrong} frames are not those that were sent")
-            if int(took) == self.sent * PERFORMERS:
-                return publisher, int(receiver)
-        sys.exit("a receiver has ended")
-
-    def kill(self):
-        for process in (self.publisher, self.receiver):
-            process.kill()
-            process.wait()
+    publisher.end()
+    end = end_of(quick)
+    frames = publisher.sent * PERFORMERS
+    check(end.received == frames and end.lost == 0 and end.wrong == 0, f"others suffer from a slow one: {end}")
+    print(f"  beside a slow receiver and a stopped one: {end.received} of {frames} frames")
 
 
 def memory_is_flat(group, seconds):
@@ -166,18 +174,25 @@ def memory_is_flat(group, seconds):
     if any(name in pathlib.Path(PEER).read_bytes() for name in (b"__asan_init", b"__tsan_init")):
         print("  memory is not looked at: a sanitizer is built in")
         return
-    steps = Steps(group)
-    first = steps.send(1)
+    receiver, publisher = receive(group), Steps(group, rate=STEP * STEPS_PER_SECOND)
+
+    def send(samples):
+        at_publisher = publisher.send(samples)
+        return at_publisher, await_frames(receiver, publisher.sent * PERFORMERS)[1]
+
+    first = send(1)
     for _ in range(int(seconds * STEPS_PER_SECOND)):
-        steps.send(STEP)
+        send(STEP)
     # What was sent is kept until the receiver has said that it is there, which is soon, but not at once.
     latest = time.monotonic() + 60
-    last = steps.send(0)
+    last = send(0)
     while any(now > was + ALLOWANCE for was, now in zip(first, last)):
         check(time.monotonic() < latest, f"memory grows, of the publisher and the receiver, from {first} to {last} bytes")
-        last = steps.send(0)
-    steps.kill()
-    print(f"  {steps.sent} samples of {PERFORMERS} performers: the publisher had {first[0]} bytes and has {last[0]}, "
+        last = send(0)
+    for process in (publisher.process, receiver):
+        process.kill()
+        process.wait()
+    print(f"  {publisher.sent} samples of {PERFORMERS} performers: the publisher had {first[0]} bytes and has {last[0]}, "
           f"the receiver {first[1]} and {last[1]}")
 
 

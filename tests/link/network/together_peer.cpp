@@ -16,15 +16,12 @@
 
 // One of those who record a take together:
 //
-//   together_peer lead DOMAIN PEER NAME RECORDERS   arms a take, says "armed" once RECORDERS are
-//   ready, and then
-//                                                   obeys "start", "end" and "report" on its input:
-//                                                   says the instant (ns), or a line per recorder
-//                                                   and "."
-//   together_peer record DOMAIN PEER FILE RATE      has a device that ticks RATE times in a second,
-//   and writes
-//                                                   the instants (ns) of those ticks that belong to
-//                                                   the take
+//   together_peer lead DOMAIN PEER NAME RECORDERS
+//     arms a take, says "armed" once RECORDERS are ready, and then obeys "start", "end" and
+//     "report" on its input: says the instant (ns), or a line per recorder and "."
+//   together_peer record DOMAIN PEER FILE RATE
+//     has a device that ticks RATE times in a second, and writes of those ticks that belong to the
+//     take the instants (ns), and how far the leader's clock may be from where it is taken to be
 
 namespace {
 
@@ -32,6 +29,8 @@ using namespace tarn::link;
 using tarn::kit::Clock;
 
 constexpr auto moment = std::chrono::milliseconds(5);
+/// Longer than a busy machine needs to hear of it.
+constexpr auto notice = std::chrono::seconds(2);
 
 long long count(Clock::Instant instant) { return instant.time_since_epoch().count(); }
 
@@ -54,9 +53,9 @@ void lead(const Link& link, const std::string& name, std::ptrdiff_t recorders) {
     std::cout << "armed" << std::endl;
     for (std::string command; std::getline(std::cin, command);) {
         if (command == "start") {
-            std::cout << count(leader.start().starts) << std::endl;
+            std::cout << count(leader.start(notice).starts) << std::endl;
         } else if (command == "end") {
-            std::cout << count(leader.end().ends) << std::endl;
+            std::cout << count(leader.end(notice).ends) << std::endl;
         } else {
             for (const RecorderReport& report : leader.recorders()) {
                 say(report);
@@ -64,6 +63,12 @@ void lead(const Link& link, const std::string& name, std::ptrdiff_t recorders) {
             std::cout << '.' << std::endl;
         }
     }
+}
+
+/// How far off the leader's clock may be taken to be at an instant, in nanoseconds.
+std::int64_t boundOf(const TakeFollower& follower, Clock::Instant instant) {
+    const auto clock = follower.clock();
+    return clock ? clock->boundAt(instant).count() : 0;
 }
 
 /// Records one take, and ends with it.
@@ -95,10 +100,13 @@ void record(const Link& link, const std::string& file, std::int64_t rate) {
             if (instant > now) {
                 break;
             }
+            const std::int64_t before = boundOf(follower, instant);
             const TakePlace place = follower.placeOf(instant);
             isOver = isOver || place == TakePlace::After;
             if (place == TakePlace::Within) {
-                out << count(instant) << '\n';
+                // What is known of the clock may have changed meanwhile.
+                out << count(instant) << ' ' << std::max(before, boundOf(follower, instant))
+                    << '\n';
                 if (!report.hasData) {
                     report.dataFrom = instant;
                 }

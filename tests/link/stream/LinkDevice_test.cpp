@@ -389,7 +389,7 @@ TEST(LinkDeviceThreads, StartsAndStopsTenTimesWhileFramesCome) {
     std::thread sender([&] {
         for (unsigned i = 0; !isOver; ++i) {
             source.send(bodyFrame(i % 100000));
-            std::this_thread::sleep_for(std::chrono::microseconds(500));
+            std::this_thread::sleep_for(std::chrono::milliseconds(3));
         }
     });
     for (int i = 0; i < 10; ++i) {

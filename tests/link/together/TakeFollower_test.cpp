@@ -38,17 +38,18 @@ TEST_F(TakeFollowerTest, ARecorderKnowsWhichInstantsBelongToATake) {
     ASSERT_TRUE(follows(follower, TakePhase::Armed));
     EXPECT_EQ(follower.placeOf(kit::SteadyClock().now()), TakePlace::Before);
     ASSERT_TRUE(knowsTheClock(follower));
-    const Instant starts = leader.start(seconds(1)).starts;
+    const Instant starts = leader.start(seconds(10)).starts;
     ASSERT_TRUE(follows(follower, TakePhase::Recording));
-    // Both have one clock, which the recorder knows by measuring it only.
-    EXPECT_EQ(follower.placeOf(starts - milliseconds(50)), TakePlace::Before);
-    EXPECT_EQ(follower.placeOf(starts + milliseconds(50)), TakePlace::Within);
+    // Both have one clock, which the recorder knows by measuring it only, and a busy machine badly.
+    constexpr auto margin = seconds(2);
+    EXPECT_EQ(follower.placeOf(starts - margin), TakePlace::Before);
+    EXPECT_EQ(follower.placeOf(starts + margin), TakePlace::Within);
     EXPECT_EQ(follower.placeOf(starts + seconds(100)), TakePlace::Within);
-    const Instant ends = leader.end(seconds(9)).ends;
+    const Instant ends = leader.end(seconds(20)).ends;
     ASSERT_TRUE(follows(follower, TakePhase::Ended));
-    EXPECT_EQ(follower.placeOf(starts + milliseconds(50)), TakePlace::Within);
-    EXPECT_EQ(follower.placeOf(ends - milliseconds(50)), TakePlace::Within);
-    EXPECT_EQ(follower.placeOf(ends + milliseconds(50)), TakePlace::After);
+    EXPECT_EQ(follower.placeOf(starts + margin), TakePlace::Within);
+    EXPECT_EQ(follower.placeOf(ends - margin), TakePlace::Within);
+    EXPECT_EQ(follower.placeOf(ends + margin), TakePlace::After);
 }
 
 TEST_F(TakeFollowerTest, ALateRecorderLearnsWhereATakeIsAndSaysFromWhenItHasData) {
@@ -84,7 +85,7 @@ TEST_F(TakeFollowerTest, ATakeGoesOnWithoutItsLeaderUntilSomebodyLeadsAgain) {
     leader.reset();
     ASSERT_TRUE(eventually([&] { return !follower.isLed(); }));
     EXPECT_EQ(follower.call().phase, TakePhase::Recording);
-    EXPECT_EQ(follower.placeOf(kit::SteadyClock().now()), TakePlace::Within);
+    EXPECT_EQ(follower.placeOf(kit::SteadyClock().now() + seconds(2)), TakePlace::Within);
 
     const Link other(ownDomain());
     TakeLeader next(other);
