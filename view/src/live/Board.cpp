@@ -82,6 +82,7 @@ Board::Board(const LiveContent& content) {
         facts_["performers"].push_back(factsOf(performer, unit));
     }
     for (const LiveMarkers& markers : content.markers) {
+        assert(markers.metresPerUnit > 0);
         add(markers.names.size(), markers.metresPerUnit, markers.up, markers_);
         facts_["markers"].push_back(factsOf(markers));
     }

@@ -28,7 +28,7 @@ struct LivePerformer {
 struct LiveMarkers {
     std::string name;               ///< any text
     std::vector<std::string> names; ///< of the markers, in the order of frames
-    double metresPerUnit = 1;       ///< of positions
+    double metresPerUnit = 1;       ///< of positions; greater than 0
     kit::UpAxis up = kit::UpAxis::Y;
 };
 
