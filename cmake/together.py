@@ -153,8 +153,10 @@ def groups(sources):
 def main():
     project = Project(pathlib.Path(sys.argv[1]))
     for line in pathlib.Path(sys.argv[2]).read_text().splitlines():
-        target, *paths = line.split(";")
-        for number, group in enumerate(groups([Source(pathlib.Path(path), project) for path in paths])):
+        target, *names = line.split(";")
+        # What is generated, where the build stands elsewhere, is compiled by itself.
+        paths = [path for path in map(pathlib.Path, names) if path.is_relative_to(project.root)]
+        for number, group in enumerate(groups([Source(path, project) for path in paths])):
             if len(group) > 1:
                 files = "\n    ".join(f'"{source.path}"' for source in group)
                 print(f"set_source_files_properties(\n    {files}\n"
