@@ -3,6 +3,7 @@
 
 #include "link/LinkTest.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -13,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 // One end of a stream of bodies whose numbers tell which frames they are:
 //
@@ -27,6 +29,11 @@
 //     says "took FRAMES WRONG ALLOCATED" now and then, and at the end "end" with what was received,
 //     lost, late, out of order, skipped and refused, what was sent before it joined, how often it
 //     was connected again, and how many frames are not what was sent
+//   stream_peer measure DOMAIN PEER every|newest PERFORMERS
+//     the same, but looks at nothing: says at the end how many samples came whole, and how many
+//     frames were lost; of the way from the publisher's port to the last port the median, the 99th
+//     percentile and the longest (us, both have one clock); and when the first came after this
+//     began, and the longest time between two (ms)
 
 namespace {
 
@@ -168,10 +175,71 @@ void receive(const std::shared_ptr<Link>& link, Wanted wanted, std::chrono::micr
               << sum.first << ' ' << status.reconnects << ' ' << wrong << std::endl;
 }
 
+using Steady = std::chrono::steady_clock;
+
+std::int64_t microseconds(Steady::duration duration) {
+    return std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
+}
+
+/// What comes out of the last port, on the device's thread.
+struct Measured {
+    std::int64_t captured = 0;
+    Steady::time_point last;
+    Steady::time_point first;
+    Steady::duration longestGap{};
+    std::vector<std::int64_t> latencies; ///< us
+
+    void came() {
+        const auto now = Steady::now();
+        if (latencies.empty()) {
+            first = now;
+        } else {
+            longestGap = std::max(longestGap, now - last);
+        }
+        last = now;
+        latencies.push_back((now.time_since_epoch().count() - captured) / 1000);
+    }
+};
+
+void measure(const std::shared_ptr<Link>& link, Wanted wanted, int performers,
+             Steady::time_point began) {
+    LinkDeviceOptions options;
+    options.wanted = wanted;
+    Measured measured;
+    measured.latencies.reserve(1'000'000);
+    LinkDevice device(link, "receiver", options);
+    device.onSample().connect(
+        [&](const LinkSample& sample) { measured.captured = sample.captured; });
+    device.oFramePort(performers - 1).connect([&](const std::shared_ptr<Frame>& /*frame*/) {
+        measured.came();
+    });
+    device.open(stream);
+    device.start();
+    device.awaitConnected(longEnough);
+    LinkStatus status = device.status();
+    for (; !status.hasEnded; status = device.status()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(250));
+        if (wanted == Wanted::NewestFrame && status.state == Device::Lost) {
+            break;
+        }
+    }
+    device.stop();
+    std::vector<std::int64_t>& all = measured.latencies;
+    if (all.empty()) {
+        throw LinkError("nothing came");
+    }
+    std::sort(all.begin(), all.end());
+    std::cout << all.size() << ' ' << status.lostFrames() << ' ' << all[all.size() / 2] << ' '
+              << all[all.size() * 99 / 100] << ' ' << all.back() << ' '
+              << microseconds(measured.first - began) / 1000 << ' '
+              << microseconds(measured.longestGap) / 1000 << std::endl;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    const bool isPublisher = argc > 1 && std::string(argv[1]) != "receive";
+    const bool isPublisher = argc > 1 && (argv[1][0] == 'p' || argv[1][0] == 's');
+    const auto began = Steady::now();
     if (argc < 6 || (isPublisher && argc < 7)) {
         return 2;
     }
@@ -190,10 +258,14 @@ int main(int argc, char** argv) {
                 sendInSteps(bodies);
             }
             end(bodies);
+            return 0;
+        }
+        const auto wanted =
+            std::string(argv[4]) == "every" ? Wanted::EveryFrame : Wanted::NewestFrame;
+        if (std::string(argv[1]) == "measure") {
+            measure(link, wanted, static_cast<int>(number(5)), began);
         } else {
-            receive(link,
-                    std::string(argv[4]) == "every" ? Wanted::EveryFrame : Wanted::NewestFrame,
-                    std::chrono::microseconds(number(5)));
+            receive(link, wanted, std::chrono::microseconds(number(5)));
         }
     } catch (const std::exception& error) {
         std::cerr << error.what() << '\n';

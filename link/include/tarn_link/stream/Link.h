@@ -59,6 +59,9 @@ struct LinkOffer {
 /// is received comes from anybody who can reach this machine's ports, and is checked before it is
 /// used; nothing is encrypted.
 ///
+/// The middleware's own lines are switched off in the whole program from the first link on, also
+/// for what else uses it there: what goes wrong is thrown, counted or told.
+///
 /// Threads: everything may be called from any thread. The library has threads of its own as long as
 /// there is a link.
 class TARN_LINK_EXPORT Link {
@@ -80,7 +83,8 @@ public:
     std::vector<LinkOffer> offers() const;
     /// Why nobody can connect to a stream of this name, in one line: nobody offers it (and what is
     /// offered instead), it is offered in versions that are not read here, there is no route to a
-    /// peer. Empty if it is offered and can be read.
+    /// peer. Empty if it is offered and can be read. Of other domains nothing can be known: that a
+    /// stream is offered in another one reads as if nobody offered it, with the domain looked in.
     std::string whyNot(const std::string& name) const;
 
 private:
