@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: the tarn_sdk authors
 # SPDX-License-Identifier: Apache-2.0
 
-"""Streams between machines, frame by frame: whole over a network that loses, delays and reorders; without harm when
-either side is killed, at whatever moment, or slow; and in memory that does not grow.
+"""Streams between machines, frame by frame: whole over a network that loses, delays and reorders, and beside somebody who
+sends garbage; without harm when either side is killed, at whatever moment, or slow; and in memory that does not grow.
 
 usage: stream_test.py STREAM_PEER [SECONDS]
 
@@ -25,6 +25,26 @@ PERFORMERS = 8
 STEP = 1_000  # samples
 STEPS_PER_SECOND = 2
 ALLOWANCE = 1 << 20  # bytes, for tables that grow to what is on its way at once: 52 for each sample of 10 seconds
+# To the ports of the first programs of a machine: bytes, and messages of the transport that go wrong inside.
+GARBAGE = """
+import random, socket, struct, sys, time
+address, domain, chance = sys.argv[1], int(sys.argv[2]), random.Random(int(sys.argv[3]))
+sender = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+for number in range(4000):
+    packet = chance.randbytes(chance.randrange(1400))
+    if number % 4 > 0:
+        packet = b"RTPS" + bytes([2, chance.randrange(4), 1, chance.randrange(32)]) + chance.randbytes(12)
+        for _ in range(chance.randrange(1, 6)):
+            body = chance.randbytes(chance.choice((0, 4, 8, 20, 24, 28, 32, 200)))
+            length = chance.choice((len(body), 0, 4, 24, 65535))
+            packet += struct.pack("<BBH", chance.randrange(1, 0x17), chance.randrange(8), length) + body
+    port = 7400 + 250 * domain + 10 + chance.randrange(8)
+    try:
+        sender.sendto(packet, (address, port))
+    except ConnectionRefusedError:
+        pass  # by a port that nobody has
+    time.sleep(0.0005)
+"""
 End = collections.namedtuple("End", "received lost late disordered skipped refused before reconnects wrong")
 
 
@@ -149,6 +169,23 @@ def either_side_is_killed(group, seeds):
             process.wait()
 
 
+def whole_beside_garbage(group):
+    receiver, publisher = receive(group), Steps(group)
+    publisher.send(20)
+    senders = [group.start("yard", [sys.executable, "-c", GARBAGE, group.addresses[name], DOMAIN, seed])
+               for seed, name in enumerate(("hall", "stage"))]
+    while any(sender.poll() is None for sender in senders):
+        publisher.send(100)
+        await_frames(receiver, publisher.sent * PERFORMERS)
+    check(all(sender.returncode == 0 for sender in senders), "garbage was not sent")
+    check(publisher.end(), "not everything was taken")
+    end = end_of(receiver)
+    frames = publisher.sent * PERFORMERS
+    check(end.before == 0 and end.received == frames and end.lost == 0, f"not everything came: {end}")
+    check(end.wrong == 0 and end.refused == 0, f"garbage was taken for frames: {end}")
+    print(f"  beside 4,000 packets of garbage to either side: {end.received} of {frames} frames came, all right")
+
+
 def slow_and_stopped(group):
     slow, stopped, quick = receive(group, pause=2_000), receive(group), receive(group)
     publisher = Steps(group, receivers=3)
@@ -206,6 +243,8 @@ def main():
         either_side_is_killed(group, 3)
         slow_and_stopped(group)
         memory_is_flat(group, seconds)
+    with machines.Machines({"stage": 100, "hall": 0, "yard": 7}) as group:
+        whole_beside_garbage(group)
 
 
 PEER = sys.argv[1]
