@@ -103,7 +103,7 @@ void Recording::addMarkers(Port& port, const kit::C3dTake& take, const std::stri
         addBeside(port, take.bodyTracks, kit::rigidBodyDataType, take.bodiesPerFrame,
                   store::describeRigidBodies(take, subject), first, last);
     }
-    for (const store::Note& note : store::eventNotes(take)) {
+    for (const store::Note& note : store::eventNotes(take, subject)) {
         recorder_.addNote(note);
     }
 }

@@ -8,7 +8,9 @@
 
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
+#include <cstring>
 
 namespace tarn::store {
 
@@ -29,13 +31,16 @@ constexpr std::array<Kind, 4> kinds = {{{"event", false, true},
                                         {"hidden header event", true, false},
                                         {"hidden event", false, false}}};
 
-} // namespace
+constexpr const char* of = " of ";
 
+/// With all digits that it takes to read the same number again.
 std::string exactText(double number) {
     std::array<char, 40> text = {};
     std::snprintf(text.data(), text.size(), "%.17g", number);
     return text.data();
 }
+
+} // namespace
 
 std::string documentOf(const MarkerDocument& document) {
     Settings settings;
@@ -70,6 +75,19 @@ std::string kindOf(const kit::C3dEvent& event) {
         }
     }
     return "event";
+}
+
+std::string textOf(const EventTime& time) {
+    return exactText(time.seconds) + (time.subject.empty() ? "" : of + time.subject);
+}
+
+std::optional<EventTime> eventTimeIn(const std::string& text) {
+    const std::size_t end = text.find(of);
+    const auto seconds = kit::numberIn<double>(text.substr(0, end));
+    if (!seconds || !std::isfinite(*seconds)) {
+        return std::nullopt;
+    }
+    return EventTime{*seconds, end == std::string::npos ? "" : text.substr(end + std::strlen(of))};
 }
 
 bool isEvent(const std::string& kind, kit::C3dEvent& event) {

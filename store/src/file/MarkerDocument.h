@@ -6,6 +6,7 @@
 #include <tarn_kit/files/C3d.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace tarn::store {
@@ -27,7 +28,15 @@ std::string kindOf(const kit::C3dEvent& event);
 /// Whether a note is one; says in `event` which kind.
 bool isEvent(const std::string& kind, kit::C3dEvent& event);
 
-/// A number with all digits that it takes to read the same one again.
-std::string exactText(double number);
+/// When an event is, as the text of its note says.
+struct EventTime {
+    double seconds = 0;
+    std::string subject; ///< of the track of markers whose event it is; empty where nobody says
+};
+
+/// "0.5 of walk.c3d", with all digits that it takes to read the same number again.
+std::string textOf(const EventTime& time);
+/// Nothing for a text that says something else.
+std::optional<EventTime> eventTimeIn(const std::string& text);
 
 } // namespace tarn::store

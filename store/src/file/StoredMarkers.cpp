@@ -94,18 +94,17 @@ void addRigidBodies(TakeReader& reader, const StoredTrack& markers, kit::C3dTake
                                        take.bodies.size());
 }
 
-void addEvents(TakeReader& reader, kit::C3dTake& take) {
-    if (markersIn(reader).size() > 1) {
-        return; // nothing tells whose they are
-    }
+void addEvents(TakeReader& reader, const std::string& subject, kit::C3dTake& take) {
+    const bool isAlone = markersIn(reader).size() == 1;
     for (const Note& note : reader.notes()) {
         kit::C3dEvent event;
-        const auto time = kit::numberIn<double>(note.text);
-        if (isEvent(note.kind, event) && time && std::isfinite(*time)) {
+        const auto time = eventTimeIn(note.text);
+        if (isEvent(note.kind, event) && time &&
+            (time->subject.empty() ? isAlone : time->subject == subject)) {
             event.label = note.label;
             event.context = note.context;
             event.subject = note.subject;
-            event.time = *time;
+            event.time = time->seconds;
             take.events.push_back(std::move(event));
         }
     }
@@ -180,7 +179,7 @@ kit::C3dTake markerTakeOf(TakeReader& reader, const std::string& subject) {
     addDocument(reader, *track, take);
     addChannels(reader, *track, take);
     addRigidBodies(reader, *track, take);
-    addEvents(reader, take);
+    addEvents(reader, track->description.subject, take);
     return take;
 }
 

@@ -46,7 +46,7 @@ TrackDescription describeRigidBodies(const kit::C3dTake& take, const std::string
     return description;
 }
 
-std::vector<Note> eventNotes(const kit::C3dInfo& take) {
+std::vector<Note> eventNotes(const kit::C3dInfo& take, const std::string& subject) {
     std::vector<Note> notes;
     for (const kit::C3dEvent& event : take.events) {
         Note note;
@@ -59,7 +59,7 @@ std::vector<Note> eventNotes(const kit::C3dInfo& take) {
         note.label = event.label;
         note.context = event.context;
         note.subject = event.subject;
-        note.text = exactText(event.time);
+        note.text = textOf({event.time, subject});
         notes.push_back(std::move(note));
     }
     return notes;

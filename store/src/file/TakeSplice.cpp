@@ -3,6 +3,7 @@
 
 #include <tarn_store/file/TakeSplice.h>
 
+#include "file/MarkerDocument.h"
 #include "rows/Chunk.h"
 #include "rows/Database.h"
 #include "rows/FrameRows.h"
@@ -11,6 +12,7 @@
 #include "rows/TrackRows.h"
 #include "rows/UnfinishedFile.h"
 
+#include <tarn_kit/body/Markers.h>
 #include <tarn_kit/files/Text.h>
 
 #include <algorithm>
@@ -20,6 +22,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -48,6 +51,25 @@ public:
             throw StoreError(database.file(), StoreProblem::Unsupported, "has no take");
         }
         return *take;
+    }
+
+    /// Says of an event whose it is, if that goes without saying in this file.
+    void nameEvent(Note& note) const {
+        kit::C3dEvent event;
+        auto time = eventTimeIn(note.text);
+        if (!isEvent(note.kind, event) || !time || !time->subject.empty()) {
+            return;
+        }
+        std::set<std::string> subjects;
+        for (const auto& [id, track] : tracks) {
+            if (track.dataType == kit::markerDataType) {
+                subjects.insert(track.description.subject);
+            }
+        }
+        if (subjects.size() == 1) {
+            time->subject = *subjects.begin();
+            note.text = textOf(*time);
+        }
     }
 
     struct KnownSchema {
@@ -312,6 +334,9 @@ void Splice::addNotes(Source& source, std::int64_t first, std::int64_t last, std
     for (Note note : readNotes(source.database)) {
         if (note.frame && (*note.frame < first || *note.frame > last)) {
             continue;
+        }
+        if (stage_ != 0) {
+            source.nameEvent(note);
         }
         if (note.frame) {
             note.frame = *note.frame - first + at;

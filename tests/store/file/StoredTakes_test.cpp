@@ -19,6 +19,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarn::store {
@@ -191,7 +192,7 @@ void recordAll(const std::string& file, const kit::C3dTake& take, const std::str
         recorder.addTrack(kit::analogDataType, describeChannels(take, subject)), samples);
     recorder.tieToIFramePort(
         recorder.addTrack(kit::rigidBodyDataType, describeRigidBodies(take, subject)), bodies);
-    for (const Note& note : eventNotes(take)) {
+    for (const Note& note : eventNotes(take, subject)) {
         recorder.addNote(note);
     }
     recorder.start();
@@ -246,6 +247,47 @@ TEST(StoredTakes, GiveBackWhatCameWithTheMarkers) {
     EXPECT_FALSE(again.events[1].shown);
     EXPECT_EQ(reader.notes()[0].frame, 1)
         << "0.1 s are in number 12, and number 11 has the index 0";
+}
+
+TEST(StoredTakes, HaveEachTheirOwnEvents) {
+    const TemporaryDirectory directory;
+    kit::C3dTake walk = smallTake(3);
+    kit::C3dTake run = smallTake(3);
+    run.events = {{"Foot Strike", "Right", "Bo", 0.25, false, true}};
+    Note nobodys;
+    nobodys.kind = "event";
+    nobodys.text = "0.5";
+    const auto eventsIn = [](TakeReader& reader, const std::string& subject) {
+        std::vector<std::string> labels;
+        for (const kit::C3dEvent& event : markerTakeOf(reader, subject).events) {
+            labels.push_back(event.context + " " + event.label + " " + std::to_string(event.time));
+        }
+        return labels;
+    };
+    {
+        TakeRecorder recorder(directory / "both.tarn");
+        for (const auto& [take, subject] : {std::pair(&walk, "walk of Ada"), {&run, "run"}}) {
+            recorder.addTrack(kit::markerDataType, describeMarkers(*take, subject));
+            for (const Note& note : eventNotes(*take, subject)) {
+                recorder.addNote(note);
+            }
+        }
+        recorder.addNote(nobodys);
+        recorder.end();
+    }
+    TakeReader both(directory / "both.tarn");
+    EXPECT_EQ(eventsIn(both, "walk of Ada"),
+              (std::vector<std::string>{"Left Foot Off 0.100000", " LABL 2.000000"}));
+    EXPECT_EQ(eventsIn(both, "run"), std::vector<std::string>{"Right Foot Strike 0.250000"});
+    EXPECT_EQ(eventsIn(both, ""), eventsIn(both, "walk of Ada")) << "the first";
+    {
+        TakeRecorder recorder(directory / "one.tarn");
+        recorder.addTrack(kit::markerDataType, describeMarkers(run, "run"));
+        recorder.addNote(nobodys);
+        recorder.end();
+    }
+    TakeReader one(directory / "one.tarn");
+    EXPECT_EQ(eventsIn(one, "run"), std::vector<std::string>{"  0.500000"});
 }
 
 TEST(StoredTakes, AreNotOtherFiles) {

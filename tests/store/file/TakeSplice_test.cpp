@@ -6,6 +6,9 @@
 #include "store/RandomTakes.h"
 #include "support/TemporaryDirectory.h"
 
+#include <tarn_kit/body/Markers.h>
+#include <tarn_kit/files/C3d.h>
+#include <tarn_store/file/StoredTakes.h>
 #include <tarn_store/file/TakeCheck.h>
 #include <tarn_store/file/TakeReader.h>
 #include <tarn_store/file/TakeWriter.h>
@@ -301,6 +304,40 @@ TEST(TakeSplice, JoinsFilesOfOneClockSideBySide) {
               7.0F);
     EXPECT_EQ(part->subTracks(1)->getFrame(0, kit::poseDataType)->dataAs<kit::Pose>().values[0],
               1020.0F);
+}
+
+TEST(TakeSplice, KeepsEventsApartOfTakesThatItPutsSideBySide) {
+    const TemporaryDirectory directory;
+    kit::C3dTake take;
+    take.markers = {{"", "LFHD", ""}};
+    take.rate = 60;
+    std::vector<std::filesystem::path> files;
+    for (const std::string name : {"a", "b"}) {
+        take.events = {{"Foot Off " + name, "", "", 0.5, false, true}};
+        files.push_back(directory / (name + ".tarn"));
+        TakeRecorder recorder(files.back());
+        tsignal::Signal<std::shared_ptr<Frame>> port;
+        recorder.tieToIFramePort(
+            recorder.addTrack(kit::markerDataType, describeMarkers(take, name)), port);
+        Note event = eventNotes(take, name).at(0);
+        event.text = "0.5"; // goes without saying in a file of one take
+        recorder.addNote(event);
+        recorder.addNote(clockNote("leader", std::chrono::seconds(1), 0));
+        recorder.start();
+        for (unsigned i = 0; i < 60; ++i) {
+            port.emit(std::make_shared<Frame>(Time(i, 60), kit::markerDataType,
+                                              kit::MarkerFrame(std::vector<kit::Marker>(1))));
+        }
+        recorder.end();
+    }
+    joinTakeFiles(files, directory / "both.tarn");
+    TakeReader reader(directory / "both.tarn");
+    for (const std::string name : {"a", "b"}) {
+        const auto events = markerTakeOf(reader, name).events;
+        ASSERT_EQ(events.size(), 1U) << name;
+        EXPECT_EQ(events[0].label, "Foot Off " + name);
+        EXPECT_EQ(events[0].time, 0.5);
+    }
 }
 
 TEST(TakeSplice, JoinsFilesOfDifferentClocksOneAfterTheOther) {

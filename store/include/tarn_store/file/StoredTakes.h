@@ -35,9 +35,9 @@ TARN_STORE_EXPORT std::vector<std::string> markersIn(TakeReader& reader);
 
 /// The markers of a subject, with the analog channels, rigid bodies and events that were kept with
 /// them; of its first track of markers, if `subject` is empty. Markers and bodies of frames that
-/// were lost were not seen; analog channels keep the sample before. Of several takes of markers
-/// nothing tells whose the events are: they are left out. Parameters that are stated
-/// nowhere else, and the encoding, are not kept. Throws `StoreError` if there are none.
+/// were lost were not seen; analog channels keep the sample before. Events that do
+/// not say whose they are belong to the markers of a file that holds no others. Parameters that are
+/// stated nowhere else, and the encoding, are not kept. Throws `StoreError` if there are none.
 TARN_STORE_EXPORT kit::C3dTake markerTakeOf(TakeReader& reader, const std::string& subject = {});
 
 } // namespace tarn::store

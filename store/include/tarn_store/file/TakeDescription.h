@@ -52,9 +52,11 @@ struct Note {
     std::string utc; ///< when it was made; filled in when it is empty
 };
 
-/// The events of a take of markers, each at the frame in which it is; its text is the time that the
-/// take states. `markerTakeOf` gives them back.
-TARN_STORE_EXPORT std::vector<Note> eventNotes(const kit::C3dInfo& take);
+/// The events of a take of markers, each at the frame in which it is; its text is the time in
+/// seconds that the take states, and the subject of the track that its markers are in.
+/// `markerTakeOf` gives them back.
+TARN_STORE_EXPORT std::vector<Note> eventNotes(const kit::C3dInfo& take,
+                                               const std::string& subject);
 
 /// Frames that did not reach the file.
 struct Loss {

@@ -81,6 +81,17 @@ kit::C3dTake fullTake() {
     return take;
 }
 
+/// "Left Foot Strike of Male at 1.2345"
+std::vector<std::string> eventsIn(const std::string& file) {
+    std::vector<std::string> events;
+    for (const kit::C3dEvent& event : kit::readC3dInfo(file).events) {
+        events.push_back(event.context + " " + event.label + " of " + event.subject + " at " +
+                         std::to_string(event.time));
+    }
+    EXPECT_FALSE(events.empty());
+    return events;
+}
+
 std::string textOf(const kit::C3dTake& take) {
     std::ostringstream text;
     kit::writeC3d(take, text);
@@ -283,14 +294,23 @@ TEST_F(Take, OfARunHasABodyPerPerformer) {
 TEST_F(Take, OfARunHasTheMarkersBesideTheBody) {
     const std::string file = directory_ / "session.tarn";
     const std::string take = directory_ / "full.c3d";
+    const std::string other = directory_ / "other.c3d";
     writeFile(take, textOf(fullTake()));
-    const Outcome run = capture(
-        {"run", take, "--unit", "mm", "--up", "z", "--out", directory_ / "out", "--record", file});
+    auto second = fullTake();
+    second.events = {{"Turn", "General", "", 2.25, false, true}};
+    writeFile(other, textOf(second));
+    const Outcome run = capture({"run", take, other, "--unit", "mm", "--up", "z", "--out",
+                                 directory_ / "out", "--record", file});
     EXPECT_EQ(run.exitCode, 0) << run.err;
     expectSameExports(take, file + "#full.c3d");
     EXPECT_THAT(capture({"info", file + "#full.c3d"}).out,
                 AllOf(HasSubstr("2 channels at 480"), HasSubstr("Left Foot Strike of Male")));
     EXPECT_THAT(capture({"info", file + "#Male"}).out, HasSubstr("120 frames per second"));
+    for (const std::string name : {"full.c3d", "other.c3d"}) {
+        const std::string again = directory_ / ("again-" + name);
+        EXPECT_EQ(capture({"convert", file + "#" + name, again}).exitCode, 0);
+        EXPECT_EQ(eventsIn(again), eventsIn(directory_ / name)) << "each take has its own";
+    }
 }
 
 } // namespace
