@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 
 #include "session/ActorDocument.h"
+#include "session/TakeFile.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
 #include "support/StandardStreams.h"
@@ -131,6 +132,10 @@ int check(Actor& document, const std::string& file, const std::string& text) {
 int actor(const ActorOptions& options) {
     const Changes changes = changesIn(options);
     const bool isStream = isStandardStream(options.file);
+    if (changes.any() && !TakeFile(options.file).stored().second.empty()) {
+        throw UsageError(
+            fmt::format("{}: the actors of a recording stay as they were", options.file));
+    }
     Actor document;
     std::string text;
     std::error_code error;
@@ -157,8 +162,10 @@ void addActor(CommandLine& line) {
                                        "something is set",
                                        actor);
     command
-        .add_option("FILE", options.file,
-                    "An XML file; - is standard input, and standard output for what is changed")
+        .add_option(
+            "FILE", options.file,
+            "An XML file; - is standard input, and standard output for what is changed; of a "
+            "recorded session, FILE.tarn#NAME is the actor of that performer")
         ->required()
         ->type_name("");
     command.add_option("--name", options.name, "Set the actor's name")->type_name("NAME");

@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "documents/StoredCast.h"
 #include "markers/MarkerFrames.h"
 #include "markers/MarkerInfo.h"
 #include "session/BodyNamesDocument.h"
@@ -18,6 +19,7 @@
 #include <fmt/core.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/Timecode.h>
+#include <tarn_store/file/TakeReader.h>
 
 #include <cstddef>
 #include <optional>
@@ -108,6 +110,17 @@ void printTake(const std::string& file, const Take& take, const kit::BodyNames& 
     printBody(take.rig(), names);
 }
 
+/// Who recorded it, and with which actor.
+void printRecording(const std::string& file, const std::string& subject) {
+    store::TakeReader reader(file);
+    const store::TakeFileFacts facts = reader.facts();
+    printFact("recorded", kit::printable(facts.startedUtc + " by " + facts.program));
+    const std::string member = castMemberIn(reader, subject);
+    if (!member.empty()) {
+        printFact("character", member);
+    }
+}
+
 /// The file comes last, since it may be of any length.
 void printBrief(const std::string& file, const Take& take) {
     fmt::print("{:>7} frames  {:>4}/s  {}  {:>4} joints  {:>12}  {}\n", take.frameCount(),
@@ -139,6 +152,9 @@ int info(const InfoOptions& options) {
         }
         fmt::print("{}", std::exchange(separator, "\n"));
         printTake(options.takes[i], take, *names);
+        if (const auto [recording, subject] = source.stored(); !recording.empty()) {
+            printRecording(recording, subject);
+        }
     });
 }
 

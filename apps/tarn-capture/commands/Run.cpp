@@ -5,6 +5,7 @@
 
 #include "documents/ActorChoices.h"
 #include "documents/OlderSession.h"
+#include "documents/SessionDocument.h"
 #include "live/LiveView.h"
 #include "recording/Recording.h"
 #include "session/BodyNamesDocument.h"
@@ -27,6 +28,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -224,6 +226,8 @@ private:
             for (const auto& performer : session_.performers()) {
                 performer->record(*recording_);
             }
+            describeCast(session_, std::filesystem::absolute(*options_.record).parent_path());
+            recording_->addScene(session_.scene());
             recording_->start();
         }
     }

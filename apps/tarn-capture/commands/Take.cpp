@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 
+#include "documents/StoredCast.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
 #include "support/FrameRange.h"
@@ -64,6 +65,9 @@ int listTake(const Arguments& arguments) {
                    track.description.rate ? track.description.rate->text() + "/s" : "",
                    kit::counted(static_cast<std::size_t>(track.frames), "frame"), track.lost,
                    kit::printable(track.description.subject));
+    }
+    for (const std::string& member : castIn(reader)) {
+        fmt::print("  character {}\n", member);
     }
     for (const store::Loss& loss : reader.losses()) {
         fmt::print("  lost      {} of track {}, {} to {}: {}\n", loss.count, loss.track, loss.first,

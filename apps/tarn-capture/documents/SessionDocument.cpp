@@ -68,21 +68,36 @@ void describeSpace(Settings& scene, const kit::Space& space) {
     scene.setValue("Session.UpIs", kit::originText(space.upOrigin));
 }
 
+void describeWho(TakePerformer& performer, const fs::path& directory) {
+    Character& character = performer.character();
+    character.setValue("Name", character.characterName());
+    character.setValue("Take", pathFrom(directory, performer.file()));
+    character.addSubSettings("Solver", statusOf(performer.solver()));
+    describeDimensions(character, performer.lengths());
+}
+
 void describe(TakePerformer& performer, bool paced, const fs::path& directory) {
     Character& character = performer.character();
     const kit::PerformerStatistics& statistics = performer.statistics();
-    character.setValue("Name", character.characterName());
-    character.setValue("Take", pathFrom(directory, performer.file()));
+    describeWho(performer, directory);
     put(character, "FramesIn", statistics.framesIn);
     put(character, "FramesOut", statistics.framesOut);
     put(character, "FramesLost", statistics.framesExpected - statistics.framesIn);
-    character.addSubSettings("Solver", statusOf(performer.solver()));
     describeClock(character, performer.clock(), paced);
-    describeDimensions(character, performer.lengths());
     performer.describe(character);
 }
 
 } // namespace
+
+void describeCast(TakeSession& session, const fs::path& directory) {
+    Scene& scene = session.scene();
+    scene.clear();
+    scene.setValue("Session.Rate", session.exactRate().text());
+    describeSpace(scene, session.space());
+    for (const auto& performer : session.performers()) {
+        describeWho(*performer, directory);
+    }
+}
 
 void describeSession(TakeSession& session, SessionOutcome outcome, const fs::path& directory,
                      const std::vector<std::string>& files) {

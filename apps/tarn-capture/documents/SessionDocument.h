@@ -36,6 +36,10 @@ struct SessionOutcome {
 ///                             markers, its uncertainty
 ///                 TakeUp      of a take of markers: which of its axes is up
 ///                 Markers     how well the markers were met, as in the report of "solve"
+///
+/// A recording of the session has what is known before it is played: `describeCast` leaves out how
+/// much of it was shown, what became of its frames, and which files there are.
+void describeCast(TakeSession& session, const std::filesystem::path& directory);
 void describeSession(TakeSession& session, SessionOutcome outcome,
                      const std::filesystem::path& directory, const std::vector<std::string>& files);
 

@@ -40,6 +40,9 @@ public:
     /// take has of analog channels and rigid bodies then; and its events.
     void addMarkers(Port& port, const kit::C3dTake& take, const std::string& subject, int first = 0,
                     int last = -1);
+    /// Keeps a scene with its characters and actors as they are now. Throws `store::StoreError` for
+    /// settings that no document can hold.
+    void addScene(Scene& scene) { recorder_.addScene(scene); }
     /// Whether something of that type and subject was added.
     bool has(int dataType, const std::string& subject) const;
     void start();

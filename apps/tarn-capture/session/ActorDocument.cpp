@@ -4,6 +4,8 @@
 #include "session/ActorDocument.h"
 
 #include "documents/OtherFile.h"
+#include "documents/StoredCast.h"
+#include "session/TakeFile.h"
 #include "support/StandardStreams.h"
 
 #include <fmt/format.h>
@@ -70,6 +72,10 @@ std::string loadActor(Actor& actor, const std::string& file) {
     if (isStandardStream(file)) {
         text = readStandardInput();
         kit::loadSettings(actor, text, "stdin");
+    } else if (const auto [recording, character] = TakeFile(file).stored(); !character.empty()) {
+        store::TakeReader reader(recording);
+        text = actorDocumentIn(reader, character);
+        kit::loadSettings(actor, text, file);
     } else {
         if (isTake(file)) {
             throw std::runtime_error(fmt::format(

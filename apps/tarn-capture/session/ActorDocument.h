@@ -17,9 +17,9 @@ namespace tarn::capture {
 // it passes over changes too small to matter, and keeps entries of a sensor map only where there is
 // one. Who edits a document wants in it what was asked for.
 
-/// Loads a document, from standard input for "-", and returns its text. Throws
-/// `std::runtime_error`, which names the file and the place in it, when it cannot be read or is no
-/// actor's.
+/// Loads a document, from standard input for "-", or out of a take file for "FILE.tarn#NAME", and
+/// returns its text. Throws `std::runtime_error`, which names the file and the place in it, when it
+/// cannot be read or is no actor's.
 std::string loadActor(Actor& actor, const std::string& file);
 
 /// The number that the whole of a text is, if it is one that a body dimension can be: finite, from

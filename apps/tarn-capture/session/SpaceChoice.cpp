@@ -12,7 +12,16 @@ kit::BvhTake withSpace(kit::BvhTake take, const SpaceChoice& choice) {
     if (choice.scale != 1) {
         take = kit::scaledTake(take, choice.scale);
     }
+    const kit::Space known = take.rig->space(); // of a recording, say
     kit::Space space = kit::guessSpace(*take.rig);
+    if (known.unitOrigin != kit::Origin::Guessed && choice.scale == 1) {
+        space.unit = known.unit;
+        space.unitOrigin = known.unitOrigin;
+    }
+    if (known.upOrigin != kit::Origin::Guessed) {
+        space.up = known.up;
+        space.upOrigin = known.upOrigin;
+    }
     if (choice.unit) {
         space.unit = *choice.unit;
         space.unitOrigin = kit::Origin::Given;

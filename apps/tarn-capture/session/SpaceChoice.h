@@ -18,7 +18,8 @@ struct SpaceChoice {
     std::optional<kit::UpAxis> up;
 };
 
-/// A take that is scaled, with the space of its rig as it was chosen, and guessed where it was not.
+/// A take that is scaled, with the space of its rig as it was chosen; where it was not, as it is
+/// known, as that of a recording may be, or else guessed.
 kit::BvhTake withSpace(kit::BvhTake take, const SpaceChoice& choice);
 
 /// Notes in a document what was chosen, and nothing of what was not; and reads that.

@@ -31,7 +31,7 @@ constexpr std::array<Kind, 4> kinds = {{{"event", false, true},
                                         {"hidden header event", true, false},
                                         {"hidden event", false, false}}};
 
-constexpr const char* of = " of ";
+constexpr const char* whose = " of ";
 
 /// With all digits that it takes to read the same number again.
 std::string exactText(double number) {
@@ -78,16 +78,17 @@ std::string kindOf(const kit::C3dEvent& event) {
 }
 
 std::string textOf(const EventTime& time) {
-    return exactText(time.seconds) + (time.subject.empty() ? "" : of + time.subject);
+    return exactText(time.seconds) + (time.subject.empty() ? "" : whose + time.subject);
 }
 
 std::optional<EventTime> eventTimeIn(const std::string& text) {
-    const std::size_t end = text.find(of);
+    const std::size_t end = text.find(whose);
     const auto seconds = kit::numberIn<double>(text.substr(0, end));
     if (!seconds || !std::isfinite(*seconds)) {
         return std::nullopt;
     }
-    return EventTime{*seconds, end == std::string::npos ? "" : text.substr(end + std::strlen(of))};
+    return EventTime{*seconds,
+                     end == std::string::npos ? "" : text.substr(end + std::strlen(whose))};
 }
 
 bool isEvent(const std::string& kind, kit::C3dEvent& event) {

@@ -125,7 +125,7 @@ int TakeReader::length() {
     return static_cast<int>(std::min<std::int64_t>(length, std::numeric_limits<int>::max()));
 }
 
-StoredScene TakeReader::loadScene() {
+StoredScene TakeReader::loadScene(SceneParts parts) {
     StoredScene stored;
     Scene& scene = *stored.scene_;
     d_->load(scene, d_->fact("scene"));
@@ -134,7 +134,8 @@ StoredScene TakeReader::loadScene() {
     scene.setSceneTime(Time(kit::numberIn<unsigned>(d_->fact("scene_frame")).value_or(0),
                             kit::numberIn<unsigned>(d_->fact("scene_rate")).value_or(0)));
     TakeTree tree(d_->database, d_->frames);
-    if (const auto take = d_->rootTake()) {
+    const bool hasTakes = parts == SceneParts::All;
+    if (const auto take = d_->rootTake(); take && hasTakes) {
         scene.setTracks(tree.whole(*take));
     }
     std::map<std::int64_t, Character*> selected;
@@ -150,7 +151,7 @@ StoredScene TakeReader::loadScene() {
             d_->load(actor, rows.text(3));
             character.setActor(&actor);
         }
-        if (const auto take = rows.maybeInteger(4)) {
+        if (const auto take = rows.maybeInteger(4); take && hasTakes) {
             character.setTracks(tree.whole(*take));
         }
         if (const auto place = rows.maybeInteger(5)) {

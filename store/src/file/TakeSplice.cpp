@@ -7,6 +7,7 @@
 #include "rows/Chunk.h"
 #include "rows/Database.h"
 #include "rows/FrameRows.h"
+#include "rows/SceneRows.h"
 #include "rows/Schema.h"
 #include "rows/TakeTree.h"
 #include "rows/TrackRows.h"
@@ -295,6 +296,7 @@ void Splice::append(Source& source, std::int64_t first, std::int64_t last) {
 }
 
 /// Who recorded it and when it began is that of the first file, when it ended that of the last.
+/// Characters are those of the first, and of all that are put beside it.
 void Splice::addFacts(Source& source) {
     const TakeFileFacts facts = factsOf(source.database);
     if (isFirst_) {
@@ -302,6 +304,10 @@ void Splice::addFacts(Source& source) {
         setFact(database_, "version", facts.version);
         setFact(database_, "started", facts.startedUtc);
         setFact(database_, "started_clock", std::to_string(facts.startedClock));
+        copySceneFacts(source.database, database_);
+    }
+    if (isFirst_ || stage_ != 0) {
+        copyCharacters(source.database, database_);
     }
     ended_ = facts.endedUtc;
 }

@@ -5,11 +5,11 @@
 
 #include "rows/Chunk.h"
 #include "rows/Database.h"
+#include "rows/SceneRows.h"
 #include "rows/Schema.h"
 #include "rows/TrackRows.h"
 #include "rows/UnfinishedFile.h"
 
-#include <algorithm>
 #include <cassert>
 #include <map>
 #include <optional>
@@ -22,16 +22,6 @@ namespace tarn::store {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string documentOf(const Settings& settings, const fs::path& file, const std::string& whose) {
-    std::string text;
-    // Reading writes nothing; the model's writer is not const.
-    if (!settings.values().empty() && !const_cast<Settings&>(settings).saveSettingsToString(text)) {
-        throw StoreError(file, StoreProblem::Unsupported,
-                         "the settings of " + whose + " are none that a document can hold");
-    }
-    return text;
-}
 
 } // namespace
 
@@ -51,7 +41,6 @@ struct TakeWriter::PrivateData {
     std::int64_t save(Tracks& take);
     std::int64_t save(const std::shared_ptr<Track>& track);
     void saveMap(std::int64_t id, const Tracks& take);
-    void save(Scene& scene, Character& character, int place);
 
     UnfinishedFile unfinished;
     Database database;
@@ -118,30 +107,6 @@ std::int64_t TakeWriter::PrivateData::save(Tracks& take) {
     return id;
 }
 
-void TakeWriter::PrivateData::save(Scene& scene, Character& character, int place) {
-    const std::string whose = "character '" + character.characterName() + "'";
-    const std::string id = character.characterId();
-    const std::string name = character.characterName();
-    const std::string settings = documentOf(character, unfinished.target(), whose);
-    std::string actor;
-    Statement insert(database, "INSERT INTO character (place, id, name, settings, actor, take, "
-                               "selected, is_current) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)");
-    insert.bind(1, place).bind(2, id).bind(3, name).bind(4, settings);
-    if (character.actor() != nullptr) {
-        actor = documentOf(*character.actor(), unfinished.target(), "the actor of " + whose);
-        insert.bind(5, actor);
-    }
-    if (const auto take = character.tracks()) {
-        insert.bind(6, save(*take));
-    }
-    const auto selection = scene.selectedCharacters();
-    const auto found = std::find(selection.begin(), selection.end(), &character);
-    if (found != selection.end()) {
-        insert.bind(7, std::int64_t{std::distance(selection.begin(), found)});
-    }
-    insert.bind(8, scene.currentCharacter() == &character ? 1 : 0).run();
-}
-
 TakeWriter::TakeWriter(fs::path file, const std::string& program,
                        std::shared_ptr<const kit::Codecs> codecs)
     : d_(std::make_unique<PrivateData>(std::move(file), program, std::move(codecs))) {}
@@ -159,19 +124,11 @@ void TakeWriter::write(const std::shared_ptr<Tracks>& take) {
 }
 
 void TakeWriter::write(Scene& scene) {
-    Database& database = d_->database;
-    setFact(database, "scene", documentOf(scene, d_->unfinished.target(), "the scene"));
-    setFact(database, "scene_description", scene.description());
-    setFact(database, "scene_note", scene.note());
-    setFact(database, "scene_frame", std::to_string(scene.sceneTime().frameIndex()));
-    setFact(database, "scene_rate", std::to_string(scene.sceneTime().fps()));
     if (const auto take = scene.tracks()) {
         write(take);
     }
-    int place = 0;
-    for (Character* const character : scene.characters()) {
-        d_->save(scene, *character, place++);
-    }
+    addScene(d_->database, d_->unfinished.target(), scene,
+             [this](Tracks& take) { return d_->save(take); });
 }
 
 void TakeWriter::addNote(const Note& note) { store::addNote(d_->database, note); }

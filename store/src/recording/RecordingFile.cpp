@@ -3,9 +3,11 @@
 
 #include "recording/RecordingFile.h"
 
+#include "rows/SceneRows.h"
 #include "rows/Schema.h"
 
 #include <algorithm>
+#include <cassert>
 #include <iterator>
 #include <system_error>
 
@@ -104,6 +106,11 @@ std::int64_t RecordingFile::addTrack(int dataType, const TrackDescription& descr
     const std::int64_t track = rows_.add(dataType, std::nullopt, description);
     place(database_, placeTrack, take, places_[take]++, track, 0);
     return track;
+}
+
+void RecordingFile::addScene(Scene& scene) {
+    assert(setup_);
+    store::addScene(database_, database_.file(), scene);
 }
 
 void RecordingFile::commitTracks() {

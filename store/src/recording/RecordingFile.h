@@ -8,6 +8,7 @@
 #include "rows/TrackRows.h"
 
 #include <tarn/Frame.h>
+#include <tarn/Scene.h>
 #include <tarn_store/recording/TakeRecorder.h>
 
 #include <cstddef>
@@ -56,7 +57,9 @@ public:
     RecordingFile(const std::filesystem::path& file, const RecorderOptions& options);
 
     std::int64_t addTrack(int dataType, const TrackDescription& description);
-    /// Puts the tracks on the disk. None are added later.
+    /// Adds a scene, its takes left out.
+    void addScene(Scene& scene);
+    /// Puts tracks and scene on the disk. None are added later.
     void commitTracks();
     /// Writes all or nothing; it can be tried again.
     void write(RecordingBatch& batch);

@@ -205,6 +205,11 @@ int TakeRecorder::addTrack(int dataType, const TrackDescription& description) {
     return port;
 }
 
+void TakeRecorder::addScene(Scene& scene) {
+    assert(!d_->thread.joinable() && d_->file);
+    d_->file->addScene(scene);
+}
+
 void TakeRecorder::start() {
     assert(!d_->thread.joinable() && d_->file);
     d_->file->commitTracks();

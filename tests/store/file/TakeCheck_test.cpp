@@ -4,11 +4,11 @@
 #include <tarn_store/file/TakeCheck.h>
 
 #include "store/RandomTakes.h"
+#include "store/UnendedRecording.h"
 #include "support/TemporaryDirectory.h"
 
 #include <tarn_store/file/TakeReader.h>
 #include <tarn_store/file/TakeWriter.h>
-#include <tarn_store/recording/TakeRecorder.h>
 
 #include <gtest/gtest.h>
 
@@ -16,12 +16,12 @@
 #include <random>
 #include <sqlite3.h>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace tarn::store {
 namespace {
 
+using tarn::testing::copyUnended;
 using tarn::testing::expectEqual;
 using tarn::testing::RandomTakes;
 using tarn::testing::readFile;
@@ -52,25 +52,6 @@ void writeWhole(const std::string& file) {
     writer.commit();
 }
 
-/// A recording that nobody has ended: what others see of one that goes on, or was broken off.
-void copyOfUnended(const std::string& file, unsigned count) {
-    tsignal::Signal<std::shared_ptr<Frame>> port;
-    const std::string live = file + ".live";
-    TakeRecorder recorder(live);
-    TrackDescription description;
-    description.rate = kit::Rate(120);
-    recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, description), port);
-    recorder.start();
-    for (unsigned i = 0; i < count; ++i) {
-        port.emit(std::make_shared<Frame>(Time(i, 120), kit::poseDataType, kit::Pose{{1, 2, 3}}));
-    }
-    while (recorder.safeFrames() < count) {
-        std::this_thread::yield();
-    }
-    std::filesystem::copy_file(live, file);
-    std::filesystem::copy_file(live + "-wal", file + "-wal");
-}
-
 TEST(TakeCheck, SaysThatAWholeFileIsWhole) {
     const TemporaryDirectory directory;
     writeWhole(directory / "take.tarn");
@@ -87,11 +68,11 @@ TEST(TakeCheck, SaysThatAWholeFileIsWhole) {
 
 TEST(TakeCheck, SaysWhereARecordingWasBrokenOff) {
     const TemporaryDirectory directory;
-    copyOfUnended(directory / "take.tarn", 513);
+    copyUnended(directory / "take.tarn", 513);
     const TakeVerdict verdict = checkTakeFile(directory / "take.tarn");
     EXPECT_FALSE(verdict.isWhole);
     EXPECT_EQ(verdict.line, "broken off at frame 512, 00:00:04:32");
-    copyOfUnended(directory / "none.tarn", 0);
+    copyUnended(directory / "none.tarn", 0);
     EXPECT_EQ(checkTakeFile(directory / "none.tarn").line, "broken off before the first frame");
 }
 
@@ -321,16 +302,16 @@ void wipe(const std::string& file, const std::vector<std::size_t>& pages) {
 }
 
 /// So many frames, each in a row of its own, as no two that follow each other are of one type.
-constexpr int rows = 4000;
+constexpr int manyRows = 4000;
 void writeRows(const std::string& file) {
     auto track = std::make_shared<Track>(1);
-    track->setFrameCount(rows);
-    for (int i = 0; i < rows; ++i) {
+    track->setFrameCount(manyRows);
+    for (int i = 0; i < manyRows; ++i) {
         track->setFrame(i, std::make_shared<Frame>(Time(static_cast<unsigned>(i), 120), i % 2,
                                                    std::string("x")));
     }
     auto take = std::make_shared<Tracks>();
-    take->setTimeLength(rows);
+    take->setTimeLength(manyRows);
     take->addTrack(track, 0);
     TakeWriter writer(file, "test");
     writer.write(take);
@@ -346,11 +327,12 @@ TEST(TakeCheck, RecoversWhatLiesBehindADamagedPageOfATableWithoutAnIndex) {
     wipe(file, {pages[pages.size() / 2], pagesOf(file, "chunk_place").front()});
     const TakeRecovery recovery = recoverTakeFile(file, directory / "out.tarn");
     const auto pagesOfRows = static_cast<std::int64_t>(pages.size() - 1);
-    EXPECT_GT(recovery.frames, rows - 2 * rows / pagesOfRows) << "all but those of one page";
+    EXPECT_GT(recovery.frames, manyRows - 2 * manyRows / pagesOfRows)
+        << "all but those of one page";
     TakeReader reader(directory / "out.tarn");
     EXPECT_NE(reader.frame(1, 0), nullptr);
-    EXPECT_EQ(reader.frame(1, rows / 2), nullptr);
-    EXPECT_NE(reader.frame(1, rows - 1), nullptr);
+    EXPECT_EQ(reader.frame(1, manyRows / 2), nullptr);
+    EXPECT_NE(reader.frame(1, manyRows - 1), nullptr);
 }
 
 TEST(TakeCheck, RecoversByTheIndexWhatLiesBetweenDamagedPagesOfATable) {
@@ -366,14 +348,14 @@ TEST(TakeCheck, RecoversByTheIndexWhatLiesBetweenDamagedPagesOfATable) {
     recoverTakeFile(file, directory / "out.tarn");
     TakeReader reader(directory / "out.tarn");
     EXPECT_EQ(reader.frame(1, 0), nullptr);
-    EXPECT_NE(reader.frame(1, rows / 5), nullptr);
-    EXPECT_NE(reader.frame(1, rows - rows / 5), nullptr);
-    EXPECT_EQ(reader.frame(1, rows - 1), nullptr);
+    EXPECT_NE(reader.frame(1, manyRows / 5), nullptr);
+    EXPECT_NE(reader.frame(1, manyRows - manyRows / 5), nullptr);
+    EXPECT_EQ(reader.frame(1, manyRows - 1), nullptr);
 }
 
 TEST(TakeCheck, MakesAWholeFileOfOneThatWasBrokenOff) {
     const TemporaryDirectory directory;
-    copyOfUnended(directory / "take.tarn", 100);
+    copyUnended(directory / "take.tarn", 100);
     const TakeRecovery recovery = recoverTakeFile(directory / "take.tarn", directory / "out.tarn");
     EXPECT_EQ(recovery.frames, 100);
     EXPECT_TRUE(recovery.missing.empty());

@@ -6,6 +6,9 @@
 #include "store/RandomTakes.h"
 #include "support/TemporaryDirectory.h"
 
+#include <tarn/Actor.h>
+#include <tarn/Character.h>
+#include <tarn/Scene.h>
 #include <tarn_kit/body/Markers.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_store/file/StoredTakes.h>
@@ -251,6 +254,59 @@ TEST(TakeSplice, KeepsNotesAtTheirFrames) {
     ASSERT_EQ(reader.notes().size(), 1U);
     EXPECT_EQ(reader.notes()[0].text, "x'); DROP TABLE note; --");
     EXPECT_TRUE(checkTakeFile(directory / "a.tarn").isWhole);
+}
+
+/// A recording of three frames with a scene in which there is one character.
+void recordWith(const std::string& file, const std::string& name, const std::string& clock) {
+    Actor actor;
+    actor.setActorName(name);
+    Character character(name, name);
+    character.setActor(&actor);
+    Scene scene;
+    scene.setDescription("with " + name);
+    scene.addCharacter(&character);
+    scene.setCurrentCharacter(&character);
+    tsignal::Signal<std::shared_ptr<Frame>> poses;
+    TakeRecorder recorder(file);
+    TrackDescription description;
+    description.rate = kit::Rate(60);
+    recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, description), poses);
+    recorder.addScene(scene);
+    recorder.addNote(clockNote(clock, std::chrono::seconds(1), 0));
+    recorder.start();
+    for (unsigned i = 0; i < 3; ++i) {
+        poses.emit(std::make_shared<Frame>(Time(i, 60), kit::poseDataType, kit::Pose{{1}}));
+    }
+    recorder.end();
+    scene.removeCharacter(&character);
+    character.setActor(nullptr);
+}
+
+/// "with Ada: Ada Bo", and an asterisk behind who is current.
+std::string sceneIn(const std::string& file) {
+    TakeReader reader(file);
+    const StoredScene stored = reader.loadScene(SceneParts::WithoutTakes);
+    std::string text = stored.scene().description() + ":";
+    for (Character* const character : stored.scene().characters()) {
+        text += " " + character->actor()->actorName();
+        text += character == stored.scene().currentCharacter() ? "*" : "";
+    }
+    return text;
+}
+
+TEST(TakeSplice, KeepsCharactersAndActors) {
+    const TemporaryDirectory directory;
+    recordWith(directory / "ada.tarn", "Ada", "leader");
+    recordWith(directory / "bo.tarn", "Bo", "leader");
+    recordWith(directory / "cy.tarn", "Cy", "another");
+    const std::string out = directory / "out.tarn";
+    cutTakeFile(directory / "ada.tarn", 1, 2, out);
+    EXPECT_EQ(sceneIn(out), "with Ada: Ada*");
+    joinTakeFiles({directory / "ada.tarn", directory / "cy.tarn"}, out);
+    EXPECT_EQ(sceneIn(out), "with Ada: Ada*") << "one after the other";
+    joinTakeFiles({directory / "ada.tarn", directory / "bo.tarn"}, out);
+    EXPECT_EQ(sceneIn(out), "with Ada: Ada* Bo") << "side by side";
+    EXPECT_TRUE(checkTakeFile(out).isWhole);
 }
 
 /// Records frames, of which the first was captured then, by the clock of who led.

@@ -7,6 +7,10 @@
 #include "support/FileSizeLimit.h"
 #include "support/TemporaryDirectory.h"
 
+#include <tarn/Actor.h>
+#include <tarn/Character.h>
+#include <tarn/Scene.h>
+#include <tarn_store/file/TakeCheck.h>
 #include <tarn_store/file/TakeReader.h>
 
 #include <gtest/gtest.h>
@@ -263,6 +267,91 @@ TEST(TakeRecorder, LeavesNoFileWhereItCannotMakeOneWhole) {
     const FileSizeLimit limit(100'000);
     EXPECT_THROW(TakeRecorder(directory / "take.tarn"), StoreError);
     EXPECT_EQ(directory.names(), std::vector<std::string>{});
+}
+
+/// Two characters, of whom one is selected and has an actor.
+struct SmallScene {
+    SmallScene() {
+        scene.setDescription("a stage");
+        scene.setValue("Session.Rate", "120");
+        actor.setActorName("Ada L.");
+        actor.setBodyDimension("Height", 1.75F);
+        ada.setActor(&actor);
+        ada.setValue("Take", "walk.c3d");
+        scene.addCharacter(&ada);
+        scene.addCharacter(&bo);
+        scene.selectCharacter(&ada);
+        scene.setCurrentCharacter(&bo);
+    }
+    SmallScene(const SmallScene&) = delete;
+    SmallScene& operator=(const SmallScene&) = delete;
+    ~SmallScene() {
+        ada.setActor(nullptr);
+        scene.removeCharacter(&ada);
+        scene.removeCharacter(&bo);
+    }
+
+    Actor actor;
+    Character ada{"1", "Ada"};
+    Character bo{"2", "Bo"};
+    Scene scene;
+};
+
+void expectSmallScene(const StoredScene& stored) {
+    Scene& scene = stored.scene();
+    EXPECT_EQ(scene.description(), "a stage");
+    EXPECT_EQ(scene.value("Session.Rate", ""), "120");
+    const auto characters = scene.characters();
+    ASSERT_EQ(characters.size(), 2U);
+    Character* const ada = *characters.begin();
+    EXPECT_EQ(ada->characterId(), "1");
+    EXPECT_EQ(ada->characterName(), "Ada");
+    EXPECT_EQ(ada->value("Take", ""), "walk.c3d");
+    ASSERT_NE(ada->actor(), nullptr);
+    EXPECT_EQ(ada->actor()->actorName(), "Ada L.");
+    EXPECT_EQ(ada->actor()->bodyDimension("Height", 0), 1.75F);
+    EXPECT_EQ(scene.selectedCharacters().size(), 1U);
+    ASSERT_NE(scene.currentCharacter(), nullptr);
+    EXPECT_EQ(scene.currentCharacter()->characterName(), "Bo");
+    EXPECT_EQ(scene.currentCharacter()->actor(), nullptr);
+}
+
+TEST(TakeRecorder, KeepsTheSceneFromTheFirstMomentOn) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    Port port;
+    TakeRecorder recorder(file);
+    recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, at(120)), port);
+    {
+        SmallScene scene;
+        recorder.addScene(scene.scene);
+    }
+    recorder.start();
+    expectSmallScene(TakeReader(file).loadScene());
+    port.emit(pose(7));
+    recorder.end();
+    TakeReader reader(file);
+    const StoredScene stored = reader.loadScene();
+    expectSmallScene(stored);
+    ASSERT_NE(stored.scene().tracks(), nullptr);
+    EXPECT_EQ(stored.scene().tracks()->timeLength(), 1) << "what was recorded is its take";
+    const StoredScene alone = reader.loadScene(SceneParts::WithoutTakes);
+    expectSmallScene(alone);
+    EXPECT_EQ(alone.scene().tracks(), nullptr);
+    EXPECT_TRUE(checkTakeFile(file).isWhole);
+}
+
+TEST(TakeRecorder, KeepsNothingOfASceneThatNoDocumentCanHold) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    TakeRecorder recorder(file);
+    recorder.addTrack(kit::poseDataType, at(120));
+    SmallScene scene;
+    scene.bo.setValue("two words", "x");
+    EXPECT_THROW(recorder.addScene(scene.scene), StoreError);
+    recorder.end();
+    EXPECT_TRUE(TakeReader(file).loadScene().scene().characters().empty());
+    EXPECT_TRUE(TakeReader(file).loadScene().scene().description().empty());
 }
 
 TEST(TakeRecorder, GathersSmallTransactionsUnderTheEyesOfAReader) {

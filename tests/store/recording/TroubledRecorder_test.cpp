@@ -3,6 +3,7 @@
 
 #include <tarn_store/recording/TakeRecorder.h>
 
+#include "store/UnendedRecording.h"
 #include "support/Child.h"
 #include "support/FileSizeLimit.h"
 #include "support/SmallDisk.h"
@@ -34,6 +35,7 @@
 namespace tarn::store {
 namespace {
 
+using tarn::testing::copyUnended;
 using tarn::testing::FileSizeLimit;
 using tarn::testing::SmallDisk;
 using tarn::testing::TemporaryDirectory;
@@ -282,34 +284,13 @@ bool mayOnlyRead(const TemporaryDirectory& directory, const std::function<bool()
     return isDone;
 }
 
-/// A recording of 30 frames that nobody has ended, as it is when it is copied to another medium.
-void copyUnended(const std::string& file, const std::vector<std::string>& endings) {
-    const TemporaryDirectory directory;
-    const std::string live = directory / "live.tarn";
-    Port port;
-    TakeRecorder recorder(live);
-    TrackDescription description;
-    description.rate = kit::Rate(120);
-    recorder.tieToIFramePort(recorder.addTrack(kit::poseDataType, description), port);
-    recorder.start();
-    for (unsigned i = 0; i < 30; ++i) {
-        port.emit(pose(i));
-    }
-    while (recorder.safeFrames() < 30) {
-        std::this_thread::yield();
-    }
-    for (const std::string& ending : endings) {
-        std::filesystem::copy_file(live + ending, file + ending);
-    }
-}
-
 TEST(TroubledRecorder, ReadsWhatWasBrokenOffWhereNothingCanBeWritten) {
     const TemporaryDirectory elsewhere;
     std::filesystem::permissions(elsewhere.path(), std::filesystem::perms(0777));
     for (const auto& endings : {std::vector<std::string>{"", "-wal"}, {"", "-wal", "-shm"}}) {
         const TemporaryDirectory directory;
         const std::string file = directory / "100%20of #1?.tarn";
-        copyUnended(file, endings);
+        copyUnended(file, 30, endings);
         const std::string out = elsewhere / ("out" + std::to_string(endings.size()) + ".tarn");
         EXPECT_TRUE(mayOnlyRead(directory, [&] {
             TakeReader reader(file);
@@ -345,7 +326,7 @@ TEST(TroubledRecorder, ReadsARecordingThatWasEndedUnderAReaderWhereNothingCanBeW
 TEST(TroubledRecorder, SaysThatAFileBesideARecordingIsMissing) {
     const TemporaryDirectory directory;
     const std::string file = directory / "take.tarn";
-    copyUnended(file, {""});
+    copyUnended(file, 30, {""});
     EXPECT_TRUE(mayOnlyRead(directory, [&] {
         try {
             return checkTakeFile(file).isWhole;

@@ -42,6 +42,12 @@ private:
     std::unique_ptr<Scene> scene_;
 };
 
+/// What is read of a scene.
+enum class SceneParts : std::uint8_t {
+    All,
+    WithoutTakes, ///< at once, however long the file is
+};
+
 /// Reads a take file, also while somebody writes it: each call sees what is in the file by then. A
 /// file is opened and sought in whatever its length is; what is not asked for is not read.
 ///
@@ -85,8 +91,9 @@ public:
     std::shared_ptr<Tracks> load(int first, int last);
     /// How many frame indexes that take has; 0 without one.
     int length();
-    /// The scene that was written; one without characters and texts if there was none.
-    StoredScene loadScene();
+    /// The scene that was written; one without characters and texts if there was none. Of a
+    /// recording, its take is what was recorded, and characters have no takes of their own.
+    StoredScene loadScene(SceneParts parts = SceneParts::All);
 
 private:
     struct PrivateData;

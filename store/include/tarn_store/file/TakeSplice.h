@@ -17,8 +17,8 @@ namespace tarn::store {
 
 /// Writes the frames from frame index `first` to `last`, both included, of the take in `file` as a
 /// file of their own, in which they begin at frame index 0. Payloads go over as they are, whether
-/// their codec is known or not, and so do the times of the frames, notes, losses, and who recorded
-/// them and when. Nested takes of another rate
+/// their codec is known or not, and so do the times of the frames, notes, losses, the scene and its
+/// characters without their own takes, and who recorded them and when. Nested takes of another rate
 /// that last as long, as those of recordings do, are cut at the same moments. Throws `StoreError`,
 /// and leaves what was at `out`, if the take is not that long or something cannot be read or
 /// written.
@@ -32,14 +32,14 @@ TARN_STORE_EXPORT Note clockNote(const std::string& clock, std::chrono::nanoseco
 
 /// Writes the takes in several files as one, frame after frame. Payloads go over as they are. Times
 /// go over as they are where they ascend from one file to the next, as those of cuts do; otherwise
-/// they are counted on. Throws `StoreError`, and leaves what was at `out`, if the files do not have
-/// the same tracks of the same bodies and labels in the same rates, or something cannot be read or
-/// written.
+/// they are counted on. Scene and characters are those of the first file. Throws `StoreError`, and
+/// leaves what was at `out`, if the files do not have the same tracks of the same bodies and labels
+/// in the same rates, or something cannot be read or written.
 ///
 /// Files that all have a clock note of one clock are put side by side instead, on one timeline:
 /// each as a nested take, to the nearest frame where it belongs; frame index 0 is that of the
-/// earliest. They need the same rate, of the take and not of those nested in it, and may have any
-/// tracks. Precondition: there is a file.
+/// earliest; characters are those of all files. They need the same rate, of the take and not of
+/// those nested in it, and may have any tracks. Precondition: there is a file.
 TARN_STORE_EXPORT void joinTakeFiles(const std::vector<std::filesystem::path>& files,
                                      const std::filesystem::path& out);
 

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <tarn/Scene.h>
 #include <tarn/StreamNode.h>
 #include <tarn_kit/files/Codec.h>
 #include <tarn_store/Export.h>
@@ -81,6 +82,11 @@ public:
     /// that to what is to be recorded. Tracks of another rate than the first go into nested takes.
     /// Precondition: not yet started.
     int addTrack(int dataType, const TrackDescription& description);
+    /// Keeps a scene as it is now: its settings, texts and time, and its characters with their
+    /// settings and actors; not their takes, which are what is recorded. Throws `StoreError` for
+    /// settings that no document can hold (see `Settings::saveSettingsToString`), and keeps nothing
+    /// of it then. Precondition: not yet started, and no scene was added before.
+    void addScene(Scene& scene);
     /// From now on frames are taken. Throws `std::system_error` if no thread can be started.
     void start();
     /// Puts a note on the timeline.

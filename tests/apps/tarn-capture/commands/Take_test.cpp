@@ -291,6 +291,34 @@ TEST_F(Take, OfARunHasABodyPerPerformer) {
     }
 }
 
+TEST_F(Take, OfARunHasItsActors) {
+    const std::string file = directory_ / "session.tarn";
+    const std::string walk = samplePath("cmu_131_01_walk.bvh");
+    const std::string document = directory_ / "Ada.xml";
+    EXPECT_EQ(capture({"actor", document, "--name", "Ada L.", "--sensor", "Hips=3"}).exitCode, 0);
+    EXPECT_EQ(
+        capture({"run", walk, walk, "--unit", "in", "--up", "z", "--actor",
+                 "cmu_131_01_walk=" + document, "--out", directory_ / "out", "--record", file})
+            .exitCode,
+        0);
+    EXPECT_THAT(capture({"take", "ls", file}).out,
+                AllOf(HasSubstr("  character cmu_131_01_walk, played by Ada L., "),
+                      HasSubstr("  character cmu_131_01_walk-2, ")));
+    EXPECT_THAT(capture({"actor", file + "#cmu_131_01_walk"}).out,
+                AllOf(HasSubstr("Ada L."), HasSubstr("Hips  3")));
+    EXPECT_THAT(capture({"actor", file + "#Bo"}).err,
+                HasSubstr("holds no actor of 'Bo', but cmu_131_01_walk, cmu_131_01_walk-2"));
+    EXPECT_THAT(capture({"actor", recorded("cmu_131_01_walk") + "#Bo"}).err,
+                HasSubstr("holds no actors"));
+    // A body is in the space that was said to be that of its take.
+    EXPECT_THAT(capture({"info", file + "#cmu_131_01_walk"}).out,
+                AllOf(HasSubstr("  unit         in, as given\n"),
+                      HasSubstr("  up           Z, as given\n")));
+    const Outcome changed = capture({"actor", file + "#cmu_131_01_walk", "--name", "Bo"});
+    EXPECT_EQ(changed.exitCode, 2);
+    EXPECT_THAT(changed.err, HasSubstr("the actors of a recording stay as they were"));
+}
+
 TEST_F(Take, OfARunHasTheMarkersBesideTheBody) {
     const std::string file = directory_ / "session.tarn";
     const std::string take = directory_ / "full.c3d";
@@ -306,6 +334,29 @@ TEST_F(Take, OfARunHasTheMarkersBesideTheBody) {
     EXPECT_THAT(capture({"info", file + "#full.c3d"}).out,
                 AllOf(HasSubstr("2 channels at 480"), HasSubstr("Left Foot Strike of Male")));
     EXPECT_THAT(capture({"info", file + "#Male"}).out, HasSubstr("120 frames per second"));
+    EXPECT_THAT(capture({"take", "ls", file}).out,
+                AllOf(HasSubstr("  character Male, 26 dimensions, 41 markers\n"),
+                      HasSubstr("  character Male-2, 26 dimensions, 41 markers\n")));
+    EXPECT_THAT(capture({"info", file + "#Male"}).out,
+                AllOf(HasSubstr("  character    Male, 26 dimensions, 41 markers\n"),
+                      HasSubstr(" by tarn-capture ")));
+    const std::string part = directory_ / "part.tarn";
+    EXPECT_EQ(capture({"take", "cut", file, "0..99", part}).exitCode, 0);
+    for (const std::string& recording : {file, part}) {
+        const std::string actor = recording + "#Male-2";
+        const std::string shown = capture({"actor", actor}).out;
+        const std::string document = directory_ / "out/Male-2.actor.xml";
+        const std::string expected = capture({"actor", document}).out;
+        EXPECT_THAT(expected, HasSubstr("Height"));
+        EXPECT_EQ(shown.substr(shown.find('\n')), expected.substr(expected.find('\n')));
+    }
+    // Who was calibrated in a recording is not calibrated again.
+    const Outcome anew =
+        capture({"run", take, "--unit", "mm", "--up", "z", "--actor", part + "#Male", "--calibrate",
+                 "0", "--out", directory_ / "again"});
+    EXPECT_EQ(anew.exitCode, 0) << anew.err;
+    EXPECT_EQ(readFile(directory_ / "again/Male.actor.xml"),
+              readFile(directory_ / "out/Male.actor.xml"));
     for (const std::string name : {"full.c3d", "other.c3d"}) {
         const std::string again = directory_ / ("again-" + name);
         EXPECT_EQ(capture({"convert", file + "#" + name, again}).exitCode, 0);
