@@ -370,7 +370,7 @@ TEST(TakeSplice, KeepsEventsApartOfTakesThatItPutsSideBySide) {
     std::vector<std::filesystem::path> files;
     for (const std::string name : {"a", "b"}) {
         take.events = {{"Foot Off " + name, "", "", 0.5, false, true}};
-        files.push_back(directory / (name + ".tarn"));
+        files.emplace_back(directory / (name + ".tarn"));
         TakeRecorder recorder(files.back());
         tsignal::Signal<std::shared_ptr<Frame>> port;
         recorder.tieToIFramePort(

@@ -357,9 +357,10 @@ TEST_F(Take, OfARunHasTheMarkersBesideTheBody) {
     EXPECT_EQ(anew.exitCode, 0) << anew.err;
     EXPECT_EQ(readFile(directory_ / "again/Male.actor.xml"),
               readFile(directory_ / "out/Male.actor.xml"));
+    const std::string inFile = file + "#";
     for (const std::string name : {"full.c3d", "other.c3d"}) {
         const std::string again = directory_ / ("again-" + name);
-        EXPECT_EQ(capture({"convert", file + "#" + name, again}).exitCode, 0);
+        EXPECT_EQ(capture({"convert", inFile + name, again}).exitCode, 0);
         EXPECT_EQ(eventsIn(again), eventsIn(directory_ / name)) << "each take has its own";
     }
 }
