@@ -3,24 +3,30 @@
 
 // How well the marker solver does on takes of 41 markers: each is calibrated on its first half and
 // judged on its second: errors of all markers, then of each marker when it is left out, and the
-// times.
+// times, which are of a processor of the kind that the project is measured on. Fails if a goal is
+// missed that is not known to be.
 //
 // usage: solve_goals TAKE.c3d...
 
+#include "GoalTally.h"
+
+#include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/MarkerSet.h>
+#include <tarn_kit/body/Rig.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/session/TakeOf.h>
 #include <tarn_kit/solving/MarkerCalibrator.h>
 #include <tarn_kit/solving/MarkerSolver.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
 #include <exception>
+#include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -54,7 +60,35 @@ struct Errors {
     std::vector<std::vector<double>> ofMarker;
     std::vector<double> times;
     std::vector<double> steps;
+    double lengthChange = 0; ///< of any segment, as a part of its length
 };
+
+/// What is missed on the takes that come with the project: the backs of the hands, of which one
+/// marker alone says how the wrist bends, and those that the suit pulls along in a somersault.
+const std::vector<tarn_benchmark::KnownMiss>& knownMisses() {
+    static const std::vector<tarn_benchmark::KnownMiss> all = {
+        {"cmu_85_02.c3d, a marker left out, worst marker", 25.4},
+        {"cmu_85_02.c3d, a marker left out, worst 95 %", 67.3},
+    };
+    return all;
+}
+
+double processorSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
+
+/// How much a segment of a solved body is longer or shorter than it should be, as a part of its
+/// length; the most.
+double lengthChangeOf(const Rig& rig, const BodyPose& pose) {
+    double most = 0;
+    for (std::size_t i = 1; i < rig.nodes().size(); ++i) {
+        const RigNode& node = rig.nodes()[i];
+        const double length = lengthOf(toDouble(node.offset));
+        const auto parent = static_cast<std::size_t>(node.parent);
+        const double found = lengthOf(toDouble(pose.segments[i].position) -
+                                      toDouble(pose.segments[parent].position));
+        most = length > 0 ? std::max(most, std::abs(found - length) / length) : most;
+    }
+    return most;
+}
 
 /// Frame by frame, as when it comes from a device.
 Errors solve(MarkerSolver& solver, const std::shared_ptr<Tracks>& take, int first, int last) {
@@ -65,12 +99,14 @@ Errors solve(MarkerSolver& solver, const std::shared_ptr<Tracks>& take, int firs
     errors.ofMarker.resize(solver.body().markers.size());
     for (int i = first; i <= last; ++i) {
         solver.addInput(take->getFrame(i, markerDataType));
-        const std::clock_t begin = std::clock();
+        const double begin = processorSeconds();
         solver.evaluate();
-        errors.times.push_back(1000 * static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC);
+        errors.times.push_back(1000 * (processorSeconds() - begin));
         const auto fits = solver.getOutput(markerFitDataType);
         const auto& fit = fits->getFrame(i - first)->dataAs<MarkerFit>();
         errors.steps.push_back(fit.iterations);
+        const auto& pose = solver.getOutput(bodyDataType)->getFrame(i - first)->dataAs<BodyPose>();
+        errors.lengthChange = std::max(errors.lengthChange, lengthChangeOf(*solver.rig(), pose));
         for (std::size_t m = 0; m < fit.size(); ++m) {
             if (std::isfinite(fit[m].residual)) {
                 errors.ofMarker[m].push_back(1000 * solver.source().metresPerUnit *
@@ -81,7 +117,52 @@ Errors solve(MarkerSolver& solver, const std::shared_ptr<Tracks>& take, int firs
     return errors;
 }
 
-void judge(const std::string& file) {
+/// `count` frames, the take's over and over.
+std::shared_ptr<Tracks> firstFrames(const C3dTake& take, int count) {
+    std::vector<std::shared_ptr<Frame>> frames;
+    frames.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        frames.push_back(take.tracks->getFrame(i % take.frameCount, markerDataType));
+    }
+    return takeOf(markerDataType, frames, take.tracks->fps());
+}
+
+/// Returns the seconds of the processor that it took.
+double calibrate(MarkerCalibrator& calibrator, const C3dTake& take, int count) {
+    const double begin = processorSeconds();
+    calibrator.setCalibrationData(firstFrames(take, count));
+    calibrator.finish();
+    if (!calibrator.report().isGood()) {
+        throw std::runtime_error(calibrator.report().error);
+    }
+    return processorSeconds() - begin;
+}
+
+void judgeLeavingOut(const std::string& name, MarkerSolver& solver, const C3dTake& take,
+                     const Errors& errors, tarn_benchmark::GoalTally& goals) {
+    std::vector<double> medians;
+    double worst95 = 0;
+    for (std::size_t m = 0; m < solver.body().markers.size(); ++m) {
+        const std::string marker = solver.body().markers[m].name;
+        solver.leaveOut(marker);
+        const Errors without = solve(solver, take.tracks, take.frameCount / 2, take.frameCount - 1);
+        solver.leaveOut(marker, false);
+        medians.push_back(percentile(without.ofMarker[m], 50));
+        const double high = percentile(without.ofMarker[m], 95);
+        worst95 = std::max(worst95, high);
+        if (medians.back() > 14 || high > 40) {
+            std::printf("    %s left out: median %.1f mm, 95 %% %.1f mm; with it %.1f mm\n",
+                        marker.c_str(), medians.back(), high, percentile(errors.ofMarker[m], 50));
+        }
+    }
+    const std::string what = name + ", a marker left out, ";
+    goals.judge(what + "median of the markers", percentile(medians, 50), 11, "mm");
+    goals.judge(what + "worst marker", percentile(medians, 100), 18, "mm");
+    goals.judge(what + "worst 95 %", worst95, 45, "mm");
+}
+
+void judge(const std::string& file, tarn_benchmark::GoalTally& goals) {
+    const std::string name = std::filesystem::path(file).filename().string();
     const C3dTake take = readC3d(std::filesystem::path(file));
     MarkerSource source{{}, take.metresPerUnit};
     for (const C3dMarker& marker : take.markers) {
@@ -91,61 +172,42 @@ void judge(const std::string& file) {
     MarkerSolver solver("goals", MarkerBody::generic(set), source);
     MarkerCalibrator calibrator("goals", set);
     calibrator.setSolver(&solver);
+    const double longTime = calibrate(calibrator, take, 1000);
     const int half = take.frameCount / 2;
-    std::vector<std::shared_ptr<Frame>> frames;
-    frames.reserve(static_cast<std::size_t>(half));
-    for (int i = 0; i < half; ++i) {
-        frames.push_back(take.tracks->getFrame(i, markerDataType));
-    }
-    const auto begin = std::chrono::steady_clock::now();
-    calibrator.setCalibrationData(takeOf(markerDataType, frames, take.tracks->fps()));
-    calibrator.finish();
-    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-    if (!calibrator.report().isGood()) {
-        std::printf("%s: %s\n", file.c_str(), calibrator.report().error.c_str());
-        return;
-    }
+    std::printf("%s\n  calibration of %d frames %.2f s\n", name.c_str(), half,
+                calibrate(calibrator, take, half));
     const Errors errors = solve(solver, take.tracks, half, take.frameCount - 1);
+    solver.setFactor(MarkerSolver::Iterations, 2);
+    const Errors live = solve(solver, take.tracks, half, take.frameCount - 1);
+    solver.setFactor(MarkerSolver::Iterations, 30);
     std::vector<double> all;
     for (const std::vector<double>& marker : errors.ofMarker) {
         all.insert(all.end(), marker.begin(), marker.end());
     }
-    std::printf("%s\n  calibration of %d frames %.2f s\n", file.c_str(), half, time.count());
-    std::printf("  markers RMS %.2f mm without the worst 1 %%, %.2f mm of all\n", rms(all, 0.01),
-                rms(all, 0));
+    std::printf("  markers RMS %.2f mm of all samples\n", rms(all, 0));
     std::printf(
         "  per frame %.3f ms median, %.3f ms 99.9th percentile, %.3f ms most; %.0f, %.0f and "
         "%.0f steps\n",
         percentile(errors.times, 50), percentile(errors.times, 99.9), percentile(errors.times, 100),
         percentile(errors.steps, 50), percentile(errors.steps, 99.9),
         percentile(errors.steps, 100));
-    std::vector<double> medians;
-    double worst95 = 0;
-    for (std::size_t m = 0; m < set.markers.size() && m < solver.body().markers.size(); ++m) {
-        const std::string name = solver.body().markers[m].name;
-        solver.leaveOut(name);
-        const Errors without = solve(solver, take.tracks, half, take.frameCount - 1);
-        solver.leaveOut(name, false);
-        medians.push_back(percentile(without.ofMarker[m], 50));
-        const double high = percentile(without.ofMarker[m], 95);
-        worst95 = std::max(worst95, high);
-        if (medians.back() > 14 || high > 40) {
-            std::printf("    %s left out: median %.1f mm, 95 %% %.1f mm; with it %.1f mm\n",
-                        name.c_str(), medians.back(), high, percentile(errors.ofMarker[m], 50));
-        }
-    }
-    std::printf(
-        "  left out: median of markers %.1f mm, worst marker %.1f mm, worst 95 %% %.1f mm\n",
-        percentile(medians, 50), percentile(medians, 100), worst95);
+    std::printf("  live, two steps: %.3f ms 99.9th percentile\n", percentile(live.times, 99.9));
+    const double wanted = name == "cmu_01_01_jumps.c3d" ? 3.2 : 7.5;
+    goals.judge(name + ", markers, RMS without the worst 1 %", rms(all, 0.01), wanted, "mm");
+    judgeLeavingOut(name, solver, take, errors, goals);
+    goals.judge(name + ", lengths of segments, change", errors.lengthChange, 1e-4, "of the length");
+    goals.judge(name + ", a frame, live, median", percentile(live.times, 50), 0.1, "ms");
+    goals.judge(name + ", calibration of 1,000 frames", longTime, 5, "s");
 }
 
 } // namespace
 
 int main(int argc, char** argv) try {
+    tarn_benchmark::GoalTally goals(knownMisses());
     for (int i = 1; i < argc; ++i) {
-        judge(argv[i]);
+        judge(argv[i], goals);
     }
-    return argc > 1 ? 0 : 2;
+    return argc > 1 ? goals.finish() : 2;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "solve_goals: %s\n", error.what());
     return 1;

@@ -87,7 +87,8 @@ double uncertaintyOf(const kit::MarkerBody& body, const std::string& length) {
 
 void print(const kit::CalibrationReport& report) {
     constexpr double mm = 1000;
-    fmt::print("{} frames, height about {:.2f} m\n", report.frames, report.body.body.height());
+    fmt::print("{} frames, height {:.2f} ± {:.2f} m\n", report.frames, report.body.body.height(),
+               uncertaintyOf(report.body, "Height"));
     fmt::print("lengths in millimetres, with one standard deviation\n");
     for (const kit::HumanLength& length : report.body.body.lengths()) {
         fmt::print("  {:<20}{:8.1f} ± {:.1f}\n", length.name, mm * length.metres,

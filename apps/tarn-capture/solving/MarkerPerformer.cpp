@@ -90,15 +90,18 @@ BodyLengths MarkerPerformer::lengths() const {
     known.areFitted = true;
     known.frames = calibrator_ == nullptr ? 0 : calibrator_->report().frames;
     const double units = solver_.source().bodyUnitsPerMetre;
-    known.lengths.push_back({"Height", units * body.body.height(), 0});
-    for (const kit::HumanLength& length : body.body.lengths()) {
-        kit::MeasuredLength entry{length.name, units * length.metres, 0};
+    const auto add = [&](const std::string& name, double metres) {
+        kit::MeasuredLength entry{name, units * metres, 0};
         for (const kit::LengthUncertainty& uncertainty : body.uncertainties) {
-            if (uncertainty.length == length.name) {
+            if (uncertainty.length == name) {
                 entry.spread = units * uncertainty.metres;
             }
         }
         known.lengths.push_back(entry);
+    };
+    add("Height", body.body.height());
+    for (const kit::HumanLength& length : body.body.lengths()) {
+        add(length.name, length.metres);
     }
     return known;
 }

@@ -104,6 +104,20 @@ const std::vector<Proportion>& leftProportions() {
     return all;
 }
 
+/// The way up from the toes to the head, in the joints' offsets; of two sides half of each.
+double uprightReach(const std::vector<HumanJoint>& joints) {
+    double reach = 0;
+    for (const HumanJoint& joint : joints) {
+        const bool isTrunk =
+            joint.name.find("Spine") == 0 || joint.name == "Neck" || joint.name == "Head";
+        const bool isLeg = joint.name.find("Leg") != std::string::npos ||
+                           joint.name.find("Foot") != std::string::npos ||
+                           joint.name.find("Toe") != std::string::npos;
+        reach += isTrunk ? joint.offset.y : isLeg ? -0.5 * joint.offset.y : 0;
+    }
+    return reach;
+}
+
 std::string onTheRight(const std::string& left) { return "Right" + left.substr(4); }
 
 std::vector<HumanLength> lengthsFor(double height) {
@@ -142,6 +156,10 @@ HumanBody::HumanBody(double height) : height_(height) {
     joints_ = jointsFor(height);
     lengths_ = lengthsFor(height);
     place();
+}
+
+double HumanBody::stature() const {
+    return height_ * uprightReach(joints_) / uprightReach(HumanBody(height_).joints_);
 }
 
 int HumanBody::jointOf(const std::string& name) const {

@@ -20,6 +20,8 @@ namespace {
 constexpr std::size_t firstFrames = 60;  ///< that a body is fitted to at first, evenly spaced
 constexpr std::size_t finalFrames = 120; ///< that differ most
 constexpr std::size_t mostSolved = 600;  ///< among which these are chosen
+constexpr int finalSteps = 20;           ///< with which it is fitted to them, at most
+constexpr double leastSwapped = 0.01;    ///< of the frames: then it is fitted twice
 constexpr double offsetSpread = 0.025;   ///< how far markers are from where the set says ...
 constexpr double landmarkSpread = 0.015; ///< ... and those at a joint, where bones are felt
 constexpr double leastInFit = 0.002;     ///< of a marker from its place, while a body is fitted ...
@@ -68,6 +70,18 @@ Vector3d tipMoved(const HumanBody& body, std::size_t joint, const HumanLength& l
     HumanBody longer = body;
     longer.setLength(length.name, length.metres + change);
     return (1 / change) * (longer.joints()[joint].tip - body.joints()[joint].tip);
+}
+
+/// How much taller a body stands per metre of each length.
+std::vector<double> statureChanges(const HumanBody& body) {
+    constexpr double change = 0.1;
+    std::vector<double> changes;
+    for (const HumanLength& length : body.lengths()) {
+        HumanBody longer = body;
+        longer.setLength(length.name, length.metres + change);
+        changes.push_back((longer.stature() - body.stature()) / change);
+    }
+    return changes;
 }
 
 BodyExpectation expectationOf(const MarkerSet& set, const MarkerBody& generic,
@@ -144,8 +158,10 @@ private:
         std::vector<FitFrame> frames;
         MarkerTracker tracker(body());
         tracker.fit().threshold = threshold;
+        swappedFrames_ = 0;
         for (const std::size_t number : numbers) {
             tracker.track(all_[number]);
+            swappedFrames_ += tracker.swaps().empty() ? 0 : 1;
             FitFrame frame = {tracker.sightings(), tracker.stance()};
             for (std::size_t m = 0; m < frame.sightings.size(); ++m) {
                 if (tracker.isDoubted(m)) {
@@ -176,23 +192,39 @@ private:
     bool fitFinal() {
         setSpread(0.008);
         std::vector<FitFrame> frames = solve(evenly(all_.size(), mostSolved), 4);
+        // Where labels were exchanged, the body stood wrong in some of the first frames, and is
+        // fitted once more when they are right. Otherwise once is better: more steps bring it
+        // nearer to what skin does.
+        const int rounds =
+            swappedFrames_ >= leastSwapped * static_cast<double>(frames.size()) ? 2 : 1;
+        double part = 0.6;
+        const auto goOn = [&] { return progress_(part += 0.4 / (rounds * finalSteps)); };
+        for (int round = 0; round < rounds; ++round) {
+            if (!fitTo(frames, goOn)) {
+                return false;
+            }
+            frames = solve(evenly(all_.size(), mostSolved), 4);
+        }
+        setSpreads(frames, leastSpread);
+        setUsualTurns(frames);
+        return true;
+    }
+
+    /// Fits the body to those of the frames that differ most.
+    bool fitTo(const std::vector<FitFrame>& frames, const std::function<bool()>& goOn) {
         setSpreads(frames, leastInFit, hidden);
         setUsualTurns(frames);
         std::vector<FitFrame> chosen = mostDifferent(frames);
         expectation_.evidence = evidenceOf(body(), hidden);
         BodyFit fit(body(), expectation_);
         fit.threshold = 4;
-        double part = 0.6;
-        const auto goOn = [&] { return progress_(part += 0.015); };
-        if (!fit.run(chosen, 20, goOn)) {
+        if (!fit.run(chosen, finalSteps, goOn)) {
             return false;
         }
-        frames = solve(evenly(all_.size(), mostSolved), 4);
-        setSpreads(frames, leastSpread);
-        setUsualTurns(frames);
         result_.frames = static_cast<int>(chosen.size());
         lengthUncertainties_ = fit.lengthUncertainties();
         offsetUncertainties_ = fit.offsetUncertainties();
+        heightUncertainty_ = fit.uncertaintyOf(statureChanges(result_.body.body));
         return true;
     }
 
@@ -278,15 +310,24 @@ private:
         return chosen;
     }
 
+    void setLengths(HumanBody& human) {
+        for (std::size_t l = 0; l < body().lengths.size(); ++l) {
+            human.setLength(human.lengths()[l].name, body().lengths[l]);
+        }
+    }
+
     void writeBody() {
         MarkerBody& found = result_.body;
-        for (std::size_t l = 0; l < body().lengths.size(); ++l) {
-            found.body.setLength(found.body.lengths()[l].name, body().lengths[l]);
-        }
+        setLengths(found.body);
+        found.body = HumanBody(std::min(3.0, std::max(0.3, found.body.stature())));
+        setLengths(found.body);
         found.uncertainties.clear();
         for (std::size_t l = 0; l < lengthUncertainties_.size(); ++l) {
             found.uncertainties.push_back(
                 {found.body.lengths()[l].name, alikeness * lengthUncertainties_[l]});
+        }
+        if (!lengthUncertainties_.empty()) {
+            found.uncertainties.push_back({"Height", alikeness * heightUncertainty_});
         }
         for (std::size_t m = 0; m < found.markers.size(); ++m) {
             found.markers[m].offset = body().markers[m].offset;
@@ -303,6 +344,8 @@ private:
     BodyAssembly assembly_;
     BodyExpectation expectation_;
     std::vector<double> lengthUncertainties_, offsetUncertainties_;
+    double heightUncertainty_ = 0;
+    double swappedFrames_ = 0; ///< of those solved last
 };
 
 } // namespace

@@ -383,4 +383,16 @@ std::vector<double> BodyFit::lengthUncertainties() const {
     return result;
 }
 
+double BodyFit::uncertaintyOf(const std::vector<double>& timesEachLength) const {
+    std::vector<double> moved(count_);
+    std::copy(timesEachLength.begin(), timesEachLength.end(),
+              moved.begin() + static_cast<std::ptrdiff_t>(lengthBegin_));
+    matrix_.solve(moved);
+    double variance = 0;
+    for (std::size_t l = 0; l < timesEachLength.size(); ++l) {
+        variance += timesEachLength[l] * moved[lengthBegin_ + l];
+    }
+    return std::sqrt(variance);
+}
+
 } // namespace tarn::kit

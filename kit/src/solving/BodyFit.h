@@ -57,6 +57,8 @@ public:
     /// step saw them.
     std::vector<double> offsetUncertainties() const;
     std::vector<double> lengthUncertainties() const;
+    /// The same of the sum of all lengths, each as many times as is said.
+    double uncertaintyOf(const std::vector<double>& timesEachLength) const;
 
 private:
     struct Column {

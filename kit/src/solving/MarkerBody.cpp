@@ -207,12 +207,16 @@ MarkerBody MarkerBody::of(const Actor& actor) {
         result.body.setLength(length.name, metresOf(length.name));
     }
     if (const auto uncertainties = settings->subSettings("Uncertainties")) {
-        for (const HumanLength& length : lengths) {
-            if (uncertainties->subSettings(length.name) != nullptr) {
+        const auto read = [&](const std::string& length) {
+            if (uncertainties->subSettings(length) != nullptr) {
                 result.uncertainties.push_back(
-                    {length.name, numberOf(*uncertainties, length.name, "uncertainties")});
+                    {length, numberOf(*uncertainties, length, "uncertainties")});
             }
+        };
+        for (const HumanLength& length : lengths) {
+            read(length.name);
         }
+        read("Height");
     }
     if (const auto usualTurns = settings->subSettings("UsualTurns")) {
         for (const auto& [joint, text] : usualTurns->values()) {

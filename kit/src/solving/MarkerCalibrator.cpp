@@ -167,7 +167,7 @@ std::string problemOf(const MarkerSet& set, const Material& material) {
 std::vector<WeakSpot> weakSpotsOf(const CalibratedBody& found, const Material& material) {
     std::vector<WeakSpot> spots;
     for (const LengthUncertainty& length : found.body.uncertainties) {
-        if (length.metres > weakLength) {
+        if (length.metres > weakLength && length.length != "Height") { // no one length is
             spots.push_back({length.length, "known to " + inMillimetres(length.metres) + " only",
                              adviceFor(length.length)});
         }

@@ -71,6 +71,22 @@ TEST(HumanBody, MovesTheJointsThatALengthMoves) {
     EXPECT_EQ(joint(body, "LeftLeg").offset.y, -0.5);
 }
 
+TEST(HumanBody, StandsAsTallAsItsLengthsMakeIt) {
+    const HumanBody usual(1.8);
+    EXPECT_NEAR(usual.stature(), 1.8, 1e-12);
+    HumanBody body = usual;
+    const double reach = static_cast<double>(body.rig()->height()) - 0.09 * 1.8; // without the head
+    ASSERT_TRUE(body.setLength("LeftUpLeg", 0.245 * 1.8 + 0.05));
+    ASSERT_TRUE(body.setLength("RightUpLeg", 0.245 * 1.8 + 0.05));
+    EXPECT_NEAR(body.stature(), 1.8 * (1 + 0.05 / reach), 1e-6);
+    ASSERT_TRUE(body.setLength("RightUpLeg", 0.245 * 1.8));
+    EXPECT_NEAR(body.stature(), 1.8 * (1 + 0.025 / reach), 1e-6);
+    ASSERT_TRUE(body.setLength("LeftUpLeg", 0.245 * 1.8));
+    ASSERT_TRUE(body.setLength("LeftArm", 0.5));
+    ASSERT_TRUE(body.setLength("HipsWidth", 0.5));
+    EXPECT_NEAR(body.stature(), 1.8, 1e-12);
+}
+
 TEST(HumanBody, IsARigInTPose) {
     const HumanBody body(1.8);
     const auto rig = body.rig(100);

@@ -41,12 +41,17 @@ std::shared_ptr<Tracks> takeOfRows(const Measured& measured, int rate) {
 /// so far with the skin, and what was found of the body.
 class Known {
 public:
-    Known(const std::string& take, const MarkerSet& set, double misplaced, double skin = 0)
-        : body(TARN_EXAMPLE_DATA "/" + take, set, {1, 1, 1, 1, misplaced, skin}, 3),
+    Known(const std::string& take, const MarkerSet& set, double misplaced, double skin = 0,
+          unsigned seed = 3)
+        : body(TARN_EXAMPLE_DATA "/" + take, set, {1, 1, 1, 1, misplaced, skin}, seed),
           solver("truth", MarkerBody::generic(set), {body.markerNames(), 0.001}) {
+        calibrate(set, body.measure({}, seed + 1));
+    }
+
+    void calibrate(const MarkerSet& set, const Measured& measured) {
         MarkerCalibrator calibrator("truth", set);
         calibrator.setSolver(&solver);
-        calibrator.setCalibrationData(takeOfRows(body.measure({}, 4), body.rate()));
+        calibrator.setCalibrationData(takeOfRows(measured, body.rate()));
         calibrator.finish();
         error = calibrator.report().error;
     }
@@ -169,6 +174,19 @@ TEST_F(KnownTruth, WrongLabelsAndGhostsCostLittle) {
     const double usual = rms(dancer->solve(measured(0, 0), 0, wristsFrom));
     EXPECT_LT(rms(dancer->solve(measured(0.01, 0.01), 0, wristsFrom)), 1.2 * usual);
     EXPECT_LT(rms(dancer->solve(measured(0.2, 0.03), 0, wristsFrom)), 1.5 * usual);
+}
+
+TEST(KnownTruthWithWrongLabels, ABodyCalibratedFromThemIsHardlyWorse) {
+    // A waist's label is a knee's for a while, among others, which brings the hip off its place if
+    // the body is fitted only once.
+    const MarkerSet set = MarkerSet::load("cmu41");
+    Known dancer("cmu_61_12_salsa_b.bvh", set, 0, 0, 1011);
+    ASSERT_EQ(dancer.error, "");
+    const Measured clean = firstFrames(dancer.body.measure({}, 1012));
+    const double usual = rms(dancer.solve(clean, 0, wristsFrom));
+    dancer.calibrate(set, dancer.body.measure({0.001, 0.05, 0.2, 0.03}, 1012));
+    ASSERT_EQ(dancer.error, "");
+    EXPECT_LT(rms(dancer.solve(clean, 0, wristsFrom)), 1.25 * usual);
 }
 
 TEST_F(KnownTruth, EverySwapLongerThanFiveFramesIsReported) {

@@ -40,7 +40,7 @@ struct UsualTurn {
 
 /// How well a length is known: one standard deviation, in metres.
 struct LengthUncertainty {
-    std::string length;
+    std::string length; ///< one of the body's, or "Height"
     double metres = 0;
 };
 
@@ -56,8 +56,9 @@ public:
 /// A performer's body with the markers on it: what a `MarkerCalibrator` finds out and a
 /// `MarkerSolver` solves with.
 ///
-/// In an actor, the lengths are its body dimensions, in metres, "Height" among them; where the
-/// markers sit stands in its settings, in the group "MarkerBody".
+/// In an actor, the lengths are its body dimensions, in metres, and "Height" is the body's height,
+/// which a calibration makes how tall the performer stands; where the markers sit stands in its
+/// settings, in the group "MarkerBody".
 struct TARN_KIT_EXPORT MarkerBody {
     HumanBody body;
     std::vector<BodyMarker> markers;
