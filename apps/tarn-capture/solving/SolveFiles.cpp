@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 #include <tarn/OutputFile.h>
+#include <tarn_kit/body/Space.h>
 #include <tarn_kit/session/TakeOf.h>
 
 #include <cmath>
@@ -51,20 +52,16 @@ kit::Vector3d upIn(const SolvedTrial& solved) {
     return up;
 }
 
-/// The turn that brings `up` to Y; of Z, such that X becomes Z and Y becomes X.
+/// The turn that brings `up` to Y.
 kit::Quaterniond uprightFrom(const kit::Vector3d& up) {
-    constexpr double third = 2 * kit::pi / 3;
-    if (up.z > 0) {
-        return kit::fromAxisAngle({1, 1, 1}, -third);
+    if (up.x > 0 || up.y > 0 || up.z > 0) {
+        return kit::uprightTurn(up.x > 0   ? kit::UpAxis::X
+                                : up.y > 0 ? kit::UpAxis::Y
+                                           : kit::UpAxis::Z);
     }
-    if (up.x > 0) {
-        return kit::fromAxisAngle({1, 1, 1}, third);
-    }
-    if (up.y != 0) {
-        return kit::fromAxisAngle({1, 0, 0}, up.y > 0 ? 0 : kit::pi);
-    }
-    return up.z < 0 ? kit::fromAxisAngle({1, 0, 0}, kit::pi / 2)
-                    : kit::fromAxisAngle({0, 0, 1}, -kit::pi / 2);
+    return up.y < 0   ? kit::fromAxisAngle({1, 0, 0}, kit::pi)
+           : up.z < 0 ? kit::fromAxisAngle({1, 0, 0}, kit::pi / 2)
+                      : kit::fromAxisAngle({0, 0, 1}, -kit::pi / 2);
 }
 
 } // namespace

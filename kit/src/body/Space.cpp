@@ -20,6 +20,19 @@ namespace {
 
 const char* const unitKey = "LengthUnit";
 
+template <class Vector>
+Vector turnedUp(const Vector& at, UpAxis up) {
+    switch (up) {
+    case UpAxis::X:
+        return {at.z, at.x, at.y};
+    case UpAxis::Z:
+        return {at.y, at.z, at.x};
+    case UpAxis::Y:
+        break;
+    }
+    return at;
+}
+
 /// Where a node is in the rest pose.
 Vector3d restPosition(const Rig& rig, int node) {
     Vector3d position;
@@ -92,21 +105,23 @@ std::string originText(Origin origin) {
     return texts.at(static_cast<std::size_t>(origin));
 }
 
-Vector3f upright(const Vector3f& at, UpAxis up) {
-    switch (up) {
-    case UpAxis::X:
-        return {at.z, at.x, at.y};
-    case UpAxis::Z:
-        return {at.y, at.z, at.x};
-    case UpAxis::Y:
-        break;
-    }
-    return at;
-}
+Vector3f upright(const Vector3f& at, UpAxis up) { return turnedUp(at, up); }
+
+Vector3d upright(const Vector3d& at, UpAxis up) { return turnedUp(at, up); }
 
 Quaternionf upright(const Quaternionf& rotation, UpAxis up) {
     const Vector3f axis = upright(Vector3f{rotation.x, rotation.y, rotation.z}, up);
     return {axis.x, axis.y, axis.z, rotation.w};
+}
+
+Quaterniond upright(const Quaterniond& rotation, UpAxis up) {
+    const Vector3d axis = upright(Vector3d{rotation.x, rotation.y, rotation.z}, up);
+    return {axis.x, axis.y, axis.z, rotation.w};
+}
+
+Quaterniond uprightTurn(UpAxis up) {
+    const double third = up == UpAxis::X ? 2 * pi / 3 : up == UpAxis::Z ? -2 * pi / 3 : 0;
+    return fromAxisAngle({1, 1, 1}, third);
 }
 
 Space guessSpace(const Rig& rig) {

@@ -20,12 +20,6 @@ const Payload* payloadIn(const std::shared_ptr<Frame>& frame) {
     return frame == nullptr ? nullptr : std::any_cast<Payload>(&frame->data());
 }
 
-Vector3d uprightOf(const Vector3d& at, UpAxis up) {
-    return up == UpAxis::X   ? Vector3d{at.z, at.x, at.y}
-           : up == UpAxis::Z ? Vector3d{at.y, at.z, at.x}
-                             : at;
-}
-
 /// Turns transforms in the world into such that are relative to parents.
 void makeLocal(const Rig& rig, Transforms& transforms) {
     for (std::size_t i = transforms.size(); i-- > 0;) { // children first
@@ -85,10 +79,8 @@ std::optional<std::vector<JointTransform>> jointsAt(const PerformerTake& perform
     std::vector<JointTransform> joints;
     joints.reserve(local->size());
     for (const Transform& transform : *local) {
-        const Quaterniond q = normalized(transform.rotation);
-        const Vector3d axis = uprightOf({q.x, q.y, q.z}, up);
-        joints.push_back(
-            {{axis.x, axis.y, axis.z, q.w}, metres * uprightOf(transform.position, up)});
+        joints.push_back({upright(normalized(transform.rotation), up),
+                          metres * upright(transform.position, up)});
     }
     return joints;
 }

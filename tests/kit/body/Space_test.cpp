@@ -158,5 +158,17 @@ TEST(Space, PositionsAndRotationsComeToStandUprightByATurn) {
     EXPECT_EQ(turn.w, 0.9F);
 }
 
+TEST(Space, TheTurnThatBringsUprightDoesWhatItDoesToPositionsAndRotations) {
+    const Vector3d at = {1, 2, 3};
+    const Quaterniond rotation = fromAxisAngle({1, 2, -1}, 0.7);
+    for (const UpAxis up : {UpAxis::X, UpAxis::Y, UpAxis::Z}) {
+        const Quaterniond turn = uprightTurn(up);
+        EXPECT_LT(lengthOf(upright(at, up) - turn * at), 1e-12) << axisName(up);
+        const Vector3d turned = upright(rotation, up) * upright(at, up);
+        EXPECT_LT(lengthOf(turned - turn * (rotation * at)), 1e-12) << axisName(up);
+        EXPECT_EQ(toSingle(upright(at, up)).x, upright(toSingle(at), up).x) << axisName(up);
+    }
+}
+
 } // namespace
 } // namespace tarn::kit

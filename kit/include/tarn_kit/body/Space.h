@@ -7,6 +7,7 @@
 #include <tarn/Rotation.h>
 #include <tarn_kit/Export.h>
 #include <tarn_kit/body/LengthUnit.h>
+#include <tarn_kit/body/Rotations.h>
 
 #include <cstdint>
 #include <optional>
@@ -47,8 +48,12 @@ TARN_KIT_EXPORT std::string originText(Origin origin);
 /// that left stays left. Of a world with Z up, Y goes to X, Z to Y and X to Z; of one with X up, Z
 /// goes to X, X to Y and Y to Z. Exact: coordinates change places.
 TARN_KIT_EXPORT Vector3f upright(const Vector3f& at, UpAxis up);
+TARN_KIT_EXPORT Vector3d upright(const Vector3d& at, UpAxis up);
 /// The same of a rotation in such a world.
 TARN_KIT_EXPORT Quaternionf upright(const Quaternionf& rotation, UpAxis up);
+TARN_KIT_EXPORT Quaterniond upright(const Quaterniond& rotation, UpAxis up);
+/// That turn itself.
+TARN_KIT_EXPORT Quaterniond uprightTurn(UpAxis up);
 
 /// What is guessed of a rig: the axis along which its rest pose stands, from the feet to the head
 /// (`BodyNames` knows which joints these are; Y, where it finds none, or they are not above each

@@ -18,12 +18,6 @@ constexpr double trembling = 1e-6;
 using Rotation = std::array<float, 4>;
 using Translation = std::array<float, 3>;
 
-Vector3d uprightOf(const Vector3d& at, UpAxis up) {
-    return up == UpAxis::X   ? Vector3d{at.z, at.x, at.y}
-           : up == UpAxis::Z ? Vector3d{at.y, at.z, at.x}
-                             : at;
-}
-
 bool isFinite(const Transform& transform) {
     return std::isfinite(lengthOf(transform.position)) &&
            std::isfinite(lengthOf(transform.rotation));
@@ -137,10 +131,9 @@ std::vector<double> reachesOf(const std::vector<RigNode>& nodes,
 } // namespace
 
 Transform GltfMotion::upright(const Transform& given) const {
-    const Quaterniond& q = given.rotation;
     const UpAxis up = performer_.rig->space().up;
-    const Vector3d axis = uprightOf({q.x, q.y, q.z}, up);
-    return {{axis.x, axis.y, axis.z, q.w}, metres_ * uprightOf(given.position, up)};
+    return {tarn::kit::upright(given.rotation, up),
+            metres_ * tarn::kit::upright(given.position, up)};
 }
 
 GltfMotion::GltfMotion(const PerformerTake& performer, double metres, double tolerance)
