@@ -6,6 +6,10 @@
 #include "documents/ActorChoices.h"
 #include "documents/OlderSession.h"
 #include "documents/SessionDocument.h"
+#include "linked/LinkFlags.h"
+#include "linked/LiveTracks.h"
+#include "linked/Publication.h"
+#include "linked/ReceivedStreams.h"
 #include "live/LiveView.h"
 #include "recording/Recording.h"
 #include "session/BodyNamesDocument.h"
@@ -16,6 +20,7 @@
 #include "support/Errors.h"
 #include "support/Flags.h"
 #include "support/Interrupt.h"
+#include "support/Output.h"
 #include "support/OutputPath.h"
 #include "support/ProgressBar.h"
 
@@ -26,7 +31,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -48,11 +52,33 @@ struct RunOptions {
     std::optional<double> calibrate;    ///< seconds
     double speed = 0; ///< how much faster than the takes; 0 for as fast as it goes
     SpaceChoice space;
+    std::vector<std::string> from;      ///< streams, in place of takes
+    double wait = 10;                   ///< seconds
+    double atMost = 60;                 ///< minutes of streams
+    std::optional<std::string> publish; ///< the name of a stream of what is solved
+    int receivers = 0;
+    link::LinkOptions link;
     bool dimensions = false;           ///< print everything that was measured
     std::optional<std::string> record; ///< a take file
     LiveChoice view;
     bool force = false; ///< a session that is there may go
 };
+
+void checkSources(const RunOptions& options) {
+    if (options.takes.empty() && options.from.empty()) {
+        throw UsageError("name takes, or streams with --from");
+    }
+    checkInputs(options.takes);
+    for (const std::string& name : options.from) {
+        checkStreamName("--from", name);
+    }
+    if (options.publish) {
+        checkStreamName("--publish", *options.publish);
+    } else if (options.from.empty() && (!options.link.peers.empty() || options.link.domain != 0 ||
+                                        options.link.multicast)) {
+        throw UsageError("--peer, --domain and --multicast are for --from and --publish");
+    }
+}
 
 void check(const RunOptions& options) {
     if (options.out.empty()) {
@@ -64,7 +90,7 @@ void check(const RunOptions& options) {
                         "the files that it lists",
                         options.out));
     }
-    checkInputs(options.takes);
+    checkSources(options);
     refuseStandardOutput(options.out, "--out");
     constexpr double longest = 3600;
     if (options.calibrate &&
@@ -83,12 +109,6 @@ void prepareActors(const TakeSession& session, const ActorChoices& documents) {
             actor.setActorName(performer->name());
         }
     }
-}
-
-/// Says at once what is going on: what follows may take as long as the takes last.
-void announce(const std::string& text) {
-    fmt::print("{}\n", text);
-    std::fflush(stdout);
 }
 
 kit::Session::StopRequested stopOn(const Interrupt& interrupt) {
@@ -117,6 +137,10 @@ bool calibrate(TakeSession& session, const RunOptions& options, const Interrupt&
 
 /// False if a stop was requested.
 bool play(TakeSession& session, const Interrupt& interrupt) {
+    if (session.isLive()) {
+        announce("capturing until the end of the streams");
+        return session.play(stopOn(interrupt), {});
+    }
     announce(fmt::format("playing {}",
                          kit::counted(static_cast<std::size_t>(session.frameCount()), "frame")));
     ProgressBar bar(stderr, std::max(session.frameCount(), 1));
@@ -131,40 +155,84 @@ std::string keptText(const SessionFiles& files, const std::string& directory) {
     return fmt::format("kept in {}: {}", directory, fmt::join(files.written(), ", "));
 }
 
+/// Streams that a session is made of.
+class LiveInput {
+public:
+    explicit LiveInput(const RunOptions& options)
+        : options_(options), streams_(options.link, options.from) {}
+
+    /// Waits for the streams and their first frames. False if a stop was requested before.
+    bool start(const ReceivedStreams::StopRequested& stopRequested) {
+        if (!streams_.connect(options_.wait, stopRequested)) {
+            return false;
+        }
+        tracks_.emplace(streams_, options_.atMost);
+        announce(fmt::format("receiving {}", kit::counted(options_.from.size(), "stream")));
+        return tracks_->start(stopRequested);
+    }
+    /// After `start`, as the next.
+    std::vector<SessionSource> sources() { return tracks_->sources(options_.space); }
+    const std::vector<std::string>& passedOver() const { return tracks_->passedOver(); }
+    void stop() { streams_.stop(); }
+
+    // After the stop.
+
+    /// Why not all of the streams is in the session, a sentence each.
+    std::vector<std::string> problems() const {
+        std::vector<std::string> problems;
+        if (tracks_->areFull()) {
+            problems.push_back(fmt::format("the streams went on after {} minutes, which is as much "
+                                           "as there is room for: --at-most",
+                                           options_.atMost));
+        } else {
+            for (const std::string& name : streams_.unfinished()) {
+                problems.push_back(fmt::format("'{}' has gone before its end", name));
+            }
+        }
+        return problems;
+    }
+    bool isWhole() const { return problems().empty() && streams_.areWhole(); }
+    std::string report() const { return streams_.report(); }
+
+private:
+    const RunOptions& options_;
+    ReceivedStreams streams_;
+    std::optional<LiveTracks> tracks_; ///< go first: they listen
+};
+
 /// Reads, calibrates and plays; the session is then ready to be written.
 class Runner {
 public:
-    explicit Runner(const RunOptions& options)
-        : options_(options), actors_(options.actors),
-          session_(options.takes, replays(options.speed, clock_, options.space),
-                   {options.markers, actors_, options.speed, clock_, options.space}),
-          files_(prepared(), options.out, inputs()) {}
+    /// Of takes, unless there are streams, which have started.
+    Runner(const RunOptions& options, const Interrupt& interrupt, LiveInput* streams)
+        : options_(options), interrupt_(interrupt), streams_(streams), actors_(options.actors),
+          session_(makeSession()), files_(prepared(), options.out, inputs()) {}
 
     int run() {
-        for (const std::string& reason : session_.passedOver()) {
+        for (const std::string& reason : passedOver()) {
             announce("passed over: " + reason);
         }
         if (!calibrate()) {
             reportError("interrupted while calibrating; nothing was kept");
             return interrupt_.exitCode();
         }
+        if (!beginPublishing()) {
+            reportError("interrupted while waiting for receivers; nothing was kept");
+            return interrupt_.exitCode();
+        }
         beginRecording();
         beginView();
-        const bool complete = play();
+        const bool isPlayed = play();
         view_.reset(); // files may take a while
+        auto problems = endStreams();
+        const bool complete = isPlayed && problems.empty();
+        const std::string unpublished = endPublishing();
         const std::string unrecorded = recording_ ? recording_->end() : std::string();
         write(complete);
         print(complete);
-        if (!unrecorded.empty()) {
-            reportError(unrecorded);
-        }
-        if (!complete) {
-            reportError(fmt::format("interrupted after {} of {} frames; what was recorded is kept "
-                                    "in {}, marked as not complete",
-                                    session_.framesShown(), session_.frameCount(), options_.out));
-            return interrupt_.exitCode();
-        }
-        return unrecorded.empty() ? exitSuccess : exitFailure;
+        problems.push_back(unpublished);
+        problems.push_back(unrecorded);
+        return conclude(isPlayed, problems);
     }
 
 private:
@@ -180,6 +248,19 @@ private:
         }
         return session_;
     }
+    TakeSession makeSession() {
+        const MarkerSetup setup = {options_.markers, actors_, options_.speed, clock_,
+                                   options_.space};
+        if (streams_ != nullptr) {
+            return TakeSession(streams_->sources(), setup);
+        }
+        return TakeSession(options_.takes, replays(options_.speed, clock_, options_.space), setup);
+    }
+    std::vector<std::string> passedOver() const {
+        auto reasons = streams_ == nullptr ? std::vector<std::string>() : streams_->passedOver();
+        reasons.insert(reasons.end(), session_.passedOver().begin(), session_.passedOver().end());
+        return reasons;
+    }
     /// The files that must not be written over.
     std::vector<std::string> inputs() const {
         auto files = options_.takes;
@@ -192,7 +273,7 @@ private:
     }
 
     /// Clocks are judged by the rate of the takes, which only devices at their speed keep.
-    bool isPaced() const { return options_.speed == 1; }
+    bool isPaced() const { return streams_ == nullptr && options_.speed == 1; }
 
     void print(bool complete) {
         fmt::print("{}", summaryOf(session_, isPaced()));
@@ -205,6 +286,65 @@ private:
         if (recording_) {
             fmt::print("{}\n", recording_->summary());
         }
+        if (streams_ != nullptr) {
+            fmt::print("{}", streams_->report());
+        }
+    }
+
+    /// The exit code, with what is wrong reported.
+    int conclude(bool isPlayed, const std::vector<std::string>& problems) const {
+        bool isWhole = streams_ == nullptr || streams_->isWhole();
+        for (const std::string& problem : problems) {
+            if (!problem.empty()) {
+                reportError(problem);
+                isWhole = false;
+            }
+        }
+        if (!isPlayed) {
+            reportError(
+                fmt::format("interrupted after {}{} frames; what was recorded is kept "
+                            "in {}, marked as not complete",
+                            session_.framesShown(),
+                            session_.isLive() ? "" : fmt::format(" of {}", session_.frameCount()),
+                            options_.out));
+            return interrupt_.exitCode();
+        }
+        return isWhole ? exitSuccess : exitFailure;
+    }
+
+    /// After the calibration, which may replace rigs. False if a stop was requested.
+    bool beginPublishing() {
+        if (!options_.publish) {
+            return true;
+        }
+        publisher_.emplace(std::make_shared<link::Link>(options_.link), *options_.publish,
+                           publisherOptions());
+        for (const auto& performer : session_.performers()) {
+            performer->publish(*publisher_);
+        }
+        return offer(*publisher_,
+                     {*options_.publish, options_.link.domain, options_.receivers,
+                      session_.performers().size()},
+                     stopOn(interrupt_));
+    }
+    /// Why not all was published; empty if it was.
+    std::string endPublishing() {
+        if (!publisher_) {
+            return {};
+        }
+        std::size_t frames = 0;
+        for (const auto& performer : session_.performers()) {
+            frames += static_cast<std::size_t>(performer->statistics().framesOut);
+        }
+        return endStream(*publisher_, frames);
+    }
+    /// Why not all of the streams came.
+    std::vector<std::string> endStreams() {
+        if (streams_ == nullptr) {
+            return {};
+        }
+        streams_->stop();
+        return interrupt_.isRequested() ? std::vector<std::string>() : streams_->problems();
     }
 
     bool calibrate() {
@@ -267,40 +407,82 @@ private:
     }
 
     const RunOptions& options_;
-    const Interrupt interrupt_;
+    const Interrupt& interrupt_;
+    LiveInput* const streams_; ///< null for takes
     const std::shared_ptr<kit::Clock> clock_ = std::make_shared<kit::SteadyClock>();
     const ActorChoices actors_;
     TakeSession session_;
     SessionFiles files_;
-    std::optional<Recording> recording_; ///< goes before what it records
-    std::optional<LiveView> view_;       ///< so does this
+    std::optional<link::LinkPublisher> publisher_; ///< goes before what it publishes
+    std::optional<Recording> recording_;           ///< goes before what it records
+    std::optional<LiveView> view_;                 ///< so does this
 };
 
 /// A failure says what was kept.
 int run(const RunOptions& options) {
     check(options);
-    const auto runner = [&options] {
+    const Interrupt interrupt;
+    std::optional<LiveInput> streams;
+    const auto runner = [&]() -> std::unique_ptr<Runner> {
         try {
-            return std::make_unique<Runner>(options);
+            if (!options.from.empty() && !streams.emplace(options).start(stopOn(interrupt))) {
+                return nullptr;
+            }
+            return std::make_unique<Runner>(options, interrupt, streams ? &*streams : nullptr);
         } catch (const UsageError&) {
             throw;
         } catch (const std::exception& error) {
             throw std::runtime_error(fmt::format("{}; nothing was kept", error.what()));
         }
     }();
+    if (runner == nullptr) {
+        reportError("interrupted before the first frames; nothing was kept");
+        return interrupt.exitCode();
+    }
     return runner->run();
+}
+
+/// --from, --publish and what belongs to them.
+void addStreams(CLI::App& command, RunOptions& options) {
+    addFrom(command, options.from,
+            "Streams of other programs and machines, by their names, in place of takes; the "
+            "session ends with them, and fails unless every frame that was sent since is in it");
+    CLI::Option* const from = command.get_option("--from");
+    for (const char* const other : {"TAKE", "--speed", "--realtime", "--scale"}) {
+        from->excludes(command.get_option(other));
+    }
+    addWait(command, options.wait, "How long to wait for the streams to be offered");
+    command.get_option("--wait")->needs(from);
+    constexpr double longest = 1440;
+    command
+        .add_option(
+            "--at-most", options.atMost,
+            fmt::format("How long streams there is room for; if not given, {}", options.atMost))
+        ->type_name("MINUTES")
+        ->check(CLI::Range(0.01, longest))
+        ->needs(from);
+    CLI::Option* const publish =
+        command
+            .add_option("--publish", options.publish,
+                        "Offer the solved bodies as a stream of that name while they are made")
+            ->type_name("NAME");
+    addAwait(command, options.receivers);
+    command.get_option("--await")->needs(publish);
+    addLink(command, options.link);
 }
 
 } // namespace
 
 void addRun(CommandLine& line) {
-    auto [command, options] = line.add("run",
-                                       "Run a capture session: a character in one scene for each "
-                                       "BVH file, and for each body whose markers a C3D file has, "
-                                       "calibrated, played, solved, recorded, drawn and saved",
-                                       run);
+    auto [command, options] =
+        line.add("run",
+                 "Run a capture session: a character in one scene for each "
+                 "BVH file, for each body whose markers a C3D file has, and "
+                 "for those of streams, calibrated, played, solved, recorded, drawn and saved",
+                 run);
     addTakes(command, options.takes,
              "BVH and C3D files of one clock and one space; - is standard input");
+    command.get_option("TAKE")->required(false); // or streams
     addOut(command, options.out, "DIR", "Directory for what comes out, created if it is not there");
     command
         .add_option("--actor", options.actors,
@@ -322,6 +504,7 @@ void addRun(CommandLine& line) {
     addSpace(command, options.space);
     addNames(command, options.names);
     addSpeed(command, options.speed);
+    addStreams(command, options);
     addRecord(command, options.record);
     addLiveView(command, options.view);
     command.add_flag("--dimensions", options.dimensions,

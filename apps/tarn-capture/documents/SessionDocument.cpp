@@ -71,7 +71,11 @@ void describeSpace(Settings& scene, const kit::Space& space) {
 void describeWho(TakePerformer& performer, const fs::path& directory) {
     Character& character = performer.character();
     character.setValue("Name", character.characterName());
-    character.setValue("Take", pathFrom(directory, performer.file()));
+    if (performer.isLive()) {
+        character.setValue("Stream", kit::printable(performer.file()));
+    } else {
+        character.setValue("Take", pathFrom(directory, performer.file()));
+    }
     character.addSubSettings("Solver", statusOf(performer.solver()));
     describeDimensions(character, performer.lengths());
 }

@@ -3,25 +3,16 @@
 
 #include "linked/TakePublisher.h"
 
+#include "linked/Publication.h"
 #include "markers/MarkerFrames.h"
+#include "recording/Recording.h"
 #include "session/TakeFile.h"
 
-#include <tarn/Version.h>
 #include <tarn_kit/files/TrackDescription.h>
 
 #include <chrono>
 
 namespace tarn::capture {
-
-namespace {
-
-link::PublisherOptions publisherOptions() {
-    link::PublisherOptions options;
-    options.program = std::string("tarn-capture ") + version();
-    return options;
-}
-
-} // namespace
 
 TakePublisher::TakePublisher(const std::shared_ptr<link::Link>& link, const std::string& name,
                              const std::vector<std::string>& takes, double speed,
@@ -44,7 +35,7 @@ void TakePublisher::add(const std::string& take, const std::string& name, double
     if (file.holdsMarkers()) {
         const kit::C3dTake markers = withSpace(file.readMarkers(), space);
         port = kit::ReplayDevice::markerPort;
-        track = publisher_.addTrack(kit::markerDataType, kit::TrackDescription::of(markers, name));
+        track = publisher_.addTrack(kit::markerDataType, describedMarkers(markers, name));
         frameCount_ += static_cast<std::size_t>(markers.tracks->timeLength());
         device->open(markers);
     } else {

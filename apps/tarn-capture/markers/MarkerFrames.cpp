@@ -50,16 +50,21 @@ kit::Marker changed(kit::Marker marker, const Change& change) {
     return marker;
 }
 
+kit::MarkerFrame changed(const kit::MarkerFrame& markers, const Change& change) {
+    std::vector<kit::Marker> result;
+    result.reserve(markers.size());
+    for (const kit::Marker& marker : markers) {
+        result.push_back(changed(marker, change));
+    }
+    return kit::MarkerFrame(std::move(result));
+}
+
 std::shared_ptr<Tracks> changed(const kit::C3dTake& take, const Change& change) {
     std::vector<std::shared_ptr<Frame>> frames;
     for (int i = 0; i < take.frameCount; ++i) {
-        std::vector<kit::Marker> markers;
-        for (const kit::Marker& marker : markersAt(take, i)) {
-            markers.push_back(changed(marker, change));
-        }
         frames.push_back(
             std::make_shared<Frame>(take.tracks->getFrame(i, kit::markerDataType)->time(),
-                                    kit::markerDataType, kit::MarkerFrame(std::move(markers))));
+                                    kit::markerDataType, changed(markersAt(take, i), change)));
     }
     auto tracks = kit::takeOf(kit::markerDataType, std::move(frames), take.tracks->fps());
     tracks->setTracksName(take.tracks->tracksName());
@@ -145,6 +150,12 @@ kit::C3dTake withSpace(kit::C3dTake take, const SpaceChoice& choice) {
                             kit::C3dParameter::text("Y_SCREEN", "+" + kit::axisName(*choice.up)));
     }
     return take;
+}
+
+MarkerChange changeTo(const SpaceChoice& choice, const kit::C3dInfo& take) {
+    return [change = changeOf(take, choice)](const kit::MarkerFrame& markers) {
+        return change.isNone() ? markers : changed(markers, change);
+    };
 }
 
 kit::Rate exactRateOf(const kit::C3dInfo& take) {

@@ -6,10 +6,12 @@
 #include "session/SpaceChoice.h"
 #include "support/FrameRange.h"
 
+#include <tarn_kit/body/Markers.h>
 #include <tarn_kit/body/Space.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/session/Rate.h>
 
+#include <functional>
 #include <optional>
 
 namespace tarn::capture {
@@ -39,6 +41,10 @@ kit::UpAxis upAxisOf(const kit::C3dInfo& take);
 /// chosen: a C3D file says what its own are. A unit that it does not say is taken to be the chosen
 /// one. The take no longer knows the file it came from.
 kit::C3dTake withSpace(kit::C3dTake take, const SpaceChoice& choice);
+
+/// What that does to the markers of a frame, for those that are still to come.
+using MarkerChange = std::function<kit::MarkerFrame(const kit::MarkerFrame& markers)>;
+MarkerChange changeTo(const SpaceChoice& choice, const kit::C3dInfo& take);
 
 /// The rate that the file states, as a fraction; one frame per second if it states none.
 kit::Rate exactRateOf(const kit::C3dInfo& take);

@@ -89,12 +89,7 @@ void Recording::addBeside(Port& port, const std::shared_ptr<Tracks>& take, int d
 
 void Recording::addMarkers(Port& port, const kit::C3dTake& take, const std::string& subject,
                            int first, int last) {
-    auto description = store::describeMarkers(take, subject);
-    if (const auto up = statedUpAxis(take)) {
-        description.space->up = *up;
-        description.space->upOrigin = kit::Origin::Stated;
-    }
-    add(port, kit::markerDataType, description, first, last);
+    add(port, kit::markerDataType, describedMarkers(take, subject), first, last);
     if (take.analogTracks != nullptr) {
         addBeside(port, take.analogTracks, kit::analogDataType, take.samplesPerFrame,
                   store::describeChannels(take, subject), first, last);
@@ -136,6 +131,15 @@ std::string Recording::summary() const {
         text += fmt::format(", {} lost", recorder_.lostFrames());
     }
     return text;
+}
+
+store::TrackDescription describedMarkers(const kit::C3dTake& take, const std::string& subject) {
+    auto description = store::describeMarkers(take, subject);
+    if (const auto up = statedUpAxis(take)) {
+        description.space->up = *up;
+        description.space->upOrigin = kit::Origin::Stated;
+    }
+    return description;
 }
 
 std::uint64_t recordedBytes(Tracks& take, int dataType, FrameRange range) {

@@ -72,6 +72,9 @@ private:
     store::TakeRecorder recorder_;
 };
 
+/// What the frames of a take of markers mean, with the axis that its file states to be up.
+store::TrackDescription describedMarkers(const kit::C3dTake& take, const std::string& subject);
+
 /// About how many bytes some frames of a take will take in a file, by the first of them.
 std::uint64_t recordedBytes(Tracks& take, int dataType, FrameRange range);
 

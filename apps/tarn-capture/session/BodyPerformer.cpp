@@ -38,7 +38,7 @@ BodyPerformer::BodyPerformer(kit::Session& session, const std::string& file,
     setup.rate = take_.rate();
     setup.exactRate = take_.exactRate();
     setup.space = take_.space();
-    setup.frameCount = take_.frameCount();
+    setExtent(setup, take_.frameCount(), source.live);
     join(session, setup, std::move(source.device), source.clock);
     dimensions_.setSolver(&solver_);
     performer().addCalibrator(dimensions_, true);
@@ -55,8 +55,10 @@ BodyLengths BodyPerformer::lengths() const {
 }
 
 std::uint64_t BodyPerformer::recordedBytes() const {
-    return TakePerformer::recordedBytes() +
-           capture::recordedBytes(take_.tracks(), kit::poseDataType, allFrames(frameCount()));
+    return isLive() ? 0
+                    : TakePerformer::recordedBytes() +
+                          capture::recordedBytes(take_.tracks(), kit::poseDataType,
+                                                 allFrames(frameCount()));
 }
 
 void BodyPerformer::recordInput(Recording& recording, const store::TrackDescription& description) {

@@ -23,7 +23,8 @@ struct TakeDevice {
     kit::BvhTake take;
     /// By which arrivals are measured.
     std::shared_ptr<kit::Clock> clock = std::make_shared<kit::SteadyClock>();
-    double reading = 0; ///< how many seconds it took to read the take
+    double reading = 0;             ///< how many seconds it took to read the take
+    std::optional<LiveExtent> live; ///< if the take, which is empty then, is still being made
 };
 
 /// Makes the device of a take of a body, under a name. Throws `std::runtime_error` when the take

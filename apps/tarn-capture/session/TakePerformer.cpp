@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 #include <tarn_kit/body/BodyPose.h>
+#include <tarn_link/stream/LinkPublisher.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -19,6 +20,13 @@ TakePerformer::TakePerformer(std::string file, double reading)
     : file_(std::move(file)), reading_(reading) {}
 
 TakePerformer::~TakePerformer() = default;
+
+void TakePerformer::setExtent(kit::PerformerSetup& setup, int frames,
+                              const std::optional<LiveExtent>& live) {
+    setup.frameCount = live ? live->most : frames;
+    setup.isOpenEnded = live.has_value();
+    setup.firstFrame = live ? live->first : 0;
+}
 
 void TakePerformer::join(kit::Session& session, kit::PerformerSetup setup,
                          std::unique_ptr<Device> device, const std::shared_ptr<kit::Clock>& clock) {
@@ -34,19 +42,32 @@ void TakePerformer::join(kit::Session& session, kit::PerformerSetup setup,
     performer_->addCalibrator(*clock_, false);
 }
 
-void TakePerformer::record(Recording& recording) {
-    store::TrackDescription description;
+kit::TrackDescription TakePerformer::bodies() const {
+    kit::TrackDescription description;
     description.subject = name();
     description.rate = exactRate();
     description.rig = rig();
+    return description;
+}
+
+void TakePerformer::record(Recording& recording) {
+    const kit::TrackDescription description = bodies();
     recordInput(recording, description);
     recording.add(performer_->onSolved(), kit::bodyDataType, description);
+}
+
+void TakePerformer::publish(link::LinkPublisher& publisher) {
+    publisher.tieToIFramePort(publisher.addTrack(kit::bodyDataType, bodies()),
+                              performer_->onSolved());
 }
 
 void TakePerformer::show(LiveView& view) { view.addBodies(performer_->onSolved(), name(), rig()); }
 
 std::uint64_t TakePerformer::recordedBytes() const {
     constexpr std::uint64_t head = 16; // that the file has of each frame
+    if (isLive()) {
+        return 0;
+    }
     const std::size_t segments = rig()->nodes().size() * sizeof(kit::Segment);
     return static_cast<std::uint64_t>(frameCount()) * (segments + head);
 }

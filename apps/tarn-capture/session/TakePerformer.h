@@ -14,8 +14,13 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
+
+namespace tarn::link {
+class LinkPublisher;
+} // namespace tarn::link
 
 namespace tarn::capture {
 
@@ -30,6 +35,12 @@ struct BodyLengths {
     /// Whether `spread` says how well a length is known (one standard deviation of its error), and
     /// not how much it varied.
     bool areFitted = false;
+};
+
+/// Of a take that is still being made while it plays.
+struct LiveExtent {
+    int most = 0;       ///< how many frames there is room for
+    unsigned first = 0; ///< the index of the frame that counts as its first one
 };
 
 /// A file that a performer leaves beside those that all leave.
@@ -47,8 +58,12 @@ public:
     TakePerformer(const TakePerformer&) = delete;
     TakePerformer& operator=(const TakePerformer&) = delete;
 
+    /// Or what else its take comes from.
     const std::string& file() const { return file_; }
+    /// Whether its take is still being made while it plays.
+    bool isLive() const { return performer_->setup().isOpenEnded; }
     std::string name() const { return performer_->character().characterName(); }
+    /// The most that there may be, if it is live.
     int frameCount() const { return performer_->setup().frameCount; }
     int rate() const { return performer_->setup().rate; }
     kit::Rate exactRate() const { return performer_->exactRate(); }
@@ -63,9 +78,11 @@ public:
 
     /// Records what its device sends and what its solver makes of it.
     void record(Recording& recording);
+    /// Publishes what its solver makes of it, as a track.
+    void publish(link::LinkPublisher& publisher);
     /// Shows what its solver makes of it.
     void show(LiveView& view);
-    /// About how many bytes that takes.
+    /// About how many bytes that takes; 0 where nobody knows.
     virtual std::uint64_t recordedBytes() const;
     Character& character() { return performer_->character(); }
     Actor& actor() { return performer_->actor(); }
@@ -107,6 +124,9 @@ protected:
     /// `reading` is how many seconds it took to read the take.
     TakePerformer(std::string file, double reading);
 
+    /// How long a performer may be, whose take has so many frames unless it is live.
+    static void setExtent(kit::PerformerSetup& setup, int frames,
+                          const std::optional<LiveExtent>& live);
     /// Adds the performer with its device, which is this class's from now on, to the session, which
     /// must go before this. Throws `std::runtime_error` when it does not fit in: when the take has
     /// another rate than the session.
@@ -118,6 +138,9 @@ protected:
     virtual void recordInput(Recording& recording, const store::TrackDescription& description) = 0;
 
 private:
+    /// Of the bodies.
+    kit::TrackDescription bodies() const;
+
     std::string file_;
     double reading_ = 0;
     double writing_ = 0;

@@ -22,58 +22,65 @@ namespace tarn::capture {
 
 namespace {
 
-/// A take of one of both kinds, on its way into the session.
-struct Source {
-    explicit Source(const std::string& name) : file(name) {}
-
-    TakeFile file;
-    std::optional<kit::C3dTake> markers;
-    double reading = 0;
-    /// Who may be in it: one without a subject for a take of a body.
-    std::vector<Candidate> candidates;
+/// A source on its way into the session.
+struct Entrant {
+    SessionSource source;
     TakeDevice body;
     MarkerCast cast;
 };
 
-/// Names become parts of files' names.
-std::string nameOf(const std::string& subject, const std::string& file) {
-    std::string name = subject.empty() ? takeNameOf(file) : kit::printable(subject);
-    std::replace(name.begin(), name.end(), '/', '_');
-    return name;
+SessionSource sourceOf(TakeFile file, const TakeDeviceMaker& bodies, const MarkerSetup& setup) {
+    SessionSource source;
+    source.from = file.name();
+    if (!file.holdsMarkers()) {
+        source.candidates.push_back({"", takeNameOf(source.from)});
+        source.body = [file = std::move(file), bodies](const std::string& name) mutable {
+            return bodies(file, name);
+        };
+        return source;
+    }
+    const Stopwatch stopwatch(source.reading);
+    source.markers = file.readMarkers();
+    if (source.markers->frameCount == 0 || source.markers->markers.empty()) {
+        throw std::runtime_error(
+            fmt::format("{}: holds no frames of markers", kit::printable(source.from)));
+    }
+    for (const std::string& subject : subjectsIn(*source.markers)) {
+        source.candidates.push_back(
+            {subject, subject.empty() ? takeNameOf(source.from) : performerName(subject)});
+    }
+    source.markerDevice = [speed = setup.speed, clock = setup.clock](
+                              const std::string& name, const kit::C3dTake& take,
+                              const MarkerChange& /*change*/) -> std::unique_ptr<Device> {
+        auto device = std::make_unique<kit::ReplayDevice>(name, clock);
+        device->open(take);
+        device->setSpeed(speed);
+        return device;
+    };
+    return source;
 }
 
-std::vector<Source> read(const std::vector<std::string>& takes) {
-    std::vector<Source> sources;
+std::vector<SessionSource> sourcesOf(const std::vector<std::string>& takes,
+                                     const TakeDeviceMaker& bodies, const MarkerSetup& setup) {
+    std::vector<SessionSource> sources;
+    sources.reserve(takes.size());
     for (const std::string& take : takes) {
-        Source& source = sources.emplace_back(take);
-        if (source.file.holdsMarkers()) {
-            const Stopwatch stopwatch(source.reading);
-            source.markers = source.file.readMarkers();
-            if (source.markers->frameCount == 0 || source.markers->markers.empty()) {
-                throw std::runtime_error(
-                    fmt::format("{}: holds no frames of markers", kit::printable(take)));
-            }
-            for (const std::string& subject : subjectsIn(*source.markers)) {
-                source.candidates.push_back({subject, nameOf(subject, take)});
-            }
-        } else {
-            source.candidates.push_back({"", takeNameOf(take)});
-        }
+        sources.push_back(sourceOf(TakeFile(take), bodies, setup));
     }
     return sources;
 }
 
 /// Gives candidates of one name different ones, and returns all names.
-std::vector<std::string> nameAll(std::vector<Source>& sources) {
+std::vector<std::string> nameAll(std::vector<SessionSource>& sources) {
     std::vector<std::string> names;
-    for (const Source& source : sources) {
+    for (const SessionSource& source : sources) {
         for (const Candidate& candidate : source.candidates) {
             names.push_back(candidate.name);
         }
     }
     names = uniqueNames(names);
     auto name = names.begin();
-    for (Source& source : sources) {
+    for (SessionSource& source : sources) {
         for (Candidate& candidate : source.candidates) {
             candidate.name = *name++;
         }
@@ -82,10 +89,10 @@ std::vector<std::string> nameAll(std::vector<Source>& sources) {
 }
 
 /// What takes of markers are brought to.
-SpaceChoice spaceFor(const std::vector<Source>& sources, SpaceChoice choice) {
-    const auto body = std::find_if(sources.begin(), sources.end(),
-                                   [](const Source& source) { return !source.markers; });
-    const kit::Space beside = body == sources.end() ? kit::Space() : body->body.take.rig->space();
+SpaceChoice spaceFor(const std::vector<Entrant>& entrants, SpaceChoice choice) {
+    const auto body = std::find_if(entrants.begin(), entrants.end(),
+                                   [](const Entrant& entrant) { return !entrant.source.markers; });
+    const kit::Space beside = body == entrants.end() ? kit::Space() : body->body.take.rig->space();
     if (!choice.unit) {
         choice.unit = beside.unit.known() ? beside.unit : kit::lengthUnitNamed("cm");
     }
@@ -100,15 +107,14 @@ kit::UpAxis upAxisIn(const kit::C3dTake& take, const MarkerCast& cast) {
     return upAxisBy(take, first.who.subject, first.body).value_or(upAxisOf(take));
 }
 
-/// The markers of a take whose axis `up` is up, in the session's space.
-kit::C3dTake inSpace(kit::C3dTake take, kit::UpAxis up, const SpaceChoice& asked,
-                     const SpaceChoice& space) {
+/// A take of markers that states its unit, and the axis that is up.
+kit::C3dTake stated(kit::C3dTake take, kit::UpAxis up, const SpaceChoice& asked) {
     if (!(take.metresPerUnit > 0) && !asked.unit) { // laboratories measure in millimetres
         take.unit = "mm";
         take.metresPerUnit = 0.001;
     }
     take.parameters.set("POINT", kit::C3dParameter::text("Y_SCREEN", "+" + kit::axisName(up)));
-    return withSpace(std::move(take), space);
+    return take;
 }
 
 /// That of markers is known: files state it.
@@ -120,45 +126,57 @@ kit::Space statedSpace(const SpaceChoice& asked, const SpaceChoice& space) {
 
 } // namespace
 
+std::string performerName(const std::string& subject) {
+    std::string name = kit::printable(subject);
+    std::replace(name.begin(), name.end(), '/', '_');
+    return name;
+}
+
 TakeSession::TakeSession(const std::vector<std::string>& takes, const TakeDeviceMaker& bodies,
-                         const MarkerSetup& markers) {
-    std::vector<Source> sources = read(takes);
+                         const MarkerSetup& markers)
+    : TakeSession(sourcesOf(takes, bodies, markers), markers) {}
+
+TakeSession::TakeSession(std::vector<SessionSource> sources, const MarkerSetup& markers) {
     markers.actors.check(nameAll(sources));
-    for (Source& source : sources) {
-        if (source.markers) {
-            source.cast = castOf(*source.markers, source.candidates, markers.set, markers.actors,
-                                 source.file.name());
-            passedOver_.insert(passedOver_.end(), source.cast.passedOver.begin(),
-                               source.cast.passedOver.end());
+    std::vector<Entrant> entrants;
+    for (SessionSource& source : sources) {
+        Entrant& entrant = entrants.emplace_back(Entrant{std::move(source), {}, {}});
+        if (entrant.source.markers) {
+            entrant.cast = castOf(*entrant.source.markers, entrant.source.candidates, markers.set,
+                                  markers.actors, entrant.source.from);
+            passedOver_.insert(passedOver_.end(), entrant.cast.passedOver.begin(),
+                               entrant.cast.passedOver.end());
         } else {
-            source.body = bodies(source.file, source.candidates.front().name);
+            entrant.body = entrant.source.body(entrant.source.candidates.front().name);
         }
     }
-    const SpaceChoice space = spaceFor(sources, markers.space);
-    for (Source& source : sources) {
+    const SpaceChoice space = spaceFor(entrants, markers.space);
+    for (Entrant& entrant : entrants) {
+        SessionSource& source = entrant.source;
         if (!source.markers) {
-            performers_.push_back(std::make_unique<BodyPerformer>(session_, source.file.name(),
-                                                                  source.candidates.front().name,
-                                                                  std::move(source.body)));
+            performers_.push_back(std::make_unique<BodyPerformer>(
+                session_, source.from, source.candidates.front().name, std::move(entrant.body)));
             continue;
         }
-        const kit::UpAxis up = upAxisIn(*source.markers, source.cast);
-        const kit::C3dTake take = inSpace(std::move(*source.markers), up, markers.space, space);
-        for (const CastMember& member : source.cast.members) {
-            auto device = std::make_unique<kit::ReplayDevice>(member.who.name, markers.clock);
-            device->open(take);
-            device->setSpeed(markers.speed);
+        const kit::UpAxis up = upAxisIn(*source.markers, entrant.cast);
+        const kit::C3dTake read = stated(std::move(*source.markers), up, markers.space);
+        const kit::C3dTake take = withSpace(read, space);
+        for (const CastMember& member : entrant.cast.members) {
+            MarkerDevice device{source.markerDevice(member.who.name, take, changeTo(space, read)),
+                                markers.clock, std::exchange(source.reading, 0), up, source.live};
             performers_.push_back(std::make_unique<MarkerPerformer>(
-                session_,
-                MarkerTrial(take, source.file.name(), member.who.subject, member.who.name), member,
-                MarkerDevice{std::move(device), markers.clock, std::exchange(source.reading, 0),
-                             up},
-                statedSpace(markers.space, space)));
+                session_, MarkerTrial(take, source.from, member.who.subject, member.who.name),
+                member, std::move(device), statedSpace(markers.space, space)));
         }
     }
 }
 
 TakeSession::~TakeSession() = default;
+
+bool TakeSession::isLive() const {
+    return std::any_of(performers_.begin(), performers_.end(),
+                       [](const auto& performer) { return performer->isLive(); });
+}
 
 bool TakeSession::needsCalibration() const {
     return std::any_of(performers_.begin(), performers_.end(),

@@ -5,6 +5,7 @@
 
 #include "documents/ActorChoices.h"
 #include "session/BodyPerformer.h"
+#include "session/SessionSource.h"
 #include "session/SpaceChoice.h"
 #include "session/TakePerformer.h"
 
@@ -40,6 +41,8 @@ public:
     /// for actors that fit nobody.
     TakeSession(const std::vector<std::string>& takes, const TakeDeviceMaker& bodies,
                 const MarkerSetup& markers = {});
+    /// The same of sources of any kind.
+    TakeSession(std::vector<SessionSource> sources, const MarkerSetup& markers);
     ~TakeSession();
     TakeSession(const TakeSession&) = delete;
     TakeSession& operator=(const TakeSession&) = delete;
@@ -52,11 +55,13 @@ public:
     int rate() const { return session_.rate(); }
     kit::Rate exactRate() const { return session_.exactRate().value_or(kit::Rate()); }
     kit::Space space() const { return session_.space(); }
-    /// Of the longest take.
+    /// Of the longest take, where there is an end to them.
     int frameCount() const { return session_.frameCount(); }
     /// While it played.
     int framesShown() const { return session_.framesShown(); }
 
+    /// Whether a take is still being made while it plays: the session ends with it.
+    bool isLive() const;
     /// Whether somebody cannot be played without having been calibrated.
     bool needsCalibration() const;
     /// How often a calibration over so many frames advances.

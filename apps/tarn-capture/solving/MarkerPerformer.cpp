@@ -46,7 +46,8 @@ MarkerPerformer::MarkerPerformer(kit::Session& session, MarkerTrial trial, const
     setup.rate = rate.fps();
     setup.exactRate = rate;
     setup.space = space_;
-    setup.frameCount = trial_.frameCount();
+    setExtent(setup, trial_.frameCount(), source.live);
+    firstFrame_ = *setup.firstFrame;
     join(session, setup, std::move(source.device), source.clock);
     performer().onSolved().connect( // the session goes first
         [this](const std::shared_ptr<Frame>& body) { keepFit(*body); });
@@ -58,9 +59,10 @@ MarkerPerformer::MarkerPerformer(kit::Session& session, MarkerTrial trial, const
 }
 
 std::uint64_t MarkerPerformer::recordedBytes() const {
-    return TakePerformer::recordedBytes() + capture::recordedBytes(*trial_.take().tracks,
-                                                                   kit::markerDataType,
-                                                                   allFrames(frameCount()));
+    return isLive() ? 0
+                    : TakePerformer::recordedBytes() +
+                          capture::recordedBytes(*trial_.take().tracks, kit::markerDataType,
+                                                 allFrames(frameCount()));
 }
 
 void MarkerPerformer::recordInput(Recording& recording,
@@ -132,13 +134,13 @@ std::string MarkerPerformer::calibrationError() const {
 void MarkerPerformer::beginPlay() {
     takeRig();
     solver_.restart();
-    fits_.assign(static_cast<std::size_t>(trial_.frameCount()), nullptr);
+    fits_.assign(static_cast<std::size_t>(frameCount()), nullptr);
     solved_.reset();
     summary_.reset();
 }
 
 void MarkerPerformer::keepFit(const Frame& body) {
-    const std::size_t index = body.time().frameIndex();
+    const std::size_t index = body.time().frameIndex() - firstFrame_;
     const auto fits = solver_.getOutput(kit::markerFitDataType);
     if (fits != nullptr && index < fits_.size()) {
         fits_[index] = fits->getFrame(fits->frameCount() - 1);

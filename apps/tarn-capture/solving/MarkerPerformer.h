@@ -29,6 +29,7 @@ struct MarkerDevice {
     std::shared_ptr<kit::Clock> clock;
     double reading = 0;              ///< how many seconds it took to read the take
     kit::UpAxis up = kit::UpAxis::Z; ///< which axis of the take as it was read is up
+    std::optional<LiveExtent> live;  ///< if the take, of which only a part is there, is being made
 };
 
 /// A performer whose take is markers: a body is fitted to each frame. It begins with the body of
@@ -72,11 +73,12 @@ private:
 
     MarkerTrial trial_;
     kit::UpAxis takeUp_;
+    unsigned firstFrame_ = 0; ///< the index of the frame that counts as the first
     kit::Space space_;
     kit::MarkerSolver solver_;
     std::unique_ptr<kit::MarkerCalibrator> calibrator_; ///< none for a calibrated actor
     std::shared_ptr<const kit::Rig> rig_;
-    std::vector<std::shared_ptr<Frame>> fits_; ///< by frame index
+    std::vector<std::shared_ptr<Frame>> fits_; ///< by frame index, counted from the first
     std::optional<SolvedTrial> solved_;
     std::optional<SolveSummary> summary_;
     tsignal::ScopedConnection fitting_;

@@ -6,6 +6,8 @@
 #include "support/OutputPath.h"
 #include "support/StandardStreams.h"
 
+#include <fmt/format.h>
+
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
@@ -38,6 +40,11 @@ void Output::commit() {
     if (file_) {
         file_->commit();
     }
+}
+
+void announce(const std::string& text) {
+    fmt::print("{}\n", text);
+    std::fflush(stdout);
 }
 
 } // namespace tarn::capture

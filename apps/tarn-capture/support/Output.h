@@ -27,4 +27,8 @@ private:
     std::optional<OutputFile> file_;
 };
 
+/// Says at once, on standard output, what is going on: what follows may take long, or others wait
+/// for it.
+void announce(const std::string& text);
+
 } // namespace tarn::capture

@@ -36,6 +36,7 @@ constexpr double metresPerMillimetre = 0.001;
 struct Fitted {
     std::string name;
     fs::path take;
+    std::string stream;  ///< that they came as, in place of a take
     std::string subject; ///< whose markers of the take
     std::int64_t first = 0;
     std::int64_t last = 0;
@@ -151,6 +152,9 @@ std::int64_t numberOf(const Settings& settings, const char* key) {
 }
 
 MarkerSource sourceOf(const Fitted& fitted) {
+    if (!fitted.stream.empty()) {
+        throw std::runtime_error(fmt::format("they came as the stream '{}'", fitted.stream));
+    }
     kit::C3dTake take = ofSubject(
         withSpace(TakeFile(fitted.take.string()).readMarkers(), fitted.space), fitted.subject);
     MarkerSource source = markersIn(take, fitted.name);
@@ -166,6 +170,7 @@ Fitted fittedOf(const fs::path& directory, const Settings& entry, const Settings
     Fitted fitted;
     fitted.name = entry.value("Name", "");
     fitted.take = directory / entry.value("Take", "");
+    fitted.stream = entry.value("Stream", "");
     fitted.subject = report.value("Subject", "");
     fitted.first = numberOf(report, "FirstFrame");
     fitted.last = numberOf(report, "LastFrame");

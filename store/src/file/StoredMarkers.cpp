@@ -110,13 +110,8 @@ void addEvents(TakeReader& reader, const std::string& subject, kit::C3dTake& tak
     }
 }
 
-/// The number of the first frame, and the rate as it was stated.
-void addDocument(TakeReader& reader, const StoredTrack& track, kit::C3dTake& take) {
-    const MarkerDocument document = markerDocumentIn(track.description.document);
-    if (document.rate > 0 && std::abs(document.rate - take.rate) < take.rate / 1000) {
-        take.rate = document.rate;
-    }
-    take.firstFrame = document.firstFrame;
+/// Files keep the time of the first frame; the number that a file gave it is that much higher.
+void addFirstFrame(TakeReader& reader, const StoredTrack& track, kit::C3dTake& take) {
     if (!track.description.document.empty()) {
         if (const auto first = reader.frame(track.id, track.firstSlot)) {
             take.firstFrame += first->time().frameIndex();
@@ -162,24 +157,34 @@ kit::C3dTake markerTakeOf(TakeReader& reader, const std::string& subject) {
     }
     const kit::Rate rate = track->description.rate.value_or(kit::Rate());
     const std::size_t size = track->description.labels.size();
-    kit::C3dTake take;
-    for (const Label& label : track->description.labels) {
-        take.markers.push_back({label.subject, label.name, label.description});
-    }
-    take.rate = rate.value();
-    if (track->description.space) {
-        addSpace(*track->description.space, take);
-    }
+    kit::C3dTake take = markerTakeOf(track->description);
     const kit::MarkerFrame unseen(std::vector<kit::Marker>(size, kit::Marker()));
     take.tracks = takeOfTrack(reader, *track, rate.fps(), [&unseen](const auto&) {
         return std::make_shared<Frame>(Time(), kit::markerDataType, unseen);
     });
     take.frameCount = take.tracks->timeLength();
     checkPayloads<kit::MarkerFrame>(reader, *take.tracks, kit::markerDataType, size);
-    addDocument(reader, *track, take);
+    addFirstFrame(reader, *track, take);
     addChannels(reader, *track, take);
     addRigidBodies(reader, *track, take);
     addEvents(reader, track->description.subject, take);
+    return take;
+}
+
+kit::C3dTake markerTakeOf(const kit::TrackDescription& description) {
+    kit::C3dTake take;
+    for (const Label& label : description.labels) {
+        take.markers.push_back({label.subject, label.name, label.description});
+    }
+    take.rate = description.rate.value_or(kit::Rate()).value();
+    if (description.space) {
+        addSpace(*description.space, take);
+    }
+    const MarkerDocument document = markerDocumentIn(description.document);
+    if (document.rate > 0 && std::abs(document.rate - take.rate) < take.rate / 1000) {
+        take.rate = document.rate;
+    }
+    take.firstFrame = document.firstFrame;
     return take;
 }
 

@@ -162,8 +162,7 @@ Outcome captureOnTerminal(const Arguments& arguments, int columns) {
     return {waitFor(child), readFile(directory / "out"), std::move(text)};
 }
 
-Outcome captureInterrupted(const Arguments& arguments, const std::string& text, int signal) {
-    const TempDirectory directory;
+RunningCapture::RunningCapture(const Arguments& arguments) {
     std::array<int, 2> pipe{};
     if (::pipe2(pipe.data(), O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe for the test");
@@ -171,22 +170,54 @@ Outcome captureInterrupted(const Arguments& arguments, const std::string& text, 
     Streams streams;
     streams.open(STDIN_FILENO, "/dev/null", O_RDONLY);
     streams.use(STDOUT_FILENO, pipe[1]);
-    streams.open(STDERR_FILENO, directory / "err", writing);
-    const pid_t child = start(captureProgram(), arguments, streams);
+    streams.open(STDERR_FILENO, directory_ / "err", writing);
+    child_ = start(captureProgram(), arguments, streams);
     ::close(pipe[1]);
-    std::string out;
-    bool interrupted = false;
+    output_ = pipe[0];
+}
+
+RunningCapture::~RunningCapture() {
+    if (child_ != 0) {
+        ::kill(child_, SIGKILL);
+        ::waitpid(child_, nullptr, 0);
+    }
+    ::close(output_);
+}
+
+/// False at the end of its output.
+bool RunningCapture::read() {
     std::array<char, 4096> buffer{};
-    ssize_t count = 0;
-    while ((count = ::read(pipe[0], buffer.data(), buffer.size())) > 0) {
-        out.append(buffer.data(), static_cast<std::size_t>(count));
-        if (!interrupted && out.find(text) != std::string::npos) {
-            interrupted = true;
-            ::kill(child, signal);
+    const ssize_t count = ::read(output_, buffer.data(), buffer.size());
+    if (count > 0) {
+        out_.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    return count > 0;
+}
+
+bool RunningCapture::awaitOutput(const std::string& text) {
+    while (out_.find(text) == std::string::npos) {
+        if (!read()) {
+            return false;
         }
     }
-    ::close(pipe[0]);
-    return {waitFor(child), std::move(out), readFile(directory / "err")};
+    return true;
+}
+
+void RunningCapture::signal(int number) const { ::kill(child_, number); }
+
+Outcome RunningCapture::wait() {
+    while (read()) {
+    }
+    const int exitCode = waitFor(std::exchange(child_, 0));
+    return {exitCode, out_, readFile(directory_ / "err")};
+}
+
+Outcome captureInterrupted(const Arguments& arguments, const std::string& text, int signal) {
+    RunningCapture program(arguments);
+    if (program.awaitOutput(text)) {
+        program.signal(signal);
+    }
+    return program.wait();
 }
 
 } // namespace tarn::tests

@@ -5,6 +5,8 @@
 
 #include "support/TemporaryDirectory.h"
 
+#include <sys/types.h>
+
 #include <csignal>
 #include <string>
 #include <vector>
@@ -32,6 +34,29 @@ std::string captureProgram();
 Outcome capture(const Arguments& arguments);
 /// Runs tarn-capture with a terminal of so many columns as its standard error.
 Outcome captureOnTerminal(const Arguments& arguments, int columns);
+
+/// tarn-capture while it runs. It is killed with this, if it still does.
+class RunningCapture {
+public:
+    explicit RunningCapture(const Arguments& arguments);
+    ~RunningCapture();
+    RunningCapture(const RunningCapture&) = delete;
+    RunningCapture& operator=(const RunningCapture&) = delete;
+
+    /// Waits until it has printed a text; false if it ends without.
+    bool awaitOutput(const std::string& text);
+    void signal(int number) const;
+    /// Waits for its end. Once.
+    Outcome wait();
+
+private:
+    bool read();
+
+    const TempDirectory directory_;
+    int output_ = -1;
+    pid_t child_ = 0; ///< 0 once it has been waited for
+    std::string out_;
+};
 
 /// Runs tarn-capture until it has printed `text`, and sends it a signal then; as Ctrl-C does,
 /// unless another is given.

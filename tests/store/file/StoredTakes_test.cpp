@@ -208,6 +208,20 @@ void recordAll(const std::string& file, const kit::C3dTake& take, const std::str
     recorder.end();
 }
 
+TEST(StoredTakes, AreKnownByTheirDescriptionBeforeTheirFramesCome) {
+    const auto take = smallTake(3);
+    const auto again = markerTakeOf(describeMarkers(take, "walk"));
+    ASSERT_EQ(again.markers.size(), take.markers.size());
+    EXPECT_EQ(again.markers.back().name, take.markers.back().name);
+    EXPECT_EQ(again.markers.back().subject, take.markers.back().subject);
+    EXPECT_EQ(again.firstFrame, 11);
+    EXPECT_EQ(again.rate, 119.88) << "as stated, not as meant";
+    EXPECT_EQ(again.unit, take.unit);
+    EXPECT_EQ(again.metresPerUnit, take.metresPerUnit);
+    EXPECT_EQ(again.frameCount, 0);
+    EXPECT_EQ(again.tracks, nullptr);
+}
+
 TEST(StoredTakes, GiveBackWhatCameWithTheMarkers) {
     const TemporaryDirectory directory;
     const auto take = smallTake(30);

@@ -5,6 +5,7 @@
 
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/C3d.h>
+#include <tarn_kit/files/TrackDescription.h>
 #include <tarn_store/Export.h>
 #include <tarn_store/file/TakeReader.h>
 
@@ -39,5 +40,8 @@ TARN_STORE_EXPORT std::vector<std::string> markersIn(TakeReader& reader);
 /// not say whose they are belong to the markers of a file that holds no others. Parameters that are
 /// stated nowhere else, and the encoding, are not kept. Throws `StoreError` if there are none.
 TARN_STORE_EXPORT kit::C3dTake markerTakeOf(TakeReader& reader, const std::string& subject = {});
+/// What a description tells of a take of markers: labels, rate, unit and axis up, and the number of
+/// the frame whose time has the index 0. It has no frames yet.
+TARN_STORE_EXPORT kit::C3dTake markerTakeOf(const kit::TrackDescription& description);
 
 } // namespace tarn::store

@@ -1,9 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "apps/support/Programs.h"
-#include "apps/support/Takes.h"
-#include "support/OwnDomain.h"
+#include "apps/support/LinkedTest.h"
 
 #include <gmock/gmock.h>
 
@@ -11,7 +9,6 @@
 #include <filesystem>
 #include <future>
 #include <string>
-#include <utility>
 
 namespace tarn::tests {
 namespace {
@@ -21,20 +18,8 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 
-/// Programs that run at once, in a domain of this test's own, on the network of this machine.
-class Linked : public ::testing::Test {
+class Linked : public LinkedTest {
 protected:
-    Arguments linked(Arguments arguments) const {
-        arguments.insert(arguments.end(), {"--domain", domain_});
-        return arguments;
-    }
-    std::future<Outcome> captureMeanwhile(Arguments arguments) const {
-        return std::async(std::launch::async, capture, linked(std::move(arguments)));
-    }
-
-    const TempDirectory directory_;
-    const std::string domain_ = std::to_string(ownDomain());
-    const std::string walk_ = sampleTake("cmu_131_01_walk");
     const std::string file_ = directory_ / "recorded.tarn";
 };
 
