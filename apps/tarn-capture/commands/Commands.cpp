@@ -17,6 +17,7 @@ void addCommands(CommandLine& line) {
     addPublish(line);
     addWatch(line);
     addRecordStreams(line);
+    addLead(line);
     addTake(line);
     addActor(line);
     addMarkers(line);

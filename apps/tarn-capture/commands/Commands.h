@@ -27,6 +27,7 @@ void addMarkers(CommandLine& line);
 void addPlay(CommandLine& line);
 void addPublish(CommandLine& line);
 void addRecordStreams(CommandLine& line);
+void addLead(CommandLine& line);
 void addRun(CommandLine& line);
 void addSolve(CommandLine& line);
 void addStream(CommandLine& line);

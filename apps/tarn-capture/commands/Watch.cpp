@@ -30,16 +30,6 @@ struct WatchOptions {
 
 constexpr auto interval = std::chrono::seconds(1); // rates are measured over it
 
-/// False if a stop was requested.
-bool pause(std::chrono::milliseconds duration, const Interrupt& interrupt) {
-    const auto latest = std::chrono::steady_clock::now() + duration;
-    while (!interrupt.isRequested() && std::chrono::steady_clock::now() < latest) {
-        constexpr auto beat = std::chrono::milliseconds(20);
-        std::this_thread::sleep_for(beat);
-    }
-    return !interrupt.isRequested();
-}
-
 int watchOnce(const WatchOptions& options, StreamTable& table, const Interrupt& interrupt) {
     const auto latest = std::chrono::steady_clock::now() + millisecondsOf(options.wait);
     while (table.look() == 0) {

@@ -103,10 +103,9 @@ std::vector<std::string> ReceivedStreams::unfinished() const {
     return names;
 }
 
-bool ReceivedStreams::areWhole() const {
+bool ReceivedStreams::areUnbroken() const {
     return std::all_of(found_.begin(), found_.end(), [](const link::LinkStatus& status) {
-        return status.hasEnded && status.lostFrames() == 0 && status.refused == 0 &&
-               status.reconnects == 0;
+        return status.lostFrames() == 0 && status.refused == 0 && status.reconnects == 0;
     });
 }
 

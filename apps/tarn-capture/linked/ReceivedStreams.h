@@ -25,6 +25,7 @@ public:
     /// `std::runtime_error`, which says why there is nothing, if they are not in time.
     bool connect(double seconds, const StopRequested& stopRequested);
     const std::vector<std::unique_ptr<link::LinkDevice>>& devices() const { return devices_; }
+    const link::Link& link() const { return *link_; }
     void start();
     /// Waits until all have ended, or are gone. False if a stop was requested before.
     bool awaitEnd(const StopRequested& stopRequested) const;
@@ -37,8 +38,10 @@ public:
     std::string report() const;
     /// Those that went before they were complete.
     std::vector<std::string> unfinished() const;
-    /// Whether every frame came that was sent since they were started.
-    bool areWhole() const;
+    /// Whether every frame came that was sent since they were started, until they were stopped.
+    bool areUnbroken() const;
+    /// Whether that was until their end.
+    bool areWhole() const { return areUnbroken() && unfinished().empty(); }
 
 private:
     std::shared_ptr<link::Link> link_;

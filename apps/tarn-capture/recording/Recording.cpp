@@ -65,9 +65,15 @@ void Recording::addGate(Port& port, int dataType, const store::TrackDescription&
 
 void Recording::add(Port& port, int dataType, const store::TrackDescription& description, int first,
                     int last) {
+    addWhere(port, dataType, description,
+             [first, last](const Frame& frame) { return isBetween(frame, first, last); });
+}
+
+void Recording::addWhere(Port& port, int dataType, const store::TrackDescription& description,
+                         std::function<bool(const Frame& frame)> isWanted) {
     addGate(port, dataType, description,
-            [first, last](Port& out, const std::shared_ptr<Frame>& frame) {
-                if (isBetween(*frame, first, last)) {
+            [isWanted = std::move(isWanted)](Port& out, const std::shared_ptr<Frame>& frame) {
+                if (isWanted(*frame)) {
                     out.emit(frame);
                 }
             });

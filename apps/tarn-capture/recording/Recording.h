@@ -36,6 +36,9 @@ public:
     /// to `last` where that is not negative.
     void add(Port& port, int dataType, const store::TrackDescription& description, int first = 0,
              int last = -1);
+    /// Records those frames that are wanted, as `isWanted` says on the thread on which they come.
+    void addWhere(Port& port, int dataType, const store::TrackDescription& description,
+                  std::function<bool(const Frame& frame)> isWanted);
     /// Records a take of markers that a port, which lives longer, sends: with each frame, what the
     /// take has of analog channels and rigid bodies then; and its events.
     void addMarkers(Port& port, const kit::C3dTake& take, const std::string& subject, int first = 0,
@@ -46,6 +49,8 @@ public:
     /// Whether something of that type and subject was added.
     bool has(int dataType, const std::string& subject) const;
     void start();
+    /// While it records.
+    void addNote(const store::Note& note) { recorder_.addNote(note); }
     /// Returns why not everything is in the file; nothing if it is. That is no reason to give up
     /// what else was captured.
     std::string end();

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstddef>
+#include <thread>
 
 namespace tarn::capture {
 
@@ -57,5 +58,14 @@ bool Interrupt::isRequested() const { return requested != 0; }
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 int Interrupt::exitCode() const { return exitCodeOf(requested); }
+
+bool pause(std::chrono::milliseconds duration, const Interrupt& interrupt) {
+    const auto latest = std::chrono::steady_clock::now() + duration;
+    while (!interrupt.isRequested() && std::chrono::steady_clock::now() < latest) {
+        constexpr auto beat = std::chrono::milliseconds(20);
+        std::this_thread::sleep_for(beat);
+    }
+    return !interrupt.isRequested();
+}
 
 } // namespace tarn::capture

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <chrono>
+
 namespace tarn::capture {
 
 /// While it lives, the first Ctrl-C, hang-up of the terminal or SIGTERM is a request to stop, which
@@ -21,5 +23,8 @@ public:
     /// shells have it (130 for Ctrl-C, 129 for a hang-up, 143 for SIGTERM). Only after a request.
     int exitCode() const;
 };
+
+/// Waits for so long. False if a stop was requested before.
+bool pause(std::chrono::milliseconds duration, const Interrupt& interrupt);
 
 } // namespace tarn::capture

@@ -12,6 +12,7 @@
 #include <tarn_link/clock/LinkClock.h>
 
 #include <algorithm>
+#include <chrono>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -93,7 +94,10 @@ void TakeFollower::PrivateData::follow() {
 
 TakeFollower::TakeFollower(const Link& link) : d_(std::make_unique<PrivateData>(link)) {}
 
-TakeFollower::~TakeFollower() = default;
+TakeFollower::~TakeFollower() {
+    constexpr auto patience = std::chrono::nanoseconds(std::chrono::seconds(1));
+    dds_wait_for_acks(d_->writer.get(), patience.count());
+}
 
 TakeCall TakeFollower::call() {
     const std::lock_guard<std::mutex> lock(d_->mutex);

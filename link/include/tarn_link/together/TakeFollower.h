@@ -35,6 +35,7 @@ class TARN_LINK_EXPORT TakeFollower {
 public:
     /// Throws `LinkError`. Precondition: `link` lives longer.
     explicit TakeFollower(const Link& link);
+    /// Waits until the leader has what was reported last, for a second at most.
     ~TakeFollower();
     TakeFollower(const TakeFollower&) = delete;
     TakeFollower& operator=(const TakeFollower&) = delete;

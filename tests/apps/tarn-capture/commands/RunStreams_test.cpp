@@ -62,22 +62,21 @@ protected:
 };
 
 TEST_F(RunStreams, MakeOfBodiesWhatASessionOfTheirTakesDoes) {
-    const std::string other = sampleTake("cmu_60_12_salsa_a");
-    auto publisher = captureMeanwhile(published({walk_, other}));
+    const Arguments takes = {sampleTake("cmu_60_12_salsa_a"), sampleTake("cmu_61_12_salsa_b")};
+    auto publisher = captureMeanwhile(published(takes));
     const Outcome outcome = capture(linked(session()));
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    EXPECT_THAT(outcome.err, Not(HasSubstr("lost")));
     EXPECT_THAT(outcome.out,
                 AllOf(HasSubstr("capturing until the end of the streams"),
                       HasSubstr("complete, nothing lost"), HasSubstr(stream_ + "\n  received  "),
                       HasSubstr("\n  lost      0\n")));
     EXPECT_EQ(publisher.get().exitCode, 0);
-    expectSame({walk_, other},
-               {"cmu_131_01_walk.csv", "cmu_131_01_walk.bvh", "cmu_131_01_walk.actor.xml",
-                "cmu_60_12_salsa_a.csv", "cmu_60_12_salsa_a.bvh"});
+    expectSame(takes,
+               {"cmu_60_12_salsa_a.csv", "cmu_60_12_salsa_a.bvh", "cmu_60_12_salsa_a.actor.xml",
+                "cmu_61_12_salsa_b.csv", "cmu_61_12_salsa_b.bvh", "cmu_61_12_salsa_b.actor.xml"});
     EXPECT_EQ(inSession("Session.Complete"), "yes");
     EXPECT_EQ(inSession("Session.Characters.Character1.Stream"), stream_);
-    EXPECT_EQ(inSession("Session.Characters.Character1.FramesIn"), "994");
+    EXPECT_EQ(inSession("Session.Characters.Character2.FramesLost"), "0");
     EXPECT_TRUE(std::filesystem::exists(live_ + "/poses.png"));
 }
 
@@ -98,7 +97,7 @@ TEST_F(RunStreams, RecordWhatCameAndWhatWasSolved) {
     auto publisher = captureMeanwhile(published({walk_}));
     const Outcome outcome = capture(linked(session({"--record", file})));
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    EXPECT_THAT(outcome.out, HasSubstr("1,988 frames recorded in "));
+    EXPECT_THAT(outcome.out, HasSubstr("1988 frames recorded in "));
     publisher.wait();
     const std::string original = directory_ / "original.csv";
     const std::string recorded = directory_ / "recorded.csv";
