@@ -252,9 +252,9 @@ private:
         const MarkerSetup setup = {options_.markers, actors_, options_.speed, clock_,
                                    options_.space};
         if (streams_ != nullptr) {
-            return TakeSession(streams_->sources(), setup);
+            return {streams_->sources(), setup};
         }
-        return TakeSession(options_.takes, replays(options_.speed, clock_, options_.space), setup);
+        return {options_.takes, replays(options_.speed, clock_, options_.space), setup};
     }
     std::vector<std::string> passedOver() const {
         auto reasons = streams_ == nullptr ? std::vector<std::string>() : streams_->passedOver();

@@ -51,16 +51,18 @@ kit::Marker changed(kit::Marker marker, const Change& change) {
 }
 
 kit::MarkerFrame changed(const kit::MarkerFrame& markers, const Change& change) {
-    std::vector<kit::Marker> result;
-    result.reserve(markers.size());
+    std::vector<kit::Marker> all;
+    all.reserve(markers.size());
     for (const kit::Marker& marker : markers) {
-        result.push_back(changed(marker, change));
+        all.push_back(changed(marker, change));
     }
-    return kit::MarkerFrame(std::move(result));
+    kit::MarkerFrame result(std::move(all));
+    return result;
 }
 
 std::shared_ptr<Tracks> changed(const kit::C3dTake& take, const Change& change) {
     std::vector<std::shared_ptr<Frame>> frames;
+    frames.reserve(static_cast<std::size_t>(take.frameCount));
     for (int i = 0; i < take.frameCount; ++i) {
         frames.push_back(
             std::make_shared<Frame>(take.tracks->getFrame(i, kit::markerDataType)->time(),
