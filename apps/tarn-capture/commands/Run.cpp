@@ -66,7 +66,7 @@ struct RunOptions {
 
 void checkSources(const RunOptions& options) {
     if (options.takes.empty() && options.from.empty()) {
-        throw UsageError("name takes, or streams with --from");
+        throw UsageError("TAKE is required, or streams with --from");
     }
     checkInputs(options.takes);
     for (const std::string& name : options.from) {

@@ -5,7 +5,7 @@
 
 #include "linked/LiveFrames.h"
 #include "linked/ReceivedStreams.h"
-#include "session/SessionSource.h"
+#include "takes/SessionSource.h"
 
 #include <tsignal/Signal.h>
 

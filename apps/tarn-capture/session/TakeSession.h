@@ -5,9 +5,9 @@
 
 #include "documents/ActorChoices.h"
 #include "session/BodyPerformer.h"
-#include "session/SessionSource.h"
 #include "session/SpaceChoice.h"
 #include "session/TakePerformer.h"
+#include "takes/SessionSource.h"
 
 #include <memory>
 #include <optional>
