@@ -90,7 +90,8 @@ TEST_F(CommandLine, EveryCommandNeedsATake) {
     expectUsageError({"export", "--format", "csv", "--out", out_}, "TAKE is required",
                      "tarn-capture export");
     expectUsageError({"stream"}, "TAKE is required", "tarn-capture stream");
-    expectUsageError({"run", "--out", out_}, "TAKE is required", "tarn-capture run");
+    expectUsageError({"run", "--out", out_}, "TAKE is required, or streams with --from",
+                     "tarn-capture run");
     expectUsageError({"actor", "--check"}, "FILE is required", "tarn-capture actor");
 }
 
