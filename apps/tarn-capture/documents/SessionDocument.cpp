@@ -68,7 +68,7 @@ void describeSpace(Settings& scene, const kit::Space& space) {
     scene.setValue("Session.UpIs", kit::originText(space.upOrigin));
 }
 
-void describeWho(TakePerformer& performer, const fs::path& directory) {
+void describeSource(TakePerformer& performer, const fs::path& directory) {
     Character& character = performer.character();
     character.setValue("Name", character.characterName());
     if (performer.isLive()) {
@@ -76,18 +76,18 @@ void describeWho(TakePerformer& performer, const fs::path& directory) {
     } else {
         character.setValue("Take", pathFrom(directory, performer.file()));
     }
-    character.addSubSettings("Solver", statusOf(performer.solver()));
-    describeDimensions(character, performer.lengths());
 }
 
 void describe(TakePerformer& performer, bool paced, const fs::path& directory) {
     Character& character = performer.character();
     const kit::PerformerStatistics& statistics = performer.statistics();
-    describeWho(performer, directory);
+    describeSource(performer, directory);
     put(character, "FramesIn", statistics.framesIn);
     put(character, "FramesOut", statistics.framesOut);
     put(character, "FramesLost", statistics.framesExpected - statistics.framesIn);
+    character.addSubSettings("Solver", statusOf(performer.solver()));
     describeClock(character, performer.clock(), paced);
+    describeDimensions(character, performer.lengths());
     performer.describe(character);
 }
 
@@ -99,7 +99,9 @@ void describeCast(TakeSession& session, const fs::path& directory) {
     scene.setValue("Session.Rate", session.exactRate().text());
     describeSpace(scene, session.space());
     for (const auto& performer : session.performers()) {
-        describeWho(*performer, directory);
+        describeSource(*performer, directory);
+        performer->character().addSubSettings("Solver", statusOf(performer->solver()));
+        describeDimensions(performer->character(), performer->lengths());
     }
 }
 
