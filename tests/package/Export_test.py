@@ -23,8 +23,9 @@ payloads = set(re.findall(rf"struct {export} (\w+)", headers))  # plain records 
 # What frames and replies of the kit carry, whatever its headers say: two libraries must agree on these types.
 carried = {"libtarn_kit": {"Pose", "BodyPose", "MarkerFrame", "AnalogFrame", "RigidBodyFrame", "MarkerFit", "BvhTake",
                            "ReplayStatus", "EncodedPayload"}}
-documents = {"MarkerBody", "MarkerSet", "TrackDescription", "RecorderOptions"}  # records that are read and written, and that nobody carries
-required = payloads - documents | carried.get(pathlib.Path(library).name.split(".")[0], set())
+# Records that nobody carries: they are read and written, or say how something is set up.
+others = {"MarkerBody", "MarkerSet", "TrackDescription", "RecorderOptions", "ThreadWork"}
+required = payloads - others | carried.get(pathlib.Path(library).name.split(".")[0], set())
 from_below = set()
 for directory in below:
     from_below |= {name for path in pathlib.Path(directory).rglob("*.h")
