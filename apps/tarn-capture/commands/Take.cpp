@@ -13,6 +13,7 @@
 #include <tarn_kit/body/Analog.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/Markers.h>
+#include <tarn_kit/body/RigidBodies.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_store/file/TakeCheck.h>
 #include <tarn_store/file/TakeReader.h>
@@ -44,6 +45,8 @@ std::string kindOf(int dataType) {
         return "markers";
     case kit::analogDataType:
         return "analog";
+    case kit::rigidBodyDataType:
+        return "rigid";
     default:
         return fmt::format("type {}", dataType);
     }

@@ -182,7 +182,7 @@ std::vector<WeakSpot> weakSpotsOf(const CalibratedBody& found, const Material& m
                              ""});
         } else if (marker.uncertainty > weakMarker) {
             spots.push_back({marker.name,
-                             "its place is known to " + inMillimetres(marker.uncertainty) + " only",
+                             "placed to " + inMillimetres(marker.uncertainty) + " only",
                              adviceFor(marker.segment)});
         }
     }
