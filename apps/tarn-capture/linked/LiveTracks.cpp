@@ -48,17 +48,6 @@ FramePtr poseOfBody(const kit::Rig& rig, const FramePtr& frame, const FramePtr& 
     }
 }
 
-/// What the user says, and otherwise what the stream is sure of.
-SpaceChoice spaceOf(const kit::Space& stated, SpaceChoice choice) {
-    if (!choice.unit && stated.unitOrigin != kit::Origin::Guessed) {
-        choice.unit = stated.unit;
-    }
-    if (!choice.up && stated.upOrigin != kit::Origin::Guessed) {
-        choice.up = stated.up;
-    }
-    return choice;
-}
-
 TakeDevice bodyDevice(const link::LinkTrack& track, const std::shared_ptr<LiveFrames>& frames,
                       const LiveExtent& extent, const SpaceChoice& space, const std::string& name) {
     const kit::Rate rate = *track.description.rate;
@@ -69,7 +58,7 @@ TakeDevice bodyDevice(const link::LinkTrack& track, const std::shared_ptr<LiveFr
     take.tracks = kit::takeOf(kit::poseDataType, {}, rate.fps());
     take.tracks->setTracksName(name);
     take.frameTime = rate.frameTime();
-    made.take = withSpace(std::move(take), spaceOf(track.description.rig->space(), space));
+    made.take = withSpace(std::move(take), space);
     LiveDevice::Convert convert;
     if (track.dataType == kit::bodyDataType) {
         convert = [rig = made.take.rig](const FramePtr& frame, const FramePtr& before) {

@@ -92,6 +92,16 @@ TEST_F(RunStreams, CalibrateAndSolveMarkersAsASessionOfTheirTakeDoes) {
                {"--calibrate", "0.5"});
 }
 
+TEST_F(RunStreams, AreMeasuredInWhatTheyStateOfThemselves) {
+    Arguments arguments = published({walk_});
+    arguments.insert(arguments.end(), {"--unit", "in"});
+    auto publisher = captureMeanwhile(arguments);
+    const Outcome outcome = capture(linked(session()));
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(publisher.get().exitCode, 0);
+    EXPECT_EQ(inSession("Session.Unit"), "in");
+}
+
 TEST_F(RunStreams, RecordWhatCameAndWhatWasSolved) {
     const std::string file = directory_ / "session.tarn";
     auto publisher = captureMeanwhile(published({walk_}));
