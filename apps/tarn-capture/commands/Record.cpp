@@ -61,9 +61,7 @@ public:
         }
         const std::string problem = recording.end();
         if (take) {
-            take->conclude(isComplete && problem.empty() && !streams_.areUnbroken()
-                               ? "frames were lost on the way"
-                               : problem);
+            take->conclude(whyNotSafe(problem, isComplete));
         }
         return conclude(recording, problem, isComplete);
     }
@@ -76,6 +74,16 @@ private:
                 recording.add(device->oFramePort(port++), track.dataType, track.description);
             }
         }
+    }
+
+    /// What the leader is told of a take; empty if all of it is in the file.
+    std::string whyNotSafe(const std::string& problem, bool isComplete) const {
+        if (!problem.empty()) {
+            return problem;
+        }
+        return !isComplete               ? "interrupted before the end"
+               : !streams_.areUnbroken() ? "frames were lost on the way"
+                                         : "";
     }
 
     /// Says what became of the streams, and whether all that was to be recorded is in the file.

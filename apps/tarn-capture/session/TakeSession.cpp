@@ -39,8 +39,10 @@ SessionSource sourceOf(TakeFile file, const TakeDeviceMaker& bodies, const Marke
         };
         return source;
     }
-    const Stopwatch stopwatch(source.reading);
-    source.markers = file.readMarkers();
+    {
+        const Stopwatch stopwatch(source.reading);
+        source.markers = file.readMarkers();
+    }
     if (source.markers->frameCount == 0 || source.markers->markers.empty()) {
         throw std::runtime_error(
             fmt::format("{}: holds no frames of markers", kit::printable(source.from)));

@@ -101,6 +101,20 @@ TEST_F(Lead, FailsWhereARecorderIsGoneBeforeTheEnd) {
     EXPECT_THAT(outcome.err, HasSubstr("'scene 3' is not safe everywhere"));
 }
 
+TEST_F(Lead, FailsWhereARecorderIsInterruptedBeforeTheEnd) {
+    const RunningCapture stage(published(first_, left_));
+    RunningCapture recorder(following(left_, leftFile_));
+    RunningCapture lead(linked({"lead", "scene 5"}));
+    EXPECT_TRUE(recorder.awaitOutput("recording 'scene 5'"));
+    recorder.signal(SIGINT);
+    EXPECT_EQ(recorder.wait().exitCode, 128 + SIGINT);
+    lead.signal(SIGINT);
+    const Outcome outcome = lead.wait();
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.out, HasSubstr(", failed: interrupted before the end"));
+    EXPECT_THAT(outcome.err, HasSubstr("'scene 5' is not safe everywhere"));
+}
+
 TEST_F(Lead, TakesATakeBackThatNobodyWasReadyFor) {
     const Outcome outcome =
         captureInterrupted(linked({"lead", "scene 4"}), "waiting for 1 recorder");
