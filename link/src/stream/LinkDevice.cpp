@@ -49,9 +49,10 @@ LinkDevice::PrivateData::PrivateData(LinkDevice& itself, std::shared_ptr<Link> i
                {[this](std::size_t track, const std::shared_ptr<Frame>& frame) {
                     ports[track]->emit(frame);
                 },
-                [this](DeviceState state) { device.setState(state); }, [this] { described.emit(); },
+                [this] { described.emit(); },
                 [this](const LinkSample& arrived) { sample.emit(arrived); },
-                [this](const LinkEvent& happened) { event.emit(happened); }}),
+                {[this](const LinkEvent& happened) { event.emit(happened); },
+                 [this](DeviceState state) { device.setState(state); }}}),
       thread(
           {[this](const Request& request, Reply& reply) { return receiver.handle(request, reply); },
            [this] { wait(); }, [this] { dds_set_guardcondition(woken.get(), true); },

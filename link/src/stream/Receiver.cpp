@@ -5,9 +5,7 @@
 
 #include "stream/LinkAccess.h"
 #include "wire/Refusal.h"
-#include "wire/Samples.h"
 
-#include <algorithm>
 #include <any>
 #include <array>
 #include <string_view>
@@ -25,41 +23,13 @@ constexpr auto endTime = std::chrono::seconds(10);
 constexpr auto endTimeOfGone = std::chrono::seconds(2);
 constexpr auto endTimeOfNewest = std::chrono::milliseconds(100);
 
-constexpr std::size_t mostEvents = 200;
-constexpr std::size_t mostDescribed = 8;
-constexpr std::size_t mostHeld = 1024;
-constexpr std::size_t mostHeldBytes = std::size_t(64) << 20;
-
-constexpr std::uint32_t anyState = DDS_ANY_STATE;
-constexpr std::uint32_t news =
-    DDS_NOT_READ_SAMPLE_STATE | DDS_ANY_VIEW_STATE | DDS_ANY_INSTANCE_STATE;
-
-std::size_t sizeOf(const FrameSample& sample) {
-    std::size_t bytes = 0;
-    for (const FrameItem& item : sample.items) {
-        bytes += item.bytes.size();
-    }
-    return bytes;
-}
-
-std::string framesText(std::uint64_t count, std::uint64_t first) {
-    return count == 1
-               ? "frame " + std::to_string(first)
-               : "frames " + std::to_string(first) + " to " + std::to_string(first + count - 1);
-}
-
 } // namespace
 
 Receiver::Receiver(const Link& link, dds_entity_t waitset, const LinkDeviceOptions& options,
                    StreamView& view, Outputs outputs)
     : link_(link), waitset_(waitset), options_(options), view_(view), outputs_(std::move(outputs)),
-      offers_(LinkAccess::participant(link)), offersCame_(attach(offers_.get(), news)) {}
-
-Entity Receiver::attach(dds_entity_t reader, std::uint32_t mask) {
-    Entity condition(dds_create_readcondition(reader, mask), "what comes");
-    dds_waitset_attach(waitset_, condition.get(), 0);
-    return condition;
-}
+      news_(*options.clock, outputs_.news), counts_(news_, options.wanted),
+      offers_(LinkAccess::participant(link), waitset) {}
 
 // --- Commands --------------------------------------------------------------------------------
 
@@ -97,19 +67,17 @@ void Receiver::open(const Request& request, Reply& reply) {
         return;
     }
     auto descriptions =
-        std::make_unique<Reader>(LinkAccess::participant(link_), descriptionEnd(*name));
+        std::make_unique<Descriptions>(LinkAccess::participant(link_), *name, waitset_);
     ++era_;
-    stopFrames();
+    frames_.reset();
     disconnect();
-    descriptionsCame_ = attach(descriptions->get(), news);
     descriptions_ = std::move(descriptions);
     name_ = *name;
-    described_.clear();
     tracks_.clear();
+    counts_.resize(0);
     held_.clear();
-    heldBytes_ = 0;
-    events_.clear();
-    refused_ = reconnects_ = samples_ = 0;
+    news_.clear();
+    reconnects_ = samples_ = 0;
     wasConnected_ = hasEnded_ = false;
     showTracks();
     showView(false);
@@ -124,22 +92,11 @@ void Receiver::start(const Request& /*request*/, Reply& reply) {
     if (frames_ != nullptr) {
         return;
     }
-    const bool wantsAll = options_.wanted == Wanted::EveryFrame;
-    auto frames = std::make_unique<Reader>(
-        LinkAccess::participant(link_),
-        frameEnd(name_, wantsAll ? Delivery::EveryFrame : Delivery::Newest));
-    if (wantsAll) {
-        hearing_ =
-            std::make_unique<HearingReport>(LinkAccess::participant(link_), name_, drawnNumber());
-        dds_set_status_mask(frames->get(), DDS_SUBSCRIPTION_MATCHED_STATUS);
-        dds_waitset_attach(waitset_, frames->get(), 0);
-    }
+    auto frames = std::make_unique<FrameIntake>(LinkAccess::participant(link_), name_,
+                                                options_.wanted, waitset_);
     ++era_;
-    framesCame_ = attach(frames->get(), anyState);
     frames_ = std::move(frames);
-    for (Track& track : tracks_) {
-        track = Track{std::move(track.what), {}, {}, 0};
-    }
+    counts_.restart();
     samples_ = 0;
     quietSince_ = Steady::now();
     enterState();
@@ -151,27 +108,14 @@ void Receiver::stop(const Request& /*request*/, Reply& reply) {
         return;
     }
     ++era_;
-    stopFrames();
-    held_.clear();
-    heldBytes_ = 0;
-    enterState();
-}
-
-void Receiver::stopFrames() {
-    hearing_.reset();
-    framesCame_.reset();
     frames_.reset();
-}
-
-LinkTrackStatus Receiver::statusOf(const Track& track) {
-    LinkTrackStatus status = track.status;
-    status.lost += track.numbers.missing();
-    return status;
+    held_.clear();
+    enterState();
 }
 
 void Receiver::status(const Request& /*request*/, Reply& reply) {
     LinkStatus status;
-    status.state = state_;
+    status.state = news_.state();
     status.name = name_;
     if (!isConnected()) {
         status.why = name_.empty() ? "no stream is open" : link_.whyNot(name_);
@@ -181,16 +125,13 @@ void Receiver::status(const Request& /*request*/, Reply& reply) {
     }
     status.offer = last_;
     status.hasEnded = hasEnded_;
-    status.tracks.reserve(tracks_.size());
-    for (const Track& track : tracks_) {
-        status.tracks.push_back(statusOf(track));
-    }
-    status.refused = refused_;
+    status.tracks = counts_.statuses();
+    status.refused = news_.refused();
     status.reconnects = reconnects_;
     status.samples = samples_;
     status.captured = captured_;
     status.received = received_;
-    status.events.assign(events_.begin(), events_.end());
+    status.events.assign(news_.events().begin(), news_.events().end());
     reply.setData(status);
 }
 
@@ -203,19 +144,15 @@ std::chrono::nanoseconds Receiver::patience() const {
 
 void Receiver::work() {
     const Steady::time_point now = Steady::now();
-    if (dds_triggered(offersCame_.get()) > 0 || now >= lookAgain_) {
+    if (offers_.hasNews() || now >= lookAgain_) {
         lookAgain_ = now + lookTime;
         followOffers();
     }
-    if (descriptions_ != nullptr && dds_triggered(descriptionsCame_.get()) > 0) {
+    if (descriptions_ != nullptr && descriptions_->hasNews()) {
         readDescriptions();
     }
-    if (hearing_ != nullptr && frames_ != nullptr) {
-        dds_subscription_matched_status_t seen{}; // so that the next one is news
-        dds_get_subscription_matched_status(frames_->get(), &seen);
-        hearing_->update(frames_->get());
-    }
     if (frames_ != nullptr) {
+        frames_->greet();
         readFrames();
     }
     endIfOver();
@@ -223,28 +160,13 @@ void Receiver::work() {
 }
 
 void Receiver::followOffers() {
-    const LinkOffer* latest = nullptr;
-    std::map<std::uint64_t, std::uint64_t> seen;
-    std::vector<LinkOffer> gone;
-    const std::vector<LinkOffer> offers = offers_.offers(&gone);
-    for (const LinkOffer& offer : offers) {
-        const auto& known = readVersions();
-        if (offer.name != name_ ||
-            std::find(known.begin(), known.end(), offer.version) == known.end()) {
-            continue;
-        }
-        const auto before = seen_.find(offer.stream);
-        seen[offer.stream] = before != seen_.end() ? before->second : ++order_;
-        if (latest == nullptr || seen[offer.stream] > seen[latest->stream]) {
-            latest = &offer;
-        }
-    }
-    seen_ = std::move(seen);
-    if (current_ && (latest == nullptr || current_->stream != latest->stream)) {
-        leave(gone);
-    } else if (latest != nullptr && !current_) {
+    const OfferChoice::Look look = offers_.look(name_);
+    const std::optional<LinkOffer>& latest = look.latest;
+    if (current_ && (!latest || current_->stream != latest->stream)) {
+        leave(look.gone);
+    } else if (latest && !current_) {
         connect(*latest);
-    } else if (latest != nullptr) {
+    } else if (latest) {
         isLeaving_ = false; // it was not heard of for a while
         if (latest->ended && !current_->ended) {
             current_ = last_ = *latest;
@@ -266,7 +188,7 @@ void Receiver::leave(const std::vector<LinkOffer>& gone) {
 
 /// Not before what is here has been put out.
 void Receiver::disconnectIfDrained() {
-    const bool isDrained = frames_ == nullptr || dds_triggered(framesCame_.get()) <= 0;
+    const bool isDrained = frames_ == nullptr || !frames_->hasMore();
     if (isLeaving_ && isDrained && (!isConnected() || !current_->ended || hasEnded_)) {
         disconnect();
         lookAgain_ = Steady::time_point::min(); // another one may be there already
@@ -281,13 +203,7 @@ void Receiver::connect(const LinkOffer& offer) {
     isDescribed_ = false;
     if (isAnother) {
         measureClock(offer.clock);
-    }
-    for (Track& track : tracks_) {
-        if (isAnother) { // counts on from where that one is
-            track.status.lost += track.numbers.missing();
-            track.numbers = {};
-            track.told = 0;
-        }
+        counts_.followAnother();
     }
     adopt();
 }
@@ -311,13 +227,9 @@ void Receiver::disconnect() {
     isDescribed_ = false;
     if (wasThere) {
         showView(true);
-        tell({LinkEvent::Kind::Disconnected,
-              {},
-              -1,
-              0,
-              1,
-              hasEnded_ ? "'" + name_ + "' is offered no more"
-                        : "'" + name_ + "' has gone before its end"});
+        news_.tell(LinkEvent::Kind::Disconnected, hasEnded_
+                                                      ? "'" + name_ + "' is offered no more"
+                                                      : "'" + name_ + "' has gone before its end");
     }
     enterState();
 }
@@ -325,50 +237,33 @@ void Receiver::disconnect() {
 // --- What is described -----------------------------------------------------------------------
 
 void Receiver::readDescriptions() {
-    std::vector<std::string> refusals;
-    eachSample<tarn_wire_Description>(
-        descriptions_->get(), dds_take_mask, anyState,
-        [&](const tarn_wire_Description& sample, const dds_sample_info_t& info) {
-            if (!info.valid_data) {
-                return;
-            }
-            try {
-                described_[sample.stream] = tracksIn(sample);
-            } catch (const Refusal& refusal) {
-                refusals.emplace_back(refusal.what());
-            }
-        });
+    const auto refusals =
+        descriptions_->read([this](std::uint64_t stream) { return offers_.isOffered(stream); });
     for (const std::string& why : refusals) {
-        refuse(why);
-    }
-    for (auto at = described_.begin(); at != described_.end();) {
-        const bool isSpare = described_.size() > mostDescribed && seen_.count(at->first) == 0;
-        at = isSpare ? described_.erase(at) : std::next(at);
+        news_.refuse(why);
     }
     adopt();
 }
 
 void Receiver::adopt() {
-    const auto found = current_ ? described_.find(current_->stream) : described_.end();
-    if (found == described_.end() || isDescribed_) {
+    const std::vector<StreamTrack>* const described =
+        current_ && descriptions_ != nullptr ? descriptions_->of(current_->stream) : nullptr;
+    if (described == nullptr || isDescribed_) {
         return;
     }
     const std::uint64_t era = era_;
     isDescribed_ = true;
-    tracks_.resize(found->second.size());
-    for (std::size_t i = 0; i < tracks_.size(); ++i) {
-        tracks_[i].what = found->second[i];
-    }
+    tracks_ = *described;
+    counts_.resize(tracks_.size());
     const bool isAgain = std::exchange(wasConnected_, true);
     reconnects_ += isAgain ? 1 : 0;
     showTracks();
     outputs_.described();
-    tell({isAgain ? LinkEvent::Kind::Reconnected : LinkEvent::Kind::Connected,
-          {},
-          -1,
-          0,
-          1,
-          "'" + name_ + "' is offered by " + last_.program + " on " + last_.host});
+    if (era != era_) {
+        return; // who heard of it has opened another
+    }
+    news_.tell(isAgain ? LinkEvent::Kind::Reconnected : LinkEvent::Kind::Connected,
+               "'" + name_ + "' is offered by " + last_.program + " on " + last_.host);
     enterState();
     showView(false);
     if (era == era_) {
@@ -379,40 +274,18 @@ void Receiver::adopt() {
 // --- What comes ------------------------------------------------------------------------------
 
 void Receiver::readFrames() {
-    std::vector<FrameSample> batch;
-    std::vector<std::string> refusals;
-    const kit::Clock::Instant received = options_.clock->now();
-    eachSample<tarn_wire_Frame>(frames_->get(), dds_take_mask, anyState,
-                                [&](const tarn_wire_Frame& sample, const dds_sample_info_t& info) {
-                                    if (!info.valid_data) {
-                                        return;
-                                    }
-                                    try {
-                                        batch.push_back(frameSampleIn(sample));
-                                        batch.back().received = received;
-                                    } catch (const Refusal& refusal) {
-                                        refusals.emplace_back(refusal.what());
-                                    }
-                                });
+    FrameBatch batch = frames_->take(*options_.clock);
     const std::uint64_t era = era_;
-    std::vector<std::uint64_t> newest(maxTracks, 0);
-    if (options_.wanted == Wanted::NewestFrame) {
-        for (const FrameSample& sample : batch) {
-            for (const FrameItem& item : sample.items) {
-                newest[item.track] = std::max(newest[item.track], sample.number);
-            }
-        }
+    for (const std::string& why : batch.refusals) {
+        news_.refuse(why);
     }
-    for (const std::string& why : refusals) {
-        refuse(why);
-    }
-    for (FrameSample& sample : batch) {
+    for (FrameSample& sample : batch.samples) {
         if (era != era_) {
             return; // a slot has stopped it, or opened another
         }
         quietSince_ = Steady::now();
         if (isConnected() && sample.stream == current_->stream) {
-            deliver(sample, newest);
+            deliver(sample, batch.newest);
         } else {
             hold(std::move(sample));
         }
@@ -420,20 +293,14 @@ void Receiver::readFrames() {
 }
 
 void Receiver::hold(FrameSample sample) {
-    heldBytes_ += sizeOf(sample);
-    held_.push_back(std::move(sample));
-    while (held_.size() > mostHeld || heldBytes_ > mostHeldBytes) {
-        heldBytes_ -= sizeOf(held_.front());
-        held_.pop_front();
-        refuse("frames of a stream that nobody describes");
+    for (std::size_t gone = held_.hold(std::move(sample)); gone > 0; --gone) {
+        news_.refuse("frames of a stream that nobody describes");
     }
 }
 
 void Receiver::deliverHeld() {
     const std::uint64_t era = era_;
-    std::deque<FrameSample> held = std::exchange(held_, {});
-    heldBytes_ = 0;
-    for (const FrameSample& sample : held) {
+    for (const FrameSample& sample : held_.takeAll()) {
         if (era != era_ || !isConnected()) {
             return;
         }
@@ -448,22 +315,26 @@ void Receiver::deliver(const FrameSample& sample, const std::vector<std::uint64_
     const std::uint64_t era = era_;
     for (const FrameItem& item : sample.items) {
         if (item.track >= tracks_.size()) {
-            refuse("a frame of track " + std::to_string(item.track) + ", which is not described");
+            news_.refuse("a frame of track " + std::to_string(item.track) +
+                         ", which is not described");
             continue;
         }
-        if (!count(item)) {
+        const bool isWanted = counts_.arrived(item);
+        if (era != era_) {
+            return; // who heard of it has opened another
+        }
+        if (!isWanted) {
             continue;
         }
-        Track& track = tracks_[item.track];
         if (sample.number < newest[item.track]) {
-            ++track.status.skipped;
+            counts_.skipped(item.track);
             continue;
         }
         try {
-            frames.emplace_back(item.track, frameIn(item, track.what, *options_.codecs));
-            ++track.status.received;
+            frames.emplace_back(item.track, frameIn(item, tracks_[item.track], *options_.codecs));
+            counts_.putOut(item.track);
         } catch (const Refusal& refusal) {
-            refuse(refusal.what(), static_cast<int>(item.track));
+            news_.refuse(refusal.what(), static_cast<int>(item.track));
         }
     }
     if (frames.empty() || era != era_) {
@@ -481,141 +352,50 @@ void Receiver::deliver(const FrameSample& sample, const std::vector<std::uint64_
     }
 }
 
-/// Whether an item is to be put out.
-bool Receiver::count(const FrameItem& item) {
-    Track& track = tracks_[item.track];
-    const int index = static_cast<int>(item.track);
-    const bool isFirst = track.status.received == 0 && !track.numbers.hasBegun();
-    const std::uint64_t expected = track.numbers.next();
-    switch (track.numbers.arrived(item.number)) {
-    case NumberCount::Place::Next:
-        if (isFirst) {
-            track.status.first = item.number;
-        } else if (track.numbers.hasBegun() && item.number > expected && expected > 0) {
-            const std::uint64_t missed = item.number - expected;
-            tell({LinkEvent::Kind::Lost,
-                  {},
-                  index,
-                  expected,
-                  missed,
-                  framesText(missed, expected) + " did not come"});
-        }
-        return true;
-    case NumberCount::Place::Missed:
-        if (options_.wanted == Wanted::NewestFrame) {
-            ++track.status.late;
-            tell({LinkEvent::Kind::Late,
-                  {},
-                  index,
-                  item.number,
-                  1,
-                  framesText(1, item.number) + " came too late"});
-            return false;
-        }
-        ++track.status.outOfOrder;
-        tell({LinkEvent::Kind::OutOfOrder,
-              {},
-              index,
-              item.number,
-              1,
-              framesText(1, item.number) + " came behind newer ones"});
-        return true;
-    case NumberCount::Place::Repeated:
-        refuse("a frame whose number was there before", index);
-        return false;
-    case NumberCount::Place::Absurd:
-        refuse("a frame whose number is far from all others", index);
-        return false;
-    }
-    return false;
-}
-
 // --- The end ---------------------------------------------------------------------------------
 
 void Receiver::endIfOver() {
     if (!isConnected() || !current_->ended || hasEnded_) {
         return;
     }
-    const auto sentOf = [this](std::size_t i) {
-        return i < current_->sent.size() ? current_->sent[i] : 0;
-    };
-    bool isComplete = true;
-    for (std::size_t i = 0; i < tracks_.size(); ++i) {
-        const NumberCount& numbers = tracks_[i].numbers;
-        isComplete =
-            isComplete && (sentOf(i) == 0 || (numbers.hasBegun() && numbers.next() >= sentOf(i)));
-    }
     const auto quiet = Steady::now() - quietSince_;
     const bool wantsAll = options_.wanted == Wanted::EveryFrame;
     const bool isOver = quiet >= (!wantsAll    ? endTimeOfNewest
                                   : isLeaving_ ? endTimeOfGone
                                                : endTime);
-    if (frames_ != nullptr && !isComplete && !isOver) {
+    if (frames_ != nullptr && !counts_.isComplete(current_->sent) && !isOver) {
         return;
     }
-    for (std::size_t i = 0; frames_ != nullptr && i < tracks_.size(); ++i) {
-        NumberCount& numbers = tracks_[i].numbers;
-        const std::uint64_t next = numbers.next();
-        numbers.sentUpTo(sentOf(i));
-        if (numbers.next() > next) {
-            tell({LinkEvent::Kind::Lost,
-                  {},
-                  static_cast<int>(i),
-                  next,
-                  numbers.next() - next,
-                  framesText(numbers.next() - next, next) + " did not come before the end"});
-        }
+    const std::uint64_t era = era_;
+    if (frames_ != nullptr) {
+        counts_.end(std::vector<std::uint64_t>(current_->sent));
     }
-    finish();
+    if (era == era_) {
+        finish();
+    }
 }
 
 void Receiver::finish() {
     hasEnded_ = true;
-    tell({LinkEvent::Kind::Ended, {}, -1, 0, 1, "'" + name_ + "' has ended"});
+    news_.tell(LinkEvent::Kind::Ended, "'" + name_ + "' has ended");
     enterState();
     showView(true);
 }
 
-// --- What is told ----------------------------------------------------------------------------
-
-void Receiver::refuse(const std::string& why, int track) {
-    ++refused_;
-    tell({LinkEvent::Kind::Refused, {}, track, 0, 1, why});
-}
-
-void Receiver::tell(LinkEvent event) {
-    event.at = options_.clock->now();
-    events_.push_back(event);
-    if (events_.size() > mostEvents) {
-        events_.pop_front();
-    }
-    outputs_.event(event);
-}
+// --- How the device stands -------------------------------------------------------------------
 
 void Receiver::enterState() {
-    const Device::DeviceState state = !isConnected()                    ? Device::Lost
-                                      : frames_ == nullptr || hasEnded_ ? Device::Ready
-                                                                        : Device::Busy;
-    if (state == state_) {
-        return;
-    }
-    state_ = state;
-    announcements_.push_back(state);
-    if (announcements_.size() > 1) {
-        return; // a listener gave the command: all of them hear of the change before it first
-    }
-    while (!announcements_.empty()) {
-        outputs_.state(announcements_.front());
-        announcements_.pop_front();
-    }
+    news_.enter(!isConnected()                    ? Device::Lost
+                : frames_ == nullptr || hasEnded_ ? Device::Ready
+                                                  : Device::Busy);
 }
 
 /// Before the state tells of them.
 void Receiver::showTracks() {
     const std::lock_guard<std::mutex> lock(view_.mutex);
     view_.tracks.clear();
-    for (const Track& track : tracks_) {
-        view_.tracks.push_back({track.what.dataType, track.what.description});
+    for (const StreamTrack& track : tracks_) {
+        view_.tracks.push_back({track.dataType, track.description});
     }
 }
 

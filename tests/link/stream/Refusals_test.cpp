@@ -201,6 +201,23 @@ TEST_F(RefusalsTest, FramesThatComeOutOfOrderAreCountedAndNotLost) {
     EXPECT_EQ(track.lost, 1U); // number 2
 }
 
+TEST_F(RefusalsTest, WhoHearsOfALossMayOpenAnotherStream) {
+    join();
+    device.onEvent().connect([&](const LinkEvent& event) {
+        if (event.kind == LinkEvent::Kind::Lost) {
+            device.open("yard");
+        }
+    });
+    Arrivals arrivals(device.oFramePort(0));
+    send();
+    send([](tarn_wire_Item& item) { item.number = 5; });
+    EXPECT_TRUE(eventually([&] { return device.status().name == "yard"; }));
+    const LinkStatus status = device.status();
+    EXPECT_TRUE(status.tracks.empty());
+    EXPECT_FALSE(status.hasEnded);
+    EXPECT_EQ(arrivals.frames().size(), 1U);
+}
+
 TEST_F(RefusalsTest, ADescriptionThatCannotBeIsNone) {
     const std::vector<std::function<void(tarn_wire_Track&)>> wrongs = {
         [](tarn_wire_Track& track) { track.rig._buffer->nodes._buffer[1].parent = 5; },

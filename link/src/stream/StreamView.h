@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: the tarn_sdk authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <tarn_link/clock/LinkClock.h>
+#include <tarn_link/stream/LinkDevice.h>
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tarn::link {
+
+/// What others than the device's thread see of its stream.
+struct StreamView {
+    mutable std::mutex mutex;
+    mutable std::condition_variable changed;
+    std::string name;
+    std::vector<LinkTrack> tracks;
+    std::shared_ptr<LinkClock> clock; ///< of the publisher that was connected last
+    bool isConnected = false;
+    bool isOver = false; ///< it has ended, or has gone
+};
+
+} // namespace tarn::link
