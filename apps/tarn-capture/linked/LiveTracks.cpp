@@ -17,7 +17,6 @@
 #include <cmath>
 #include <cstddef>
 #include <map>
-#include <optional>
 #include <stdexcept>
 #include <utility>
 
