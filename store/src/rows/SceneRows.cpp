@@ -8,6 +8,7 @@
 #include <tarn/Actor.h>
 #include <tarn/Character.h>
 #include <tarn/Settings.h>
+#include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <iterator>
@@ -101,11 +102,16 @@ void copyCharacters(Database& from, Database& to) {
     }
 }
 
-void copySceneFacts(Database& from, Database& to) {
+void copySceneFacts(Database& from, Database& to, std::pair<std::int64_t, std::int64_t> part) {
     Statement rows(from, "SELECT key, value FROM fact WHERE key IN ('scene', 'scene_description', "
                          "'scene_note', 'scene_frame', 'scene_rate')");
     while (rows.step()) {
-        setFact(to, rows.text(0), rows.text(1));
+        std::string value = rows.text(1);
+        const auto frame = kit::numberIn<std::int64_t>(value);
+        if (rows.text(0) == "scene_frame" && frame && part.first > 0) {
+            value = std::to_string(std::clamp(*frame, part.first, part.second) - part.first);
+        }
+        setFact(to, rows.text(0), value);
     }
 }
 

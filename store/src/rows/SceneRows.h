@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <utility>
 
 namespace tarn::store {
 
@@ -25,7 +26,8 @@ void addScene(Database& database, const std::filesystem::path& file, Scene& scen
 
 /// Copies the characters of a file, without their takes, behind those that another has.
 void copyCharacters(Database& from, Database& to);
-/// Copies what else there is of a scene.
-void copySceneFacts(Database& from, Database& to);
+/// Copies what else there is of a scene, of whose take frame indexes from `part.first` to
+/// `part.second` go over: its time moves with them.
+void copySceneFacts(Database& from, Database& to, std::pair<std::int64_t, std::int64_t> part);
 
 } // namespace tarn::store

@@ -236,8 +236,10 @@ TakeStretch TakeTree::stretch(std::int64_t take, std::int64_t first, std::int64_
         failDamaged("a take is missing");
     }
     TakeStretch stretch;
+    stretch.id = take;
     stretch.name = row.text(0);
     stretch.fps = intOf(row.integer(1));
+    stretch.first = first;
     stretch.count = last - first + 1;
     for (const Child& child : children(tracksOf, take)) {
         stretch.tracks.emplace_back(child.id, extent.base + first - child.offset);

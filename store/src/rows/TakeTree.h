@@ -20,9 +20,11 @@ namespace tarn::store {
 
 /// Which slots of which tracks a part of a take is made of.
 struct TakeStretch {
+    std::int64_t id = 0; ///< of the take
     std::string name;
     int fps = 0;
-    std::int64_t count = 0;                                    ///< frame indexes
+    std::int64_t first = 0;                                    ///< frame index
+    std::int64_t count = 0;                                    ///< of frame indexes
     std::vector<std::pair<std::int64_t, std::int64_t>> tracks; ///< ids, and the slots they begin at
     std::vector<TakeStretch> children;
 };

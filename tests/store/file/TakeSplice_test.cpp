@@ -20,8 +20,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -394,6 +397,163 @@ TEST(TakeSplice, KeepsEventsApartOfTakesThatItPutsSideBySide) {
         EXPECT_EQ(events[0].label, "Foot Off " + name);
         EXPECT_EQ(events[0].time, 0.5);
     }
+}
+
+/// A take of markers, of which each is as far along x as its frame is from the first, with two
+/// events in each frame.
+void recordEvents(const std::string& file, const std::string& subject, double rate,
+                  std::int64_t firstFrame, int count) {
+    kit::C3dTake take;
+    take.markers = {{"", "LFHD", ""}};
+    take.rate = rate;
+    take.firstFrame = firstFrame;
+    for (int frame = 0; frame < count; ++frame) {
+        const auto number = static_cast<double>(firstFrame + frame - 1);
+        take.events.push_back({std::to_string(frame), "", "", number / rate, false, true});
+        take.events.push_back({std::to_string(frame), "", "", (number + 0.75) / rate, true, true});
+    }
+    TakeRecorder recorder(file);
+    tsignal::Signal<std::shared_ptr<Frame>> port;
+    recorder.tieToIFramePort(recorder.addTrack(kit::markerDataType, describeMarkers(take, subject)),
+                             port);
+    for (const Note& event : eventNotes(take, subject)) {
+        recorder.addNote(event);
+    }
+    recorder.start();
+    const auto fps = static_cast<unsigned>(std::lround(rate));
+    for (unsigned i = 0; i < static_cast<unsigned>(count); ++i) {
+        port.emit(std::make_shared<Frame>(
+            Time(i, fps), kit::markerDataType,
+            kit::MarkerFrame({kit::Marker::at({static_cast<float>(i), 0, 0}, 0, 0)})));
+    }
+    recorder.end();
+}
+
+/// At which x the marker is in the frame of each event, and what the event is called.
+std::vector<std::pair<int, std::string>> eventsIn(const std::string& file) {
+    TakeReader reader(file);
+    const kit::C3dTake take = markerTakeOf(reader);
+    std::vector<std::pair<int, std::string>> events;
+    for (const kit::C3dEvent& event : take.events) {
+        const auto number = static_cast<std::int64_t>(std::floor(event.time * take.rate)) + 1;
+        const auto frame =
+            take.tracks->getFrame(static_cast<int>(number - take.firstFrame), kit::markerDataType);
+        const bool isThere = frame != nullptr;
+        events.emplace_back(
+            isThere ? static_cast<int>(frame->dataAs<kit::MarkerFrame>()[0].position.x) : -1,
+            event.label);
+    }
+    return events;
+}
+
+/// The events of a file that are from frame to frame.
+std::vector<std::pair<int, std::string>> eventsIn(const std::string& file, int first, int last) {
+    std::vector<std::pair<int, std::string>> events;
+    for (const auto& event : eventsIn(file)) {
+        if (event.first >= first && event.first <= last) {
+            events.push_back(event);
+        }
+    }
+    return events;
+}
+
+class TakeSpliceEvents : public ::testing::TestWithParam<double> {};
+
+TEST_P(TakeSpliceEvents, StayAtTheirFramesWhereTheyAreCut) {
+    const TemporaryDirectory directory;
+    recordEvents(directory / "a.tarn", "walk", GetParam(), 201, 300);
+    cutTakeFile(directory / "a.tarn", 21, 210, directory / "cut.tarn");
+    const auto events = eventsIn(directory / "cut.tarn");
+    EXPECT_EQ(events, eventsIn(directory / "a.tarn", 21, 210));
+    EXPECT_EQ(events.size(), 2U * 190);
+    cutTakeFile(directory / "cut.tarn", 7, 189, directory / "again.tarn");
+    EXPECT_EQ(eventsIn(directory / "again.tarn"), eventsIn(directory / "a.tarn", 28, 210));
+}
+
+TEST_P(TakeSpliceEvents, GoWithTheirFramesWhereTakesAreJoined) {
+    const TemporaryDirectory directory;
+    recordEvents(directory / "a.tarn", "walk", GetParam(), 1, 300);
+    recordEvents(directory / "b.tarn", "run", GetParam(), 501, 150);
+    recordEvents(directory / "c.tarn", "jump", GetParam(), 1, 150);
+    cutTakeFile(directory / "a.tarn", 0, 99, directory / "a1.tarn");
+    cutTakeFile(directory / "a.tarn", 100, 299, directory / "a2.tarn");
+    joinTakeFiles(
+        {directory / "a1.tarn", directory / "a2.tarn", directory / "b.tarn", directory / "c.tarn"},
+        directory / "joined.tarn");
+    auto expected = eventsIn(directory / "a.tarn");
+    for (const char* const file : {"b.tarn", "c.tarn"}) {
+        for (const auto& event : eventsIn(directory / file)) {
+            expected.push_back(event);
+        }
+    }
+    EXPECT_EQ(eventsIn(directory / "joined.tarn"), expected);
+
+    // And their notes, whose place is counted in frames of the file.
+    TakeReader reader(directory / "joined.tarn");
+    const auto notes = reader.notes();
+    EXPECT_EQ(notes.back().frame, 599);
+    EXPECT_EQ(reader.length(), 600);
+}
+
+// At rates that are not whole, hardly an event is where its frame begins in binary numbers.
+INSTANTIATE_TEST_SUITE_P(Rates, TakeSpliceEvents,
+                         ::testing::Values(60.0, 100.0, 60'000.0 / 1001, 24'000.0 / 1001));
+
+TEST(TakeSplice, KeepsTheClockOfAFileThatIsCutFromOneOfSeveral) {
+    const TemporaryDirectory directory;
+    recordAt(directory / "a.tarn", 100, 200, std::chrono::seconds(10));
+    recordAt(directory / "b.tarn", 0, 200, std::chrono::seconds(11));
+    cutTakeFile(directory / "a.tarn", 90, 199, directory / "cut.tarn"); // 1.5 s later
+    joinTakeFiles({directory / "cut.tarn", directory / "b.tarn"}, directory / "both.tarn");
+    const auto take = TakeReader(directory / "both.tarn").load();
+    ASSERT_EQ(take->subTracksCount(), 2) << "side by side";
+    take->setCurrentTime(30);
+    EXPECT_EQ(take->subTracks(0)->currentTime(), 0);
+    EXPECT_EQ(take->subTracks(1)->currentTime(), 30);
+}
+
+TEST(TakeSplice, KeepsWorkRangeIndexMapAndTimeAtTheirFrames) {
+    const TemporaryDirectory directory;
+    auto take = std::make_shared<Tracks>();
+    take->setTracksVersion(7);
+    take->setTimeLength(100);
+    auto track = std::make_shared<Track>(kit::poseDataType);
+    track->setFrameCount(100);
+    take->addTrack(track, 0);
+    take->setFps(60);
+    take->setWorkRange(20, 59);
+    take->setCurrentTime(45);
+    for (const int key : {0, 29, 30, 50, 70, 71}) {
+        take->setFrameIndexMap(key, 1000 + key);
+    }
+    Scene scene;
+    scene.setTracks(take);
+    scene.setSceneTime(Time(45, 60));
+    TakeWriter writer(directory / "a.tarn", "studio");
+    writer.write(scene);
+    writer.commit();
+
+    cutTakeFile(directory / "a.tarn", 30, 70, directory / "cut.tarn");
+    const auto cut = TakeReader(directory / "cut.tarn").load();
+    EXPECT_EQ(cut->tracksVersion(), 7);
+    EXPECT_EQ(cut->workRangeBegin(), 0);
+    EXPECT_EQ(cut->workRangeEnd(), 29);
+    EXPECT_EQ(cut->currentTime(), 15);
+    EXPECT_EQ(cut->frameIndexMap(), (std::map<int, int>{{0, 1030}, {20, 1050}, {40, 1070}}));
+    TakeReader cutReader(directory / "cut.tarn");
+    EXPECT_EQ(cutReader.loadScene(SceneParts::WithoutTakes).scene().sceneTime(), Time(15, 60));
+
+    cutTakeFile(directory / "a.tarn", 70, 99, directory / "outside.tarn");
+    const auto outside = TakeReader(directory / "outside.tarn").load();
+    EXPECT_EQ(outside->workRangeBegin(), 0);
+    EXPECT_EQ(outside->workRangeEnd(), 29);
+    EXPECT_EQ(outside->currentTime(), 0);
+
+    joinTakeFiles({directory / "cut.tarn", directory / "outside.tarn"}, directory / "joined.tarn");
+    const auto joined = TakeReader(directory / "joined.tarn").load();
+    EXPECT_EQ(joined->workRangeEnd(), 29);
+    EXPECT_EQ(joined->frameIndexMap(),
+              (std::map<int, int>{{0, 1030}, {20, 1050}, {40, 1070}, {41, 1070}, {42, 1071}}));
 }
 
 TEST(TakeSplice, JoinsFilesOfDifferentClocksOneAfterTheOther) {
