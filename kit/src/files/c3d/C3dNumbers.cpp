@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstddef>
 #include <limits>
 
 namespace tarn::kit {
@@ -126,6 +125,35 @@ void putReal(char* at, float value, C3dProcessor processor) noexcept {
     const bool lowFirst = processor == C3dProcessor::Intel;
     putWord(at, lowFirst ? low : high, processor);
     putWord(at + 2, lowFirst ? high : low, processor);
+}
+
+std::size_t widthOf(C3dType type) noexcept {
+    switch (type) {
+    case C3dType::Text:
+    case C3dType::Byte:
+        return 1;
+    case C3dType::Integer:
+        return 2;
+    case C3dType::Real:
+        return 4;
+    }
+    return 0;
+}
+
+std::string converted(std::string elements, C3dType type, C3dProcessor from, C3dProcessor to) {
+    if (from == to) {
+        return elements;
+    }
+    if (type == C3dType::Integer) {
+        for (std::size_t i = 0; i + 2 <= elements.size(); i += 2) {
+            putWord(&elements[i], wordAt(&elements[i], from), to);
+        }
+    } else if (type == C3dType::Real) {
+        for (std::size_t i = 0; i + 4 <= elements.size(); i += 4) {
+            putReal(&elements[i], realAt(&elements[i], from), to);
+        }
+    }
+    return elements;
 }
 
 } // namespace tarn::kit

@@ -5,8 +5,10 @@
 
 #include <tarn_kit/files/C3d.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 namespace tarn::kit {
 
@@ -77,5 +79,12 @@ void putWord(char* at, std::uint16_t value, C3dProcessor processor) noexcept;
 /// In the DEC format, what is not finite becomes a number that is none, and what is too large or
 /// too small for it the nearest that it has.
 void putReal(char* at, float value, C3dProcessor processor) noexcept;
+
+/// How many bytes an element of a parameter takes; 0 where what a file names is no type.
+std::size_t widthOf(C3dType type) noexcept;
+
+/// Elements of a parameter in another order of bytes; those of parameters are kept in that of
+/// Intel.
+std::string converted(std::string elements, C3dType type, C3dProcessor from, C3dProcessor to);
 
 } // namespace tarn::kit

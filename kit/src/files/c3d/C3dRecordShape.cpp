@@ -9,24 +9,7 @@
 
 namespace tarn::kit {
 
-namespace {
-
-/// Bytes of an element of a type; 0 of one that is none.
-std::uint64_t widthOf(int type) {
-    switch (type) {
-    case -1:
-    case 1:
-        return 1;
-    case 2:
-        return 2;
-    case 4:
-        return 4;
-    default:
-        return 0;
-    }
-}
-
-} // namespace
+namespace {} // namespace
 
 std::optional<C3dRecordShape> C3dRecordShapes::at(std::uint64_t start,
                                                   const C3dPatch& patch) const {
@@ -52,7 +35,7 @@ std::optional<C3dRecordShape> C3dRecordShapes::at(std::uint64_t start,
         }
         record.type = signedByte(record.content(), patch);
         record.dimensions = byte(record.content() + 1, patch);
-        record.size = widthOf(record.type);
+        record.size = widthOf(static_cast<C3dType>(record.type));
         description += 2 + record.dimensions;
         if (record.size == 0 || description > bytes_.size()) {
             return std::nullopt;

@@ -10,7 +10,6 @@
 #include <array>
 #include <cstdlib>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 
 namespace tarn::kit {
@@ -18,32 +17,8 @@ namespace tarn::kit {
 namespace {
 
 constexpr std::uint64_t sectionHeader = 4;
-constexpr std::size_t maxName = 127;
-constexpr std::size_t maxDescription = 255;
-constexpr std::size_t maxDistance = 0xFFFF;
 
-bool isKnown(int type) { return type == -1 || type == 1 || type == 2 || type == 4; }
-
-std::size_t widthOf(C3dType type) {
-    return type == C3dType::Text ? 1 : static_cast<std::size_t>(type);
-}
-
-/// Elements to and from the order of bytes that parameters are kept in.
-std::string converted(std::string data, C3dType type, C3dProcessor from, C3dProcessor to) {
-    if (from == to) {
-        return data;
-    }
-    if (type == C3dType::Integer) {
-        for (std::size_t i = 0; i + 2 <= data.size(); i += 2) {
-            putWord(&data[i], wordAt(&data[i], from), to);
-        }
-    } else if (type == C3dType::Real) {
-        for (std::size_t i = 0; i + 4 <= data.size(); i += 4) {
-            putReal(&data[i], realAt(&data[i], from), to);
-        }
-    }
-    return data;
-}
+bool isKnown(int type) { return widthOf(static_cast<C3dType>(type)) != 0; }
 
 /// How many records are looked at byte by byte: in broken files that would go on and on.
 constexpr int maxDoubted = 256;
@@ -90,7 +65,7 @@ private:
             return false;
         }
         const std::size_t length = nameLength(at);
-        if (length == 0 || length > maxName || groupNumber(at) == 0) {
+        if (length == 0 || length > c3dMostOfName || groupNumber(at) == 0) {
             return false;
         }
         if (at + 4 + length > bytes_.size()) {
@@ -403,30 +378,6 @@ private:
     std::array<int, 128> groupIndexes_{};
 };
 
-/// What a record starts with, up to the distance to the next one, which is left 0.
-std::string startOf(const std::string& name, bool locked, int id) {
-    if (name.empty() || name.size() > maxName) {
-        throw std::invalid_argument("a C3D file cannot hold the name '" + name +
-                                    "': it needs 1 to 127 bytes");
-    }
-    const int length = static_cast<int>(name.size());
-    std::string record;
-    record += static_cast<char>(locked ? -length : length);
-    record += static_cast<char>(id);
-    record += name;
-    record.append(2, '\0');
-    return record;
-}
-
-void addDescription(std::string& record, const std::string& description) {
-    if (description.size() > maxDescription) {
-        throw std::invalid_argument("a C3D file cannot hold a description of " +
-                                    std::to_string(description.size()) + " bytes");
-    }
-    record += static_cast<char>(description.size());
-    record += description;
-}
-
 } // namespace
 
 bool looksLikeSection(std::string_view bytes, std::uint64_t start) {
@@ -446,42 +397,6 @@ C3dSection readSection(std::string_view bytes, std::uint64_t start, C3dProcessor
     SectionReader(bytes, section).read();
     mendParameters(section);
     return section;
-}
-
-std::string recordOf(const C3dGroup& group, C3dProcessor processor, bool last) {
-    std::string record = startOf(group.name, group.locked, -group.id);
-    addDescription(record, group.description);
-    setDistance(record, processor, last);
-    return record;
-}
-
-std::string recordOf(const C3dGroup& group, const C3dParameter& parameter, C3dProcessor processor,
-                     bool last) {
-    std::string record = startOf(parameter.name, parameter.locked, group.id);
-    if (parameter.dimensions.size() > maxDescription ||
-        parameter.data.size() != parameter.count() * widthOf(parameter.type)) {
-        throw std::invalid_argument(group.name + ":" + parameter.name +
-                                    " holds not as many elements as its shape says");
-    }
-    record += static_cast<char>(parameter.type);
-    record += static_cast<char>(parameter.dimensions.size());
-    record.append(parameter.dimensions.begin(), parameter.dimensions.end());
-    record += converted(parameter.data, parameter.type, C3dProcessor::Intel, processor);
-    addDescription(record, parameter.description);
-    setDistance(record, processor, last);
-    return record;
-}
-
-void setDistance(std::string& record, C3dProcessor processor, bool last) {
-    const auto length = static_cast<std::size_t>(std::abs(static_cast<std::int8_t>(record[0])));
-    const std::size_t pointer = 2 + length;
-    const std::size_t distance = record.size() - pointer;
-    if (distance > maxDistance) {
-        throw std::invalid_argument("a C3D file cannot hold the parameter " +
-                                    record.substr(2, length) + ": it takes " +
-                                    std::to_string(distance) + " bytes, more than 65535");
-    }
-    putWord(&record[pointer], last ? 0 : static_cast<std::uint16_t>(distance), processor);
 }
 
 } // namespace tarn::kit

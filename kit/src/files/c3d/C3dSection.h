@@ -7,6 +7,7 @@
 
 #include <tarn_kit/files/C3d.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ inline constexpr std::uint64_t c3dBlock = 512;
 
 /// The second byte of the header, and of the parameters.
 inline constexpr char c3dKey = 0x50;
+
+/// In bytes: 7 bits count them, and the sign is a lock.
+inline constexpr std::size_t c3dMostOfName = 127;
 
 /// Where the record of a group or of a parameter lies in a file, up to the next one.
 struct C3dRecord {
@@ -50,13 +54,5 @@ bool looksLikeSection(std::string_view bytes, std::uint64_t start);
 /// damaged costs no other: where one byte of it explains the damage, that is mended, else reading
 /// goes on with the next record that is whole.
 C3dSection readSection(std::string_view bytes, std::uint64_t start, C3dProcessor processor);
-
-/// The record of a group or a parameter as it is written. `last` records state no distance.
-/// Throws `std::invalid_argument` if something does not fit its field.
-std::string recordOf(const C3dGroup& group, C3dProcessor processor, bool last);
-std::string recordOf(const C3dGroup& group, const C3dParameter& parameter, C3dProcessor processor,
-                     bool last);
-/// Makes a record state the distance to the next one, at its end, or that there is none.
-void setDistance(std::string& record, C3dProcessor processor, bool last);
 
 } // namespace tarn::kit

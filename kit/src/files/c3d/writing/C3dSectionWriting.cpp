@@ -4,6 +4,7 @@
 #include "files/c3d/writing/C3dSectionWriting.h"
 
 #include "files/c3d/C3dSection.h"
+#include "files/c3d/writing/C3dRecordWriting.h"
 #include "files/c3d/writing/C3dSamples.h"
 
 #include <algorithm>
@@ -33,7 +34,7 @@ public:
         }
         std::string all = {1, c3dKey, 0, static_cast<char>(processor_)};
         for (Placed& one : records) {
-            setDistance(one.record, processor_, false);
+            setDistance(one.record, processor_);
             all += one.record;
         }
         all.append(2, '\0');
@@ -86,7 +87,7 @@ private:
                               was->description == group.description && was->locked == group.locked;
             std::string record = keptRecord(group.offset, same);
             if (record.empty()) {
-                record = recordOf(group, processor_, false);
+                record = recordOf(group, processor_);
             }
             records.push_back({group.offset == 0 ? atTheEnd : group.offset, std::move(record)});
         }
@@ -99,7 +100,7 @@ private:
             }
             std::string record = keptRecord(parameter.offset, same);
             if (record.empty()) {
-                record = recordOf(group, parameter, processor_, false);
+                record = recordOf(group, parameter, processor_);
             }
             records.push_back(
                 {parameter.offset == 0 ? atTheEnd : parameter.offset, std::move(record)});
