@@ -200,6 +200,7 @@ SessionSource LiveTracks::sourceOf(const Track& track, const SpaceChoice& space)
         return source;
     }
     source.markers = beginningOf(track.what, *track.frames);
+    source.recordedAs = subject.empty() ? track.stream : subject;
     source.live = track.extent;
     for (const std::string& worn : subjectsIn(*source.markers)) {
         source.candidates.push_back({worn, performerName(!worn.empty()     ? worn

@@ -33,6 +33,22 @@ bool isOneOf(const std::vector<std::string>& names, const std::string& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+/// Names of which `numbered` makes others where another has them already.
+template <class Numbered>
+std::vector<std::string> madeUnique(const std::vector<std::string>& names,
+                                    const Numbered& numbered) {
+    std::vector<std::string> unique;
+    std::set<std::string> taken;
+    for (const std::string& wanted : names) {
+        std::string name = wanted;
+        for (int i = 2; !taken.insert(name).second; ++i) {
+            name = numbered(wanted, i);
+        }
+        unique.push_back(name);
+    }
+    return unique;
+}
+
 } // namespace
 
 TakeFile::TakeFile(std::string name, const kit::C3dOptions& markers)
@@ -166,16 +182,15 @@ std::string takeNameOf(const std::string& file) {
 }
 
 std::vector<std::string> uniqueNames(const std::vector<std::string>& names) {
-    std::vector<std::string> unique;
-    std::set<std::string> taken;
-    for (const std::string& wanted : names) {
-        std::string name = wanted;
-        for (int i = 2; !taken.insert(name).second; ++i) {
-            name = fmt::format("{}-{}", wanted, i);
-        }
-        unique.push_back(name);
-    }
-    return unique;
+    return madeUnique(names,
+                      [](const std::string& name, int i) { return fmt::format("{}-{}", name, i); });
+}
+
+std::vector<std::string> uniqueFileNames(const std::vector<std::string>& names) {
+    return madeUnique(names, [](const std::string& name, int i) {
+        const fs::path path(name);
+        return fmt::format("{}-{}{}", path.stem().string(), i, path.extension().string());
+    });
 }
 
 std::vector<std::string> uniqueTakeNames(const std::vector<std::string>& files) {

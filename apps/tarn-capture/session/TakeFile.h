@@ -64,6 +64,8 @@ void checkInputs(const std::vector<std::string>& names);
 std::string takeNameOf(const std::string& file);
 /// Names with a number added where another has it already.
 std::vector<std::string> uniqueNames(const std::vector<std::string>& names);
+/// The same with the number in front of the extension: "walk-2.c3d".
+std::vector<std::string> uniqueFileNames(const std::vector<std::string>& names);
 /// For each take its name, unique.
 std::vector<std::string> uniqueTakeNames(const std::vector<std::string>& files);
 

@@ -7,6 +7,7 @@
 #include "session/TakeFile.h"
 #include "solving/MarkerCast.h"
 #include "solving/MarkerPerformer.h"
+#include "support/StandardStreams.h"
 #include "support/Stopwatch.h"
 
 #include <fmt/format.h>
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
@@ -42,6 +44,10 @@ SessionSource sourceOf(TakeFile file, const TakeDeviceMaker& bodies, const Marke
     {
         const Stopwatch stopwatch(source.reading);
         source.markers = file.readMarkers();
+        source.recordedAs =
+            std::filesystem::path(isStandardStream(source.from) ? "stdin" : source.from)
+                .filename()
+                .string();
     }
     if (source.markers->frameCount == 0 || source.markers->markers.empty()) {
         throw std::runtime_error(
@@ -88,6 +94,23 @@ std::vector<std::string> nameAll(std::vector<SessionSource>& sources) {
         }
     }
     return names;
+}
+
+/// Gives takes of markers of one name different ones in a recording.
+void nameRecordings(std::vector<SessionSource>& sources) {
+    std::vector<std::string> names;
+    for (const SessionSource& source : sources) {
+        if (source.markers) {
+            names.push_back(source.recordedAs);
+        }
+    }
+    names = uniqueFileNames(names);
+    auto name = names.begin();
+    for (SessionSource& source : sources) {
+        if (source.markers) {
+            source.recordedAs = *name++;
+        }
+    }
 }
 
 /// What takes of markers are brought to.
@@ -140,6 +163,7 @@ TakeSession::TakeSession(const std::vector<std::string>& takes, const TakeDevice
 
 TakeSession::TakeSession(std::vector<SessionSource> sources, const MarkerSetup& markers) {
     markers.actors.check(nameAll(sources));
+    nameRecordings(sources);
     std::vector<Entrant> entrants;
     for (SessionSource& source : sources) {
         Entrant& entrant = entrants.emplace_back(Entrant{std::move(source), {}, {}});
@@ -165,7 +189,11 @@ TakeSession::TakeSession(std::vector<SessionSource> sources, const MarkerSetup& 
         const kit::C3dTake take = withSpace(read, space);
         for (const CastMember& member : entrant.cast.members) {
             MarkerDevice device{source.markerDevice(member.who.name, take, changeTo(space, read)),
-                                markers.clock, std::exchange(source.reading, 0), up, source.live};
+                                markers.clock,
+                                std::exchange(source.reading, 0),
+                                up,
+                                source.live,
+                                source.recordedAs};
             performers_.push_back(std::make_unique<MarkerPerformer>(
                 session_, MarkerTrial(take, source.from, member.who.subject, member.who.name),
                 member, std::move(device), statedSpace(markers.space, space)));

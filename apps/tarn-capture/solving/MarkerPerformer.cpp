@@ -6,7 +6,6 @@
 #include "recording/Recording.h"
 #include "solving/SolveFiles.h"
 #include "solving/SolvePicture.h"
-#include "support/StandardStreams.h"
 
 #include <tarn_draw/canvas/Picture.h>
 #include <tarn_kit/body/Markers.h>
@@ -35,7 +34,8 @@ kit::MarkerSource sourceOf(const MarkerTrial& trial) {
 MarkerPerformer::MarkerPerformer(kit::Session& session, MarkerTrial trial, const CastMember& member,
                                  MarkerDevice source, const kit::Space& space)
     : TakePerformer(trial.file(), source.reading), trial_(std::move(trial)), takeUp_(source.up),
-      space_(space), solver_(member.who.name, member.body, sourceOf(trial_)) {
+      recordedAs_(std::move(source.recordedAs)), space_(space),
+      solver_(member.who.name, member.body, sourceOf(trial_)) {
     takeRig();
     const kit::Rate rate = trial_.exactRate();
     kit::PerformerSetup setup;
@@ -67,13 +67,9 @@ std::uint64_t MarkerPerformer::recordedBytes() const {
 
 void MarkerPerformer::recordInput(Recording& recording,
                                   const store::TrackDescription& /*description*/) {
-    const std::string subject =
-        std::filesystem::path(isStandardStream(trial_.file()) ? "stdin" : trial_.file())
-            .filename()
-            .string();
-    if (!recording.has(kit::markerDataType, subject)) { // performers of one take all send it
+    if (!recording.has(kit::markerDataType, recordedAs_)) {
         recording.addMarkers(device().oFramePort(kit::ReplayDevice::markerPort), trial_.take(),
-                             subject);
+                             recordedAs_);
     }
 }
 

@@ -30,6 +30,7 @@ struct MarkerDevice {
     double reading = 0;              ///< how many seconds it took to read the take
     kit::UpAxis up = kit::UpAxis::Z; ///< which axis of the take as it was read is up
     std::optional<LiveExtent> live;  ///< if the take, of which only a part is there, is being made
+    std::string recordedAs;          ///< as whose the markers of the take are recorded
 };
 
 /// A performer whose take is markers: a body is fitted to each frame. It begins with the body of
@@ -62,7 +63,7 @@ public:
     std::uint64_t recordedBytes() const override;
 
 protected:
-    /// The whole take, under the name of its file, once.
+    /// The whole take, which several performers may send, once.
     void recordInput(Recording& recording, const store::TrackDescription& description) override;
 
 private:
@@ -73,6 +74,7 @@ private:
 
     MarkerTrial trial_;
     kit::UpAxis takeUp_;
+    std::string recordedAs_;
     unsigned firstFrame_ = 0; ///< the index of the frame that counts as the first
     kit::Space space_;
     kit::MarkerSolver solver_;

@@ -42,7 +42,7 @@ SolvedTrial solveTrial(const MarkerTrial& trial, FrameRange range, const kit::Ma
     kit::Session session; // goes first
     performer = std::make_unique<MarkerPerformer>(
         session, std::move(part), member,
-        MarkerDevice{std::move(device), clock, 0, kit::UpAxis::Z, {}}, kit::Space());
+        MarkerDevice{std::move(device), clock, 0, kit::UpAxis::Z, {}, {}}, kit::Space());
     for (const std::string& marker : options.without) {
         if (!performer->solver().leaveOut(marker)) {
             throw UsageError(

@@ -27,6 +27,7 @@ struct SessionSource {
     std::function<TakeDevice(const std::string& name)> body;
 
     std::optional<kit::C3dTake> markers; ///< of a take of markers; some frames of it are enough
+    std::string recordedAs;              ///< as whose they are recorded
     double reading = 0;                  ///< how many seconds it took to read them
     std::optional<LiveExtent> live;      ///< if they are still being made
     /// Makes a device for a performer in it. `take` is in the space of the session, to which

@@ -195,6 +195,35 @@ TEST_F(RunMarkers, WithACalibratedActorGivesTheBodiesThatSolveGives) {
     }
 }
 
+TEST_F(RunMarkers, RecordsTheMarkersOfEachOfSeveralFilesOfOneName) {
+    for (const char* const folder : {"a", "b"}) {
+        std::filesystem::create_directory(directory_ / folder);
+    }
+    const std::string first = part("a/walk.c3d", "");
+    const std::string second = directory_ / "b/walk.c3d";
+    writeMarkerTake(second, {{jumps, "", 500}}, 20);
+    const std::string record = directory_ / "session.tarn";
+
+    const Outcome outcome =
+        run({first, second}, {"--actor", "walk=" + calibrate(), "--actor", "walk-2=" + calibrate(),
+                              "--calibrate", "0", "--record", record});
+
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(capture({"take", "ls", record}).out,
+                AllOf(HasSubstr("  walk.c3d\n"), HasSubstr("  walk-2.c3d\n")));
+    const auto tableOf = [this](const std::string& take, const Arguments& more) {
+        const std::string out = directory_ / "table.csv";
+        Arguments arguments = {"export", take, "--format", "csv", "--out", out};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome exported = capture(arguments);
+        EXPECT_EQ(exported.exitCode, 0) << exported.err;
+        return tableIn(out);
+    };
+    const Arguments asRecorded = {"--unit", "cm", "--up", "Y"};
+    EXPECT_EQ(tableOf(record + "#walk.c3d", {}), tableOf(first, asRecorded));
+    EXPECT_EQ(tableOf(record + "#walk-2.c3d", {}), tableOf(second, asRecorded));
+}
+
 TEST_F(RunMarkers, LosesNothingAtThePaceOfTheTake) {
     const Outcome outcome =
         run({part("take.c3d", "")}, {"--actor", calibrate(), "--realtime", "--calibrate", "0.2"});
