@@ -53,20 +53,24 @@ private:
     dds_entity_t writer_ = 0;
 };
 
-/// A reader of every frame of a stream that never says that it hears them.
+/// A reader of every frame of a stream that never says that it hears them; or of the newest, where
+/// it is not reliable.
 class SilentReader {
 public:
-    SilentReader(dds_domainid_t domain, const char* stream)
+    SilentReader(dds_domainid_t domain, const char* stream, const char* topic = "tarn_frame_1",
+                 bool isReliable = true)
         : participant_(dds_create_participant(domain, nullptr, nullptr)) {
         dds_qos_t* const common = dds_create_qos();
         dds_qset_partition1(common, stream);
         dds_qos_t* const qos = dds_create_qos();
-        dds_qset_reliability(qos, DDS_RELIABILITY_RELIABLE, DDS_SECS(1));
+        dds_qset_reliability(
+            qos, isReliable ? DDS_RELIABILITY_RELIABLE : DDS_RELIABILITY_BEST_EFFORT, DDS_SECS(1));
+        dds_qset_history(qos, DDS_HISTORY_KEEP_ALL, 0);
         const dds_entity_t subscriber = dds_create_subscriber(participant_, common, nullptr);
         reader_ = dds_create_reader(
             subscriber,
-            dds_create_topic(participant_, &tarn_wire_Frame_desc, "tarn_frame_1", nullptr, nullptr),
-            qos, nullptr);
+            dds_create_topic(participant_, &tarn_wire_Frame_desc, topic, nullptr, nullptr), qos,
+            nullptr);
         dds_delete_qos(qos);
         dds_delete_qos(common);
     }
@@ -83,6 +87,19 @@ public:
             dds_return_loan(reader_, &sample, found);
         }
         return found > 0;
+    }
+    /// Calls `visit` for each sample that has come.
+    template <class Visit>
+    void eachFrame(Visit visit) const {
+        dds_sample_info_t info{};
+        void* sample = nullptr;
+        while (dds_take(reader_, &sample, &info, 1, 1) > 0) {
+            if (info.valid_data) {
+                visit(*static_cast<const tarn_wire_Frame*>(sample));
+            }
+            dds_return_loan(reader_, &sample, 1);
+            sample = nullptr;
+        }
     }
     /// Of the one writer that it reads from.
     tarn_wire_WriterGuid writer() const {

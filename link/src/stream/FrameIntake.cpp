@@ -29,8 +29,7 @@ std::size_t sizeOf(const FrameSample& sample) {
 FrameIntake::FrameIntake(dds_entity_t participant, const std::string& name, Wanted wanted,
                          dds_entity_t waitset)
     : wanted_(wanted),
-      reader_(participant, frameEnd(name, wanted == Wanted::EveryFrame ? Delivery::EveryFrame
-                                                                       : Delivery::Newest)),
+      reader_(participant, wanted == Wanted::EveryFrame ? frameEnd(name) : newestEnd(name)),
       watch_(reader_.get(), waitset, DDS_ANY_STATE) {
     if (wanted == Wanted::EveryFrame) {
         hearing_.emplace(participant, name, drawnNumber());

@@ -46,11 +46,12 @@ struct LinkPublisher::PrivateData {
     /// All that there is between `start` and the end.
     struct Ends {
         explicit Ends(dds_entity_t participant, const std::string& name)
-            : description(participant, descriptionEnd(name)),
-              frames(participant, frameEnd(name, Delivery::EveryFrame)), hearing(participant, name),
+            : description(participant, descriptionEnd(name)), frames(participant, frameEnd(name)),
+              newest(participant, newestEnd(name)), hearing(participant, name),
               offer(participant, offerEnd()) {}
         Writer description;
         Writer frames;
+        Writer newest;
         HearingCount hearing;
         Writer offer;
     };
@@ -138,6 +139,9 @@ void LinkPublisher::PrivateData::send(SampleGroup& group) {
         lose(sample->items.size(), std::string("not sent: ") + dds_strretcode(code));
     } else {
         sent += sample->items.size();
+    }
+    if (ends->newest.isRead()) {
+        writeParts(ends->newest, *sample);
     }
 }
 

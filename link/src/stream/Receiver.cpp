@@ -129,8 +129,8 @@ void Receiver::status(const Request& /*request*/, Reply& reply) {
     status.refused = news_.refused();
     status.reconnects = reconnects_;
     status.samples = samples_;
-    status.captured = captured_;
-    status.received = received_;
+    status.captured = sample_.captured;
+    status.received = sample_.received;
     status.events.assign(news_.events().begin(), news_.events().end());
     reply.setData(status);
 }
@@ -340,10 +340,14 @@ void Receiver::deliver(const FrameSample& sample, const std::vector<std::uint64_
     if (frames.empty() || era != era_) {
         return;
     }
-    ++samples_;
-    captured_ = sample.captured;
-    received_ = sample.received;
-    outputs_.sample({sample.stream, sample.number, sample.captured, sample.received});
+    const LinkSample shown{sample.stream, sample.number, sample.captured, sample.received};
+    const bool isPart = samples_ > 0 && sample_.stream == shown.stream &&
+                        sample_.number == shown.number; // of the one before
+    sample_ = shown;
+    if (!isPart) {
+        ++samples_;
+        outputs_.sample(shown);
+    }
     for (const auto& [track, frame] : frames) {
         if (era != era_) {
             return;

@@ -105,8 +105,7 @@ private:
 
     std::uint64_t reconnects_ = 0;
     std::uint64_t samples_ = 0;
-    std::int64_t captured_ = 0;
-    kit::Clock::Instant received_;
+    LinkSample sample_; ///< the last one
 };
 
 } // namespace tarn::link

@@ -111,9 +111,18 @@ std::string configurationFor(const LinkOptions& options) {
     }
     xml += "</Interfaces><AllowMulticast>";
     xml += options.multicast ? "true" : "false";
+    xml += "</AllowMulticast>";
+    // What goes through a network, or a tunnel in it, is never split on its way: of a message that
+    // is, one lost packet takes all with it, and what came of it fills the memory in which the
+    // system waits for the rest, until it waits for nothing any more.
+    if (options.multicast || !interfaces.empty()) {
+        xml += "<MaxMessageSize>1384B</MaxMessageSize>"
+               "<MaxRexmitMessageSize>1384B</MaxRexmitMessageSize>"
+               "<FragmentSize>1280B</FragmentSize>";
+    }
     // A lost packet is asked for again at once; nobody who is late holds up the publisher; who
     // comes late is found soon.
-    xml += "</AllowMulticast></General><Discovery><ParticipantIndex>auto</ParticipantIndex>"
+    xml += "</General><Discovery><ParticipantIndex>auto</ParticipantIndex>"
            "<MaxAutoParticipantIndex>31</MaxAutoParticipantIndex>"
            "<SPDPInterval>300 ms</SPDPInterval><Peers>";
     for (const std::string& peer : peers) {

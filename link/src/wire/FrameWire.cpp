@@ -24,6 +24,10 @@ namespace {
 constexpr std::size_t longestCodecName = 100;
 constexpr std::uint32_t fastest = 1'000'000; // frames per second
 
+/// What a packet of any network takes, a tunnel's as well, less the headers of the transport.
+constexpr std::size_t partBytes = 1'200;
+constexpr std::size_t itemOverhead = 48;
+
 FrameItem itemIn(const tarn_wire_Item& from) {
     if (from.track >= maxTracks) {
         throw Refusal("a frame of a track that there cannot be");
@@ -106,17 +110,13 @@ bool isOfType(const std::any& payload, int dataType) {
     }
 }
 
-} // namespace
-
-EndSettings frameEnd(const std::string& stream, Delivery delivery) {
-    return {&tarn_wire_Frame_desc, frameTopic, delivery, stream, frameDepth};
-}
-
-dds_return_t write(const Writer& writer, const FrameSample& sample) {
-    std::vector<tarn_wire_Item> items(sample.items.size());
+/// The items from `first` on, up to `end`. Returns the middleware's code.
+dds_return_t writeItems(const Writer& writer, const FrameSample& sample, std::size_t first,
+                        std::size_t end) {
+    std::vector<tarn_wire_Item> items(end - first);
     for (std::size_t i = 0; i < items.size(); ++i) {
         // The middleware only reads what it is given to write.
-        const FrameItem& from = sample.items[i];
+        const FrameItem& from = sample.items[first + i];
         tarn_wire_Item& to = items[i];
         to.track = static_cast<std::uint16_t>(from.track);
         to.number = from.number;
@@ -136,6 +136,36 @@ dds_return_t write(const Writer& writer, const FrameSample& sample) {
     frame.items._maximum = frame.items._length = static_cast<std::uint32_t>(items.size());
     frame.items._buffer = items.data();
     return writer.write(&frame);
+}
+
+} // namespace
+
+EndSettings frameEnd(const std::string& stream) {
+    return {&tarn_wire_Frame_desc, frameTopic, Delivery::EveryFrame, stream, frameDepth};
+}
+
+EndSettings newestEnd(const std::string& stream) {
+    return {&tarn_wire_Frame_desc, newestTopic, Delivery::Newest, stream, frameDepth};
+}
+
+dds_return_t write(const Writer& writer, const FrameSample& sample) {
+    return writeItems(writer, sample, 0, sample.items.size());
+}
+
+void writeParts(const Writer& writer, const FrameSample& sample) {
+    std::size_t first = 0;
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < sample.items.size(); ++i) {
+        const FrameItem& item = sample.items[i];
+        const std::size_t more = item.bytes.size() + item.codec.name.size() + itemOverhead;
+        if (i > first && bytes + more > partBytes) {
+            writeItems(writer, sample, first, i);
+            first = i;
+            bytes = 0;
+        }
+        bytes += more;
+    }
+    writeItems(writer, sample, first, sample.items.size());
 }
 
 FrameSample frameSampleIn(const tarn_wire_Frame& sample) {

@@ -38,10 +38,16 @@ struct FrameSample {
 /// How many samples wait for a receiver that is behind, or in it for a host that is.
 inline constexpr std::int32_t frameDepth = 2048;
 
-EndSettings frameEnd(const std::string& stream, Delivery delivery);
+/// For every frame.
+EndSettings frameEnd(const std::string& stream);
+/// For the newest. The middleware has a reader that takes losses of a writer that would send again
+/// lose the sample after a lost one, too: so those who want the newest have writers of their own.
+EndSettings newestEnd(const std::string& stream);
 
 /// Returns the middleware's code: 0, or why it was not written.
 dds_return_t write(const Writer& writer, const FrameSample& sample);
+/// In parts that go into a packet each, unless an item does not.
+void writeParts(const Writer& writer, const FrameSample& sample);
 
 /// What a sample says. Throws `Refusal` where that cannot be.
 FrameSample frameSampleIn(const tarn_wire_Frame& sample);

@@ -74,6 +74,12 @@ int Writer::readers() const {
         }));
 }
 
+bool Writer::isRead() const {
+    dds_publication_matched_status_t status{};
+    return dds_get_publication_matched_status(writer_.get(), &status) == DDS_RETCODE_OK &&
+           status.current_count > 0;
+}
+
 Reader::Reader(dds_entity_t participant, const EndSettings& settings)
     : topic_(dds_create_topic(participant, settings.type, settings.topic, nullptr, nullptr),
              settings.topic),

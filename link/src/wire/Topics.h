@@ -16,6 +16,7 @@ namespace tarn::link {
 inline constexpr const char* offerTopic = "tarn_offer";
 inline constexpr const char* descriptionTopic = "tarn_description_1";
 inline constexpr const char* frameTopic = "tarn_frame_1";
+inline constexpr const char* newestTopic = "tarn_newest_1";
 
 /// How what is written reaches its readers.
 enum class Delivery : std::uint8_t {
@@ -46,6 +47,8 @@ public:
     dds_return_t write(const void* sample) const { return dds_write(writer_.get(), sample); }
     /// How many readers there are that want every sample.
     int readers() const;
+    /// Whether there is any reader.
+    bool isRead() const;
 
 private:
     Entity topic_;

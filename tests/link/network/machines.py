@@ -132,6 +132,18 @@ class Machines:
     def _inside(self, name, *command):
         _run(*self._entered(name, command))
 
+    def narrow(self, name, mtu):
+        """Lets no packet of more bytes than `mtu` out of a machine."""
+        if self.isolated:
+            number = list(self.clocks).index(name) + 1
+            self._inside(name, "ip", "link", "set", f"far{number}", "mtu", str(mtu))
+
+    def packets_split(self, name):
+        """Into how many pieces a machine has split packets that were too large."""
+        said = subprocess.run(self._entered(name, ["cat", "/proc/net/snmp"]), capture_output=True, text=True, check=True)
+        names, values = (line.split() for line in said.stdout.splitlines() if line.startswith("Ip:"))
+        return int(dict(zip(names, values))["FragCreates"])
+
     def start(self, name, command, **options):
         """Starts a program on a machine; it ends with this test."""
         options.setdefault("preexec_fn", _die_with_parent)

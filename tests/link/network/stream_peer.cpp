@@ -28,7 +28,7 @@
 //     takes it to its end, or the newest until it is gone, and PAUSE microseconds for each frame;
 //     says "took FRAMES WRONG ALLOCATED" now and then, and at the end "end" with what was received,
 //     lost, late, out of order, skipped and refused, what was sent before it joined, how often it
-//     was connected again, and how many frames are not what was sent
+//     was connected again, how many frames are not what was sent, and whether it heard of the end
 //   stream_peer measure DOMAIN PEER every|newest PERFORMERS
 //     the same, but looks at nothing: says at the end how many samples came whole, and how many
 //     frames were lost; of the way from the publisher's port to the last port the median, the 99th
@@ -172,7 +172,8 @@ void receive(const std::shared_ptr<Link>& link, Wanted wanted, std::chrono::micr
     }
     std::cout << "end " << status.receivedFrames() << ' ' << status.lostFrames() << ' ' << sum.late
               << ' ' << sum.outOfOrder << ' ' << sum.skipped << ' ' << status.refused << ' '
-              << sum.first << ' ' << status.reconnects << ' ' << wrong << std::endl;
+              << sum.first << ' ' << status.reconnects << ' ' << wrong << ' ' << status.hasEnded
+              << std::endl;
 }
 
 using Steady = std::chrono::steady_clock;

@@ -45,7 +45,7 @@ for number in range(4000):
         pass  # by a port that nobody has
     time.sleep(0.0005)
 """
-End = collections.namedtuple("End", "received lost late disordered skipped refused before reconnects wrong")
+End = collections.namedtuple("End", "received lost late disordered skipped refused before reconnects wrong ended")
 
 
 def check(condition, what):
@@ -130,20 +130,48 @@ def newest_over_a_bad_network(group):
         publisher.send(1)
     group.rules("--loss", 0.05, "--burst", 3)
     publisher.send(480)
+    group.rules("--loss", 1)
+    publisher.send(1)
+    group.rules("--loss", 0.05, "--burst", 3)
     publisher.end()
     end, shown = end_of(recorder), end_of(viewer)
     group.rules()
     frames = publisher.sent * PERFORMERS
     check(end.lost == 0 and end.before == 0 and end.received == frames, f"the recorder lost something: {end}")
     check(shown.wrong == 0 and shown.refused == 0, f"what was shown is not what was sent: {shown}")
+    check(shown.ended == 1, f"a viewer did not hear of the end: {shown}")
+    counted = shown.received + shown.lost + shown.skipped + shown.late + shown.before
+    check(counted == frames, f"a viewer cannot say what became of {frames - counted} frames: {shown}")
     if group.isolated:
         check(shown.lost > 0, "nothing was lost: this shows nothing")
-    print(f"  beside a viewer, who lost {shown.lost}")
+        # What is lost is what packets that are lost had in them, and not their neighbours.
+        check(shown.lost < frames / 5, f"one packet in 20 was lost, and so were {shown.lost} of {frames} frames")
+    print(f"  beside a viewer, who lost {shown.lost} and heard of the end")
 
 
 def has_begun(receiver):
     """Whether it has taken anything when it says how much the next time."""
     return int(receiver.stdout.readline().split()[1]) > 0
+
+
+def nothing_is_split(group):
+    """Not even where packets are as small as in a tunnel."""
+    if not group.isolated:
+        return
+    for name in ("stage", "hall"):
+        group.narrow(name, 1_420)
+    receiver, viewer, publisher = receive(group), receive(group, "newest"), Steps(group)
+    publisher.send(1)
+    while not has_begun(viewer):
+        publisher.send(1)
+    publisher.send(100)
+    publisher.end()
+    end, shown = end_of(receiver), end_of(viewer)
+    check(end.lost == 0 and shown.wrong == 0 and end.wrong == 0, f"not everything came: {end}, {shown}")
+    for name in ("stage", "hall"):
+        split = group.packets_split(name)
+        check(split == 0, f"{split} packets were split on {name}")
+    print("  no packet was split")
 
 
 def either_side_is_killed(group, seeds):
@@ -241,6 +269,7 @@ def main():
         newest_over_a_bad_network(group)
     with machines.Machines({"stage": 100, "hall": 0}) as group:
         either_side_is_killed(group, 3)
+        nothing_is_split(group)
         slow_and_stopped(group)
         memory_is_flat(group, seconds)
     with machines.Machines({"stage": 100, "hall": 0, "yard": 7}) as group:

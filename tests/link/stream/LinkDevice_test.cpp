@@ -11,6 +11,8 @@
 #include <any>
 #include <atomic>
 #include <future>
+#include <map>
+#include <mutex>
 
 namespace tarn::link {
 namespace {
@@ -275,6 +277,54 @@ TEST_F(LinkDeviceTest, OfNewestFramesSkipsThoseThatCameWhileItsHostWasBusy) {
     const LinkTrackStatus track = device.status().tracks.at(0);
     EXPECT_EQ(track.first + track.received + track.skipped + track.lost, next);
     EXPECT_GT(track.skipped, 0U);
+}
+
+TEST_F(LinkDeviceTest, TellsOfAMomentOnceThoughItsNewestFramesComeInParts) {
+    constexpr int tracks = 30;
+    Source all(tracks);
+    LinkPublisher publisher(std::make_shared<Link>(options), "stage");
+    for (int i = 0; i < tracks; ++i) {
+        publisher.addTrack(kit::bodyDataType, bodyDescription());
+    }
+    all.tieTo(publisher);
+    publisher.start();
+    LinkDeviceOptions showing;
+    showing.wanted = Wanted::NewestFrame;
+    LinkDevice device(link, "hall", showing);
+    std::mutex mutex;
+    std::map<std::uint64_t, int> told; // how often of each sample
+    unsigned newest = 0;               // what is shown of which frame
+    int shown = 0;
+    device.onSample().connect([&](const LinkSample& sample) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        ++told[sample.number];
+    });
+    for (int i = 0; i < tracks; ++i) {
+        device.oFramePort(i).connect([&](const std::shared_ptr<Frame>& frame) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            shown = frame->time().frameIndex() == newest ? shown + 1 : 1;
+            newest = frame->time().frameIndex();
+        });
+    }
+    device.open("stage");
+    device.start();
+    unsigned next = 0;
+    ASSERT_TRUE(eventually([&] { // nobody counts those who only show
+        for (int i = 0; i < tracks; ++i) {
+            all.send(bodyFrame(next), i);
+        }
+        ++next;
+        const std::lock_guard<std::mutex> lock(mutex);
+        return told.size() >= 3;
+    }));
+    ASSERT_TRUE(eventually([&] { // the last one is never passed over
+        const std::lock_guard<std::mutex> lock(mutex);
+        return newest == next - 1 && shown == tracks;
+    }));
+    for (const auto& [number, count] : told) {
+        EXPECT_EQ(count, 1) << "sample " << number;
+    }
+    EXPECT_EQ(device.status().samples, told.size());
 }
 
 TEST_F(LinkDeviceTest, StoppedPutsOutNothing) {

@@ -11,6 +11,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <iterator>
+#include <map>
+#include <numeric>
 
 namespace tarn::link {
 namespace {
@@ -189,6 +193,40 @@ TEST_F(LinkPublisherTest, DoesNotWaitForATrackThatStaysAway) {
     both.send(markerFrame(3), 1);
     both.send(bodyFrame(3), 0);
     EXPECT_EQ(publisher.sentFrames(), 5U); // together again
+}
+
+TEST_F(LinkPublisherTest, SendsTheNewestInPartsThatFitAPacketEach) {
+    constexpr int tracks = 30;
+    Source all(tracks);
+    LinkPublisher publisher(link, "stage");
+    for (int i = 0; i < tracks; ++i) {
+        publisher.addTrack(kit::bodyDataType, bodyDescription());
+    }
+    all.tieTo(publisher);
+    publisher.start();
+    const SilentReader reader(options.domain, "stage", "tarn_newest_1", false);
+    unsigned next = 0;
+    std::map<std::uint64_t, std::vector<int>> tracksOf; // by sample
+    ASSERT_TRUE(eventually([&] {                        // nobody says when who only shows is there
+        for (int i = 0; i < tracks; ++i) {
+            all.send(bodyFrame(next), i);
+        }
+        ++next;
+        reader.eachFrame([&](const tarn_wire_Frame& part) {
+            std::size_t bytes = 0;
+            for (std::uint32_t i = 0; i < part.items._length; ++i) {
+                const tarn_wire_Item& item = part.items._buffer[i];
+                bytes += item.bytes._length + std::strlen(item.codec);
+                tracksOf[part.number].push_back(item.track);
+            }
+            EXPECT_GT(part.items._length, 1U); // as many as go into one
+            EXPECT_LE(bytes, 1'200U);
+        });
+        return tracksOf.size() >= 3;
+    }));
+    std::vector<int> every(tracks);
+    std::iota(every.begin(), every.end(), 0);
+    EXPECT_EQ(std::next(tracksOf.begin())->second, every);
 }
 
 TEST(LinkPublisherThreads, TracksMayComeOnThreadsOfTheirOwn) {

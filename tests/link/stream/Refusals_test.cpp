@@ -15,6 +15,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <optional>
 
 namespace tarn::link {
 namespace {
@@ -34,12 +35,19 @@ protected:
                        true),
           frames(options.domain, &tarn_wire_Frame_desc, "tarn_frame_1", "stage", false) {}
 
-    void offer(std::uint32_t version, const char* name = "stage") const {
+    /// `sent` is of a stream that has ended: how many frames of its track there were.
+    void offer(std::uint32_t version, const char* name = "stage",
+               std::optional<std::uint64_t> sent = {}) const {
         tarn_wire_Offer sample{};
         sample.stream = stream;
         sample.name = textOf(name);
         sample.version = version;
         sample.host = sample.program = textOf("stranger");
+        if (sent) {
+            sample.ended = true;
+            sample.sent._length = sample.sent._maximum = 1;
+            sample.sent._buffer = &*sent;
+        }
         offers.write(&sample);
     }
     /// `change` makes something wrong of it.
@@ -72,6 +80,10 @@ protected:
     }
     /// A frame of three segments whose first number is `first`.
     void send(const std::function<void(tarn_wire_Item&)>& change = {}, float first = 0.5F) {
+        sendTo(frames, change, first);
+    }
+    void sendTo(const Stranger& writer, const std::function<void(tarn_wire_Item&)>& change = {},
+                float first = 0.5F) {
         std::array<float, 21> numbers{};
         numbers[0] = first;
         numbers[6] = numbers[13] = numbers[20] = 1;
@@ -93,7 +105,7 @@ protected:
         sample.number = item.number;
         sample.items._length = sample.items._maximum = 1;
         sample.items._buffer = &item;
-        frames.write(&sample);
+        writer.write(&sample);
     }
     void join() {
         offer(1);
@@ -199,6 +211,27 @@ TEST_F(RefusalsTest, FramesThatComeOutOfOrderAreCountedAndNotLost) {
     EXPECT_EQ(track.received, 3U);
     EXPECT_EQ(track.outOfOrder, 1U);
     EXPECT_EQ(track.lost, 1U); // number 2
+}
+
+TEST_F(RefusalsTest, WhoShowsHearsOfTheEndThoughTheLastFramesNeverCame) {
+    const Stranger newest(options.domain, &tarn_wire_Frame_desc, "tarn_newest_1", "stage", false);
+    LinkDeviceOptions showing;
+    showing.wanted = Wanted::NewestFrame;
+    LinkDevice viewer(link, "yard", showing);
+    Arrivals arrivals(viewer.oFramePort(0));
+    offer(1);
+    describe();
+    viewer.open("stage");
+    viewer.start();
+    ASSERT_TRUE(viewer.awaitConnected(longEnough));
+    ASSERT_TRUE(newest.awaitReader());
+    sendTo(newest);
+    ASSERT_EQ(arrivals.await(1).size(), 1U);
+    offer(1, "stage", 5);
+    ASSERT_TRUE(viewer.awaitEnd(longEnough));
+    const LinkStatus status = viewer.status();
+    EXPECT_TRUE(status.hasEnded);
+    EXPECT_EQ(status.lostFrames(), 4U);
 }
 
 TEST_F(RefusalsTest, WhoHearsOfALossMayOpenAnotherStream) {

@@ -129,7 +129,8 @@ public:
 
     /// After the stream was described, anew after each reconnection; before its state changes.
     tsignal::Signal<>& onDescribed();
-    /// Before the frames of a sample are put out.
+    /// Before the frames of a sample are put out. Of the newest frames, those of one sample may
+    /// come one after the other, and some of them not at all: this tells of it once.
     tsignal::Signal<LinkSample>& onSample();
     /// When something happens to the stream.
     tsignal::Signal<LinkEvent>& onEvent();
