@@ -28,6 +28,7 @@ void solve(const std::string& file) {
     device.open(take);
     device.setSpeed(0); // 1 is the pace of the take
     MarkerSource source{{}, take.metresPerUnit};
+    source.up = UpAxis::Z; // as laboratories have it
     for (const C3dMarker& marker : take.markers) {
         source.names.push_back(marker.name);
     }

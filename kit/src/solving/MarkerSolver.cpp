@@ -46,6 +46,29 @@ std::vector<int> columnsOf(const MarkerBody& body, const MarkerSource& source) {
     return columns;
 }
 
+/// Of the bodies that are put out, as far as it is known.
+Space spaceOf(const MarkerSource& source) {
+    Space space;
+    for (const char* const symbol : {"m", "cm", "mm", "in", "ft"}) {
+        const auto unit = lengthUnitNamed(symbol);
+        if (unit && std::abs(unit->metres * source.bodyUnitsPerMetre - 1) < 1e-6) {
+            space.unit = *unit;
+            space.unitOrigin = Origin::Stated;
+        }
+    }
+    if (source.up) {
+        space.up = *source.up;
+        space.upOrigin = Origin::Stated;
+    }
+    return space;
+}
+
+std::shared_ptr<const Rig> rigOf(const HumanBody& body, const MarkerSource& source) {
+    const auto rig = body.rig(source.bodyUnitsPerMetre);
+    rig->setSpace(spaceOf(source));
+    return rig;
+}
+
 } // namespace
 
 /// What belongs to one body: rebuilt when that changes.
@@ -54,7 +77,7 @@ struct SolvedBody {
         : body(std::move(theBody)), columns(columnsOf(body, source)), assembly(body),
           tracker(assembly.articulation), sightings(body.markers.size()),
           measured(body.markers.size()), isLeftOut(body.markers.size()),
-          rig(body.body.rig(source.bodyUnitsPerMetre)) {
+          rig(rigOf(body.body, source)) {
         if (!rig->skeletons().empty()) {
             skeleton.emplace(rig->skeletons().front()->skeletonName());
             skeleton->setBone(rig->skeletons().front()->rootBone());

@@ -113,6 +113,23 @@ TEST_F(MarkerSolverTest, PutsBodiesOutInTheUnitThatTheSourceAsksFor) {
     EXPECT_DOUBLE_EQ(fitIn(inCentimetres)[0].position.x, fitIn(solver)[0].position.x);
 }
 
+TEST_F(MarkerSolverTest, StatesInTheRigWhatIsKnownOfTheSpaceOfBodies) {
+    const Space metres = solver.rig()->space();
+    EXPECT_EQ(metres.unit.symbol, "m");
+    EXPECT_EQ(metres.unitOrigin, Origin::Stated);
+    EXPECT_EQ(metres.upOrigin, Origin::Guessed);
+    MarkerSource source = sourceOf(body);
+    source.up = UpAxis::Z;
+    source.bodyUnitsPerMetre = 1 / 0.0254;
+    MarkerSolver inInches("in", body, source);
+    inInches.setBody(body); // a rig of its own, which states the same
+    EXPECT_EQ(inInches.rig()->space().unit.symbol, "in");
+    EXPECT_EQ(inInches.rig()->space().up, UpAxis::Z);
+    EXPECT_EQ(inInches.rig()->space().upOrigin, Origin::Stated);
+    source.bodyUnitsPerMetre = 17;
+    EXPECT_FALSE(MarkerSolver("none", body, source).rig()->space().unit.known());
+}
+
 TEST_F(MarkerSolverTest, SaysWhereAMarkerIsThatWasLeftOut) {
     ASSERT_TRUE(solver.leaveOut("LKNE"));
     EXPECT_FALSE(solver.leaveOut("NoSuchMarker"));

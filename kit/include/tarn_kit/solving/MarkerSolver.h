@@ -7,10 +7,12 @@
 #include <tarn_kit/Export.h>
 #include <tarn_kit/body/BodyPose.h>
 #include <tarn_kit/body/Rig.h>
+#include <tarn_kit/body/Space.h>
 #include <tarn_kit/solving/MarkerBody.h>
 #include <tarn_kit/solving/MarkerFit.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,9 @@ struct MarkerSource {
     double metresPerUnit = 0.001;
     /// What bodies are put out in: 100 for centimetres.
     double bodyUnitsPerMetre = 1;
+    /// The axis of the measurement that is up, if that is known. Bodies are solved without it;
+    /// `MarkerSolver::rig()` states it for who records, shows or draws them.
+    std::optional<UpAxis> up = std::nullopt;
 };
 
 /// Makes bodies of markers: takes frames of `markerDataType`, puts out for each, with its time, one
@@ -68,7 +73,8 @@ public:
     /// Throws as the constructor does.
     void setBody(MarkerBody body);
     const MarkerSource& source() const;
-    /// The body as a rig, in the unit in which bodies are put out. Whoever holds it keeps it.
+    /// The body as a rig, in the unit in which bodies are put out. Its space states that unit, and
+    /// the axis that is up, as far as `source()` says it. Whoever holds it keeps it.
     std::shared_ptr<const Rig> rig() const;
 
     /// Leaves a marker out of the solving from now on, or takes it in again. The body still says
