@@ -100,7 +100,6 @@ int lead(const LeadOptions& options) {
     leader.start();
     announce(
         fmt::format("recording '{}'{}", options.name, options.seconds ? "" : ": Ctrl-C ends it"));
-    constexpr auto forever = std::chrono::hours(24 * 365);
     pause(options.seconds ? millisecondsOf(*options.seconds) : forever, interrupt);
     const link::TakeCall call = leader.end();
     constexpr auto patience = std::chrono::seconds(10); // for what is on its way to a disk

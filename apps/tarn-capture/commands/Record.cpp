@@ -113,9 +113,7 @@ private:
 };
 
 int record(const RecordOptions& options) {
-    for (const std::string& name : options.names) {
-        checkStreamName("--from", name);
-    }
+    checkFrom(options.names);
     return StreamRecorder(options).run();
 }
 

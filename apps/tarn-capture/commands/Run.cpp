@@ -31,9 +31,7 @@ void checkSources(const RunOptions& options) {
         throw UsageError("TAKE is required, or streams with --from");
     }
     checkInputs(options.takes);
-    for (const std::string& name : options.streams.from) {
-        checkStreamName("--from", name);
-    }
+    checkFrom(options.streams.from);
     if (options.publish) {
         checkStreamName("--publish", *options.publish);
     } else if (options.streams.from.empty() &&

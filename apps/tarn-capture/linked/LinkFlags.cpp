@@ -9,6 +9,7 @@
 #include <tarn_kit/files/Text.h>
 
 #include <cmath>
+#include <set>
 
 namespace tarn::capture {
 
@@ -49,6 +50,16 @@ void checkStreamName(const std::string& flag, const std::string& name) {
         throw UsageError(fmt::format("{} '{}': expected 1 to 100 printable characters of ASCII, "
                                      "without *?[]",
                                      flag, kit::printable(name)));
+    }
+}
+
+void checkFrom(const std::vector<std::string>& names) {
+    std::set<std::string> seen;
+    for (const std::string& name : names) {
+        checkStreamName("--from", name);
+        if (!seen.insert(name).second) {
+            throw UsageError(fmt::format("--from '{}' is given twice", name));
+        }
     }
 }
 

@@ -23,5 +23,7 @@ std::chrono::milliseconds millisecondsOf(double seconds);
 
 /// Throws `UsageError` unless a stream can have the name that `flag` gives.
 void checkStreamName(const std::string& flag, const std::string& name);
+/// The same of all that --from gives, each of which is a stream of its own.
+void checkFrom(const std::vector<std::string>& names);
 
 } // namespace tarn::capture

@@ -3,13 +3,12 @@
 
 #include "linked/Publication.h"
 
+#include "support/Interrupt.h"
 #include "support/Output.h"
 
 #include <fmt/format.h>
 #include <tarn/Version.h>
 #include <tarn_kit/files/Text.h>
-
-#include <chrono>
 
 namespace tarn::capture {
 
@@ -36,7 +35,6 @@ bool offer(link::LinkPublisher& publisher, const Offer& what,
         announce(fmt::format("waiting for {}",
                              kit::counted(static_cast<std::size_t>(what.receivers), "receiver")));
     }
-    const auto forever = std::chrono::hours(24 * 365);
     return publisher.awaitReceivers(what.receivers, forever, stopRequested);
 }
 

@@ -4,6 +4,7 @@
 #include "linked/ReceivedStreams.h"
 
 #include "linked/LinkFlags.h"
+#include "support/Interrupt.h"
 
 #include <fmt/format.h>
 #include <tarn_kit/files/Text.h>
@@ -69,7 +70,6 @@ void ReceivedStreams::start() {
 }
 
 bool ReceivedStreams::awaitEnd(const StopRequested& stopRequested) const {
-    const auto forever = std::chrono::hours(24 * 365);
     bool isComplete = true;
     for (const auto& device : devices_) {
         isComplete = device->awaitEnd(forever, stopRequested) && isComplete;

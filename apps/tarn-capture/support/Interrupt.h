@@ -24,6 +24,9 @@ public:
     int exitCode() const;
 };
 
+/// How long is waited for what only a stop ends.
+inline constexpr std::chrono::hours forever(24 * 365);
+
 /// Waits for so long. False if a stop was requested before.
 bool pause(std::chrono::milliseconds duration, const Interrupt& interrupt);
 

@@ -83,6 +83,9 @@ TEST_F(Record, SaysWhyThereIsNothingToRecordAndLeavesNoFile) {
 TEST_F(Record, RefusesACommandLineThatCannotBe) {
     EXPECT_EQ(capture({"record", "--from", "a*", "--out", file_}).exitCode, 2);
     EXPECT_EQ(capture({"record", "--from", "stage", "--out", "x.bvh"}).exitCode, 2);
+    const Outcome twice = capture({"record", "--from", "a", "b", "a", "--out", file_});
+    EXPECT_EQ(twice.exitCode, 2);
+    EXPECT_THAT(twice.err, HasSubstr("--from 'a' is given twice"));
     EXPECT_EQ(capture({"record", "--from", "stage"}).exitCode, 2);
     EXPECT_EQ(capture({"record", "--out", file_}).exitCode, 2);
     EXPECT_EQ(capture({"record", "--from", "a", "--out", file_, "--domain", "201"}).exitCode, 2);

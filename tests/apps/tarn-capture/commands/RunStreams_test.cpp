@@ -194,6 +194,7 @@ TEST_F(RunStreams, RefuseACommandLineThatCannotBe) {
         {"run", "--from", stream_, "--out", live_, "--realtime"},
         {"run", "--from", stream_, "--out", live_, "--scale", "2"},
         {"run", "--from", "a*", "--out", live_},
+        {"run", "--from", stream_, stream_, "--out", live_},
         {"run", "--from", stream_, "--out", live_, "--at-most", "0"},
         {"run", walk_, "--out", live_, "--at-most", "1"},
         {"run", walk_, "--out", live_, "--wait", "1"},
