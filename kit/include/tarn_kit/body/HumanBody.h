@@ -59,8 +59,8 @@ public:
     /// `height` is in metres. Throws `std::invalid_argument` if it is not from 0.3 to 3.
     explicit HumanBody(double height = 1.75);
 
-    /// What it was made with: the measure of the parts that have no length of their own, such as
-    /// the head. How tall it is now says `stature()`.
+    /// What it was made with, in metres: the measure of the parts that have no length of their own,
+    /// such as the head. `stature()` says how tall it is now.
     double height() const noexcept { return height_; }
     /// How tall it stands in T-pose, from the floor to the crown: `height()` until a length is
     /// changed, and then in the proportion in which the joints from the head's down to the toes'
