@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: the tarn_sdk authors
 # SPDX-License-Identifier: Apache-2.0
 
-# Compiles several sources of a target as one, which takes half the time. dev compiles each alone, and so proves
-# that it includes what it needs.
+# Compiles several sources of a target as one, which takes half the time. dev and release compile each source of a
+# library alone, and so prove that it includes what it needs.
 
 # tarn_targets_below(<variable> <directory>): the programs and libraries of a directory and those below it.
 function(tarn_targets_below variable directory)
