@@ -40,9 +40,9 @@ int publish(const PublishOptions& options) {
     TakePublisher takes(std::make_shared<link::Link>(options.link), options.name, options.takes,
                         options.speed, options.space);
     link::LinkPublisher& publisher = takes.publisher();
-    bool isComplete = offer(
-        publisher, {options.name, options.link.domain, options.receivers, options.takes.size()},
-        stopRequested);
+    bool isComplete =
+        offer(publisher, {options.name, options.link.domain, options.receivers, takes.trackCount()},
+              stopRequested);
     if (isComplete) {
         announce(fmt::format("playing {}", kit::counted(takes.frameCount(), "frame")));
         isComplete = takes.play(stopRequested);
@@ -64,8 +64,8 @@ int publish(const PublishOptions& options) {
 void addPublish(CommandLine& line) {
     auto [command, options] =
         line.add("publish",
-                 "Play takes as a stream that other programs and machines receive, one track each; "
-                 "'watch', 'record' and 'run --from' do",
+                 "Play takes as a stream that other programs and machines receive, with all that "
+                 "they have; 'watch', 'record' and 'run --from' do",
                  publish);
     addTakes(command, options.takes);
     command.add_option("--as", options.name, "The name under which the stream is offered")

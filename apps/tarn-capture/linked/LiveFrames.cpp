@@ -3,6 +3,7 @@
 
 #include "linked/LiveFrames.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace tarn::capture {
@@ -33,6 +34,19 @@ void LiveFrames::finish() {
         changed_.notify_all();
     }
     onChanged_.emit();
+}
+
+void LiveFrames::beginAt(unsigned index) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    frames_.erase(frames_.begin(),
+                  std::find_if(frames_.begin(), frames_.end(), [index](const FramePtr& frame) {
+                      return frame->time().frameIndex() >= index;
+                  }));
+}
+
+bool LiveFrames::isFinished() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return isFinished_;
 }
 
 LiveFrames::FramePtr LiveFrames::at(std::size_t number) const {

@@ -29,11 +29,15 @@ public:
     void add(const FramePtr& frame);
     /// No more will come.
     void finish();
+    /// Forgets the frames in front that have lower indexes. For before anybody asks for them.
+    void beginAt(unsigned index);
 
     /// The frame that came as the one of this number, counted from 0; null where it has not come.
     FramePtr at(std::size_t number) const;
     /// Whether none of this number will come any more.
     bool isOverAt(std::size_t number) const;
+    /// Whether no more will come.
+    bool isFinished() const;
     /// Whether there was no room for some.
     bool isFull() const;
     /// Waits for the first frame, or until none will come. False if a stop was requested before.

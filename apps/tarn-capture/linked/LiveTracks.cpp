@@ -13,11 +13,12 @@
 #include <tarn_store/file/StoredTakes.h>
 
 #include <algorithm>
-#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstddef>
-#include <map>
+#include <optional>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace tarn::capture {
@@ -26,9 +27,16 @@ namespace {
 
 using FramePtr = LiveFrames::FramePtr;
 
+constexpr auto beat = std::chrono::milliseconds(5); // how often it is looked whether something came
+
 bool isBody(const link::LinkTrack& track) {
     return (track.dataType == kit::poseDataType || track.dataType == kit::bodyDataType) &&
            track.description.rig != nullptr;
+}
+
+/// Whether performers can come from it.
+bool isPerformed(const link::LinkTrack& track) {
+    return (isBody(track) || track.dataType == kit::markerDataType) && track.description.rate;
 }
 
 /// Frames of solved bodies as the poses that they are in.
@@ -107,6 +115,12 @@ LiveTracks::~LiveTracks() = default;
 void LiveTracks::add(link::LinkDevice& device) {
     int port = 0;
     std::vector<std::shared_ptr<LiveFrames>> added;
+    Stream& stream = sent_.emplace_back();
+    stream.device = &device;
+    stream.firstTrack = tracks_.size();
+    stream.trackCount = device.tracks().size();
+    connections_.emplace_back(device.onSample().connect(
+        [instants = stream.instants](const link::LinkSample& sample) { instants->hear(sample); }));
     for (link::LinkTrack& what : device.tracks()) {
         Track track;
         track.stream = device.id();
@@ -115,8 +129,13 @@ void LiveTracks::add(link::LinkDevice& device) {
         track.frames = std::make_shared<LiveFrames>(track.most);
         track.what = std::move(what);
         connections_.emplace_back(device.oFramePort(port++).connect(
-            [frames = track.frames, type = track.what.dataType](const FramePtr& frame) {
+            [frames = track.frames, type = track.what.dataType,
+             instants =
+                 isPerformed(track.what) ? stream.instants : nullptr](const FramePtr& frame) {
                 if (frame->dataType() == type) {
+                    if (instants != nullptr) {
+                        instants->add(*frame);
+                    }
                     frames->add(frame);
                 }
             }));
@@ -150,23 +169,98 @@ bool LiveTracks::start(const ReceivedStreams::StopRequested& stopRequested) {
             return false;
         }
     }
-    count();
+    const bool isCounted = count(stopRequested);
+    for (const Stream& stream : sent_) {
+        stream.instants->close();
+    }
+    return isCounted;
+}
+
+bool LiveTracks::isFinished(const Stream& stream) const {
+    const auto begin = tracks_.begin() + static_cast<std::ptrdiff_t>(stream.firstTrack);
+    return std::any_of(begin, begin + static_cast<std::ptrdiff_t>(stream.trackCount),
+                       [](const Track& track) { return track.frames->isFinished(); });
+}
+
+/// Instants of other machines mean nothing before it is known how their clocks stand. One that does
+/// not answer is not waited for long.
+bool LiveTracks::awaitClocks(const ReceivedStreams::StopRequested& stopRequested) const {
+    const auto latest = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    for (const Stream& stream : sent_) {
+        const bool hasClock = stream.device->status().offer.clock != 0;
+        while (hasClock && !stream.device->clock() && !isFinished(stream) &&
+               std::chrono::steady_clock::now() < latest) {
+            if (stopRequested()) {
+                return false;
+            }
+            std::this_thread::sleep_for(beat);
+        }
+        stream.instants->tellBy(stream.device->clock());
+    }
     return true;
 }
 
-/// The frame that counts as the first one is that of the whole stream.
-void LiveTracks::count() {
-    std::map<std::string, unsigned> firsts;
-    for (const Track& track : tracks_) {
-        if (const FramePtr frame = track.frames->at(0)) {
+/// Waits until a frame has come that was captured then or later, or until none will come.
+bool LiveTracks::awaitInstant(const Stream& stream, StreamInstants::Instant instant,
+                              const ReceivedStreams::StopRequested& stopRequested) const {
+    while (stream.instants->last() < instant && !isFinished(stream)) {
+        if (stopRequested()) {
+            return false;
+        }
+        std::this_thread::sleep_for(beat);
+    }
+    return true;
+}
+
+/// The lowest index with which a track of a stream begins.
+unsigned LiveTracks::firstOf(const Stream& stream) const {
+    std::optional<unsigned> first;
+    for (std::size_t i = stream.firstTrack; i < stream.firstTrack + stream.trackCount; ++i) {
+        const FramePtr frame = tracks_[i].frames->at(0);
+        if (frame != nullptr && isPerformed(tracks_[i].what)) {
             const unsigned index = frame->time().frameIndex();
-            const auto first = firsts.emplace(track.stream, index).first;
-            first->second = std::min(first->second, index);
+            first = first ? std::min(*first, index) : index;
         }
     }
-    for (Track& track : tracks_) {
-        track.extent = {static_cast<int>(track.most), firsts[track.stream]};
+    return first.value_or(0);
+}
+
+/// Says with which frame each stream begins. False if a stop was requested before.
+bool LiveTracks::count(const ReceivedStreams::StopRequested& stopRequested) {
+    const bool areSeveral = std::count_if(sent_.begin(), sent_.end(), [](const Stream& stream) {
+                                return stream.instants->first().has_value();
+                            }) > 1;
+    std::optional<StreamInstants::Instant> begin; // of all together
+    if (areSeveral) {
+        if (!awaitClocks(stopRequested)) {
+            return false;
+        }
+        for (const Stream& stream : sent_) {
+            begin = std::max(begin, stream.instants->first());
+        }
     }
+    for (const Stream& stream : sent_) {
+        unsigned first = firstOf(stream);
+        std::string problem;
+        if (begin && stream.instants->first()) {
+            if (!awaitInstant(stream, *begin, stopRequested)) {
+                return false;
+            }
+            first = stream.instants->indexAt(*begin).value_or(first);
+            problem = stream.instants->last() < begin ? "had ended before the others began" : "";
+        }
+        for (std::size_t i = stream.firstTrack; i < stream.firstTrack + stream.trackCount; ++i) {
+            tracks_[i].extent = {static_cast<int>(tracks_[i].most), first};
+            tracks_[i].problem = problem;
+            if (begin && isPerformed(tracks_[i].what)) {
+                tracks_[i].frames->beginAt(first);
+                if (!tracks_[i].frames->awaitFirst(stopRequested)) {
+                    return false;
+                }
+            }
+        }
+    }
+    return true;
 }
 
 std::string LiveTracks::problemOf(const Track& track) const {
@@ -175,6 +269,9 @@ std::string LiveTracks::problemOf(const Track& track) const {
     }
     if (!track.what.description.rate) {
         return "does not say at which rate it comes";
+    }
+    if (!track.problem.empty()) {
+        return track.problem;
     }
     if (track.frames->at(0) == nullptr) {
         return "has no frames";

@@ -5,10 +5,12 @@
 
 #include "linked/LiveFrames.h"
 #include "linked/ReceivedStreams.h"
+#include "linked/StreamInstants.h"
 #include "takes/SessionSource.h"
 
 #include <tsignal/Signal.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,10 +28,13 @@ public:
     LiveTracks(const LiveTracks&) = delete;
     LiveTracks& operator=(const LiveTracks&) = delete;
 
-    /// Starts the streams, and waits until each track has its first frame or none to come. False if
-    /// a stop was requested before.
+    /// Starts the streams, and waits until each track has its first frame or none to come, and
+    /// until it is known where several streams begin together. False if a stop was requested
+    /// before.
     bool start(const ReceivedStreams::StopRequested& stopRequested);
-    /// What a session is made of. Every stream counts its frames from the first one that came.
+    /// What a session is made of. A stream counts its frames from the first one that came; one of
+    /// several, from the one that was captured when the last of them began. What it sent before is
+    /// left out.
     std::vector<SessionSource> sources(const SpaceChoice& space);
     /// Which tracks no performers come from, and why, as `sources` found.
     const std::vector<std::string>& passedOver() const { return passedOver_; }
@@ -43,16 +48,29 @@ private:
         std::size_t most = 0;
         std::shared_ptr<LiveFrames> frames;
         LiveExtent extent;
+        std::string problem; ///< why it is of no use beside the other streams
+    };
+    struct Stream {
+        link::LinkDevice* device = nullptr;
+        std::shared_ptr<StreamInstants> instants = std::make_shared<StreamInstants>();
+        std::size_t firstTrack = 0;
+        std::size_t trackCount = 0;
     };
     void add(link::LinkDevice& device);
-    void count();
+    unsigned firstOf(const Stream& stream) const;
+    bool count(const ReceivedStreams::StopRequested& stopRequested);
+    bool awaitClocks(const ReceivedStreams::StopRequested& stopRequested) const;
+    bool awaitInstant(const Stream& stream, StreamInstants::Instant instant,
+                      const ReceivedStreams::StopRequested& stopRequested) const;
+    bool isFinished(const Stream& stream) const;
     /// Why no performer can come from a track; empty if one can.
     std::string problemOf(const Track& track) const;
     static SessionSource sourceOf(const Track& track, const SpaceChoice& space);
 
     ReceivedStreams& streams_;
     double minutes_;
-    std::vector<Track> tracks_;
+    std::vector<Track> tracks_; ///< those of one stream behind one another
+    std::vector<Stream> sent_;
     std::vector<std::string> passedOver_;
     std::vector<tsignal::ScopedConnection> connections_;
 };

@@ -11,6 +11,7 @@
 #include <tarn_kit/files/TrackDescription.h>
 
 #include <chrono>
+#include <utility>
 
 namespace tarn::capture {
 
@@ -38,6 +39,9 @@ void TakePublisher::add(const std::string& take, const std::string& name, double
         track = publisher_.addTrack(kit::markerDataType, describedMarkers(markers, name));
         frameCount_ += static_cast<std::size_t>(markers.tracks->timeLength());
         device->open(markers);
+        for (MarkerBeside& beside : besidesOf(markers, name)) {
+            addBeside(std::move(beside), device->oFramePort(port));
+        }
     } else {
         const kit::BvhTake body = withSpace(file.read(), space);
         track = publisher_.addTrack(kit::poseDataType, kit::TrackDescription::of(body, name));
@@ -45,6 +49,7 @@ void TakePublisher::add(const std::string& take, const std::string& name, double
         device->open(body);
     }
     device->setSpeed(speed);
+    ++trackCount_;
     publisher_.tieToIFramePort(track, device->oFramePort(port));
     device->onStateChanged().connect([this](Device::DeviceState state) {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -54,6 +59,18 @@ void TakePublisher::add(const std::string& take, const std::string& name, double
         }
     });
     devices_.push_back(std::move(device));
+}
+
+/// The port lives until no frame comes any more.
+void TakePublisher::addBeside(MarkerBeside beside, Port& markers) {
+    const int track = publisher_.addTrack(beside.dataType, beside.description);
+    ++trackCount_;
+    frameCount_ += static_cast<std::size_t>(beside.take->timeLength());
+    const auto out = std::make_shared<Port>();
+    publisher_.tieToIFramePort(track, *out);
+    markers.connect([out, beside = std::move(beside)](const std::shared_ptr<Frame>& frame) {
+        beside.send(*frame, *out);
+    });
 }
 
 bool TakePublisher::play(const std::function<bool()>& stopRequested) {

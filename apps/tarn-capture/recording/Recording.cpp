@@ -3,14 +3,13 @@
 
 #include "recording/Recording.h"
 
+#include "markers/MarkerBesides.h"
 #include "markers/MarkerFrames.h"
 #include "support/Errors.h"
 
 #include <fmt/format.h>
 #include <tarn/Version.h>
-#include <tarn_kit/body/Analog.h>
 #include <tarn_kit/body/Markers.h>
-#include <tarn_kit/body/RigidBodies.h>
 #include <tarn_kit/files/Codec.h>
 #include <tarn_kit/files/Text.h>
 
@@ -79,30 +78,16 @@ void Recording::addWhere(Port& port, int dataType, const store::TrackDescription
             });
 }
 
-/// Frames of a take that has `each` of them for every frame of a port.
-void Recording::addBeside(Port& port, const std::shared_ptr<Tracks>& take, int dataType, int each,
-                          const store::TrackDescription& description, int first, int last) {
-    addGate(port, dataType, description, [=](Port& out, const std::shared_ptr<Frame>& frame) {
-        if (!isBetween(*frame, first, last)) {
-            return;
-        }
-        const auto begin = std::int64_t{frame->time().frameIndex()} * each;
-        for (std::int64_t i = begin; i < begin + each && i < take->timeLength(); ++i) {
-            out.emit(take->getFrame(static_cast<int>(i), dataType));
-        }
-    });
-}
-
 void Recording::addMarkers(Port& port, const kit::C3dTake& take, const std::string& subject,
                            int first, int last) {
     add(port, kit::markerDataType, describedMarkers(take, subject), first, last);
-    if (take.analogTracks != nullptr) {
-        addBeside(port, take.analogTracks, kit::analogDataType, take.samplesPerFrame,
-                  store::describeChannels(take, subject), first, last);
-    }
-    if (take.bodyTracks != nullptr) {
-        addBeside(port, take.bodyTracks, kit::rigidBodyDataType, take.bodiesPerFrame,
-                  store::describeRigidBodies(take, subject), first, last);
+    for (const MarkerBeside& beside : besidesOf(take, subject)) {
+        addGate(port, beside.dataType, beside.description,
+                [beside, first, last](Port& out, const std::shared_ptr<Frame>& frame) {
+                    if (isBetween(*frame, first, last)) {
+                        beside.send(*frame, out);
+                    }
+                });
     }
     for (const store::Note& note : store::eventNotes(take, subject)) {
         recorder_.addNote(note);

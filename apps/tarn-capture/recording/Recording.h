@@ -68,8 +68,6 @@ private:
 
     void addGate(Port& port, int dataType, const store::TrackDescription& description,
                  std::function<void(Port& out, const std::shared_ptr<Frame>& frame)> pass);
-    void addBeside(Port& port, const std::shared_ptr<Tracks>& take, int dataType, int each,
-                   const store::TrackDescription& description, int first, int last);
 
     std::string file_;
     std::set<std::pair<int, std::string>> added_; ///< data types and subjects

@@ -4,11 +4,21 @@
 #include "apps/support/LinkedTest.h"
 
 #include <gmock/gmock.h>
+#include <tarn_kit/body/Analog.h>
+#include <tarn_kit/body/Markers.h>
+#include <tarn_kit/body/Payload.h>
+#include <tarn_kit/body/RigidBodies.h>
+#include <tarn_kit/files/C3d.h>
+#include <tarn_kit/session/TakeOf.h>
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <future>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tarn::tests {
 namespace {
@@ -46,6 +56,84 @@ TEST_F(Record, HasEveryFrameOfWhatIsPublished) {
     EXPECT_EQ(capture({"export", walk_, "--format", "csv", "--out", original}).exitCode, 0);
     EXPECT_EQ(capture({"export", file_, "--format", "csv", "--out", recorded}).exitCode, 0);
     EXPECT_EQ(readFile(original), readFile(recorded));
+}
+
+/// A take of markers that was measured by a force plate and with a rigid body as well.
+kit::C3dTake measuredTake() {
+    constexpr int frames = 40;
+    constexpr int each = 4;
+    kit::C3dTake take;
+    take.markers = {{"", "LFHD", ""}};
+    take.channels = {{"Fx1", "left plate", "N"}, {"EMG 1", "", "V"}};
+    take.bodies = {{"Box", "on the floor"}};
+    take.rate = 100;
+    take.unit = "mm";
+    take.metresPerUnit = 0.001;
+    take.frameCount = frames;
+    take.samplesPerFrame = each;
+    take.bodiesPerFrame = 1;
+    std::vector<std::shared_ptr<Frame>> markers;
+    std::vector<std::shared_ptr<Frame>> samples;
+    std::vector<std::shared_ptr<Frame>> bodies;
+    for (unsigned i = 0; i < frames; ++i) {
+        const auto value = static_cast<float>(i);
+        markers.push_back(std::make_shared<Frame>(
+            Time(i, 100), kit::markerDataType, kit::MarkerFrame({kit::Marker::at({value, 1, 2})})));
+        kit::RigidBody body;
+        body.position = {value, 3, 4};
+        body.state = kit::MarkerState::Seen;
+        bodies.push_back(std::make_shared<Frame>(Time(i, 100), kit::rigidBodyDataType,
+                                                 kit::RigidBodyFrame({body})));
+        for (unsigned k = each * i; k < each * (i + 1); ++k) {
+            samples.push_back(std::make_shared<Frame>(
+                Time(k, 100 * each), kit::analogDataType,
+                kit::AnalogFrame({static_cast<float>(k), static_cast<float>(k) / 7})));
+        }
+    }
+    take.tracks = kit::takeOf(kit::markerDataType, std::move(markers), 100);
+    take.analogTracks = kit::takeOf(kit::analogDataType, std::move(samples), 100 * each);
+    take.bodyTracks = kit::takeOf(kit::rigidBodyDataType, std::move(bodies), 100);
+    return take;
+}
+
+TEST_F(Record, HasAllThatATakeOfMarkersHas) {
+    const std::string take = directory_ / "measured.c3d";
+    {
+        std::ofstream file(take, std::ios::binary);
+        kit::writeC3d(measuredTake(), file);
+    }
+    auto publisher =
+        captureMeanwhile({"publish", take, "--as", "stage", "--await", "1", "--speed", "0"});
+    const Outcome recorder =
+        capture(linked({"record", "--from", "stage", "--out", file_, "--wait", "60"}));
+    EXPECT_EQ(recorder.exitCode, 0) << recorder.err;
+    const Outcome published = publisher.get();
+    EXPECT_EQ(published.exitCode, 0) << published.err;
+    EXPECT_THAT(published.out, AllOf(HasSubstr(": 3 tracks\n"), HasSubstr("playing 240 frames\n"),
+                                     HasSubstr("  sent      240 frames of 240\n")));
+
+    const std::string converted = directory_ / "again.c3d";
+    ASSERT_EQ(capture({"convert", file_, converted}).exitCode, 0);
+    const auto before = kit::readC3d(take);
+    const auto after = kit::readC3d(converted);
+    ASSERT_EQ(after.channels.size(), 2U);
+    EXPECT_EQ(after.channels[0].unit, "N");
+    ASSERT_EQ(after.bodies.size(), 1U);
+    EXPECT_EQ(after.bodies[0].name, "Box");
+    ASSERT_EQ(after.analogTracks->timeLength(), 160);
+    for (int i = 0; i < 160; ++i) {
+        EXPECT_EQ(kit::payloadOf<kit::AnalogFrame>(
+                      after.analogTracks->getFrame(i, kit::analogDataType))[1],
+                  static_cast<float>(i) / 7);
+    }
+    ASSERT_EQ(after.bodyTracks->timeLength(), 40);
+    for (int i = 0; i < 40; ++i) {
+        EXPECT_EQ(kit::payloadOf<kit::RigidBodyFrame>(
+                      after.bodyTracks->getFrame(i, kit::rigidBodyDataType))[0]
+                      .position.x,
+                  static_cast<float>(i));
+    }
+    EXPECT_EQ(after.frameCount, before.frameCount);
 }
 
 TEST_F(Record, KeepsTakesOfOneStreamApart) {
