@@ -24,6 +24,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -76,6 +77,18 @@ bool play(Character& character, kit::MarkerCalibrator& calibrator, const Interru
     return !interrupt.isRequested();
 }
 
+/// Begins with nobody's body in particular. Throws `std::runtime_error`, naming the file, if the
+/// take has none of the markers.
+std::unique_ptr<kit::MarkerSolver> solverFor(const MarkerTrial& trial, const kit::MarkerSet& set) {
+    try {
+        return std::make_unique<kit::MarkerSolver>(
+            "markers", kit::MarkerBody::generic(set),
+            kit::MarkerSource{trial.names(), trial.metresPerUnit()});
+    } catch (const kit::MarkerBodyError& error) {
+        throw std::runtime_error(fmt::format("{}: {}", kit::printable(trial.file()), error.what()));
+    }
+}
+
 double uncertaintyOf(const kit::MarkerBody& body, const std::string& length) {
     for (const kit::LengthUncertainty& uncertainty : body.uncertainties) {
         if (uncertainty.length == length) {
@@ -119,10 +132,9 @@ int calibrate(const CalibrateOptions& options) {
                             options.reading);
     const Interrupt interrupt;
 
-    kit::MarkerSource source{trial.names(), trial.metresPerUnit()};
-    kit::MarkerSolver solver("markers", kit::MarkerBody::generic(set), source);
+    const auto solver = solverFor(trial, set);
     kit::MarkerCalibrator calibrator("markers", set);
-    calibrator.setSolver(&solver);
+    calibrator.setSolver(solver.get());
     Actor actor;
     std::error_code error;
     if (std::filesystem::exists(options.out, error) && !actor.loadSettingsFromFile(options.out)) {
@@ -134,7 +146,7 @@ int calibrate(const CalibrateOptions& options) {
     }
     Character character("1", actor.actorName());
     character.setActor(&actor);
-    character.setSolver(&solver);
+    character.setSolver(solver.get());
     character.addCalibrator(&calibrator, true);
     character.setTracks(trial.part(trial.chosen(options.frames)));
     const bool isDone = play(character, calibrator, interrupt);

@@ -12,7 +12,6 @@
 #include <tarn_kit/body/MarkerSet.h>
 #include <tarn_kit/files/Text.h>
 
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,17 +46,18 @@ bool checkTrial(const kit::MarkerSet& set, const MarkersOptions& options) {
         wanted.push_back(marker.name);
     }
     const MarkerTrial trial(*options.trial, options.subject, wanted, takeNameOf(*options.trial));
-    const auto isIn = [](const std::vector<std::string>& names, const std::string& name) {
-        return std::find(names.begin(), names.end(), name) != names.end();
-    };
+    std::vector<bool> isWorn(trial.names().size());
     for (const std::string& name : wanted) {
-        if (!isIn(trial.names(), name)) {
+        const int column = kit::markerNamed(name, trial.names());
+        if (column >= 0) {
+            isWorn[static_cast<std::size_t>(column)] = true;
+        } else {
             missing.push_back(name);
         }
     }
-    for (const std::string& name : trial.names()) {
-        if (!name.empty() && !isIn(wanted, name)) {
-            others.push_back(name);
+    for (std::size_t i = 0; i < isWorn.size(); ++i) {
+        if (!isWorn[i] && !trial.names()[i].empty()) {
+            others.push_back(trial.names()[i]);
         }
     }
     fmt::print("{}{}{}: has {} of {} markers\n", kit::printable(trial.file()),

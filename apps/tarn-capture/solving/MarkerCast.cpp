@@ -14,7 +14,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <set>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -23,13 +22,13 @@ namespace tarn::capture {
 
 namespace {
 
-using Names = std::set<std::string>;
+using Names = std::vector<std::string>;
 
 Names namesOf(const kit::C3dInfo& take, const std::string& subject) {
     Names names;
     for (const kit::C3dMarker& marker : take.markers) {
         if (marker.subject == subject) {
-            names.insert(marker.name);
+            names.push_back(marker.name);
         }
     }
     return names;
@@ -51,7 +50,7 @@ template <class Markers>
 Match matchOf(const Names& names, const Markers& markers) {
     Match match{0, markers.size()};
     for (const auto& marker : markers) {
-        match.found += names.count(marker.name);
+        match.found += kit::markerNamed(marker.name, names) >= 0 ? 1U : 0U;
     }
     return match;
 }
@@ -174,17 +173,17 @@ MarkerCast castOf(const kit::C3dInfo& take, const std::vector<Candidate>& candid
 
 std::optional<kit::UpAxis> upAxisBy(const kit::C3dTake& take, const std::string& subject,
                                     const kit::MarkerBody& body) {
+    std::vector<std::string> names;
+    for (const kit::C3dMarker& marker : take.markers) {
+        names.push_back(marker.subject == subject ? marker.name : std::string());
+    }
     const auto columnsOf = [&](std::initializer_list<std::string_view> segments) {
         std::vector<std::size_t> columns;
-        for (std::size_t c = 0; c < take.markers.size(); ++c) {
-            const auto worn = std::find_if(body.markers.begin(), body.markers.end(),
-                                           [&](const kit::BodyMarker& marker) {
-                                               return marker.name == take.markers[c].name &&
-                                                      std::find(segments.begin(), segments.end(),
-                                                                marker.segment) != segments.end();
-                                           });
-            if (take.markers[c].subject == subject && worn != body.markers.end()) {
-                columns.push_back(c);
+        for (const kit::BodyMarker& marker : body.markers) {
+            const int column = kit::markerNamed(marker.name, names);
+            if (column >= 0 &&
+                std::find(segments.begin(), segments.end(), marker.segment) != segments.end()) {
+                columns.push_back(static_cast<std::size_t>(column));
             }
         }
         return columns;

@@ -8,6 +8,7 @@
 #include "support/Errors.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/body/MarkerSet.h>
 #include <tarn_kit/body/Markers.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/TakeOf.h>
@@ -28,8 +29,7 @@ std::string likeliest(const std::vector<kit::C3dMarker>& all,
                       const std::vector<std::string>& wanted) {
     std::map<std::string, int> counts;
     for (const kit::C3dMarker& marker : all) {
-        const bool isWanted = std::find(wanted.begin(), wanted.end(), marker.name) != wanted.end();
-        counts[marker.subject] += isWanted ? 1 : 0;
+        counts[marker.subject] += kit::markerNamed(marker.name, wanted) >= 0 ? 1 : 0;
     }
     const auto best =
         std::max_element(counts.begin(), counts.end(),

@@ -127,6 +127,7 @@ SolveSummary summarize(const MarkerTrial& trial, const SolvedTrial& solved) {
     summary.rms = rmsOf(all);
     summary.rmsWithoutWorst = rmsOf(all, all.size() - all.size() / 100);
     summary.median = percentileOf(all, 50);
+    summary.percentile75 = percentileOf(all, 75);
     summary.percentile95 = percentileOf(all, 95);
     summary.milliseconds = percentileOf(times, 50);
     summary.millisecondsHighest = percentileOf(times, 99.9);

@@ -41,8 +41,10 @@ struct SolveSummary {
     int notConverged = 0;
     std::vector<Suspicion> suspicions; ///< swaps, and doubts of six frames and more
     std::vector<std::string> missing;  ///< markers of the body that the trial does not have
-    /// Whether the body may be that of who wears the markers.
-    bool fits() const { return rmsWithoutWorst < 20; }
+    double percentile75 = 0;
+    /// Whether the body may be that of who wears the markers: then most of them are near their
+    /// places, though some be wrong for all of the trial.
+    bool fits() const { return percentile75 < 15; }
 };
 
 SolveSummary summarize(const MarkerTrial& trial, const SolvedTrial& solved);

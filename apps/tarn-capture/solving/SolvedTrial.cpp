@@ -7,11 +7,11 @@
 #include "support/Errors.h"
 
 #include <fmt/format.h>
+#include <tarn_kit/body/MarkerSet.h>
 #include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/Session.h>
 
-#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -22,9 +22,7 @@ SolvedTrial trialSolvedBy(const kit::MarkerSolver& solver, const MarkerTrial& tr
     solved.body = solver.body();
     solved.rig = solver.rig();
     for (const kit::BodyMarker& marker : solved.body.markers) {
-        const auto name = std::find(trial.names().begin(), trial.names().end(), marker.name);
-        solved.columns.push_back(
-            name == trial.names().end() ? -1 : static_cast<int>(name - trial.names().begin()));
+        solved.columns.push_back(kit::markerNamed(marker.name, trial.names()));
     }
     return solved;
 }

@@ -4,6 +4,7 @@
 #include <tarn_kit/body/MarkerSet.h>
 
 #include "body/ShippedMarkerSets.h"
+#include "files/NameList.h"
 
 #include <tarn_kit/body/HumanBody.h>
 #include <tarn_kit/files/Text.h>
@@ -18,6 +19,15 @@
 namespace tarn::kit {
 
 namespace {
+
+/// What of a marker's name tells it from others, however it is written.
+std::string plainName(std::string_view name) {
+    std::string plain = lowered(name);
+    plain.erase(std::remove_if(plain.begin(), plain.end(),
+                               [](char c) { return c == ' ' || c == '_' || c == '-' || c == '.'; }),
+                plain.end());
+    return plain;
+}
 
 /// A way from the segment: its name in documents, the axis and the sign.
 struct Side {
@@ -113,14 +123,10 @@ MarkerSet MarkerSet::load(const std::string& nameOrPath) {
         }
     }
     if (!settings.loadSettingsFromFile(nameOrPath)) {
-        std::string shipped;
-        for (const std::string& name : shippedNames()) {
-            shipped += (shipped.empty() ? "" : ", ") + name;
-        }
         throw MarkerSetError(printable(nameOrPath) +
                              ": is not a marker set document that can be read, nor the name of a "
                              "shipped set (" +
-                             shipped + ")");
+                             nameList(shippedNames()) + ")");
     }
     return of(settings, nameOrPath);
 }
@@ -170,6 +176,24 @@ std::shared_ptr<Settings> MarkerSet::toSettings() const {
         }
     }
     return settings;
+}
+
+int markerNamed(std::string_view name, const std::vector<std::string>& names) {
+    const auto exact = std::find(names.begin(), names.end(), name);
+    if (exact != names.end()) {
+        return static_cast<int>(exact - names.begin());
+    }
+    const std::string plain = plainName(name);
+    int found = -1;
+    for (std::size_t i = 0; i < names.size() && !plain.empty(); ++i) {
+        if (plainName(names[i]) == plain) {
+            if (found >= 0) {
+                return -1;
+            }
+            found = static_cast<int>(i);
+        }
+    }
+    return found;
 }
 
 } // namespace tarn::kit

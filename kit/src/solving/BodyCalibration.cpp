@@ -5,6 +5,7 @@
 
 #include "solving/BodyAssembly.h"
 #include "solving/BodyFit.h"
+#include "solving/MarkerPlacement.h"
 #include "solving/MarkerTracker.h"
 #include "solving/PoseFit.h"
 #include "solving/UsualTurns.h"
@@ -21,9 +22,11 @@ constexpr std::size_t firstFrames = 60;  ///< that a body is fitted to at first,
 constexpr std::size_t finalFrames = 120; ///< that differ most
 constexpr std::size_t mostSolved = 600;  ///< among which these are chosen
 constexpr int finalSteps = 20;           ///< with which it is fitted to them, at most
+constexpr int placingRounds = 2;         ///< at most, of markers that the set places wrongly
 constexpr double leastSwapped = 0.01;    ///< of the frames: then it is fitted twice
 constexpr double offsetSpread = 0.025;   ///< how far markers are from where the set says ...
 constexpr double landmarkSpread = 0.015; ///< ... and those at a joint, where bones are felt
+constexpr double anywhereSpread = 0.06;  ///< and those of which it says no more than the segment
 constexpr double leastInFit = 0.002;     ///< of a marker from its place, while a body is fitted ...
 constexpr double hidden = 2.5;           ///< skin moves that much further than misses show
 constexpr double leastSpread = 0.006;    ///< ... and when it is solved in movements not seen yet
@@ -100,8 +103,9 @@ BodyExpectation expectationOf(const MarkerSet& set, const MarkerBody& generic,
             }
         }
         expectation.offsets.push_back(offset);
-        expectation.offsetSpreads.push_back(set.markers[m].along == 1 ? landmarkSpread
-                                                                      : offsetSpread);
+        expectation.offsetSpreads.push_back(!set.markers[m].isPlaced()  ? anywhereSpread
+                                            : set.markers[m].along == 1 ? landmarkSpread
+                                                                        : offsetSpread);
     }
     for (const HumanLength& length : lengths) {
         expectation.lengths.push_back(length.metres);
@@ -132,9 +136,7 @@ class Calibration {
 public:
     Calibration(const MarkerSet& set, const std::vector<Sightings>& frames,
                 const CalibrationProgress& progress)
-        : all_(frames), progress_(progress),
-          result_{MarkerBody::generic(set, guessedHeight(set, frames)), {}, 0, 0, false},
-          assembly_(result_.body),
+        : all_(frames), progress_(progress), result_(begun(set, frames)), assembly_(result_.body),
           expectation_(expectationOf(set, result_.body, assembly_.articulation)) {}
 
     CalibratedBody run() {
@@ -144,6 +146,13 @@ public:
     }
 
 private:
+    static CalibratedBody begun(const MarkerSet& set, const std::vector<Sightings>& frames) {
+        CalibratedBody result;
+        result.body = MarkerBody::generic(set, guessedHeight(set, frames));
+        result.misplaced.resize(set.markers.size());
+        return result;
+    }
+
     Articulation& body() { return assembly_.articulation; }
 
     void setSpread(double spread) {
@@ -159,6 +168,7 @@ private:
         MarkerTracker tracker(body());
         tracker.fit().threshold = threshold;
         swappedFrames_ = 0;
+        doubts_.assign(body().markers.size(), {});
         for (const std::size_t number : numbers) {
             tracker.track(all_[number]);
             swappedFrames_ += tracker.swaps().empty() ? 0 : 1;
@@ -166,6 +176,8 @@ private:
             for (std::size_t m = 0; m < frame.sightings.size(); ++m) {
                 if (tracker.isDoubted(m)) {
                     frame.sightings[m].weight = 0;
+                    const Vector3d& miss = tracker.fit().problem().misses()[m];
+                    doubts_[m].push_back(dot(miss, miss));
                 }
             }
             frames.push_back(std::move(frame));
@@ -189,9 +201,54 @@ private:
         return true;
     }
 
+    /// The frames among which those are chosen that a body is fitted to, solved with markers that
+    /// are not where the set says put where they are.
+    std::vector<FitFrame> solvePlaced() {
+        const std::vector<std::size_t> numbers = evenly(all_.size(), mostSolved);
+        std::vector<FitFrame> frames = solve(numbers, 4);
+        for (int round = 0; round < placingRounds && placeDoubted(numbers, frames); ++round) {
+            frames = solve(numbers, 4);
+        }
+        return frames;
+    }
+
+    /// Puts markers that most frames doubt where they are; false if there is none to be put.
+    bool placeDoubted(const std::vector<std::size_t>& numbers,
+                      const std::vector<FitFrame>& frames) {
+        std::vector<std::size_t> doubted;
+        for (std::size_t m = 0; m < doubts_.size(); ++m) {
+            const auto seen =
+                std::count_if(numbers.begin(), numbers.end(),
+                              [&](std::size_t number) { return all_[number][m].weight > 0; });
+            if (2 * doubts_[m].size() > static_cast<std::size_t>(seen)) {
+                doubted.push_back(m);
+            }
+        }
+        if (doubted.empty()) {
+            return false;
+        }
+        std::vector<PlacedFrame> placed;
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            placed.push_back({&all_[numbers[i]], &frames[i].stance});
+        }
+        const Articulation before = body();
+        const std::vector<std::size_t> found = placeAnew(body(), doubted, placed);
+        for (const std::size_t m : found) {
+            Vector3d offset = body().markers[m].offset;
+            result_.misplaced[m] += lengthOf(offset - before.markers[m].offset);
+            for (const OffsetUse& use : expectation_.offsetUses) {
+                if (use.marker == m) {
+                    offset = offset - body().lengths[use.length] * use.direction;
+                }
+            }
+            expectation_.offsets[m] = offset;
+        }
+        return !found.empty();
+    }
+
     bool fitFinal() {
         setSpread(0.008);
-        std::vector<FitFrame> frames = solve(evenly(all_.size(), mostSolved), 4);
+        std::vector<FitFrame> frames = solvePlaced();
         // Where labels were exchanged, the body stood wrong in some of the first frames, and is
         // fitted once more when they are right. Otherwise once is better: more steps bring it
         // nearer to what skin does.
@@ -207,6 +264,7 @@ private:
         }
         setSpreads(frames, leastSpread);
         setUsualTurns(frames);
+        noteDoubts(static_cast<int>(frames.size()));
         return true;
     }
 
@@ -261,6 +319,21 @@ private:
             sum += miss * miss;
         }
         result_.error = every.empty() ? 0 : std::sqrt(sum / static_cast<double>(every.size()));
+    }
+
+    /// Says of which markers the body makes nothing, and how far these are from their places.
+    void noteDoubts(int frames) {
+        result_.solvedFrames = frames;
+        for (std::size_t m = 0; m < doubts_.size(); ++m) {
+            result_.timesDoubted.push_back(static_cast<int>(doubts_[m].size()));
+            double sum = 0;
+            for (const double squared : doubts_[m]) {
+                sum += squared / static_cast<double>(doubts_[m].size());
+            }
+            if (2 * result_.timesDoubted[m] > frames) {
+                result_.markerErrors[m] = std::sqrt(sum);
+            }
+        }
     }
 
     /// Learns how joints are commonly turned.
@@ -345,7 +418,8 @@ private:
     BodyExpectation expectation_;
     std::vector<double> lengthUncertainties_, offsetUncertainties_;
     double heightUncertainty_ = 0;
-    double swappedFrames_ = 0; ///< of those solved last
+    double swappedFrames_ = 0;                ///< of those solved last
+    std::vector<std::vector<double>> doubts_; ///< of each marker in these, the square of its miss
 };
 
 } // namespace

@@ -20,9 +20,12 @@ using CalibrationProgress = std::function<bool(double)>;
 struct CalibratedBody {
     MarkerBody body;
     std::vector<double> markerErrors; ///< of each marker, root of mean square, in metres
-    double error = 0;                 ///< of all, without the worst hundredth
-    int frames = 0;                   ///< how many it was fitted to
-    bool isComplete = false;          ///< false if it was told to stop
+    std::vector<int> timesDoubted;    ///< of each marker, in the frames that were solved at the end
+    std::vector<double> misplaced; ///< how far each is from where the set said, if that was wrong
+    int solvedFrames = 0;          ///< how many these are
+    double error = 0;              ///< of all, without the worst hundredth
+    int frames = 0;                ///< how many it was fitted to
+    bool isComplete = false;       ///< false if it was told to stop
 };
 
 /// Finds out how long a performer's segments are and where the markers sit on them, from frames of

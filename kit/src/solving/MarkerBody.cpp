@@ -140,7 +140,9 @@ MarkerBody MarkerBody::generic(const MarkerSet& set, double height) {
         marker.name = place.name;
         marker.segment = place.segment;
         marker.turnsWithHand = isForeArm(place.segment) && place.along > 0.75;
-        marker.offset = place.along * tip + height / heightOfPlaces * place.offset;
+        // Of one that is only said to be on the segment the middle is the safest guess.
+        const double along = place.isPlaced() ? place.along : 0.5;
+        marker.offset = along * tip + height / heightOfPlaces * place.offset;
         marker.weight = place.weight;
         result.markers.push_back(marker);
     }

@@ -3,9 +3,11 @@
 
 #include <tarn_kit/solving/MarkerCalibrator.h>
 
+#include "files/NameList.h"
 #include "solving/BodyCalibration.h"
 
 #include <tarn/Character.h>
+#include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/body/Markers.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/session/TakeOf.h>
@@ -15,6 +17,7 @@
 #include <any>
 #include <array>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 namespace tarn::kit {
@@ -68,14 +71,6 @@ std::string inMillimetres(double metres) {
     return std::to_string(static_cast<int>(std::lround(1000 * metres))) + " mm";
 }
 
-std::string listOf(const std::vector<std::string>& names) {
-    std::string list;
-    for (const std::string& name : names) {
-        list += (list.empty() ? "" : ", ") + printable(name);
-    }
-    return list;
-}
-
 /// The frames that were collected, as the markers of a set that are there.
 struct Material {
     MarkerSet set;
@@ -91,11 +86,10 @@ Material materialOf(const MarkerSet& set, const MarkerSource& source,
     material.set.markers.clear();
     std::vector<std::size_t> columns;
     for (const MarkerPlace& marker : set.markers) {
-        const auto name = std::find(source.names.begin(), source.names.end(), marker.name);
-        const auto column = static_cast<std::size_t>(name - source.names.begin());
+        const int found = markerNamed(marker.name, source.names);
+        const auto column = static_cast<std::size_t>(found);
         const auto seen = std::count_if(frames.begin(), frames.end(), [&](const auto& frame) {
-            return column < source.names.size() &&
-                   isSeen(std::any_cast<const MarkerFrame&>(frame->data())[column]);
+            return found >= 0 && isSeen(std::any_cast<const MarkerFrame&>(frame->data())[column]);
         });
         if (seen > 0) {
             material.set.markers.push_back(marker);
@@ -125,8 +119,29 @@ bool hasMarkersOn(const char* segment, const MarkerSet& set) {
                        [&](const MarkerPlace& marker) { return marker.segment == segment; });
 }
 
+double middleOf(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// Whether a body's markers may be so far apart, in metres.
+bool isWidthOfBody(double width) { return width > 0.2 && width < 5; }
+
+/// The unit in which so much is about as much as people's markers are apart; empty if there is
+/// none.
+std::string unitFor(double width) {
+    for (const char* const name : {"mm", "cm", "m", "in"}) {
+        const std::optional<LengthUnit> unit = lengthUnitNamed(name);
+        if (unit && width * unit->metres > 0.6 && width * unit->metres < 2.6) {
+            return name;
+        }
+    }
+    return "";
+}
+
 /// Why no body can be fitted to frames; empty if one can.
-std::string problemOf(const MarkerSet& set, const Material& material) {
+std::string problemOf(const MarkerSet& set, const Material& material, const MarkerSource& source) {
     if (material.frames.empty()) {
         return "there are no frames of markers to calibrate from";
     }
@@ -137,13 +152,14 @@ std::string problemOf(const MarkerSet& set, const Material& material) {
         return "the frames have " + std::to_string(found) + " of the " +
                std::to_string(set.markers.size()) + " markers of the set" +
                (set.name.empty() ? "" : " " + printable(set.name)) +
-               "; missing: " + listOf(material.missing);
+               "; missing: " + nameList(material.missing);
     }
-    double widest = 0;
+    std::vector<double> widths;
     std::size_t usable = 0;
     for (const Sightings& frame : material.frames) {
         const Sighting* first = nullptr;
         std::size_t seen = 0;
+        double widest = 0;
         for (const Sighting& sighting : frame) {
             if (sighting.weight > 0) {
                 first = first == nullptr ? &sighting : first;
@@ -152,14 +168,18 @@ std::string problemOf(const MarkerSet& set, const Material& material) {
             }
         }
         usable += 2 * seen >= found ? 1 : 0;
+        widths.push_back(widest);
     }
     if (usable < 10) {
         return "at least half of the markers are seen in " + std::to_string(usable) +
                " of the frames; it takes 10";
     }
-    if (!(widest > 0.2 && widest < 5)) {
-        return "the markers of a frame are at most " + inMillimetres(widest) +
-               " apart, which is no body: is the unit of length right?";
+    const double width = middleOf(std::move(widths)); // a ghost may be anywhere
+    if (!isWidthOfBody(width)) {
+        const std::string unit = unitFor(width / source.metresPerUnit);
+        return "the markers of a frame are " + inMillimetres(width) +
+               " apart, which is no body: is the unit of length right?" +
+               (unit.empty() ? "" : " In " + unit + " it would be one");
     }
     return "";
 }
@@ -180,6 +200,17 @@ std::vector<WeakSpot> weakSpotsOf(const CalibratedBody& found, const Material& m
                              "seen in " + std::to_string(material.timesSeen[m]) + " of " +
                                  std::to_string(frames) + " frames",
                              ""});
+        } else if (2 * found.timesDoubted[m] > found.solvedFrames) {
+            spots.push_back(
+                {marker.name,
+                 "not where the body has it in " + std::to_string(found.timesDoubted[m]) + " of " +
+                     std::to_string(found.solvedFrames) + " frames",
+                 "see whether it sits where the marker set says, and has its own label"});
+        } else if (found.misplaced[m] > 0 && material.set.markers[m].isPlaced()) {
+            spots.push_back(
+                {marker.name,
+                 "found " + inMillimetres(found.misplaced[m]) + " from where the marker set says",
+                 "see whether it has its own label"});
         } else if (marker.uncertainty > weakMarker) {
             spots.push_back({marker.name,
                              "placed to " + inMillimetres(marker.uncertainty) + " only",
@@ -235,7 +266,7 @@ bool MarkerCalibrator::PrivateData::fit(const MarkerSolver& solver,
     made.frames = static_cast<int>(frames.size());
     const Material material = materialOf(set, solver.source(), frames);
     made.missingMarkers = material.missing;
-    made.error = problemOf(set, material);
+    made.error = problemOf(set, material, solver.source());
     if (made.isGood()) {
         CalibratedBody found = calibrateBody(material.set, material.frames, progress);
         if (!found.isComplete) {

@@ -3,12 +3,13 @@
 
 #include <tarn_kit/solving/MarkerSolver.h>
 
+#include "files/NameList.h"
 #include "processing/AnyNumber.h"
 #include "solving/BodyAssembly.h"
 #include "solving/MarkerTracker.h"
 
+#include <tarn_kit/body/MarkerSet.h>
 #include <tarn_kit/body/Markers.h>
-#include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <any>
@@ -33,15 +34,18 @@ std::string textOf(double number) {
 /// For each marker of the body the index of the source's, or -1.
 std::vector<int> columnsOf(const MarkerBody& body, const MarkerSource& source) {
     std::vector<int> columns;
-    std::string missing;
+    std::vector<std::string> missing;
     for (const BodyMarker& marker : body.markers) {
-        const auto name = std::find(source.names.begin(), source.names.end(), marker.name);
-        const bool found = name != source.names.end();
-        columns.push_back(found ? static_cast<int>(name - source.names.begin()) : -1);
-        missing += found ? "" : " " + printable(marker.name);
+        columns.push_back(markerNamed(marker.name, source.names));
+        if (columns.back() < 0) {
+            missing.push_back(marker.name);
+        }
     }
-    if (std::all_of(columns.begin(), columns.end(), [](int column) { return column < 0; })) {
-        throw MarkerBodyError("none of the body's markers is there:" + missing);
+    if (missing.size() == columns.size()) {
+        std::vector<std::string> others = source.names;
+        others.erase(std::remove(others.begin(), others.end(), ""), others.end());
+        throw MarkerBodyError("none of the body's markers is there: " + nameList(missing) +
+                              (others.empty() ? "" : "; there are " + nameList(others, 8)));
     }
     return columns;
 }

@@ -96,3 +96,13 @@ TEST(MarkerSet, SaysWhichSetsThereAreWhenItFindsNone) {
         EXPECT_NE(std::string(error.what()).find("no/such/set"), std::string::npos);
     }
 }
+
+TEST(MarkerSet, FindsAMarkerWhoseNameIsWrittenInAnotherWay) {
+    const std::vector<std::string> names = {"c7", "L FWT", "L_FWT", "rfwt", "RFWT", "R-KNE", ""};
+    EXPECT_EQ(markerNamed("C7", names), 0);
+    EXPECT_EQ(markerNamed("RFWT", names), 4) << "exactly that name goes before";
+    EXPECT_EQ(markerNamed("RKNE", names), 5);
+    EXPECT_EQ(markerNamed("LFWT", names), -1) << "which of the two nobody knows";
+    EXPECT_EQ(markerNamed("LKNE", names), -1);
+    EXPECT_EQ(markerNamed("-", names), -1) << "nothing is left of that name";
+}

@@ -6,10 +6,12 @@
 #include "kit/solving/SolvingTesting.h"
 
 #include <tarn/Character.h>
+#include <tarn_kit/files/Text.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <thread>
 
 using namespace solving_testing;
@@ -27,18 +29,36 @@ protected:
     }
     ~MarkerCalibratorTest() override { character.setTracks(nullptr); }
 
-    void show(int count, double noise = 1) {
+    /// What is wrong with the markers of a frame.
+    using Fault = std::function<void(int, std::vector<Marker>&)>;
+
+    void show(int count, const Fault& fault = nullptr) {
         std::mt19937 random(5);
         std::vector<std::shared_ptr<Frame>> frames;
         frames.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) {
             const Truth truth = truthAt(body, 0.05 * i);
-            frames.push_back(frameOf(markersOf(truth, noise, random), static_cast<unsigned>(i)));
+            std::vector<Marker> markers = markersOf(truth, 1, random);
+            if (fault != nullptr) {
+                fault(i, markers);
+            }
+            frames.push_back(frameOf(std::move(markers), static_cast<unsigned>(i)));
         }
         character.setTracks(takeOf(markerDataType, frames, 100));
         for (int i = 0; i < count; ++i) {
             character.tracks()->setCurrentTime(i);
         }
+    }
+
+    const CalibrationReport& calibrate(int count, const Fault& fault = nullptr) {
+        character.beginCalibrate();
+        show(count, fault);
+        character.endCalibrate();
+        return calibrator.report();
+    }
+
+    std::size_t marker(const char* name) const {
+        return static_cast<std::size_t>(set.markerOf(name));
     }
 
     static MarkerBody performer() {
@@ -68,6 +88,19 @@ double lengthIn(const MarkerBody& body, const std::string& name) {
         }
     }
     return std::nan("");
+}
+
+/// How far lengths and places of markers of two bodies differ at most, in metres.
+double differenceOf(const MarkerBody& a, const MarkerBody& b) {
+    double most = 0;
+    for (std::size_t l = 0; l < a.body.lengths().size(); ++l) {
+        const double difference = a.body.lengths()[l].metres - b.body.lengths()[l].metres;
+        most = std::max(most, std::abs(difference));
+    }
+    for (std::size_t m = 0; m < a.markers.size(); ++m) {
+        most = std::max(most, lengthOf(a.markers[m].offset - b.markers[m].offset));
+    }
+    return most;
 }
 
 } // namespace
@@ -125,6 +158,112 @@ TEST_F(MarkerCalibratorTest, FindsHowTallThePerformerStands) {
     EXPECT_LT(uncertainty, 0.03);
     EXPECT_NEAR(found.body.stature(), truth, 2 * uncertainty);
     EXPECT_EQ(MarkerBody::of(actor).uncertainties.back().length, "Height");
+}
+
+TEST_F(MarkerCalibratorTest, FindsHowFarApartTheShouldersAreOnEachSide) {
+    body.body.setLength("LeftShoulderWidth", 0.045);
+    body.body.setLength("RightShoulderWidth", 0.010);
+    const MarkerBody& found = calibrate(150).body;
+    EXPECT_NEAR(lengthIn(found, "LeftShoulderWidth"), 0.045, 0.008); // people: 0.021
+    EXPECT_NEAR(lengthIn(found, "RightShoulderWidth"), 0.010, 0.008);
+    EXPECT_GT(lengthIn(MarkerBody::of(actor), "LeftShoulderWidth"), 0.037);
+}
+
+TEST_F(MarkerCalibratorTest, PutsLabelsRightThatAreExchangedInMostFrames) {
+    // Where these two sit is told by frames alone in which they carry each other's label.
+    for (const char* const knee : {"LKNE", "RKNE"}) {
+        Vector3d& offset = body.markers[marker(knee)].offset;
+        offset = offset + Vector3d{0, 0.03, 0.01};
+    }
+    const MarkerBody& found = calibrate(80, [&](int frame, std::vector<Marker>& markers) {
+                                  if (frame > 4) {
+                                      std::swap(markers[marker("LKNE")], markers[marker("RKNE")]);
+                                  }
+                              }).body;
+    for (const char* const knee : {"LKNE", "RKNE"}) {
+        const Vector3d off = found.markers[marker(knee)].offset - body.markers[marker(knee)].offset;
+        EXPECT_LT(lengthOf(off), 0.018) << knee;
+    }
+}
+
+TEST_F(MarkerCalibratorTest, NamesAMarkerThatIsNotWhereTheSetSays) {
+    const CalibrationReport& report = calibrate(80, [&](int, std::vector<Marker>& markers) {
+        markers[marker("LKNE")] = markers[marker("RSHN")]; // on the other leg
+        markers[marker("LKNE")].position.x += 15;
+    });
+    ASSERT_TRUE(report.isGood()) << report.error;
+    const auto spot = std::find_if(report.weakSpots.begin(), report.weakSpots.end(),
+                                   [](const WeakSpot& weak) { return weak.name == "LKNE"; });
+    ASSERT_NE(spot, report.weakSpots.end());
+    EXPECT_NE(spot->reason.find("not where the body has it"), std::string::npos) << spot->reason;
+    EXPECT_NE(spot->advice.find("label"), std::string::npos) << spot->advice;
+    EXPECT_GT(report.markerErrors[marker("LKNE")], 0.1);
+    EXPECT_LT(report.markerErrors[marker("RKNE")], 0.004);
+    EXPECT_NEAR(lengthIn(report.body, "LeftUpLeg"), 0.44, 0.01);
+}
+
+TEST(MarkerCalibrator, FindsWhereMarkersSitOfWhichASetSaysLittleOrWhatIsWrong) {
+    const MarkerBody body = someBody();
+    std::mt19937 random(5);
+    std::vector<std::shared_ptr<Frame>> frames;
+    frames.reserve(80);
+    for (unsigned i = 0; i < 80; ++i) {
+        frames.push_back(frameOf(markersOf(truthAt(body, 0.05 * i), 1, random), i));
+    }
+    const auto calibrated = [&](const MarkerSet& set) {
+        MarkerSolver solver("s", MarkerBody::generic(set), sourceOf(body));
+        MarkerCalibrator calibrator("c", set);
+        calibrator.setSolver(&solver);
+        calibrator.setCalibrationData(takeOf(markerDataType, frames, 100));
+        calibrator.finish();
+        return calibrator.report();
+    };
+    MarkerSet set = MarkerSet::load("cmu41");
+    const CalibrationReport usual = calibrated(set);
+    const auto indexOf = [&](const char* name) {
+        return static_cast<std::size_t>(set.markerOf(name));
+    };
+    for (const char* const name : {"LKNE", "RANK", "LELB"}) { // the segment alone
+        set.markers[indexOf(name)].along = 0;
+        set.markers[indexOf(name)].offset = {};
+    }
+    set.markers[indexOf("RTHI")].along = 0.1; // it is in the middle of the thigh
+    set.markers[indexOf("RTHI")].offset.z = -0.1;
+    const CalibrationReport report = calibrated(set);
+    ASSERT_TRUE(report.isGood()) << report.error;
+    for (const char* const name : {"LKNE", "RANK", "LELB", "RTHI"}) {
+        const std::size_t m = indexOf(name);
+        EXPECT_LT(report.markerErrors[m], 0.004) << name;
+        EXPECT_LT(lengthOf(report.body.markers[m].offset - body.markers[m].offset), 0.009) << name;
+    }
+    // What a set does not say is less certain.
+    EXPECT_GT(report.body.markers[indexOf("LKNE")].uncertainty,
+              1.22 * usual.body.markers[indexOf("LKNE")].uncertainty);
+    const auto spot = std::find_if(report.weakSpots.begin(), report.weakSpots.end(),
+                                   [](const WeakSpot& weak) { return weak.name == "RTHI"; });
+    ASSERT_NE(spot, report.weakSpots.end());
+    EXPECT_NE(spot->reason.find("from where the marker set says"), std::string::npos)
+        << spot->reason;
+}
+
+TEST_F(MarkerCalibratorTest, IsNotPutOffByGhostsFarAway) {
+    const MarkerBody clean = calibrate(80).body;
+    const CalibrationReport& report = calibrate(80, [&](int frame, std::vector<Marker>& markers) {
+        if (frame % 9 == 4) {
+            markers[marker("LFIN")] = Marker::at({20000, 0, 0});
+        }
+    });
+    ASSERT_TRUE(report.isGood()) << report.error;
+    EXPECT_LT(differenceOf(report.body, clean), 0.004);
+}
+
+TEST_F(MarkerCalibratorTest, SaysInWhichUnitTheFramesWouldShowABody) {
+    const CalibrationReport& report = calibrate(20, [&](int, std::vector<Marker>& markers) {
+        for (Marker& one : markers) { // they are said to be in millimetres
+            one.position = toSingle(0.001 * toDouble(one.position));
+        }
+    });
+    EXPECT_NE(report.error.find("In m it would be one"), std::string::npos) << report.error;
 }
 
 TEST_F(MarkerCalibratorTest, ChangesNothingWhenItIsCancelled) {
@@ -231,6 +370,16 @@ TEST(MarkerCalibrator, TakesATakeOfAnotherSetForWhatItIs) {
     MarkerSolver most("m", whole, source);
     MarkerCalibrator patient("p", MarkerSet::load("cmu41"));
     patient.setSolver(&most);
+    patient.setCalibrationData(takeOf(markerDataType, frames, 100));
+    patient.finish();
+    EXPECT_EQ(patient.report().error, "");
+    EXPECT_EQ(patient.report().missingMarkers.size(), 2U);
+    // However a program writes their names, they are there.
+    for (std::string& name : source.names) {
+        name = lowered(name);
+    }
+    MarkerSolver small("m", whole, source);
+    patient.setSolver(&small);
     patient.setCalibrationData(takeOf(markerDataType, frames, 100));
     patient.finish();
     EXPECT_EQ(patient.report().error, "");

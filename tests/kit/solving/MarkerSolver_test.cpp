@@ -5,6 +5,7 @@
 
 #include "kit/solving/SolvingTesting.h"
 
+#include <tarn_kit/files/Text.h>
 #include <tarn_kit/solving/MarkerFit.h>
 
 #include <gtest/gtest.h>
@@ -128,6 +129,16 @@ TEST_F(MarkerSolverTest, StatesInTheRigWhatIsKnownOfTheSpaceOfBodies) {
     EXPECT_EQ(inInches.rig()->space().upOrigin, Origin::Stated);
     source.bodyUnitsPerMetre = 17;
     EXPECT_FALSE(MarkerSolver("none", body, source).rig()->space().unit.known());
+}
+
+TEST_F(MarkerSolverTest, KnowsMarkersWhoseNamesAreWrittenInAnotherWay) {
+    MarkerSource source = sourceOf(body);
+    for (std::string& name : source.names) {
+        name = name.substr(0, 1) + " " + lowered(name.substr(1));
+    }
+    MarkerSolver other("o", body, source);
+    ASSERT_TRUE(feed(other, frameAt(5)));
+    EXPECT_LT(worstMissOf(other, truth), 5);
 }
 
 TEST_F(MarkerSolverTest, SaysWhereAMarkerIsThatWasLeftOut) {
@@ -261,10 +272,11 @@ TEST_F(MarkerSolverTest, RefusesFramesThatHoldSomethingElse) {
 
 TEST_F(MarkerSolverTest, NamesTheMarkersThatASourceHasNoneOf) {
     try {
-        const MarkerSolver none("none", body, {{"A", "B"}, 0.001});
+        const MarkerSolver none("none", body, {{"A", "", "B"}, 0.001});
         FAIL() << "took a source without markers";
     } catch (const MarkerBodyError& error) {
         EXPECT_NE(std::string(error.what()).find("LKNE"), std::string::npos) << error.what();
+        EXPECT_NE(std::string(error.what()).find("; there are A, B"), std::string::npos);
     }
 }
 

@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarn::kit {
@@ -26,6 +27,9 @@ struct MarkerPlace {
     /// How much it counts, from 0 on; 1 is usual.
     double weight = 1;
     std::string description;
+
+    /// Whether more is said than the segment.
+    bool isPlaced() const { return along != 0 || lengthOf(offset) > 0; }
 };
 
 /// A document, or what should be one, is no marker set; `what()` is one line with file and marker.
@@ -53,10 +57,12 @@ public:
 ///         </Markers>
 ///     </MarkerSet>
 ///
-/// Each marker is an element of its name. Only its `Segment` is needed. `Along` goes from 0 (the
-/// segment's joint) to 1 (its end); from there `Left` or `Right`, `Up` or `Down`, `Front` or `Back`
-/// lead to the marker, each in metres on a body of 1.75 m that stands in T-pose with palms down.
-/// A marker in the last quarter of a forearm turns with the hand, as the skin there does.
+/// Each marker is an element of its name. Only its `Segment` is needed: a marker of which no more
+/// is said is looked for on all of it, which costs a calibration some of its certainty. `Along`
+/// goes from 0 (the segment's joint) to 1 (its end); from there `Left` or `Right`, `Up` or `Down`,
+/// `Front` or `Back` lead to the marker, each in metres on a body of 1.75 m that stands in T-pose
+/// with palms down. A marker in the last quarter of a forearm turns with the hand, as the skin
+/// there does.
 struct TARN_KIT_EXPORT MarkerSet {
     std::string name;
     std::string description;
@@ -76,5 +82,10 @@ struct TARN_KIT_EXPORT MarkerSet {
     /// The set as a document: settings with one group "MarkerSet".
     std::shared_ptr<Settings> toSettings() const;
 };
+
+/// Where the marker that is called `name` stands among `names`: one of exactly that name, or else
+/// the only one that differs from it in nothing but the case of letters, blanks, '_', '-' and '.',
+/// "l fwt" for "LFWT": programs write labels in their own ways. -1 if there is none, or several.
+TARN_KIT_EXPORT int markerNamed(std::string_view name, const std::vector<std::string>& names);
 
 } // namespace tarn::kit

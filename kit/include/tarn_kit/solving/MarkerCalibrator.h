@@ -18,7 +18,7 @@ namespace tarn::kit {
 struct WeakSpot {
     std::string name;   ///< of the length or the marker
     std::string reason; ///< "known to 31 mm only", "seen in 4 of 800 frames"
-    std::string advice; ///< what movement would help; empty where none would
+    std::string advice; ///< what would help, mostly a movement; empty where nothing would
 };
 
 /// What a calibration found.

@@ -6,11 +6,15 @@
 
 #include <gmock/gmock.h>
 #include <tarn/Settings.h>
+#include <tarn_kit/body/Markers.h>
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/C3d.h>
+#include <tarn_kit/session/TakeOf.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -230,6 +234,37 @@ TEST_F(Solve, SaysSoWhenTheBodyIsSomebodyElses) {
     Settings report;
     ASSERT_TRUE(report.loadSettingsFromFile(out() + "/solve.xml"));
     EXPECT_EQ(report.value("Solve.Trials.Trial1.Fits", ""), "no");
+}
+
+TEST_F(Solve, AMarkerThatIsWrongThroughoutDoesNotMakeTheBodySomebodyElses) {
+    kit::C3dTake take = kit::readC3d(std::filesystem::path(sample));
+    const auto at = std::find_if(take.markers.begin(), take.markers.end(),
+                                 [](const kit::C3dMarker& m) { return m.name == "LKNE"; });
+    const auto column = static_cast<std::size_t>(at - take.markers.begin());
+    std::vector<std::shared_ptr<Frame>> frames;
+    for (int i = 0; i < 60; ++i) {
+        const auto frame = take.tracks->getFrame(i, kit::markerDataType);
+        const auto& measured = frame->dataAs<kit::MarkerFrame>();
+        std::vector<kit::Marker> markers(measured.begin(), measured.end());
+        markers[column].position.z += 700;
+        frames.push_back(std::make_shared<Frame>(frame->time(), kit::markerDataType,
+                                                 kit::MarkerFrame(std::move(markers))));
+    }
+    take.tracks = kit::takeOf(kit::markerDataType, std::move(frames), 120);
+    take.frameCount = 60;
+    take.source = nullptr;
+    const std::string file = (directory.path() / "wrong.c3d").string();
+    {
+        std::ofstream stream(file, std::ios::binary);
+        kit::writeC3d(take, stream);
+    }
+    const Outcome outcome =
+        capture({"solve", file, "--actor", actor(), "--out", out(), "--no-pictures"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("LKNE is not where the body has it, frames 160..219"));
+    Settings report;
+    ASSERT_TRUE(report.loadSettingsFromFile(out() + "/solve.xml"));
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Fits", ""), "yes");
 }
 
 TEST_F(Solve, NeverWritesOverWhatItReads) {
