@@ -22,14 +22,28 @@ inline std::string clockPartition(std::uint64_t clock) { return "clock " + std::
 /// A question that waits longer than for the others of this many is of no use any more.
 inline constexpr std::int32_t waitingClockSamples = 8;
 
+/// An asker has two questions every fifth of a second; no one gets more answers than these.
+inline constexpr double mostQuestions = 500;
+
 inline EndSettings clockRequestEnd(std::uint64_t clock) {
-    return {&tarn_wire_ClockRequest_desc, clockRequestTopic, Delivery::Newest,
-            clockPartition(clock), waitingClockSamples};
+    Bounds bounds;
+    bounds.perSecond = bounds.burst = mostQuestions;
+    bounds.isWanted = [clock](const void* sample) {
+        return static_cast<const tarn_wire_ClockRequest*>(sample)->asked == clock;
+    };
+    return {&tarn_wire_ClockRequest_desc, clockRequestTopic,   Delivery::Newest,
+            clockPartition(clock),        waitingClockSamples, bounds};
 }
 
-inline EndSettings clockReplyEnd(std::uint64_t clock) {
-    return {&tarn_wire_ClockReply_desc, clockReplyTopic, Delivery::Newest, clockPartition(clock),
-            waitingClockSamples};
+/// What others are answered is of no interest to who has a number to ask by.
+inline EndSettings clockReplyEnd(std::uint64_t clock, std::uint64_t asker = 0) {
+    Bounds bounds;
+    bounds.perSecond = bounds.burst = 2 * mostQuestions;
+    bounds.isWanted = [asker](const void* sample) {
+        return static_cast<const tarn_wire_ClockReply*>(sample)->asker == asker;
+    };
+    return {&tarn_wire_ClockReply_desc, clockReplyTopic,     Delivery::Newest,
+            clockPartition(clock),      waitingClockSamples, bounds};
 }
 
 inline std::int64_t wireInstant(kit::Clock::Instant instant) {

@@ -30,7 +30,7 @@ constexpr std::size_t openQuestions = 64;
 struct LinkClock::PrivateData {
     PrivateData(dds_entity_t participant, std::uint64_t askedClock, kit::Clock::Duration pause)
         : clock(askedClock), interval(pause), writer(participant, clockRequestEnd(askedClock)),
-          reader(participant, clockReplyEnd(askedClock)) {}
+          reader(participant, clockReplyEnd(askedClock, asker)) {}
 
     void ask();
     void heard();

@@ -18,7 +18,8 @@ constexpr std::size_t mostDescribed = 8;
 } // namespace
 
 std::vector<std::string>
-Descriptions::read(const std::function<bool(std::uint64_t stream)>& isOffered) {
+Descriptions::read(const std::function<bool(std::uint64_t stream)>& isOffered,
+                   std::uint64_t current) {
     std::vector<std::string> refusals;
     eachSample<tarn_wire_Description>(
         reader_.get(), dds_take_mask, DDS_ANY_STATE,
@@ -32,9 +33,12 @@ Descriptions::read(const std::function<bool(std::uint64_t stream)>& isOffered) {
                 refusals.emplace_back(refusal.what());
             }
         });
-    for (auto at = described_.begin(); at != described_.end();) {
-        const bool isSpare = described_.size() > mostDescribed && !isOffered(at->first);
-        at = isSpare ? described_.erase(at) : std::next(at);
+    for (const bool evenOffered : {false, true}) {
+        for (auto at = described_.begin(); at != described_.end();) {
+            const bool isSpare = described_.size() > mostDescribed && at->first != current &&
+                                 (evenOffered || !isOffered(at->first));
+            at = isSpare ? described_.erase(at) : std::next(at);
+        }
     }
     return refusals;
 }

@@ -23,9 +23,11 @@ public:
           watch_(reader_.get(), waitset, unreadSamples) {}
 
     bool hasNews() const { return watch_.hasNews(); }
-    /// Reads what has come, and returns why some of it cannot be. Many are kept only of streams
-    /// that are offered.
-    std::vector<std::string> read(const std::function<bool(std::uint64_t stream)>& isOffered);
+    /// Reads what has come, and returns why some of it cannot be. Only so many are kept; those of
+    /// streams that are not offered go first, and that of `current` never.
+    std::vector<std::string> read(const std::function<bool(std::uint64_t stream)>& isOffered,
+                                  std::uint64_t current);
+    std::uint64_t turnedAway() const { return reader_.gate().turnedAway(); }
     /// Null where a stream has not described itself yet.
     const std::vector<StreamTrack>* of(std::uint64_t stream) const;
 

@@ -13,8 +13,13 @@ namespace tarn::link {
 
 namespace {
 
+constexpr std::size_t mostAtOnce = 64;
 constexpr std::size_t mostHeld = 1024;
 constexpr std::size_t mostHeldBytes = std::size_t(64) << 20;
+
+/// Takes may be published as fast as they can be read.
+constexpr double mostTimesFaster = 16;
+constexpr double mostPerSecond = 200'000;
 
 std::size_t sizeOf(const FrameSample& sample) {
     std::size_t bytes = 0;
@@ -26,12 +31,13 @@ std::size_t sizeOf(const FrameSample& sample) {
 
 } // namespace
 
-FrameIntake::FrameIntake(dds_entity_t participant, const std::string& name, Wanted wanted,
-                         dds_entity_t waitset)
-    : wanted_(wanted),
-      reader_(participant, wanted == Wanted::EveryFrame ? frameEnd(name) : newestEnd(name)),
+FrameIntake::FrameIntake(dds_entity_t participant, const std::string& name,
+                         const LinkDeviceOptions& options, dds_entity_t waitset)
+    : wanted_(options.wanted), samplesPerSecond_(options.samplesPerSecond),
+      reader_(participant, wanted_ == Wanted::EveryFrame ? frameEnd(name, samplesPerSecond_)
+                                                         : newestEnd(name, samplesPerSecond_)),
       watch_(reader_.get(), waitset, DDS_ANY_STATE) {
-    if (wanted == Wanted::EveryFrame) {
+    if (wanted_ == Wanted::EveryFrame) {
         hearing_.emplace(participant, name, drawnNumber());
         dds_set_status_mask(reader_.get(), DDS_SUBSCRIPTION_MATCHED_STATUS);
         dds_waitset_attach(waitset, reader_.get(), 0);
@@ -49,18 +55,22 @@ void FrameIntake::greet() {
 FrameBatch FrameIntake::take(const kit::Clock& clock) {
     FrameBatch batch;
     const kit::Clock::Instant received = clock.now();
-    eachSample<tarn_wire_Frame>(reader_.get(), dds_take_mask, DDS_ANY_STATE,
-                                [&](const tarn_wire_Frame& sample, const dds_sample_info_t& info) {
-                                    if (!info.valid_data) {
-                                        return;
-                                    }
-                                    try {
-                                        batch.samples.push_back(frameSampleIn(sample));
-                                        batch.samples.back().received = received;
-                                    } catch (const Refusal& refusal) {
-                                        batch.refusals.emplace_back(refusal.what());
-                                    }
-                                });
+    const std::size_t count = eachSample<tarn_wire_Frame, mostAtOnce>(
+        reader_.get(), dds_take_mask, DDS_ANY_STATE,
+        [&](const tarn_wire_Frame& sample, const dds_sample_info_t& info) {
+            if (!info.valid_data) {
+                return;
+            }
+            try {
+                batch.samples.push_back(frameSampleIn(sample));
+                batch.samples.back().received = received;
+            } catch (const Refusal& refusal) {
+                batch.refusals.emplace_back(refusal.what());
+            }
+        });
+    if (count < mostAtOnce) {
+        reader_.gate().drained();
+    }
     if (wanted_ == Wanted::NewestFrame) {
         for (const FrameSample& sample : batch.samples) {
             for (const FrameItem& item : sample.items) {
@@ -69,6 +79,19 @@ FrameBatch FrameIntake::take(const kit::Clock& clock) {
         }
     }
     return batch;
+}
+
+void FrameIntake::expect(const std::vector<StreamTrack>& tracks) {
+    double stated = 0;
+    for (const StreamTrack& track : tracks) { // each may have samples of its own
+        const auto& rate = track.description.rate;
+        stated +=
+            rate ? static_cast<double>(rate->numerator()) / static_cast<double>(rate->denominator())
+                 : 0;
+    }
+    const double allowed =
+        std::max(samplesPerSecond_, std::min(stated * mostTimesFaster, mostPerSecond));
+    reader_.gate().allow(allowed, allowed);
 }
 
 std::size_t HeldSamples::hold(FrameSample sample) {

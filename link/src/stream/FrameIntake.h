@@ -32,16 +32,20 @@ struct FrameBatch {
 class FrameIntake {
 public:
     /// What comes wakes the waitset. Throws `LinkError`.
-    FrameIntake(dds_entity_t participant, const std::string& name, Wanted wanted,
+    FrameIntake(dds_entity_t participant, const std::string& name, const LinkDeviceOptions& options,
                 dds_entity_t waitset);
 
     /// Tells publishers that are new that they are heard.
     void greet();
     bool hasMore() const { return watch_.hasNews(); }
     FrameBatch take(const kit::Clock& clock);
+    /// Lets in what such tracks may need, many times faster than they are.
+    void expect(const std::vector<StreamTrack>& tracks);
+    std::uint64_t turnedAway() const { return reader_.gate().turnedAway(); }
 
 private:
     const Wanted wanted_;
+    const double samplesPerSecond_;
     Reader reader_;
     Watch watch_;
     std::optional<HearingReport> hearing_; ///< where every frame is wanted

@@ -4,6 +4,7 @@
 #include <tarn_link/stream/Link.h>
 
 #include "clock/ClockAnswers.h"
+#include "clock/ClockTopics.h"
 #include "stream/LinkAccess.h"
 #include "wire/Domain.h"
 #include "wire/Offers.h"
@@ -39,7 +40,15 @@ struct Link::PrivateData {
         : options(std::move(linkOptions)), domain(Domain::of(options)),
           participant(dds_create_participant(options.domain, nullptr, nullptr),
                       "no place on the link"),
-          offers(participant.get()), answers(participant.get(), drawnNumber()) {}
+          offers(participant.get()), answers(participant.get(), drawnNumber()) {
+        listen(offers.get(), this);
+    }
+    ~PrivateData() { stopListening(offers.get()); }
+    PrivateData(const PrivateData&) = delete;
+    PrivateData& operator=(const PrivateData&) = delete;
+
+    /// Programs come and go for as long as this one is there.
+    void heard() const { offers.forgetGone(); }
 
     LinkOptions options;
     std::shared_ptr<Domain> domain;

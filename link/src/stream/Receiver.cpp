@@ -78,7 +78,7 @@ void Receiver::open(const Request& request, Reply& reply) {
     held_.clear();
     news_.clear();
     reconnects_ = samples_ = 0;
-    wasConnected_ = hasEnded_ = false;
+    wasConnected_ = hasEnded_ = isFloodTold_ = false;
     showTracks();
     showView(false);
     followOffers();
@@ -92,10 +92,12 @@ void Receiver::start(const Request& /*request*/, Reply& reply) {
     if (frames_ != nullptr) {
         return;
     }
-    auto frames = std::make_unique<FrameIntake>(LinkAccess::participant(link_), name_,
-                                                options_.wanted, waitset_);
+    auto frames =
+        std::make_unique<FrameIntake>(LinkAccess::participant(link_), name_, options_, waitset_);
     ++era_;
     frames_ = std::move(frames);
+    frames_->expect(tracks_);
+    isFloodTold_ = false;
     counts_.restart();
     samples_ = 0;
     quietSince_ = Steady::now();
@@ -127,6 +129,7 @@ void Receiver::status(const Request& /*request*/, Reply& reply) {
     status.hasEnded = hasEnded_;
     status.tracks = counts_.statuses();
     status.refused = news_.refused();
+    status.turnedAway = turnedAway();
     status.reconnects = reconnects_;
     status.samples = samples_;
     status.captured = sample_.captured;
@@ -155,6 +158,7 @@ void Receiver::work() {
         frames_->greet();
         readFrames();
     }
+    tellOfFlood();
     endIfOver();
     disconnectIfDrained();
 }
@@ -238,7 +242,8 @@ void Receiver::disconnect() {
 
 void Receiver::readDescriptions() {
     const auto refusals =
-        descriptions_->read([this](std::uint64_t stream) { return offers_.isOffered(stream); });
+        descriptions_->read([this](std::uint64_t stream) { return offers_.isOffered(stream); },
+                            current_ ? current_->stream : 0);
     for (const std::string& why : refusals) {
         news_.refuse(why);
     }
@@ -255,6 +260,9 @@ void Receiver::adopt() {
     isDescribed_ = true;
     tracks_ = *described;
     counts_.resize(tracks_.size());
+    if (frames_ != nullptr) {
+        frames_->expect(tracks_);
+    }
     const bool isAgain = std::exchange(wasConnected_, true);
     reconnects_ += isAgain ? 1 : 0;
     showTracks();
@@ -353,6 +361,20 @@ void Receiver::deliver(const FrameSample& sample, const std::vector<std::uint64_
             return;
         }
         outputs_.frame(track, frame);
+    }
+}
+
+std::uint64_t Receiver::turnedAway() const {
+    return (descriptions_ != nullptr ? descriptions_->turnedAway() : 0) +
+           (frames_ != nullptr ? frames_->turnedAway() : 0);
+}
+
+/// Once is enough: the status has how much it is.
+void Receiver::tellOfFlood() {
+    if (!isFloodTold_ && turnedAway() > 0) {
+        isFloodTold_ = true;
+        news_.tell(LinkEvent::Kind::Flooded,
+                   "more is sent under '" + name_ + "' than is let in; the rest is turned away");
     }
 }
 

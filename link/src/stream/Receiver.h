@@ -69,6 +69,8 @@ private:
     void deliverHeld();
     /// `newest` says of each track up to which sample its frames are passed over.
     void deliver(const FrameSample& sample, const std::vector<std::uint64_t>& newest);
+    std::uint64_t turnedAway() const;
+    void tellOfFlood();
     void endIfOver();
     void finish();
 
@@ -99,6 +101,7 @@ private:
     bool isLeaving_ = false; ///< it is offered no more; what it has sent may still be here
     bool wasConnected_ = false;
     bool hasEnded_ = false;
+    bool isFloodTold_ = false;
     std::vector<StreamTrack> tracks_; ///< as described last
     Steady::time_point quietSince_ = Steady::now();
     Steady::time_point lookAgain_ = Steady::time_point::min();

@@ -18,7 +18,7 @@ StreamNews::StreamNews(const kit::Clock& clock, Listeners listeners)
     : clock_(clock), listeners_(std::move(listeners)) {}
 
 void StreamNews::tell(LinkEvent::Kind kind, std::string text) {
-    tell({kind, {}, -1, 0, 1, std::move(text)});
+    tellNow({kind, {}, -1, 0, 1, std::move(text)});
 }
 
 void StreamNews::tell(LinkEvent::Kind kind, std::string text, std::size_t track,
@@ -32,6 +32,12 @@ void StreamNews::refuse(const std::string& why, int track) {
 }
 
 void StreamNews::tell(LinkEvent event) {
+    if (toldRate_.takes(RateLimit::Steady::now())) {
+        tellNow(std::move(event));
+    }
+}
+
+void StreamNews::tellNow(LinkEvent event) {
     event.at = clock_.now();
     events_.push_back(event);
     if (events_.size() > mostEvents) {

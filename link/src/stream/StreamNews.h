@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "wire/RateLimit.h"
+
 #include <tarn/Device.h>
 #include <tarn_link/stream/LinkStatus.h>
 
@@ -25,6 +27,7 @@ public:
     /// `clock` lives longer.
     StreamNews(const kit::Clock& clock, Listeners listeners);
 
+    /// Of the stream as a whole.
     void tell(LinkEvent::Kind kind, std::string text);
     /// Of frames of a track: the number of the first, and how many.
     void tell(LinkEvent::Kind kind, std::string text, std::size_t track, std::uint64_t first,
@@ -42,10 +45,13 @@ public:
 
 private:
     void tell(LinkEvent event);
+    /// What a sender can have happen as often as it likes is told only so often.
+    void tellNow(LinkEvent event);
 
     const kit::Clock& clock_;
     const Listeners listeners_;
     std::deque<LinkEvent> events_;
+    RateLimit toldRate_{100, 200};
     std::uint64_t refused_ = 0;
     Device::DeviceState state_ = Device::Lost;
     std::deque<Device::DeviceState> announcements_; ///< the first one is being made

@@ -18,8 +18,11 @@ inline EndSettings takeEnd() {
     return {&tarn_wire_TakeState_desc, takeTopic, Delivery::Kept, {}, 1};
 }
 
+/// Only the last report of a recorder is kept, so that none may be turned away lightly.
 inline EndSettings recorderEnd() {
-    return {&tarn_wire_RecorderState_desc, recorderTopic, Delivery::Kept, {}, 1};
+    Bounds bounds;
+    bounds.perSecond = bounds.burst = 10'000;
+    return {&tarn_wire_RecorderState_desc, recorderTopic, Delivery::Kept, {}, 1, bounds};
 }
 
 /// What samples say, unless a number or a text in them cannot be.

@@ -191,7 +191,11 @@ StreamTrack trackIn(const tarn_wire_Track& from) {
 } // namespace
 
 EndSettings descriptionEnd(const std::string& stream) {
-    return {&tarn_wire_Description_desc, descriptionTopic, Delivery::Kept, stream, 1};
+    Bounds bounds;
+    bounds.perSecond = 5;
+    bounds.burst = 20;
+    bounds.keys = 4; // each may be of some megabytes
+    return {&tarn_wire_Description_desc, descriptionTopic, Delivery::Kept, stream, 1, bounds};
 }
 
 DescriptionSample sampleOf(std::uint64_t stream, const std::vector<StreamTrack>& tracks) {

@@ -24,6 +24,9 @@ namespace {
 constexpr std::size_t longestCodecName = 100;
 constexpr std::uint32_t fastest = 1'000'000; // frames per second
 
+/// Of what waits in a reader for a host that is busy.
+constexpr std::size_t mostWaitingBytes = std::size_t(64) << 20;
+
 /// What a packet of any network takes, a tunnel's as well, less the headers of the transport.
 constexpr std::size_t partBytes = 1'200;
 constexpr std::size_t itemOverhead = 48;
@@ -110,6 +113,23 @@ bool isOfType(const std::any& payload, int dataType) {
     }
 }
 
+std::size_t sizeOf(const void* sample) {
+    const auto& frame = *static_cast<const tarn_wire_Frame*>(sample);
+    std::size_t bytes = sizeof frame;
+    for (std::uint32_t i = 0; i < frame.items._length; ++i) {
+        bytes += sizeof(tarn_wire_Item) + frame.items._buffer[i].bytes._length;
+    }
+    return bytes;
+}
+
+Bounds frameBounds(double samplesPerSecond) {
+    Bounds bounds;
+    bounds.perSecond = bounds.burst = samplesPerSecond;
+    bounds.bytes = mostWaitingBytes;
+    bounds.sizeOf = &sizeOf;
+    return bounds;
+}
+
 /// The items from `first` on, up to `end`. Returns the middleware's code.
 dds_return_t writeItems(const Writer& writer, const FrameSample& sample, std::size_t first,
                         std::size_t end) {
@@ -140,12 +160,14 @@ dds_return_t writeItems(const Writer& writer, const FrameSample& sample, std::si
 
 } // namespace
 
-EndSettings frameEnd(const std::string& stream) {
-    return {&tarn_wire_Frame_desc, frameTopic, Delivery::EveryFrame, stream, frameDepth};
+EndSettings frameEnd(const std::string& stream, double samplesPerSecond) {
+    return {&tarn_wire_Frame_desc,        frameTopic, Delivery::EveryFrame, stream, frameDepth,
+            frameBounds(samplesPerSecond)};
 }
 
-EndSettings newestEnd(const std::string& stream) {
-    return {&tarn_wire_Frame_desc, newestTopic, Delivery::Newest, stream, frameDepth};
+EndSettings newestEnd(const std::string& stream, double samplesPerSecond) {
+    return {&tarn_wire_Frame_desc,        newestTopic, Delivery::Newest, stream, frameDepth,
+            frameBounds(samplesPerSecond)};
 }
 
 dds_return_t write(const Writer& writer, const FrameSample& sample) {

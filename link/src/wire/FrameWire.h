@@ -38,11 +38,11 @@ struct FrameSample {
 /// How many samples wait for a receiver that is behind, or in it for a host that is.
 inline constexpr std::int32_t frameDepth = 2048;
 
-/// For every frame.
-EndSettings frameEnd(const std::string& stream);
+/// For every frame; a reader lets in so many samples of a writer.
+EndSettings frameEnd(const std::string& stream, double samplesPerSecond = 0);
 /// For the newest. The middleware has a reader that takes losses of a writer that would send again
 /// lose the sample after a lost one, too: so those who want the newest have writers of their own.
-EndSettings newestEnd(const std::string& stream);
+EndSettings newestEnd(const std::string& stream, double samplesPerSecond = 0);
 
 /// Returns the middleware's code: 0, or why it was not written.
 dds_return_t write(const Writer& writer, const FrameSample& sample);

@@ -18,6 +18,9 @@ namespace tarn::link {
 namespace {
 
 constexpr std::size_t mostTracks = 1024;
+constexpr std::uint32_t goneSamples = DDS_ANY_SAMPLE_STATE | DDS_ANY_VIEW_STATE |
+                                      DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE |
+                                      DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
 
 /// "1 and 2"
 std::string listed(const std::vector<std::string>& words) {
@@ -71,6 +74,11 @@ std::optional<LinkOffer> offerIn(const tarn_wire_Offer& sample) {
     return offer;
 }
 
+void OfferReader::forgetGone() const {
+    eachSample<tarn_wire_Offer, maxKeys>(reader_.get(), dds_take_mask, goneSamples,
+                                         [](const auto& /*sample*/, const auto& /*info*/) {});
+}
+
 std::vector<LinkOffer> OfferReader::offers(std::vector<LinkOffer>* gone) const {
     std::vector<LinkOffer> offers;
     const auto addTo = [](std::vector<LinkOffer>* list) {
@@ -82,11 +90,7 @@ std::vector<LinkOffer> OfferReader::offers(std::vector<LinkOffer>* gone) const {
         };
     };
     // Those that are gone make room for others.
-    eachSample<tarn_wire_Offer, maxKeys>(reader_.get(), dds_take_mask,
-                                         DDS_ANY_SAMPLE_STATE | DDS_ANY_VIEW_STATE |
-                                             DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE |
-                                             DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE,
-                                         addTo(gone));
+    eachSample<tarn_wire_Offer, maxKeys>(reader_.get(), dds_take_mask, goneSamples, addTo(gone));
     eachSample<tarn_wire_Offer, maxKeys>(
         reader_.get(), dds_read_mask,
         DDS_ANY_SAMPLE_STATE | DDS_ANY_VIEW_STATE | DDS_ALIVE_INSTANCE_STATE, addTo(&offers));

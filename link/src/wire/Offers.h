@@ -27,6 +27,9 @@ public:
     /// more, each once.
     std::vector<LinkOffer> offers(std::vector<LinkOffer>* gone = nullptr) const;
 
+    /// Makes room where nobody asks who is gone.
+    void forgetGone() const;
+
 private:
     Reader reader_;
 };

@@ -37,10 +37,15 @@ Qos qualityOf(const EndSettings& settings, bool isReader) {
         dds_qset_liveliness(qos.get(), DDS_LIVELINESS_AUTOMATIC,
                             isReader ? DDS_INFINITY : leaseTime);
     }
-    if (isReader) {
-        dds_qset_resource_limits(qos.get(), DDS_LENGTH_UNLIMITED, maxKeys, settings.depth);
-    }
     return qos;
+}
+
+/// A topic of its own, that asks a gate.
+Entity guardedTopic(dds_entity_t participant, const EndSettings& settings, Gate& gate) {
+    Entity topic(dds_create_topic(participant, settings.type, settings.topic, nullptr, nullptr),
+                 settings.topic);
+    gate.guard(topic.get());
+    return topic;
 }
 
 } // namespace
@@ -81,8 +86,8 @@ bool Writer::isRead() const {
 }
 
 Reader::Reader(dds_entity_t participant, const EndSettings& settings)
-    : topic_(dds_create_topic(participant, settings.type, settings.topic, nullptr, nullptr),
-             settings.topic),
+    : gate_(std::make_unique<Gate>(settings.bounds)),
+      topic_(guardedTopic(participant, settings, *gate_)),
       subscriber_(dds_create_subscriber(participant, partitionOf(settings).get(), nullptr),
                   settings.topic),
       reader_(dds_create_reader(subscriber_.get(), topic_.get(), qualityOf(settings, true).get(),

@@ -4,8 +4,10 @@
 #pragma once
 
 #include "wire/Entity.h"
+#include "wire/Gate.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <tarn_link.h>
 
@@ -30,11 +32,12 @@ struct EndSettings {
     const char* topic;
     Delivery delivery;
     std::string partition; ///< empty: the common one
-    /// How many samples of a key are kept for who is slow; of keys there may be `maxKeys`.
+    /// How many samples of a key are kept for who is slow.
     std::int32_t depth = 1;
+    Bounds bounds = {}; ///< of a reader
 };
 
-/// More streams, recorders or askers than that there are not.
+/// More streams, recorders or askers than that are not looked at.
 inline constexpr std::int32_t maxKeys = 1024;
 
 /// A writer with all that it needs.
@@ -62,8 +65,10 @@ public:
     /// Throws `LinkError`.
     Reader(dds_entity_t participant, const EndSettings& settings);
     dds_entity_t get() const noexcept { return reader_.get(); }
+    Gate& gate() const noexcept { return *gate_; }
 
 private:
+    std::unique_ptr<Gate> gate_; ///< goes last
     Entity topic_;
     Entity subscriber_;
     Entity reader_;

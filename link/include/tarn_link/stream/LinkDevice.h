@@ -33,6 +33,9 @@ enum class Wanted : std::uint8_t {
 
 struct LinkDeviceOptions {
     Wanted wanted = Wanted::EveryFrame;
+    /// How many samples in a second are let in of a publisher; or 16 times as many as it says that
+    /// its tracks have, if that is more. As many may come at once. The rest is turned away.
+    double samplesPerSecond = 20'000;
     std::shared_ptr<const kit::Codecs> codecs = kit::Codecs::standard();
     /// By which arrivals are told.
     std::shared_ptr<const kit::Clock> clock = std::make_shared<kit::SteadyClock>();
@@ -74,7 +77,8 @@ struct LinkSample {
 ///
 /// Every sample is checked before it becomes frames: what cannot be (payloads of another type or
 /// size than described, numbers that are not finite, times that there cannot be) is refused and
-/// counted. Payloads of a codec that is not known here are `EncodedPayload`.
+/// counted. Payloads of a codec that is not known here are `EncodedPayload`. Of who sends more than
+/// is let in, the rest is turned away and counted.
 ///
 /// Threads: the device has a thread of its own, on which it carries out commands, and on which
 /// slots and callbacks run; they must not throw. While they run, what comes waits, up to 2,048

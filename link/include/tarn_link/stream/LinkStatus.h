@@ -25,6 +25,7 @@ struct LinkEvent {
         OutOfOrder,   ///< one of them came behind newer ones, and was put out
         Refused,      ///< what came cannot be
         Ended,        ///< the stream is complete
+        Flooded,      ///< more comes than is let in; told once for each "open" and "start"
     };
     Kind kind = Kind::Connected;
     kit::Clock::Instant at;  ///< by the receiver's clock
@@ -55,13 +56,18 @@ struct TARN_LINK_EXPORT LinkStatus {
     bool hasEnded = false;
     std::vector<LinkTrackStatus> tracks;
     std::uint64_t refused = 0; ///< samples and frames that cannot be
+    /// Samples that were turned away since "start", as they were more than is let in: of frames
+    /// they are lost, too.
+    std::uint64_t turnedAway = 0;
     std::uint64_t reconnects = 0;
     std::uint64_t samples = 0; ///< that were put out
     /// Of the last sample: when it was captured by the publisher's clock, in nanoseconds, and when
     /// it came by the receiver's.
     std::int64_t captured = 0;
     kit::Clock::Instant received;
-    std::vector<LinkEvent> events; ///< the latest 200, the oldest first
+    /// The latest 200, the oldest first. Of what a sender can have happen as often as it likes, no
+    /// more than 200 at once and 100 in a second are told.
+    std::vector<LinkEvent> events;
 
     /// Of all tracks.
     std::uint64_t receivedFrames() const noexcept {
