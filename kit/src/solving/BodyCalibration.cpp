@@ -6,9 +6,9 @@
 #include "solving/BodyAssembly.h"
 #include "solving/BodyFit.h"
 #include "solving/MarkerPlacement.h"
-#include "solving/MarkerTracker.h"
 #include "solving/PoseFit.h"
 #include "solving/UsualTurns.h"
+#include "solving/tracking/MarkerTracker.h"
 
 #include <algorithm>
 #include <cmath>

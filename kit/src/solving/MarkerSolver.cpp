@@ -6,7 +6,7 @@
 #include "files/NameList.h"
 #include "processing/AnyNumber.h"
 #include "solving/BodyAssembly.h"
-#include "solving/MarkerTracker.h"
+#include "solving/tracking/MarkerTracker.h"
 
 #include <tarn_kit/body/MarkerSet.h>
 #include <tarn_kit/body/Markers.h>
