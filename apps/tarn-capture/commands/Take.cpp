@@ -114,7 +114,7 @@ int recoverTake(const Arguments& arguments) {
 
 int cutTake(const Arguments& arguments) {
     refuseToOverwrite(std::filesystem::path(arguments[0]), arguments[2], "OUT");
-    const FrameChoice choice = parseFrames(arguments[1]);
+    const FrameChoice choice = parseFrames(arguments[1], "A..B");
     const FrameRange range = chosenFrames(choice, store::TakeReader(arguments[0]).length());
     store::cutTakeFile(arguments[0], range.first, range.last, arguments[2]);
     fmt::print("{} written to {}\n",

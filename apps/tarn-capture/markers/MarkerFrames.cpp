@@ -3,9 +3,6 @@
 
 #include "markers/MarkerFrames.h"
 
-#include "support/Errors.h"
-
-#include <fmt/format.h>
 #include <tarn_kit/session/TakeOf.h>
 
 #include <algorithm>
@@ -104,18 +101,7 @@ kit::C3dTake cut(kit::C3dTake take, FrameRange range) {
 }
 
 FrameRange chosenFrames(const std::optional<FrameChoice>& choice, const kit::C3dInfo& take) {
-    if (!choice || choice->isCount) { // N frames are the first ones, whatever their numbers
-        return chosenFrames(choice, take.frameCount);
-    }
-    const std::int64_t end = take.firstFrame + take.frameCount - 1;
-    const std::int64_t first = choice->first;
-    const std::int64_t last = choice->last ? *choice->last : end;
-    if (first < take.firstFrame || first > end || last > end) {
-        throw UsageError(take.frameCount == 0 ? "--frames: the take has no frames"
-                                              : fmt::format("--frames: the take has frames {}..{}",
-                                                            take.firstFrame, end));
-    }
-    return {static_cast<int>(first - take.firstFrame), static_cast<int>(last - take.firstFrame)};
+    return chosenFrames(choice, take.frameCount, take.firstFrame);
 }
 
 const kit::MarkerFrame& markersAt(const kit::C3dTake& take, int frame) {

@@ -5,7 +5,6 @@
 
 #include "markers/MarkerFrames.h"
 #include "session/TakeFile.h"
-#include "support/Errors.h"
 
 #include <fmt/format.h>
 #include <tarn_kit/body/MarkerSet.h>
@@ -89,20 +88,7 @@ double MarkerTrial::metresPerUnit() const {
 }
 
 FrameRange MarkerTrial::chosen(const std::optional<FrameChoice>& choice) const {
-    if (!choice) {
-        return allFrames(frameCount());
-    }
-    const std::int64_t first = take_.firstFrame;
-    const std::int64_t last = numberOf(frameCount() - 1);
-    const bool isCount = choice->isCount;
-    const std::int64_t from = isCount ? first : choice->first;
-    const std::int64_t to =
-        isCount ? first + *choice->last : choice->last.value_or(static_cast<int>(last));
-    if (from < first || to > last || from > to) {
-        throw UsageError(
-            fmt::format("--frames: {} has frames {}..{}", kit::printable(file_), first, last));
-    }
-    return {static_cast<int>(from - first), static_cast<int>(to - first)};
+    return chosenFrames(choice, frameCount(), take_.firstFrame, kit::printable(file_));
 }
 
 MarkerTrial MarkerTrial::trialOf(FrameRange range) const {

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 namespace tarn::capture {
 
@@ -43,27 +44,33 @@ std::optional<FrameChoice> choiceIn(std::string_view text) {
 
 } // namespace
 
-FrameChoice parseFrames(std::string_view text) {
-    if (const auto choice = choiceIn(text)) {
+FrameChoice parseFrames(std::string_view text, std::string asked) {
+    if (auto choice = choiceIn(text)) {
+        choice->asked = std::move(asked);
         return *choice;
     }
-    throw UsageError(fmt::format("--frames '{}': expected A..B with A not after B, A.. for all "
+    throw UsageError(fmt::format("{} '{}': expected A..B with A not after B, A.. for all "
                                  "from A on, or N for the first N",
-                                 text));
+                                 asked, text));
 }
 
-FrameRange chosenFrames(const std::optional<FrameChoice>& choice, int frameCount) {
+FrameRange chosenFrames(const std::optional<FrameChoice>& choice, int frameCount,
+                        std::int64_t firstFrame, const std::string& take) {
     if (!choice) {
         return allFrames(frameCount);
     }
     if (frameCount == 0) {
-        throw UsageError("--frames: the take has no frames");
+        throw UsageError(fmt::format("{}: {} has no frames", choice->asked, take));
     }
-    const FrameRange range{choice->first, choice->last.value_or(frameCount - 1)};
-    if (range.first >= frameCount || range.last >= frameCount) {
-        throw UsageError(fmt::format("--frames: the take has frames 0..{}", frameCount - 1));
+    const std::int64_t end = firstFrame + frameCount - 1;
+    const std::int64_t before = choice->isCount ? firstFrame : 0; // N frames are the first ones
+    const std::int64_t first = before + choice->first;
+    const std::int64_t last = choice->last ? before + *choice->last : end;
+    if (first < firstFrame || first > end || last > end) {
+        throw UsageError(
+            fmt::format("{}: {} has frames {}..{}", choice->asked, take, firstFrame, end));
     }
-    return range;
+    return {static_cast<int>(first - firstFrame), static_cast<int>(last - firstFrame)};
 }
 
 } // namespace tarn::capture

@@ -3,7 +3,9 @@
 
 #pragma once
 
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace tarn::capture {
@@ -23,14 +25,18 @@ struct FrameChoice {
     int first = 0;
     std::optional<int> last; ///< to the end if not given
     bool isCount = false;    ///< whether so many frames were asked for, whatever their numbers
+    std::string asked = "--frames"; ///< the flag or argument, as messages name it
 };
 
 /// Reads "A..B", "A.." (from A to the end) or "N" (the first N frames), in decimal digits. Throws
-/// `UsageError`, which names `--frames`, if it is something else, A is after B, or N is 0.
-FrameChoice parseFrames(std::string_view text);
+/// `UsageError`, which names the flag or argument, if it is something else, A is after B, or N is
+/// 0.
+FrameChoice parseFrames(std::string_view text, std::string asked = "--frames");
 
-/// The frames of a take that were asked for, all if nothing was. Throws `UsageError`, which says
-/// what the take has, unless it has them all.
-FrameRange chosenFrames(const std::optional<FrameChoice>& choice, int frameCount);
+/// The frames that were asked for of so many, the first of which has that number, as indexes from
+/// 0; all if nothing was. Throws `UsageError`, which says what the take has, unless it has them
+/// all.
+FrameRange chosenFrames(const std::optional<FrameChoice>& choice, int frameCount,
+                        std::int64_t firstFrame = 0, const std::string& take = "the take");
 
 } // namespace tarn::capture

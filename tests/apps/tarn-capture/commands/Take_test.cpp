@@ -259,7 +259,12 @@ TEST_F(Take, SaysWhatIsWrong) {
     EXPECT_EQ(capture({"take", "turn", "a"}).exitCode, 2);
     EXPECT_EQ(capture({"take", "cut", "a", "b"}).exitCode, 2);
     const std::string file = recorded("cmu_131_01_walk");
-    EXPECT_EQ(capture({"take", "cut", file, "0..994", directory_ / "x.tarn"}).exitCode, 2);
+    const Outcome beyond = capture({"take", "cut", file, "0..994", directory_ / "x.tarn"});
+    EXPECT_EQ(beyond.exitCode, 2);
+    EXPECT_THAT(beyond.err, HasSubstr("A..B: the take has frames 0.."));
+    const Outcome backwards = capture({"take", "cut", file, "9..1", directory_ / "x.tarn"});
+    EXPECT_EQ(backwards.exitCode, 2);
+    EXPECT_THAT(backwards.err, HasSubstr("A..B '9..1': expected"));
     EXPECT_EQ(capture({"take", "recover", file, file}).exitCode, 2);
     const std::string sample = samplePath("cmu_131_01_walk.bvh");
     EXPECT_EQ(capture({"stream", sample, "--speed", "0", "--record", "walk.bvh"}).exitCode, 2);
