@@ -27,6 +27,10 @@ namespace {
 
 using FramePtr = LiveFrames::FramePtr;
 
+/// A session has a slot for each frame that may come. How many a stream says that it will send must
+/// not fill the memory: these are a day at 230 frames per second.
+constexpr double mostFrames = 2e7;
+
 constexpr auto beat = std::chrono::milliseconds(5); // how often it is looked whether something came
 
 bool isBody(const link::LinkTrack& track) {
@@ -125,7 +129,8 @@ void LiveTracks::add(link::LinkDevice& device) {
         Track track;
         track.stream = device.id();
         const double rate = what.description.rate.value_or(kit::Rate()).value();
-        track.most = static_cast<std::size_t>(std::clamp(std::ceil(minutes_ * 60 * rate), 1., 1e9));
+        track.most =
+            static_cast<std::size_t>(std::clamp(std::ceil(minutes_ * 60 * rate), 1., mostFrames));
         track.frames = std::make_shared<LiveFrames>(track.most);
         track.what = std::move(what);
         connections_.emplace_back(device.oFramePort(port++).connect(

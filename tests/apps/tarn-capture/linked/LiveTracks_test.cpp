@@ -110,6 +110,28 @@ TEST_F(LiveTracksTest, CountTheFramesOfAStreamThatIsJoinedLateFromTheFirstThatCa
     EXPECT_EQ(sources[1].markers->firstFrame, 5001); // the number of the frame of index 5000
 }
 
+TEST_F(LiveTracksTest, HaveNoMoreRoomThanIsInMemoryWhateverRateAStreamStates) {
+    link::LinkPublisher publisher(stage_, "stage");
+    kit::TrackDescription description = link::bodyDescription();
+    description.rate = kit::Rate(1000000);
+    publisher.addTrack(kit::bodyDataType, description);
+    link::Source source(1);
+    source.tieTo(publisher);
+    publisher.start();
+    ReceivedStreams streams(link::ownDomain(), {"stage"});
+    ASSERT_TRUE(streams.connect(60, neverStopped));
+    LiveTracks tracks(streams, 24 * 60);
+    streams.start();
+    ASSERT_TRUE(publisher.awaitReceivers(1, link::longEnough));
+    source.send(bodyFrame(0), 0);
+    ASSERT_TRUE(tracks.start(neverStopped));
+    const std::vector<SessionSource> sources = tracks.sources({});
+    ASSERT_THAT(sources, SizeIs(1));
+    const TakeDevice body = sources[0].body("Ada");
+    ASSERT_TRUE(body.live);
+    EXPECT_EQ(body.live->most, 20'000'000);
+}
+
 TEST_F(LiveTracksTest, BeginSeveralStreamsWithTheFramesOfOneInstant) {
     Stage left(stage_, "left");
     Stage right(stage_, "right");
