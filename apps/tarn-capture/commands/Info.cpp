@@ -114,7 +114,7 @@ void printTake(const std::string& file, const Take& take, const kit::BodyNames& 
 void printRecording(const std::string& file, const std::string& subject) {
     store::TakeReader reader(file);
     const store::TakeFileFacts facts = reader.facts();
-    printFact("recorded", kit::printable(facts.startedUtc + " by " + facts.program));
+    printFact("recorded", recordedText(facts));
     const std::string member = castMemberIn(reader, subject);
     if (!member.empty()) {
         printFact("character", member);

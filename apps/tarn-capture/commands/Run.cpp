@@ -128,7 +128,7 @@ void addRun(CommandLine& line) {
                  "for those of streams, calibrated, played, solved, recorded, drawn and saved",
                  run);
     addTakes(command, options.takes,
-             "BVH and C3D files of one clock and one space; - is standard input");
+             "BVH, C3D and take files of one clock and one space; - is standard input");
     command.get_option("TAKE")->required(false); // or streams
     addOut(command, options.out, "DIR", "Directory for what comes out, created if it is not there");
     command

@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 
 #include "documents/StoredCast.h"
+#include "session/TakeFile.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
 #include "support/FrameRange.h"
@@ -56,8 +57,7 @@ int listTake(const Arguments& arguments) {
     store::TakeReader reader(arguments[0]);
     const store::TakeFileFacts facts = reader.facts();
     fmt::print("{}\n", kit::printable(arguments[0]));
-    fmt::print("  recorded  {} by {}\n", kit::printable(facts.startedUtc),
-               kit::printable(facts.program));
+    fmt::print("  recorded  {}\n", recordedText(facts));
     fmt::print("  {}\n", facts.ended ? "ended     " + kit::printable(facts.endedUtc)
                                      : "not ended: broken off, or still being recorded");
     fmt::print("  frames    {}\n", reader.length());

@@ -171,6 +171,14 @@ kit::C3dInfo TakeFile::readMarkersInfo() {
 
 kit::BvhTake readTake(const std::string& name) { return TakeFile(name).read(); }
 
+std::string recordedText(const store::TakeFileFacts& facts) {
+    if (facts.startedUtc.empty()) {
+        return "not known";
+    }
+    return kit::printable(facts.startedUtc) +
+           (facts.program.empty() ? "" : " by " + kit::printable(facts.program));
+}
+
 void checkInputs(const std::vector<std::string>& names) {
     if (std::count_if(names.begin(), names.end(), isStandardStream) > 1) {
         throw UsageError("-: standard input can be read only once");

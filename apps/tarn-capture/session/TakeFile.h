@@ -5,6 +5,7 @@
 
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/C3d.h>
+#include <tarn_store/file/TakeDescription.h>
 
 #include <optional>
 #include <string>
@@ -55,6 +56,9 @@ private:
 
 /// Reads a take that is needed once.
 kit::BvhTake readTake(const std::string& name);
+
+/// When a take file was recorded, and by which program, as far as that is known.
+std::string recordedText(const store::TakeFileFacts& facts);
 
 /// Throws `UsageError` if standard input is named more than once: it can be read only once.
 void checkInputs(const std::vector<std::string>& names);

@@ -22,10 +22,14 @@ namespace tarn::capture {
 
 /// TAKE...: the files to read; "-" is standard input.
 void addTakes(CLI::App& command, std::vector<std::string>& takes,
-              const std::string& meaning = "BVH or C3D files; - is standard input");
+              const std::string& meaning =
+                  "BVH, C3D and take files, FILE#NAME for one of the takes in a "
+                  "take file; - is standard input");
 /// One TAKE.
 void addTake(CLI::App& command, std::string& take,
-             const std::string& meaning = "A BVH or C3D file; - is standard input");
+             const std::string& meaning =
+                 "A BVH, C3D or take file, FILE#NAME for one of the takes in a "
+                 "take file; - is standard input");
 /// --out, required.
 void addOut(CLI::App& command, std::string& out, const std::string& type,
             const std::string& meaning);

@@ -22,22 +22,27 @@ namespace tarn::store {
 
 namespace {
 
-/// Everything but the chunks, in an order in which it can be written.
+/// Everything but the chunks, in an order in which it can be written. Of rows that no file can
+/// have, without a key or with that of another, nothing can be kept.
 constexpr std::array<std::pair<const char*, const char*>, 13> smallTables = {{
-    {"SELECT key, value FROM fact", "INSERT OR REPLACE INTO fact VALUES (?1, ?2)"},
-    {"SELECT * FROM take", "INSERT INTO take VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)"},
-    {"SELECT * FROM nested", "INSERT INTO nested VALUES (?1, ?2, ?3, ?4)"},
-    {"SELECT * FROM placement", "INSERT INTO placement VALUES (?1, ?2, ?3, ?4)"},
-    {"SELECT * FROM index_map", "INSERT INTO index_map VALUES (?1, ?2, ?3)"},
+    {"SELECT key, value FROM fact WHERE typeof(key) = 'text'",
+     "INSERT OR REPLACE INTO fact VALUES (?1, ?2)"},
+    {"SELECT * FROM take",
+     "INSERT OR IGNORE INTO take VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)"},
+    {"SELECT * FROM nested", "INSERT OR IGNORE INTO nested VALUES (?1, ?2, ?3, ?4)"},
+    {"SELECT * FROM placement", "INSERT OR IGNORE INTO placement VALUES (?1, ?2, ?3, ?4)"},
+    {"SELECT * FROM index_map", "INSERT OR IGNORE INTO index_map VALUES (?1, ?2, ?3)"},
     {"SELECT * FROM track",
-     "INSERT INTO track VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11)"},
-    {"SELECT * FROM label", "INSERT INTO label VALUES (?1, ?2, ?3, ?4, ?5, ?6)"},
-    {"SELECT * FROM rig", "INSERT INTO rig VALUES (?1, ?2, ?3)"},
-    {"SELECT * FROM rig_node", "INSERT INTO rig_node VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)"},
-    {"SELECT * FROM codec", "INSERT INTO codec VALUES (?1, ?2, ?3)"},
-    {"SELECT * FROM loss", "INSERT INTO loss VALUES (?1, ?2, ?3, ?4, ?5, ?6)"},
-    {"SELECT * FROM note", "INSERT INTO note VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)"},
-    {"SELECT * FROM character", "INSERT INTO character VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)"},
+     "INSERT OR IGNORE INTO track VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11)"},
+    {"SELECT * FROM label", "INSERT OR IGNORE INTO label VALUES (?1, ?2, ?3, ?4, ?5, ?6)"},
+    {"SELECT * FROM rig", "INSERT OR IGNORE INTO rig VALUES (?1, ?2, ?3)"},
+    {"SELECT * FROM rig_node",
+     "INSERT OR IGNORE INTO rig_node VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)"},
+    {"SELECT * FROM codec", "INSERT OR IGNORE INTO codec VALUES (?1, ?2, ?3)"},
+    {"SELECT * FROM loss", "INSERT OR IGNORE INTO loss VALUES (?1, ?2, ?3, ?4, ?5, ?6)"},
+    {"SELECT * FROM note", "INSERT OR IGNORE INTO note VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)"},
+    {"SELECT * FROM character",
+     "INSERT OR IGNORE INTO character VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)"},
 }};
 
 /// As far as they can be read.
@@ -226,6 +231,7 @@ TakeRecovery recoverTakeFile(const std::filesystem::path& file, const std::files
     TakeRecovery recovery;
     {
         Transaction transaction(to);
+        to.run("DELETE FROM fact"); // when this began is not when the recording did
         for (const auto& [select, insert] : smallTables) {
             copyRows(from, to, select, insert);
         }

@@ -259,6 +259,26 @@ TEST(TakeCheck, RecoversWhatIsLeftOfAFileThatWasCutShort) {
     EXPECT_TRUE(checkTakeFile(directory / "out.tarn").isWhole);
 }
 
+TEST(TakeCheck, RecoversAFileThatWasCutShortWhereverThatIs) {
+    const TemporaryDirectory directory;
+    writeWhole(directory / "take.tarn");
+    const std::string bytes = readFile(directory / "take.tarn");
+    constexpr std::size_t page = 16'384;
+    std::int64_t most = 0;
+    writeFile(directory / "short.tarn", bytes.substr(0, page));
+    recoverTakeFile(directory / "short.tarn", directory / "out.tarn");
+    EXPECT_EQ(TakeReader(directory / "out.tarn").facts().startedUtc, ""); // nothing is made up
+    for (std::size_t size = page + 4'000; size < bytes.size(); size += page) {
+        writeFile(directory / "short.tarn", bytes.substr(0, size));
+        const TakeRecovery recovery =
+            recoverTakeFile(directory / "short.tarn", directory / "out.tarn");
+        EXPECT_GE(recovery.frames, most) << size;
+        most = recovery.frames;
+        EXPECT_TRUE(checkTakeFile(directory / "out.tarn").isWhole) << size;
+    }
+    EXPECT_GT(most, frames / 2);
+}
+
 /// Where the pages of a tree begin in a file that hold its rows; first that of its root.
 std::vector<std::size_t> pagesOf(const std::string& file, const std::string& tree) {
     const std::string bytes = readFile(file);
