@@ -11,6 +11,7 @@
 #include "session/TakeFile.h"
 #include "support/Errors.h"
 #include "support/Flags.h"
+#include "support/Interrupt.h"
 #include "support/ProgressBar.h"
 #include "takes/TakeRate.h"
 
@@ -142,11 +143,11 @@ Source open(kit::ReplayDevice& device, TakeFile& file, const StreamOptions& opti
             }};
 }
 
-/// Throws unless what was recorded is the take.
-void compare(Tracks& recording, const Source& source) {
+/// Throws unless some frames of what was recorded are those of the take.
+void compare(Tracks& recording, const Source& source, FrameRange range) {
     const auto frame = source.port == kit::ReplayDevice::markerPort
-                           ? firstMarkerDifference(recording, *source.take, source.range)
-                           : firstDifference(recording, *source.take, source.range);
+                           ? firstMarkerDifference(recording, *source.take, range)
+                           : firstDifference(recording, *source.take, range);
     if (frame) {
         throw std::runtime_error(
             fmt::format("the recording differs from the take at frame {}", *frame));
@@ -163,6 +164,7 @@ int stream(const StreamOptions& options) {
 
     kit::RecorderNode recorder(source.dataType, count);
     recorder.tieToIFramePort(kit::RecorderNode::framePort, device.oFramePort(source.port));
+    const Interrupt interrupt; // a recording that is interrupted is ended, not broken off
     std::optional<Recording> recording;
     if (options.record) {
         recording.emplace(*options.record, source.bytes);
@@ -181,33 +183,40 @@ int stream(const StreamOptions& options) {
         std::fflush(stdout); // before the take has streamed
     }
     StreamWatch::Instants arrivals;
+    bool isWhole = true; // nobody interrupted it
     if (count > 0) {
         ProgressBar bar(stderr, count);
         StreamWatch watch(
             device, clock, count, [&bar] { bar.advance(); }, source.port);
         device.start();
-        watch.waitForEnd();
+        isWhole = watch.waitForEnd([&interrupt] { return interrupt.isRequested(); });
         device.stop(); // the device has left its slots when it answers
         arrivals = watch.arrivals();
     }
 
+    const int sent = isWhole ? count : static_cast<int>(arrivals.size());
     const std::string unrecorded = recording ? recording->end() : std::string();
     const auto streamed = static_cast<std::size_t>(recorder.frameCount());
     fmt::print("{}\n", kit::printable(options.take));
     fmt::print("  streamed  {} of {}\n", kit::counted(streamed, "frame"),
                source.take->timeLength());
     fmt::print("  lost      {}\n",
-               static_cast<std::int64_t>(count) - recorder.frameCount() + recorder.lostFrames());
+               static_cast<std::int64_t>(sent) - recorder.frameCount() + recorder.lostFrames());
     fmt::print("  duration  {:.3f} s\n", durationOf(arrivals));
     printJitter(arrivals, source.rate * options.speed);
     if (recording) {
         fmt::print("  file      {}\n", recording->summary());
     }
-    compare(*recorder.take(0, source.range.last + 1), source);
+    const FrameRange came{source.range.first, source.range.first + sent - 1};
+    compare(*recorder.take(0, came.last + 1), source, came);
     fmt::print("  recording identical to the take\n");
     if (!unrecorded.empty()) {
         reportError(unrecorded);
         return exitFailure;
+    }
+    if (!isWhole) {
+        reportError("interrupted before the end of the take");
+        return interrupt.exitCode();
     }
     return exitSuccess;
 }

@@ -43,9 +43,15 @@ StreamWatch::~StreamWatch() {
     device_.onStateChanged().disconnect(this);
 }
 
-void StreamWatch::waitForEnd() {
+bool StreamWatch::waitForEnd(const std::function<bool()>& stopRequested) {
+    constexpr auto beat = std::chrono::milliseconds(50); // how soon a request to stop is heard
     std::unique_lock<std::mutex> lock(mutex_);
-    ended_.wait(lock, [this] { return hasEnded_; });
+    while (!ended_.wait_for(lock, beat, [this] { return hasEnded_; })) {
+        if (stopRequested()) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void StreamWatch::frameArrived() {

@@ -27,7 +27,8 @@ public:
     StreamWatch(const StreamWatch&) = delete;
     StreamWatch& operator=(const StreamWatch&) = delete;
 
-    void waitForEnd();
+    /// False if a stop was requested before; the device streams on then.
+    bool waitForEnd(const std::function<bool()>& stopRequested = [] { return false; });
     /// When each frame came. For after the end, once the device has been stopped.
     const Instants& arrivals() const { return arrivals_; }
 

@@ -377,7 +377,13 @@ TEST(TroubledRecorder, KeepsOnAFullDiskWhatWasSafe) {
         EXPECT_GT(recorder.safeFrames(), 0);
     }
     const std::string line = checkTakeFile(file).line;
-    EXPECT_EQ(line.find("broken off at frame " + std::to_string(safe) + ", 00:00:00:"), 0U) << line;
+    // Where the last try found room for the rest, all is in the file and beside it: there was none
+    // to make one file of it.
+    const bool isAll = safe + 1 == static_cast<std::int64_t>(index);
+    if (!isAll || line != "whole: 1 track, " + std::to_string(index) + " frames") {
+        const std::string where = "broken off at frame " + std::to_string(safe) + ", 00:00:00:";
+        EXPECT_EQ(line.find(where), 0U) << line;
+    }
     TakeReader reader(file);
     for (std::int64_t i = 0; i <= safe; ++i) {
         const auto frame = reader.frame(1, i);

@@ -11,6 +11,7 @@
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/session/TakeOf.h>
 
+#include <csignal>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -251,6 +252,22 @@ TEST_F(Take, ThatIsDamagedIsToldAndRecovered) {
     EXPECT_EQ(recovery.exitCode, 0) << recovery.err;
     EXPECT_THAT(recovery.out, AllOf(HasSubstr(" frames recovered\n"), HasSubstr(" missing of ")));
     EXPECT_EQ(capture({"take", "check", out}).exitCode, 0);
+}
+
+TEST_F(Take, OfAStreamThatIsInterruptedEndsThere) {
+    const std::string file = directory_ / "walk.tarn";
+    // It would take hours.
+    const Outcome outcome =
+        captureInterrupted({"stream", samplePath("cmu_131_01_walk.bvh"), "--speed", "0.001",
+                            "--record", file, "--view", "0"},
+                           "watch at ");
+    EXPECT_EQ(outcome.exitCode, 128 + SIGINT);
+    EXPECT_THAT(outcome.err, HasSubstr("interrupted before the end of the take"));
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("\n  lost      0\n"),
+                                   HasSubstr("\n  recording identical to the take\n")));
+    const Outcome check = capture({"take", "check", file});
+    EXPECT_EQ(check.exitCode, 0);
+    EXPECT_THAT(check.out, StartsWith("whole: 1 track, "));
 }
 
 TEST_F(Take, SaysWhatIsWrong) {
