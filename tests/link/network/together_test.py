@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 
 """A take that machines of different clocks record together: each has every tick of its device from the one instant to
-the other; who comes late says from when; and it survives that its leader, or a recorder, is killed.
+the other; who comes late says from when; and it survives that its leader, or a recorder, is killed, and that the network
+loses packets.
 
 usage: together_test.py TOGETHER_PEER
 """
@@ -161,6 +162,12 @@ def main():
         everybody_in_time(stage)
         a_leader_is_killed(stage)
         a_recorder_is_killed(stage)
+    with tempfile.TemporaryDirectory() as folder, \
+            machines.Machines({"stage": 50, "left": 86_400, "right": 3},
+                              rules=["--loss", 0.1, "--burst", 2, "--delay", 0.001, "--jitter", 0.001]) as group:
+        if group.isolated:
+            print("over a network that loses a tenth of all packets")
+            everybody_in_time(Stage(group, folder))
 
 
 PEER = sys.argv[1]
