@@ -63,12 +63,13 @@ struct Errors {
     double lengthChange = 0; ///< of any segment, as a part of its length
 };
 
-/// What is missed on the takes that come with the project: the backs of the hands, of which one
-/// marker alone says how the wrist bends, and those that the suit pulls along in a somersault.
+/// What is missed on the takes that come with the project: the back of a hand, which after a
+/// somersault is held as nowhere before, and of which one marker alone says how the wrist bends;
+/// and markers that the suit pulls along in the somersault, or an arm knocks off their places.
 const std::vector<tarn_benchmark::KnownMiss>& knownMisses() {
     static const std::vector<tarn_benchmark::KnownMiss> all = {
         {"cmu_85_02.c3d, a marker left out, worst marker", 25.4},
-        {"cmu_85_02.c3d, a marker left out, worst 95 %", 67.3},
+        {"cmu_85_02.c3d, a marker left out, 95 %, worst marker", 67.3},
     };
     return all;
 }
@@ -138,27 +139,45 @@ double calibrate(MarkerCalibrator& calibrator, const C3dTake& take, int count) {
     return processorSeconds() - begin;
 }
 
-void judgeLeavingOut(const std::string& name, MarkerSolver& solver, const C3dTake& take,
-                     const Errors& errors, tarn_benchmark::GoalTally& goals) {
-    std::vector<double> medians;
-    double worst95 = 0;
+/// How far markers are from where the body says, each when it is left out, over frames first..last.
+struct LeftOut {
+    std::vector<double> medians; ///< of each marker
+    double worst95 = 0;          ///< of any marker
+    std::vector<double> all;     ///< of all samples
+};
+
+LeftOut leaveOutEach(MarkerSolver& solver, const C3dTake& take, int first, int last) {
+    LeftOut result;
     for (std::size_t m = 0; m < solver.body().markers.size(); ++m) {
         const std::string marker = solver.body().markers[m].name;
         solver.leaveOut(marker);
-        const Errors without = solve(solver, take.tracks, take.frameCount / 2, take.frameCount - 1);
+        const std::vector<double> errors = solve(solver, take.tracks, first, last).ofMarker[m];
         solver.leaveOut(marker, false);
-        medians.push_back(percentile(without.ofMarker[m], 50));
-        const double high = percentile(without.ofMarker[m], 95);
-        worst95 = std::max(worst95, high);
-        if (medians.back() > 14 || high > 40) {
-            std::printf("    %s left out: median %.1f mm, 95 %% %.1f mm; with it %.1f mm\n",
-                        marker.c_str(), medians.back(), high, percentile(errors.ofMarker[m], 50));
+        result.medians.push_back(percentile(errors, 50));
+        const double high = percentile(errors, 95);
+        result.worst95 = std::max(result.worst95, high);
+        result.all.insert(result.all.end(), errors.begin(), errors.end());
+        if (result.medians.back() > 14 || high > 40) {
+            std::printf("    %s left out of frames %d to %d: median %.1f mm, 95 %% %.1f mm\n",
+                        marker.c_str(), first, last, result.medians.back(), high);
         }
     }
+    return result;
+}
+
+/// On the second half, which the body does not know, and on the whole take. What 95 % of a single
+/// marker's frames say also depends on where the take has that marker knocked off its place.
+void judgeLeavingOut(const std::string& name, MarkerSolver& solver, const C3dTake& take,
+                     tarn_benchmark::GoalTally& goals) {
+    const int end = take.frameCount - 1;
+    const LeftOut unknown = leaveOutEach(solver, take, take.frameCount / 2, end);
+    const LeftOut whole = leaveOutEach(solver, take, 0, end);
     const std::string what = name + ", a marker left out, ";
-    goals.judge(what + "median of the markers", percentile(medians, 50), 11, "mm");
-    goals.judge(what + "worst marker", percentile(medians, 100), 18, "mm");
-    goals.judge(what + "worst 95 %", worst95, 45, "mm");
+    goals.judge(what + "median of the markers", percentile(unknown.medians, 50), 11, "mm");
+    goals.judge(what + "worst marker", percentile(unknown.medians, 100), 18, "mm");
+    goals.judge(what + "worst marker, whole take", percentile(whole.medians, 100), 18, "mm");
+    goals.judge(what + "95 % of the samples", percentile(unknown.all, 95), 45, "mm");
+    goals.judge(what + "95 %, worst marker", unknown.worst95, 45, "mm");
 }
 
 void judge(const std::string& file, tarn_benchmark::GoalTally& goals) {
@@ -194,7 +213,7 @@ void judge(const std::string& file, tarn_benchmark::GoalTally& goals) {
     std::printf("  live, two steps: %.3f ms 99.9th percentile\n", percentile(live.times, 99.9));
     const double wanted = name == "cmu_01_01_jumps.c3d" ? 3.2 : 7.5;
     goals.judge(name + ", markers, RMS without the worst 1 %", rms(all, 0.01), wanted, "mm");
-    judgeLeavingOut(name, solver, take, errors, goals);
+    judgeLeavingOut(name, solver, take, goals);
     goals.judge(name + ", lengths of segments, change", errors.lengthChange, 1e-4, "of the length");
     goals.judge(name + ", a frame, live, median", percentile(live.times, 50), 0.1, "ms");
     goals.judge(name + ", calibration of 1,000 frames", longTime, 5, "s");
