@@ -68,8 +68,9 @@ public:
 
     /// Every entry of the sensor map, from where it is read.
     std::map<std::string, int> sensorMap();
-    /// Emits `onSensorMapChanged`, always, after storing an entry where the sensor map is read. If
-    /// there is no sensor map the entry is not kept, and the signal fires all the same.
+    /// Emits `onSensorMapChanged`, the same value included, after storing an entry where the sensor
+    /// map is read. If there is no sensor map the entry is not kept, and the signal fires all the
+    /// same. A name that `Settings::setValue` stores nothing under is not announced.
     void setSensorMap(const std::string& name, int value);
     /// The group of the sensor map, from where it is read. If there is none, an empty store that is
     /// not connected to the actor, at every call; the group at the other place is then replaced by
@@ -86,7 +87,8 @@ public:
     tsignal::Signal<std::string, float>& onBodyDimensionChanged();
     /// After `setBodyDimensionSettings` replaced the dimensions.
     tsignal::Signal<>& onBodyDimensionSettingsChanged();
-    /// After every `setSensorMap`, with the entry's name and the value.
+    /// After every `setSensorMap` but one of a name that cannot be, with the entry's name and the
+    /// value.
     tsignal::Signal<std::string, int>& onSensorMapChanged();
 
 private:

@@ -38,6 +38,12 @@ std::shared_ptr<Settings> groupOf(const Settings& parent, const std::string& key
     return created;
 }
 
+/// Stores a value that is not empty; false if its name is none that a value can have.
+bool storeValue(Settings& group, const std::string& name, const std::string& text) {
+    group.setValue(name, text);
+    return group.value(name, "") == text;
+}
+
 /// Puts a copy of `settings` as the group `key` into `target`, after the groups of that name have
 /// gone from `root`.
 void replaceGroup(const std::string& key, Settings& root, Settings& target,
@@ -80,10 +86,7 @@ void Actor::setBodyDimension(const std::string& name, float value) {
     if (static_cast<double>(difference) < 0.0001) {
         return;
     }
-    const std::string text = toText(value);
-    const auto dimensions = bodyDimensionSettings();
-    dimensions->setValue(name, text);
-    if (dimensions->value(name, "") == text) { // not every name is one that a value can have
+    if (storeValue(*bodyDimensionSettings(), name, toText(value))) {
         d_->onBodyDimensionChanged.emit(name, value);
     }
 }
@@ -109,8 +112,9 @@ std::map<std::string, int> Actor::sensorMap() {
 }
 
 void Actor::setSensorMap(const std::string& name, int value) {
-    sensorMapSettings()->setValue(name, std::to_string(value));
-    d_->onSensorMapChanged.emit(name, value);
+    if (storeValue(*sensorMapSettings(), name, std::to_string(value))) {
+        d_->onSensorMapChanged.emit(name, value);
+    }
 }
 
 std::shared_ptr<Settings> Actor::sensorMapSettings() {

@@ -52,24 +52,6 @@ TEST(DeviceThreads, ItsStateMayBePolledWhileItsThreadSetsIt) {
     EXPECT_TRUE(device.isLost());
 }
 
-TEST(DeviceThreads, WhoConnectsAndThenLooksIsToldOfAStateOrSeesIt) {
-    for (int round = 0; round < 20; ++round) {
-        Device device("glove", "left");
-        std::atomic<bool> told{false};
-        bool seen = false;
-        whilePolling([&] { device.setState(Device::Ready); },
-                     [&, connected = false]() mutable {
-                         if (!connected) {
-                             connected = true;
-                             device.onStateChanged().connect(
-                                 [&](Device::DeviceState /*state*/) { told = true; });
-                             seen = device.isReady();
-                         }
-                     });
-        ASSERT_TRUE(told || seen) << round;
-    }
-}
-
 TEST(DeviceThreads, ItsNamesAndPortsMayBeLookedUpAndListenedToWhileItStreams) {
     StreamingDevice device;
     whilePolling([&] { device.run(); },

@@ -3,7 +3,7 @@
 
 """Every public header has a test file of its name, stands in its library's umbrella header, shows no third
 party's headers, and compiles without a warning: on its own under the first of the compilers, beside all others under
-each of them.
+each of them. Classes of the model have no private functions.
 
 usage: headers_test.py SOURCE_DIR WORK_DIR LAUNCHER COMPILER...
 """
@@ -44,6 +44,13 @@ for folder, header in headers:
         is_standard = "/" not in include and "." not in include
         if not is_standard and include.split("/")[0] not in libraries | {"tsignal"}:
             failures.append(f"{header}: shows <{include}>, which must stay inside")
+
+# A private function of a class that others derive from hides what they mean by its name, and does not compile there.
+for header in sorted((root / "include/tarn").glob("*.h")):
+    for private in re.findall(r"^private:\n(.*?)^(?:public:|protected:|};)", header.read_text(encoding="utf-8"),
+                              re.MULTILINE | re.DOTALL):
+        for name in re.findall(r"\b(\w+)\([^;{]*\)[\w\s]*[;{]", re.sub(r"//.*", "", private)):
+            failures.append(f"{header.relative_to(root)}: {name} is a private function of an exported class")
 
 
 def source_of(header):

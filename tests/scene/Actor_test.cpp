@@ -300,6 +300,28 @@ TEST(Actor, ASensorEntryOfANewActorIsAnnouncedButNotKept) {
     EXPECT_THAT(actor.sensorMap(), IsEmpty());
 }
 
+TEST(Actor, ASensorEntryIsAnnouncedUnlessItsNameCannotBe) {
+    for (const bool isKept : {true, false}) {
+        for (const std::string name : {"", ".", "Arm.", "Arm.Left.", "Leg.", ".Left"}) {
+            Actor actor;
+            if (isKept) {
+                actor.setValue("MocapActor.SensorMap.Arm.Left", "1");
+            }
+            Settings group; // what a store makes of the name
+            if (isKept) {
+                group.setValue("Arm.Left", "1");
+            }
+            group.setValue(name, "7");
+            Announcements announcements(actor);
+            actor.setSensorMap(name, 7);
+            const bool canBe = group.value(name, "") == "7";
+            EXPECT_EQ(announcements.taken().size(), canBe ? 1U : 0U) << name;
+            const bool isThere = actor.value("MocapActor.SensorMap." + name, "") == "7";
+            EXPECT_EQ(isThere, isKept && canBe) << name;
+        }
+    }
+}
+
 TEST(Actor, ALoadedSensorMapIsReadAndWritten) {
     Actor actor;
     load(actor, "<MocapActor><SensorMap><Hips>3</Hips><Head>-1</Head></SensorMap></MocapActor>");
