@@ -8,15 +8,14 @@
 #include <tarn_store/tarn_store.h>
 
 #include <cmath>
-#include <condition_variable>
 #include <future>
 #include <iostream>
-#include <mutex>
+#include <optional>
 
 using namespace tarn;
 
-/// Cameras that see a marker go up and down for a second. All but `doRequest` and `wake` runs on
-/// the thread, so only what these two share with it needs a lock.
+/// Cameras that see a marker go up and down for a second. All but `doRequest` runs on
+/// the thread, so nothing needs a lock.
 class Cameras : public Device {
 public:
     static constexpr int port = 0;
@@ -25,7 +24,8 @@ public:
     Cameras()
         : Device("cameras", "hall"), output_(addOFramePort(port)),
           thread_({[this](const Request& request, Reply& reply) { return handle(request, reply); },
-                   [this] { wait(); }, [this] { wake(); }, [this] { proceed(); }, closing}) {
+                   [this] { wait_.until(clock_, due()); }, [this] { wait_.wake(); },
+                   [this] { proceed(); }, closing}) {
         setState(Ready);
         thread_.start();
     }
@@ -52,26 +52,12 @@ private:
         reply.setResultCode(0);
         return true;
     }
-    kit::Clock::Instant due() const {
-        return began_ + std::chrono::microseconds(microsecondsOf(rate.at(next_)));
-    }
-    void wait() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        const auto isWoken = [this] { return isWoken_; };
-        if (isBusy()) {
-            clock_.waitUntil(lock, woken_, due(), isWoken);
-        } else {
-            woken_.wait(lock, isWoken);
-        }
-        isWoken_ = false;
-    }
-    void wake() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        isWoken_ = true;
-        woken_.notify_one();
+    std::optional<kit::Clock::Instant> due() { // nothing unless it streams
+        const std::chrono::microseconds offset(microsecondsOf(rate.at(next_)));
+        return isBusy() ? std::optional(began_ + offset) : std::nullopt;
     }
     void proceed() {
-        if (!isBusy() || clock_.now() < due()) {
+        if (!due() || clock_.now() < *due()) {
             return; // woken for a request
         }
         const double height = 1.2 + 0.3 * std::sin(6 * rate.at(next_).seconds());
@@ -86,9 +72,7 @@ private:
     kit::SteadyClock clock_;
     kit::Clock::Instant began_;
     int next_ = 0;
-    std::mutex mutex_;
-    std::condition_variable woken_;
-    bool isWoken_ = false; // guarded by the mutex
+    kit::WakeableWait wait_;
     kit::CommandThread thread_;
 };
 

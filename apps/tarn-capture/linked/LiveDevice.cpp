@@ -18,9 +18,10 @@ LiveDevice::LiveDevice(const std::string& id, int port, std::shared_ptr<LiveFram
     : Device("live take", id), frames_(std::move(frames)), convert_(std::move(convert)),
       output_(addOFramePort(port)),
       thread_({[this](const Request& request, Reply& reply) { return handle(request, reply); },
-               [this] { wait(); }, [this] { wake(); }, [this] { sendNext(); }, closing}) {
+               [this] { wait_.untilWoken(); }, [this] { wait_.wake(); }, [this] { sendNext(); },
+               closing}) {
     setState(Ready);
-    changes_ = frames_->onChanged().connect([this] { wake(); });
+    changes_ = frames_->onChanged().connect([this] { wait_.wake(); });
     thread_.start();
 }
 
@@ -38,7 +39,7 @@ bool LiveDevice::handle(const Request& request, Reply& reply) {
         next_ = 0;
         before_ = nullptr;
         setState(Busy);
-        wake();
+        wait_.wake();
     } else if (request.id() == "stop") {
         setState(Ready);
     } else {
@@ -48,18 +49,6 @@ bool LiveDevice::handle(const Request& request, Reply& reply) {
     return true;
 }
 
-void LiveDevice::wait() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    woken_.wait(lock, [this] { return isWoken_; });
-    isWoken_ = false;
-}
-
-void LiveDevice::wake() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    isWoken_ = true;
-    woken_.notify_one();
-}
-
 /// One frame at a time, so that commands are heard in between.
 void LiveDevice::sendNext() {
     if (!isBusy()) {
@@ -67,7 +56,7 @@ void LiveDevice::sendNext() {
     }
     if (const FramePtr frame = frames_->at(next_)) {
         ++next_;
-        wake(); // more may be there
+        wait_.wake(); // more may be there
         if (const FramePtr made = convert_ ? convert_(frame, before_) : frame) {
             before_ = made;
             output_.emit(made);

@@ -7,13 +7,12 @@
 
 #include <tarn/Device.h>
 #include <tarn_kit/devices/CommandThread.h>
+#include <tarn_kit/devices/WakeableWait.h>
 #include <tsignal/Signal.h>
 
-#include <condition_variable>
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace tarn::capture {
@@ -41,8 +40,6 @@ protected:
 
 private:
     bool handle(const Request& request, Reply& reply);
-    void wait();
-    void wake();
     void sendNext();
 
     const std::shared_ptr<LiveFrames> frames_;
@@ -50,10 +47,7 @@ private:
     tsignal::Signal<FramePtr>& output_;
     std::size_t next_ = 0; ///< for the device's own thread, as is the next
     FramePtr before_;
-
-    std::mutex mutex_;
-    std::condition_variable woken_;
-    bool isWoken_ = false; ///< guarded by the mutex
+    kit::WakeableWait wait_;
     kit::CommandThread thread_;
     tsignal::ScopedConnection changes_;
 };

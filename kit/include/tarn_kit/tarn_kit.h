@@ -29,6 +29,8 @@
 #include <tarn_kit/devices/Command.h>
 #include <tarn_kit/devices/CommandThread.h>
 #include <tarn_kit/devices/ReplayDevice.h>
+#include <tarn_kit/devices/StateAnnouncer.h>
+#include <tarn_kit/devices/WakeableWait.h>
 #include <tarn_kit/files/Bvh.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/files/C3dParameters.h>

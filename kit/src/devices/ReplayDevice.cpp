@@ -4,10 +4,9 @@
 #include "devices/ReplayPlayer.h"
 
 #include <tarn_kit/devices/CommandThread.h>
+#include <tarn_kit/devices/WakeableWait.h>
 
 #include <cassert>
-#include <condition_variable>
-#include <mutex>
 #include <utility>
 
 namespace tarn::kit {
@@ -20,7 +19,7 @@ struct ReplayDevice::PrivateData {
           thread({[this](const Request& request, Reply& reply) {
                       return player.handle(request, reply);
                   },
-                  [this] { waitForWork(); }, [this] { wake(); },
+                  [this] { wait.until(*clock, player.due()); }, [this] { wait.wake(); },
                   [this] {
                       if (isFrameDue()) {
                           player.sendNext();
@@ -28,41 +27,13 @@ struct ReplayDevice::PrivateData {
                   },
                   Closing}) {}
 
-    // Any thread.
-    void wake();
-
-    // The device's own thread.
-    void waitForWork();
     bool isFrameDue() const;
 
     const std::shared_ptr<Clock> clock;
     ReplayPlayer player; ///< for the device's own thread
-
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool isWoken = false; ///< guarded by the mutex
+    WakeableWait wait;
     CommandThread thread; ///< goes before all that it works with
 };
-
-void ReplayDevice::PrivateData::wake() {
-    const std::lock_guard<std::mutex> lock(mutex);
-    isWoken = true;
-    changed.notify_one();
-}
-
-/// Returns when there is something to answer or a frame to send.
-void ReplayDevice::PrivateData::waitForWork() {
-    const std::optional<Clock::Instant> due = player.due();
-    const bool isAhead = due && clock->now() < *due;
-    const auto woken = [this] { return isWoken; };
-    std::unique_lock<std::mutex> lock(mutex);
-    if (!due) {
-        changed.wait(lock, woken);
-    } else if (isAhead) {
-        clock->waitUntil(lock, changed, *due, woken);
-    }
-    isWoken = false;
-}
 
 bool ReplayDevice::PrivateData::isFrameDue() const {
     const std::optional<Clock::Instant> due = player.due();

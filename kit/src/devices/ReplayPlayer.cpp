@@ -60,8 +60,8 @@ Clock::Duration Beat::intervals(std::int64_t count, double ticksPerSecond) {
 }
 
 ReplayPlayer::ReplayPlayer(const Clock& clock, Output& poses, Output& markers,
-                           StateListener onState)
-    : clock_(clock), poses_(poses), markers_(markers), onState_(std::move(onState)) {}
+                           StateAnnouncer::Announce onState)
+    : clock_(clock), poses_(poses), markers_(markers), states_(Device::Lost, std::move(onState)) {}
 
 bool ReplayPlayer::handle(const Request& request, Reply& reply) {
     static constexpr std::array<std::pair<std::string_view, Handler>, 7> handlers = {{
@@ -84,14 +84,14 @@ bool ReplayPlayer::handle(const Request& request, Reply& reply) {
 }
 
 std::optional<Clock::Instant> ReplayPlayer::due() const {
-    if (state_ != Device::Busy) {
+    if (states_.state() != Device::Busy) {
         return std::nullopt;
     }
     return factor_ > 0 ? beat_.due() : Clock::Instant::min();
 }
 
 void ReplayPlayer::sendNext() {
-    assert(state_ == Device::Busy);
+    assert(states_.state() == Device::Busy);
     if (!isAtEnd()) {
         // All is up to date before the slots run: they may give commands.
         const std::shared_ptr<Frame> frame = frames_[next_];
@@ -101,8 +101,8 @@ void ReplayPlayer::sendNext() {
         ++framesSent_;
         output_->emit(frame);
     }
-    if (state_ == Device::Busy && isAtEnd()) {
-        enter(Device::Ready);
+    if (states_.state() == Device::Busy && isAtEnd()) {
+        states_.enter(Device::Ready);
     }
 }
 
@@ -170,11 +170,11 @@ void ReplayPlayer::load(const fs::path& file, Tracks& take, double pace, Output&
     pace_ = pace;
     next_ = 0;
     framesSent_ = 0;
-    enter(Device::Ready);
+    states_.enter(Device::Ready);
 }
 
 void ReplayPlayer::start(const Request& /*request*/, Reply& reply) {
-    if (!hasTake(reply) || state_ == Device::Busy) {
+    if (!hasTake(reply) || states_.state() == Device::Busy) {
         return;
     }
     if (isAtEnd()) {
@@ -182,19 +182,19 @@ void ReplayPlayer::start(const Request& /*request*/, Reply& reply) {
     }
     lastTick_.reset();
     beat_ = Beat(clock_.now(), ticksPerSecond());
-    enter(Device::Busy);
+    states_.enter(Device::Busy);
 }
 
 void ReplayPlayer::pause(const Request& /*request*/, Reply& reply) {
     if (hasTake(reply)) {
-        enter(Device::Ready);
+        states_.enter(Device::Ready);
     }
 }
 
 void ReplayPlayer::stop(const Request& /*request*/, Reply& reply) {
     if (hasTake(reply)) {
         next_ = 0;
-        enter(Device::Ready);
+        states_.enter(Device::Ready);
     }
 }
 
@@ -227,7 +227,7 @@ void ReplayPlayer::rate(const Request& request, Reply& reply) {
         return;
     }
     factor_ = *factor;
-    if (state_ == Device::Busy && factor_ > 0) {
+    if (states_.state() == Device::Busy && factor_ > 0) {
         Clock::Instant origin = clock_.now();
         if (lastTick_) {
             origin = std::max(origin, *lastTick_ + Beat::intervals(1, ticksPerSecond()));
@@ -238,7 +238,7 @@ void ReplayPlayer::rate(const Request& request, Reply& reply) {
 
 void ReplayPlayer::status(const Request& /*request*/, Reply& reply) {
     ReplayStatus status;
-    status.state = state_;
+    status.state = states_.state();
     status.file = file_;
     status.nextFrame = static_cast<int>(next_);
     status.frameCount = static_cast<int>(frames_.size());
@@ -249,26 +249,11 @@ void ReplayPlayer::status(const Request& /*request*/, Reply& reply) {
 }
 
 bool ReplayPlayer::hasTake(Reply& reply) const {
-    if (state_ == Device::Lost) {
+    if (states_.state() == Device::Lost) {
         failCommand(reply, ReplayDevice::NoTake, "no take is open");
         return false;
     }
     return true;
-}
-
-void ReplayPlayer::enter(Device::DeviceState state) {
-    if (state == state_) {
-        return;
-    }
-    state_ = state;
-    announcements_.push_back(state);
-    if (announcements_.size() > 1) {
-        return; // a listener gave the command: all of them hear of the change before it first
-    }
-    while (!announcements_.empty()) {
-        onState_(announcements_.front());
-        announcements_.pop_front();
-    }
 }
 
 } // namespace tarn::kit

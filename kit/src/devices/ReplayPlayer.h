@@ -6,11 +6,10 @@
 #include <tarn/Reply.h>
 #include <tarn/Request.h>
 #include <tarn_kit/devices/ReplayDevice.h>
+#include <tarn_kit/devices/StateAnnouncer.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -42,10 +41,10 @@ private:
 class ReplayPlayer {
 public:
     using Output = tsignal::Signal<std::shared_ptr<Frame>>;
-    using StateListener = std::function<void(Device::DeviceState)>;
 
     /// Clock and outputs must outlive it. `onState` hears of every change, one after the other.
-    ReplayPlayer(const Clock& clock, Output& poses, Output& markers, StateListener onState);
+    ReplayPlayer(const Clock& clock, Output& poses, Output& markers,
+                 StateAnnouncer::Announce onState);
 
     /// Carries out a command and fills in its reply, which is left to be finished. Returns false,
     /// and does nothing, when there is no such command.
@@ -77,15 +76,12 @@ private:
     void openTake(const std::filesystem::path& file, const C3dTake& take, Reply& reply);
     void load(const std::filesystem::path& file, Tracks& take, double pace, Output& output,
               int dataType, Reply& reply);
-    void enter(Device::DeviceState state);
 
     const Clock& clock_;
     Output& poses_;
     Output& markers_;
     Output* output_ = nullptr; ///< that of the take
-    StateListener onState_;
-    Device::DeviceState state_ = Device::Lost;
-    std::deque<Device::DeviceState> announcements_; ///< the first one is being made
+    StateAnnouncer states_;
 
     std::filesystem::path file_;
     /// The device's own list: hosts may change the take that they got.

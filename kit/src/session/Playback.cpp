@@ -3,12 +3,12 @@
 
 #include <tarn_kit/session/Playback.h>
 
+#include <tarn_kit/devices/WakeableWait.h>
+
 #include <algorithm>
 #include <cassert>
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
-#include <mutex>
 #include <utility>
 
 namespace tarn::kit {
@@ -28,25 +28,19 @@ public:
         const std::chrono::duration<double> offset(seconds);
         const Clock::Instant instant = start_ + std::chrono::duration_cast<Clock::Duration>(offset);
         if (!stopRequested) {
-            waitUntil(instant);
+            wait_.until(clock_, instant);
             return true;
         }
         while (!stopRequested() && clock_.now() < instant) {
-            waitUntil(std::min<Clock::Instant>(instant, clock_.now() + patience));
+            wait_.until(clock_, std::min<Clock::Instant>(instant, clock_.now() + patience));
         }
         return !stopRequested();
     }
 
 private:
-    void waitUntil(Clock::Instant instant) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        clock_.waitUntil(lock, woken_, instant, [] { return false; });
-    }
-
     Clock& clock_;
     const Clock::Instant start_;
-    std::mutex mutex_; // what waiting on a clock takes; nobody else is there
-    std::condition_variable woken_;
+    WakeableWait wait_; // that nobody wakes
 };
 
 } // namespace

@@ -15,7 +15,8 @@ constexpr std::size_t mostEvents = 200;
 } // namespace
 
 StreamNews::StreamNews(const kit::Clock& clock, Listeners listeners)
-    : clock_(clock), listeners_(std::move(listeners)) {}
+    : clock_(clock), event_(std::move(listeners.event)),
+      states_(Device::Lost, std::move(listeners.state)) {}
 
 void StreamNews::tell(LinkEvent::Kind kind, std::string text) {
     tellNow({kind, {}, -1, 0, 1, std::move(text)});
@@ -43,22 +44,7 @@ void StreamNews::tellNow(LinkEvent event) {
     if (events_.size() > mostEvents) {
         events_.pop_front();
     }
-    listeners_.event(event);
-}
-
-void StreamNews::enter(Device::DeviceState state) {
-    if (state == state_) {
-        return;
-    }
-    state_ = state;
-    announcements_.push_back(state);
-    if (announcements_.size() > 1) {
-        return; // a listener gave the command: all of them hear of the change before it first
-    }
-    while (!announcements_.empty()) {
-        listeners_.state(announcements_.front());
-        announcements_.pop_front();
-    }
+    event_(event);
 }
 
 void StreamNews::clear() {

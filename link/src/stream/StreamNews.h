@@ -6,6 +6,7 @@
 #include "wire/RateLimit.h"
 
 #include <tarn/Device.h>
+#include <tarn_kit/devices/StateAnnouncer.h>
 #include <tarn_link/stream/LinkStatus.h>
 
 #include <cstdint>
@@ -35,11 +36,11 @@ public:
     /// Counts what cannot be, and tells why. `track` is -1 for the stream as a whole.
     void refuse(const std::string& why, int track = -1);
     /// Announces a state, if it is another one.
-    void enter(Device::DeviceState state);
+    void enter(Device::DeviceState state) { states_.enter(state); }
     /// Forgets what happened.
     void clear();
 
-    Device::DeviceState state() const noexcept { return state_; }
+    Device::DeviceState state() const { return states_.state(); }
     std::uint64_t refused() const noexcept { return refused_; }
     const std::deque<LinkEvent>& events() const noexcept { return events_; }
 
@@ -49,12 +50,11 @@ private:
     void tellNow(LinkEvent event);
 
     const kit::Clock& clock_;
-    const Listeners listeners_;
+    const std::function<void(const LinkEvent&)> event_;
     std::deque<LinkEvent> events_;
     RateLimit toldRate_{100, 200};
     std::uint64_t refused_ = 0;
-    Device::DeviceState state_ = Device::Lost;
-    std::deque<Device::DeviceState> announcements_; ///< the first one is being made
+    kit::StateAnnouncer states_;
 };
 
 } // namespace tarn::link

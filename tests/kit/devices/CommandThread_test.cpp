@@ -5,16 +5,15 @@
 
 #include <tarn/CommInterface.h>
 #include <tarn_kit/devices/CommandThread.h>
+#include <tarn_kit/devices/WakeableWait.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -38,8 +37,8 @@ public:
     ThreadedChannel()
         : CommInterface("test", "channel"),
           thread_({[this](const Request& request, Reply& reply) { return handle(request, reply); },
-                   [this] { wait(); }, [this] { wake(); }, [this] { ++proceeded_; },
-                   closingNumber}) {}
+                   [this] { wait_.untilWoken(); }, [this] { wait_.wake(); },
+                   [this] { ++proceeded_; }, closingNumber}) {}
     ~ThreadedChannel() override { thread_.close(); }
     ThreadedChannel(const ThreadedChannel&) = delete;
     ThreadedChannel& operator=(const ThreadedChannel&) = delete;
@@ -72,20 +71,8 @@ private:
         }
         return true;
     }
-    void wait() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        woken_.wait(lock, [this] { return isWoken_; });
-        isWoken_ = false;
-    }
-    void wake() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        isWoken_ = true;
-        woken_.notify_one();
-    }
 
-    std::mutex mutex_;
-    std::condition_variable woken_;
-    bool isWoken_ = false;
+    WakeableWait wait_;
     Gate held_;
     std::atomic<int> proceeded_{0};
     CommandThread thread_;
