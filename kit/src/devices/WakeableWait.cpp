@@ -30,7 +30,7 @@ bool WakeableWait::until(Clock& clock, const std::optional<Clock::Instant>& inst
         untilWoken();
         return true;
     }
-    const bool isAhead = clock.now() < *instant; // a system's wait need not bear any instant
+    const bool isAhead = clock.now() < *instant; // one that has come costs no call of the system
     std::unique_lock<std::mutex> lock(d_->mutex);
     if (isAhead) {
         clock.waitUntil(lock, d_->woken, *instant, [this] { return d_->isWoken; });
