@@ -4,9 +4,9 @@
 #include "session/BodyPerformer.h"
 
 #include "recording/Recording.h"
-#include "support/Stopwatch.h"
 
 #include <tarn_kit/devices/ReplayDevice.h>
+#include <tarn_kit/session/Stopwatch.h>
 
 #include <algorithm>
 #include <utility>
@@ -16,7 +16,7 @@ namespace tarn::capture {
 TakeDeviceMaker replays(double speed, std::shared_ptr<kit::Clock> clock, const SpaceChoice& space) {
     return [speed, clock = std::move(clock), space](TakeFile& file, const std::string& name) {
         TakeDevice made;
-        const Stopwatch stopwatch(made.reading);
+        const kit::Stopwatch stopwatch(made.reading);
         auto device = std::make_unique<kit::ReplayDevice>(name, clock);
         made.take = withSpace(file.read(), space);
         device->open(made.take);

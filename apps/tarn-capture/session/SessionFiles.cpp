@@ -7,7 +7,6 @@
 #include "documents/SessionDocument.h"
 #include "export/MotionCsv.h"
 #include "support/OutputPath.h"
-#include "support/Stopwatch.h"
 
 #include <fmt/format.h>
 #include <tarn/OutputFile.h>
@@ -16,6 +15,7 @@
 #include <tarn_draw/sheet/MotionPlot.h>
 #include <tarn_draw/sheet/PoseSheet.h>
 #include <tarn_kit/files/Bvh.h>
+#include <tarn_kit/session/Stopwatch.h>
 #include <tarn_kit/session/TakeOf.h>
 
 #include <exception>
@@ -109,7 +109,7 @@ std::vector<std::string> SessionFiles::write(bool complete, bool paced) {
         return problems_;
     }
     for (const auto& performer : session_.performers()) {
-        const Stopwatch stopwatch(performer->writing());
+        const kit::Stopwatch stopwatch(performer->writing());
         const auto recording = performer->recording();
         const std::string name = performer->name();
         attempt(name + ".actor.xml", [&] { writeActor(*performer); });
@@ -193,7 +193,7 @@ std::vector<draw::Subject> SessionFiles::subjects() const {
 }
 
 void SessionFiles::writePictures() {
-    const Stopwatch stopwatch(drawing_);
+    const kit::Stopwatch stopwatch(drawing_);
     const draw::ScopedFonts fonts;
     for (const SessionPicture& picture : pictures_) {
         writePicture(picture);

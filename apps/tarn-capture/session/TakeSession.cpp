@@ -8,11 +8,11 @@
 #include "solving/MarkerCast.h"
 #include "solving/MarkerPerformer.h"
 #include "support/StandardStreams.h"
-#include "support/Stopwatch.h"
 
 #include <fmt/format.h>
 #include <tarn_kit/devices/ReplayDevice.h>
 #include <tarn_kit/files/Text.h>
+#include <tarn_kit/session/Stopwatch.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -42,7 +42,7 @@ SessionSource sourceOf(TakeFile file, const TakeDeviceMaker& bodies, const Marke
         return source;
     }
     {
-        const Stopwatch stopwatch(source.reading);
+        const kit::Stopwatch stopwatch(source.reading);
         source.markers = file.readMarkers();
         source.recordedAs =
             std::filesystem::path(isStandardStream(source.from) ? "stdin" : source.from)

@@ -60,6 +60,7 @@
 #include <tarn_kit/session/RecorderNode.h>
 #include <tarn_kit/session/Resample.h>
 #include <tarn_kit/session/Session.h>
+#include <tarn_kit/session/Stopwatch.h>
 #include <tarn_kit/session/TakeOf.h>
 #include <tarn_kit/session/Tap.h>
 #include <tarn_kit/session/Timecode.h>

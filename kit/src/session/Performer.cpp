@@ -3,11 +3,10 @@
 
 #include <tarn_kit/session/Performer.h>
 
-#include "session/Stopwatch.h"
-
 #include <tarn/Timeline.h>
 #include <tarn_kit/devices/Command.h>
 #include <tarn_kit/session/FrameQueue.h>
+#include <tarn_kit/session/Stopwatch.h>
 #include <tarn_kit/session/TakeOf.h>
 
 #include <algorithm>

@@ -126,6 +126,7 @@ TEST(StateAnnouncerThreads, NeverAnnounceTwoChangesAtOnce) {
 
 #ifndef NDEBUG
 TEST(StateAnnouncerDeathTest, IsNotDestroyedByAListener) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     std::unique_ptr<StateAnnouncer> states;
     states =
         std::make_unique<StateAnnouncer>(Device::Lost, [&](State /*state*/) { states.reset(); });

@@ -7,10 +7,11 @@
 
 namespace tarn::kit {
 
-/// Adds the time for which it lives to a sum, in seconds.
+/// Adds the time for which it lives to a sum, in seconds, as statistics keep them. The sum must
+/// outlive it, and belongs to the thread until then.
 class Stopwatch {
 public:
-    explicit Stopwatch(double& sum) : sum_(sum) {}
+    explicit Stopwatch(double& sum) noexcept : sum_(sum) {}
     ~Stopwatch() { sum_ += std::chrono::duration<double>(Time::now() - start_).count(); }
     Stopwatch(const Stopwatch&) = delete;
     Stopwatch& operator=(const Stopwatch&) = delete;
@@ -19,7 +20,7 @@ private:
     using Time = std::chrono::steady_clock;
 
     double& sum_;
-    Time::time_point start_ = Time::now();
+    const Time::time_point start_ = Time::now();
 };
 
 } // namespace tarn::kit
