@@ -120,9 +120,8 @@ std::string save(Actor& document, const std::string& file) {
 int check(Actor& document, const std::string& file, const std::string& text) {
     const auto problems = problemsOf(document);
     for (const Problem& problem : problems) {
-        const auto place = kit::placeOf(text, problem.key, problem.index);
-        const std::string where = place ? fmt::format(":{}:{}", place->line, place->column) : "";
-        reportError(fmt::format("{}{}: {}: {}", file, where, problem.key, problem.reason));
+        reportError(fmt::format("{}: {}", placeText(file, text, problem.key, problem.index),
+                                problem.reason));
     }
     return problems.empty() ? exitSuccess : exitFailure;
 }

@@ -3,8 +3,12 @@
 
 #include "session/SpaceChoice.h"
 
+#include "support/Errors.h"
+
 #include <fmt/format.h>
 #include <tarn_kit/files/Text.h>
+
+#include <stdexcept>
 
 namespace tarn::capture {
 
@@ -46,12 +50,30 @@ void noteSpace(Settings& entry, const SpaceChoice& choice) {
     }
 }
 
-SpaceChoice notedSpace(const Settings& entry) {
+SpaceChoice notedSpace(const Settings& document, const std::string& key, const std::string& file,
+                       const std::string& text) {
+    const auto noted = [&](const char* name, auto parse, const char* expected) {
+        const std::string path = key + "." + name;
+        const std::string value = document.value(path, "");
+        auto read = parse(value);
+        if (!read && !value.empty()) {
+            throw std::runtime_error(fmt::format("{}: expected {}, found '{}'",
+                                                 placeText(file, text, path), expected, value));
+        }
+        return read;
+    };
     SpaceChoice choice;
-    choice.scale = kit::numberIn<double>(entry.value("Scale", "")).value_or(1);
-    choice.unit = kit::lengthUnitNamed(entry.value("Unit", ""));
-    choice.up = kit::parseUpAxis(entry.value("Up", ""));
+    choice.scale = noted("Scale", parseScale, scaleWords).value_or(1);
+    choice.unit = noted("Unit", kit::lengthUnitNamed, unitWords);
+    choice.up = noted("Up", kit::parseUpAxis, upWords);
     return choice;
+}
+
+std::optional<double> parseScale(std::string_view text) {
+    constexpr double largest = 1e6;
+    const auto scale = kit::numberIn<double>(text);
+    const bool isPossible = scale && *scale >= 1 / largest && *scale <= largest; // not-a-number not
+    return isPossible ? scale : std::nullopt;
 }
 
 } // namespace tarn::capture

@@ -3,7 +3,9 @@
 
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 namespace tarn::capture {
@@ -20,6 +22,11 @@ class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// Which entry of a settings document of this text is meant, and where it stands:
+/// "ada.xml:7:3: Sensors.Left"; `index` is as `kit::placeOf` counts.
+std::string placeText(const std::string& file, const std::string& text, const std::string& key,
+                      std::size_t index = 0);
 
 /// Prints the reason of a failure on standard error, as one line whatever `reason` holds.
 void reportError(std::string_view reason);

@@ -38,7 +38,7 @@ double parseSpeed(const std::string& text) {
 kit::LengthUnit parseUnit(const std::string& text) {
     const auto unit = kit::lengthUnitNamed(text);
     if (!unit) {
-        throw UsageError(fmt::format("--unit '{}': expected m, cm, mm, in or ft", text));
+        throw UsageError(fmt::format("--unit '{}': expected {}", text, unitWords));
     }
     return *unit;
 }
@@ -46,7 +46,7 @@ kit::LengthUnit parseUnit(const std::string& text) {
 kit::UpAxis parseUp(const std::string& text) {
     const auto up = kit::parseUpAxis(text);
     if (!up) {
-        throw UsageError(fmt::format("--up '{}': expected x, y or z", text));
+        throw UsageError(fmt::format("--up '{}': expected {}", text, upWords));
     }
     return *up;
 }
@@ -58,12 +58,10 @@ bool parseOrigin(const std::string& text) {
     return text == "gaps";
 }
 
-double parseScale(const std::string& text) {
-    constexpr double largest = 1e6;
-    const auto scale = kit::numberIn<double>(text);
-    if (!scale || !(*scale >= 1 / largest && *scale <= largest)) { // not-a-number included
-        throw UsageError(
-            fmt::format("--scale '{}': expected a number from 0.000001 to 1000000", text));
+double parseScaleFlag(const std::string& text) {
+    const auto scale = parseScale(text);
+    if (!scale) {
+        throw UsageError(fmt::format("--scale '{}': expected {}", text, scaleWords));
     }
     return *scale;
 }
@@ -90,7 +88,7 @@ void addSpace(CLI::App& command, SpaceChoice& space) {
         ->type_name("AXIS");
     command
         .add_option_function<std::string>(
-            "--scale", [&space](const std::string& text) { space.scale = parseScale(text); },
+            "--scale", [&space](const std::string& text) { space.scale = parseScaleFlag(text); },
             "Multiply all lengths; if not given, 1")
         ->type_name("F");
 }

@@ -180,17 +180,18 @@ Fitted fittedOf(const fs::path& directory, const Settings& entry, const Settings
 
 std::vector<Fitted> fittedIn(const fs::path& document) {
     Settings settings;
-    kit::loadSettings(settings, document);
+    const std::string text = kit::loadSettings(settings, document);
     const fs::path directory = document.parent_path();
     std::vector<Fitted> all;
     for (int i = 1;; ++i) {
-        const auto trial = settings.subSettings(fmt::format("Solve.Trials.Trial{}", i));
+        const std::string key = fmt::format("Solve.Trials.Trial{}", i);
+        const auto trial = settings.subSettings(key);
         if (trial == nullptr) {
             break;
         }
         all.push_back(fittedOf(directory, *trial, *trial));
         all.back().turn = rotationIn(trial->value("Upright", ""));
-        all.back().space = notedSpace(*trial);
+        all.back().space = notedSpace(settings, key, document.string(), text);
     }
     for (int i = 1;; ++i) {
         const auto character =

@@ -15,6 +15,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -174,6 +175,30 @@ TEST_F(MeasuredMarkers, OfATakeThatIsGoneAreToldOfInstead) {
     EXPECT_THAT(measuredMarkersOf(path("far/away/session.xml"), notes), IsEmpty());
     ASSERT_THAT(notes, SizeIs(2));
     EXPECT_THAT(notes[1], HasSubstr("measured markers of Ben are not shown"));
+}
+
+TEST_F(MeasuredMarkers, OfADocumentThatSaysWhatCannotBeAreAnErrorWhichNamesThePlace) {
+    const std::string document = path("edited.xml");
+    const auto errorOf = [&](const std::string& entry) -> std::string {
+        std::ofstream(document) << "<Solve>\n<Trials><Trial1>\n<Name>Ada</Name>\n"
+                                << entry << "</Trial1></Trials></Solve>";
+        std::vector<std::string> notes;
+        try {
+            EXPECT_THAT(measuredMarkersOf(document, notes), IsEmpty());
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return {};
+    };
+    const std::string place = document + ":4:1: Solve.Trials.Trial1.";
+    for (const char* const scale : {"0", "-1", "nan", "inf", "1e7", "two"}) {
+        EXPECT_EQ(errorOf("<Scale>" + std::string(scale) + "</Scale>"),
+                  place + "Scale: expected a number from 0.000001 to 1000000, found '" + scale +
+                      "'");
+    }
+    EXPECT_EQ(errorOf("<Unit>yd</Unit>"), place + "Unit: expected m, cm, mm, in or ft, found 'yd'");
+    EXPECT_EQ(errorOf("<Up>w</Up>"), place + "Up: expected x, y or z, found 'w'");
+    EXPECT_EQ(errorOf("<Scale>1000000</Scale><Unit>in</Unit><Up>Z</Up>"), "");
 }
 
 TEST_F(MeasuredMarkers, AreOnThePageOfTheirSession) {
