@@ -219,6 +219,19 @@ void reportMissing(const StoredTrack& track, std::int64_t counted, const ChunkRe
     }
 }
 
+[[noreturn]] void failWithout(const std::filesystem::path& file,
+                              const std::vector<MissingFrames>& missing) {
+    std::int64_t count = 0;
+    for (const MissingFrames& part : missing) {
+        count += part.count;
+    }
+    if (count == 0) {
+        throw StoreError(file, StoreProblem::Unsupported, "holds no frames to recover");
+    }
+    throw StoreError(file, StoreProblem::Damaged,
+                     "none of its " + std::to_string(count) + " frames can be recovered");
+}
+
 } // namespace
 
 TakeRecovery recoverTakeFile(const std::filesystem::path& file, const std::filesystem::path& out,
@@ -248,6 +261,9 @@ TakeRecovery recoverTakeFile(const std::filesystem::path& file, const std::files
                 .bind(1, track.id)
                 .bind(2, frames)
                 .run();
+        }
+        if (recovery.frames == 0) {
+            failWithout(file, recovery.missing);
         }
         mendTakes(to);
         setFact(to, "recovered", utcNow());

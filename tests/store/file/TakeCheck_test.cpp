@@ -161,7 +161,7 @@ TEST_P(TakeCheckOf, RowsThatContradictEachOther) {
 INSTANTIATE_TEST_SUITE_P(
     All, TakeCheckOf,
     ::testing::Values(
-        Contradiction{"DELETE FROM codec", "a codec is missing"},
+        Contradiction{"UPDATE chunk SET codec = 99 WHERE id = 2", "a codec is missing"},
         Contradiction{"INSERT INTO chunk SELECT 999, 7, late, first, last, data_type, codec, crc, "
                       "heads, data FROM chunk WHERE id = 1",
                       "frames of no track"},
@@ -265,18 +265,53 @@ TEST(TakeCheck, RecoversAFileThatWasCutShortWhereverThatIs) {
     const std::string bytes = readFile(directory / "take.tarn");
     constexpr std::size_t page = 16'384;
     std::int64_t most = 0;
-    writeFile(directory / "short.tarn", bytes.substr(0, page));
-    recoverTakeFile(directory / "short.tarn", directory / "out.tarn");
-    EXPECT_EQ(TakeReader(directory / "out.tarn").facts().startedUtc, ""); // nothing is made up
     for (std::size_t size = page + 4'000; size < bytes.size(); size += page) {
         writeFile(directory / "short.tarn", bytes.substr(0, size));
-        const TakeRecovery recovery =
-            recoverTakeFile(directory / "short.tarn", directory / "out.tarn");
-        EXPECT_GE(recovery.frames, most) << size;
-        most = recovery.frames;
-        EXPECT_TRUE(checkTakeFile(directory / "out.tarn").isWhole) << size;
+        try {
+            const TakeRecovery recovery =
+                recoverTakeFile(directory / "short.tarn", directory / "out.tarn");
+            EXPECT_GE(recovery.frames, std::max<std::int64_t>(most, 1)) << size;
+            most = recovery.frames;
+            EXPECT_TRUE(checkTakeFile(directory / "out.tarn").isWhole) << size;
+        } catch (const StoreError& error) {
+            EXPECT_EQ(most, 0) << size << ": " << error.what();
+        }
     }
     EXPECT_GT(most, frames / 2);
+}
+
+TEST(TakeCheck, RecoversNothingOfAFileWithoutAFrameThatCanBeReadAndLeavesWhatIsThere) {
+    const TemporaryDirectory directory;
+    const std::string out = directory / "out.tarn";
+    writeFile(out, "kept");
+    const auto reasonOf = [&](const std::string& file) -> std::string {
+        try {
+            recoverTakeFile(file, out);
+        } catch (const StoreError& error) {
+            return error.reason();
+        }
+        return "none";
+    };
+    for (const char* const loss : {"DELETE FROM chunk", "DELETE FROM codec"}) {
+        writeWhole(directory / "take.tarn");
+        change(directory / "take.tarn", loss);
+        EXPECT_EQ(reasonOf(directory / "take.tarn"), "none of its 6000 frames can be recovered");
+    }
+    EXPECT_EQ(directory.names(), (std::vector<std::string>{"out.tarn", "take.tarn"}));
+    copyUnended(directory / "none.tarn", 0);
+    EXPECT_EQ(reasonOf(directory / "none.tarn"), "holds no frames to recover");
+    EXPECT_EQ(readFile(out), "kept");
+}
+
+TEST(TakeCheck, MakesUpNothingThatARecoveredFileDoesNotSay) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "take.tarn";
+    writeWhole(file);
+    change(file, "DELETE FROM fact WHERE key <> 'take'");
+    EXPECT_EQ(recoverTakeFile(file, directory / "out.tarn").frames, frames);
+    const TakeFileFacts facts = TakeReader(directory / "out.tarn").facts();
+    EXPECT_EQ(facts.startedUtc, "");
+    EXPECT_EQ(facts.program, "");
 }
 
 /// Where the pages of a tree begin in a file that hold its rows; first that of its root.

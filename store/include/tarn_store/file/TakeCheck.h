@@ -52,7 +52,7 @@ struct TakeRecovery {
 
 /// Makes a whole file of a damaged one, or of one that was broken off, with everything in it that
 /// can still be read and proves to be undamaged. `file` stays as it is. Throws `StoreError` if
-/// nothing can be recovered or `out` cannot be written; then what was there stays.
+/// not a single frame can be recovered or `out` cannot be written; then what was there stays.
 TARN_STORE_EXPORT TakeRecovery
 recoverTakeFile(const std::filesystem::path& file, const std::filesystem::path& out,
                 const std::shared_ptr<const kit::Codecs>& codecs = kit::Codecs::standard());
