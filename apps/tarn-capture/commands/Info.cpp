@@ -110,8 +110,11 @@ void printTake(const std::string& file, const Take& take, const kit::BodyNames& 
     printBody(take.rig(), names);
 }
 
-/// Who recorded it, and with which actor.
+/// Who recorded it, and with which actor; nothing of what is in no take file.
 void printRecording(const std::string& file, const std::string& subject) {
+    if (file.empty()) {
+        return;
+    }
     store::TakeReader reader(file);
     const store::TakeFileFacts facts = reader.facts();
     printFact("recorded", recordedText(facts));
@@ -141,8 +144,10 @@ int info(const InfoOptions& options) {
         }
         if (source.holdsMarkers()) {
             const kit::C3dTake markers = withSpace(source.readMarkers(), options.space);
+            const auto [recording, subject] = source.stored();
             fmt::print("{}{}", std::exchange(separator, "\n"),
-                       describeMarkers(options.takes[i], markers));
+                       describeMarkers(options.takes[i], markers, !recording.empty()));
+            printRecording(recording, subject);
             return;
         }
         const Take take(withSpace(source.read(), options.space));
@@ -152,9 +157,8 @@ int info(const InfoOptions& options) {
         }
         fmt::print("{}", std::exchange(separator, "\n"));
         printTake(options.takes[i], take, *names);
-        if (const auto [recording, subject] = source.stored(); !recording.empty()) {
-            printRecording(recording, subject);
-        }
+        const auto [recording, subject] = source.stored();
+        printRecording(recording, subject);
     });
 }
 

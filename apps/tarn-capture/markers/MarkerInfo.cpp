@@ -50,11 +50,13 @@ std::string subjectsText(const std::vector<kit::C3dMarker>& markers) {
     return text;
 }
 
-std::string framesText(const kit::C3dInfo& take) {
-    return take.frameCount == 0
-               ? "none"
-               : fmt::format("{}, numbered {} to {}", take.frameCount, take.firstFrame,
-                             take.firstFrame + take.frameCount - 1);
+std::string framesText(const kit::C3dInfo& take, bool isStored) {
+    if (take.frameCount == 0) {
+        return "none";
+    }
+    return fmt::format("{}, numbered {} to {}{}", take.frameCount, take.firstFrame,
+                       take.firstFrame + take.frameCount - 1,
+                       isStored ? " (take cut counts from 0)" : "");
 }
 
 std::string unitText(const kit::C3dInfo& take) {
@@ -127,20 +129,23 @@ std::string reportText(const kit::C3dInfo& take) {
 
 } // namespace
 
-std::string describeMarkers(const std::string& file, const kit::C3dTake& take) {
+std::string describeMarkers(const std::string& file, const kit::C3dTake& take, bool isStored) {
     std::string text = kit::printable(file) + "\n";
     text += fact("markers", std::to_string(take.markers.size()) + subjectsText(take.markers));
-    text += fact("frames", framesText(take));
+    text += fact("frames", framesText(take, isStored));
     text += fact("rate", fmt::format("{:.6g} frames per second", take.rate));
     text += fact("length", fmt::format("{:.3f} s", secondsAt(take, take.frameCount)));
     text += fact("unit", unitText(take));
     text += fact("up", kit::axisName(upAxisOf(take)) +
                            (statedUpAxis(take) ? ", as stated" : ", guessed"));
-    text += fact("encoding", to_string(take.encoding));
+    if (!isStored) {
+        text += fact("encoding", to_string(take.encoding));
+    }
     if (!take.bodies.empty()) {
         text += fact("rotations", kit::counted(take.bodies.size(), "rigid body"));
     }
-    return text + eventsText(take) + analogText(take) + sightingsText(take) + reportText(take);
+    text += eventsText(take) + analogText(take) + sightingsText(take);
+    return isStored ? text : text + reportText(take); // "take check" says what is wrong with it
 }
 
 std::string describeBriefly(const std::string& file, const kit::C3dInfo& take) {

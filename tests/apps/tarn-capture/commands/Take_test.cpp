@@ -12,6 +12,7 @@
 #include <tarn_kit/session/TakeOf.h>
 
 #include <csignal>
+#include <filesystem>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -23,6 +24,7 @@ namespace {
 
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 class Take : public ::testing::Test {
@@ -116,6 +118,20 @@ TEST_F(Take, OfMarkersExportsAndConvertsAsTheTakeDoes) {
     }
 }
 
+/// What `info` says of a take of markers in whatever file.
+std::string linesOfBoth(const std::string& info) {
+    std::istringstream stream(info.substr(info.find('\n') + 1));
+    std::string text;
+    bool isReport = false;
+    for (std::string line; std::getline(stream, line);) {
+        isReport = isReport || line.rfind("  report", 0) == 0; // which comes last
+        const bool isOfOne =
+            isReport || line.rfind("  encoding", 0) == 0 || line.rfind("  recorded", 0) == 0;
+        text += isOfOne ? "" : line.substr(0, line.find(" (take cut")) + "\n";
+    }
+    return text;
+}
+
 TEST_F(Take, OfMarkersHasAllThatTheFileSays) {
     const std::string take = directory_ / "full.c3d";
     const std::string file = directory_ / "full.tarn";
@@ -126,7 +142,10 @@ TEST_F(Take, OfMarkersHasAllThatTheFileSays) {
     const std::string again = capture({"info", file}).out;
     EXPECT_THAT(info, AllOf(HasSubstr("numbered 101 to 910"), HasSubstr("2 channels at 480"),
                             HasSubstr("Left Foot Strike of Male"), HasSubstr("Fx1 [N]")));
-    EXPECT_EQ(again.substr(again.find('\n')), info.substr(info.find('\n')));
+    EXPECT_THAT(again, AllOf(HasSubstr("810, numbered 101 to 910 (take cut counts from 0)\n"),
+                             HasSubstr("\n  recorded     20"), Not(HasSubstr("encoding")),
+                             Not(HasSubstr("\n  report"))));
+    EXPECT_EQ(linesOfBoth(again), linesOfBoth(info));
 
     const std::string converted = directory_ / "again.c3d";
     ASSERT_EQ(capture({"convert", file, converted}).exitCode, 0);
@@ -243,7 +262,7 @@ TEST_F(Take, IsListedCheckedCutJoinedAndNoted) {
 TEST_F(Take, ThatIsDamagedIsToldAndRecovered) {
     const std::string file = recorded("cmu_131_01_walk");
     const std::string bytes = readFile(file);
-    writeFile(file, bytes.substr(0, bytes.size() / 2));
+    writeFile(file, bytes.substr(0, bytes.size() * 9 / 10));
     const Outcome check = capture({"take", "check", file});
     EXPECT_EQ(check.exitCode, 1);
     EXPECT_THAT(check.out, StartsWith("damaged: "));
@@ -283,6 +302,13 @@ TEST_F(Take, SaysWhatIsWrong) {
     EXPECT_EQ(backwards.exitCode, 2);
     EXPECT_THAT(backwards.err, HasSubstr("A..B '9..1': expected"));
     EXPECT_EQ(capture({"take", "recover", file, file}).exitCode, 2);
+    const std::string bytes = readFile(file);
+    writeFile(directory_ / "head.tarn", bytes.substr(0, 16'384));
+    const Outcome nothing =
+        capture({"take", "recover", directory_ / "head.tarn", directory_ / "x.tarn"});
+    EXPECT_EQ(nothing.exitCode, 1);
+    EXPECT_THAT(nothing.err, HasSubstr("head.tarn: holds no frames to recover"));
+    EXPECT_FALSE(std::filesystem::exists(directory_ / "x.tarn"));
     const std::string sample = samplePath("cmu_131_01_walk.bvh");
     EXPECT_EQ(capture({"stream", sample, "--speed", "0", "--record", "walk.bvh"}).exitCode, 2);
     const Outcome twice = capture({"stream", sample, "--speed", "0", "--record", file});
