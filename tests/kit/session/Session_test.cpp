@@ -254,10 +254,13 @@ TEST(SessionThreads, GoesWhileItsDevicesStream) {
     for (int round = 0; round < 20; ++round) {
         ScriptedDevice device(upTo(1'000));
         ForwardKinematicsSolver solver("sled", sledRig());
-        Session session;
-        Performer& performer = session.addPerformer(sledSetup(device, &solver, 1'000));
+        auto session = std::make_unique<Session>();
+        Performer& performer = session->addPerformer(sledSetup(device, &solver, 1'000));
         performer.start();
-        performer.bring(round);
+        EXPECT_TRUE(performer.bring(round));
+        session.reset();
+        EXPECT_THAT(device.parents(), IsEmpty());
+        EXPECT_THAT(solver.parents(), IsEmpty());
     }
 }
 
