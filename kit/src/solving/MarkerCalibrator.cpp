@@ -10,6 +10,7 @@
 #include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/body/Markers.h>
 #include <tarn_kit/files/Text.h>
+#include <tarn_kit/processing/cleaning/MarkerRepair.h>
 #include <tarn_kit/session/TakeOf.h>
 #include <tarn_kit/solving/MarkerSolver.h>
 
@@ -112,6 +113,36 @@ Material materialOf(const MarkerSet& set, const MarkerSource& source,
         material.frames.push_back(std::move(sightings));
     }
     return material;
+}
+
+/// The frames with labels put right that are exchanged for a while, as the markers' ways from frame
+/// to frame show it, or their neighbours: a body that is not known yet bends to them instead, a
+/// forearm by turning over. `rate`: of the frames, per second.
+std::vector<std::shared_ptr<Frame>>
+withLabelsPutRight(const std::vector<std::shared_ptr<Frame>>& frames, const MarkerSet& set,
+                   const MarkerSource& source, double rate) {
+    std::vector<bool> isInSet(source.names.size());
+    for (const MarkerPlace& marker : set.markers) {
+        const int column = markerNamed(marker.name, source.names);
+        if (column >= 0) {
+            isInSet[static_cast<std::size_t>(column)] = true;
+        }
+    }
+    MarkerRepairOptions options;
+    options.rate = rate;
+    options.spikes = false; // the fit hardly hears them
+    for (std::size_t column = 0; column < isInSet.size(); ++column) {
+        if (!isInSet[column]) {
+            options.untouched.push_back(static_cast<int>(column));
+        }
+    }
+    const auto take = repairMarkers(takeOf(markerDataType, frames, 0), options).take;
+    std::vector<std::shared_ptr<Frame>> right;
+    right.reserve(frames.size());
+    for (int slot = 0; slot < take->timeLength(); ++slot) {
+        right.push_back(take->getFrame(slot, markerDataType));
+    }
+    return right;
 }
 
 bool hasMarkersOn(const char* segment, const MarkerSet& set) {
@@ -264,10 +295,15 @@ bool MarkerCalibrator::PrivateData::fit(const MarkerSolver& solver,
                                         const CalibrationProgress& progress) {
     CalibrationReport made;
     made.frames = static_cast<int>(frames.size());
-    const Material material = materialOf(set, solver.source(), frames);
+    Material material = materialOf(set, solver.source(), frames);
     made.missingMarkers = material.missing;
     made.error = problemOf(set, material, solver.source());
     if (made.isGood()) {
+        const double rate =
+            std::max(1.0, static_cast<double>(frames.front()->time().fps()) / stride);
+        material = materialOf(set, solver.source(),
+                              withLabelsPutRight(frames, set, solver.source(), rate));
+        made.missingMarkers = material.missing;
         CalibratedBody found = calibrateBody(material.set, material.frames, progress);
         if (!found.isComplete) {
             return false;

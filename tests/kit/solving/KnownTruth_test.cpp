@@ -193,6 +193,23 @@ TEST(KnownTruthWithWrongLabels, ABodyCalibratedFromThemIsHardlyWorse) {
     EXPECT_LT(rms(dancer.solve(clean, 0, wristsFrom)), 1.25 * usual);
 }
 
+TEST(KnownTruthWithWrongLabels, AWristsMarkersMayBeExchangedForSecondsOfACalibration) {
+    // A forearm that is turned over fits nearly as well.
+    const MarkerSet set = MarkerSet::load("cmu41");
+    Known walker("cmu_131_01_walk.bvh", set, 0.015, 0, 902);
+    ASSERT_EQ(walker.error, "");
+    const Measured clean = walker.body.measure({0.001, 0.02}, 1012);
+    const double usual = rms(walker.solve(firstFrames(clean), 0, joints.size()));
+    Measured wrong = clean;
+    for (std::size_t f = wrong.frames.size() / 7; f < wrong.frames.size() / 2; ++f) {
+        std::swap(wrong.frames[f][static_cast<std::size_t>(set.markerOf("RWRA"))],
+                  wrong.frames[f][static_cast<std::size_t>(set.markerOf("RWRB"))]);
+    }
+    walker.calibrate(set, wrong);
+    ASSERT_EQ(walker.error, "");
+    EXPECT_LT(rms(walker.solve(firstFrames(clean), 0, joints.size())), 1.2 * usual);
+}
+
 TEST(KnownTruthWithWrongLabels, NothingIsSaidToBeSwappedThatIsNot) {
     Known dancer("cmu_61_12_salsa_b.bvh", MarkerSet::load("cmu41"), 0, 0, 1);
     ASSERT_EQ(dancer.error, "");
@@ -264,6 +281,32 @@ TEST_F(KnownTruth, LabelsOfBothLegsMayBeExchangedForSeconds) {
                 const bool isWrong = f >= begin && f < end;
                 ASSERT_EQ(heel.verdict == MarkerVerdict::Swapped, isWrong) << f;
             }
+        }
+    }
+}
+
+TEST_F(KnownTruth, ALimbWhoseLabelsLieOnAnotherPerformersIsFoundAgainWithinTenFrames) {
+    const MarkerSet set = MarkerSet::load("cmu41");
+    const Measured clean = measured(0, 0);
+    const std::vector<double> usual = dancer->solve(clean, 0, joints.size());
+    constexpr std::size_t begin = 70;
+    constexpr std::size_t end = 110;
+    const std::vector<std::vector<std::string>> limbs = {
+        {"LUPA", "LELB", "LFRM", "LWRA", "LWRB", "LFIN"},
+        {"RTHI", "RKNE", "RSHN", "RANK", "RHEE", "RMT5", "RTOE"}};
+    for (const std::vector<std::string>& limb : limbs) {
+        Measured wrong = clean;
+        for (std::size_t f = begin; f < end; ++f) {
+            for (const std::string& name : limb) {
+                // As it is later on, and 60 cm to the side.
+                const auto m = static_cast<std::size_t>(set.markerOf(name));
+                wrong.frames[f][m] = clean.frames[f + 100][m];
+                wrong.frames[f][m].position.x += 600;
+            }
+        }
+        const std::vector<double> errors = dancer->solve(wrong, 0, joints.size());
+        for (std::size_t f = end + 10; f < errors.size(); ++f) {
+            ASSERT_LT(errors[f], 1.5 * usual[f] + 1) << limb.front() << " " << f;
         }
     }
 }
