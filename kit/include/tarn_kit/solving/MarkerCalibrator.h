@@ -41,7 +41,8 @@ struct CalibrationReport {
 /// movement, without a pose to hold.
 ///
 /// While it calibrates it collects the frames of `markerDataType` that it is given. `finish()` or
-/// `globalFinish()` fits a body to them, gives it to the bound solver and, if the calibrator
+/// `globalFinish()` puts labels right that `repairMarkers` finds exchanged for a while, fits a body
+/// to the frames, gives it to the bound solver and, if the calibrator
 /// belongs to a character with an actor, to that: lengths as body dimensions, in metres, and marker
 /// placements; all before `onEnd`. `onProgress` goes from 0 to 0.5 while frames come (there is no
 /// end to them: half as fast from each hundred to the next), and on to 1 while the body is fitted.
