@@ -55,6 +55,13 @@ LiveContent content() {
     return shown;
 }
 
+/// Leaves pages time: on a busy machine one may say nothing for long.
+LiveOptions patient() {
+    LiveOptions options;
+    options.patience = std::chrono::hours(1);
+    return options;
+}
+
 kit::BodyPose bodyAt(float x) {
     kit::BodyPose body;
     body.segments = {{{x, 100, 0}, {}}, {{x, 150, 0}, {}}};
@@ -169,7 +176,7 @@ void readTwo(LiveServer& server, Watching& page) {
 }
 
 TEST_F(LiveServers, ServeThePageAtTheAddressThatTheyTell) {
-    const LiveServer server(content());
+    const LiveServer server(content(), patient());
     EXPECT_THAT(server.address(),
                 MatchesRegex("http://127\\.0\\.0\\.1:[0-9]+/\\?token=[0-9a-f]{32}"));
 
@@ -190,7 +197,7 @@ TEST_F(LiveServers, ServeThePageAtTheAddressThatTheyTell) {
 }
 
 TEST_F(LiveServers, ServeNobodyWithoutTheTokenOrUnderAnotherName) {
-    const LiveServer server(content());
+    const LiveServer server(content(), patient());
     const std::string target = "/?token" + tokenOf(server);
     const std::string port = std::to_string(server.port());
     EXPECT_EQ(ask(server, target, "localhost:" + port).status, 200U);
@@ -211,7 +218,7 @@ TEST_F(LiveServers, ServeNobodyWithoutTheTokenOrUnderAnotherName) {
 }
 
 TEST_F(LiveServers, SendFramesToTheirOwnPagesAlone) {
-    const LiveServer server(content());
+    const LiveServer server(content(), patient());
     const std::string origin = "http://" + hostOf(server);
     EXPECT_TRUE(Watching(context_, server, origin, tokenOf(server)).isOpen());
     EXPECT_FALSE(Watching(context_, server, "http://example.com", tokenOf(server)).isOpen());
@@ -220,7 +227,7 @@ TEST_F(LiveServers, SendFramesToTheirOwnPagesAlone) {
 }
 
 TEST_F(LiveServers, SendPositionsInMetresWithYUp) {
-    LiveServer server(content());
+    LiveServer server(content(), patient());
     server.show(0, 7, bodyAt(25));
     server.show(0, 7, kit::MarkerFrame({kit::Marker::at({1000, 2000, 3000})}));
     Watching page(context_, server, "http://" + hostOf(server), tokenOf(server));
@@ -234,7 +241,7 @@ TEST_F(LiveServers, SendPositionsInMetresWithYUp) {
 }
 
 TEST_F(LiveServers, ShowNothingWhereThereIsNothing) {
-    LiveServer server(content());
+    LiveServer server(content(), patient());
     server.show(0, 1, bodyAt(std::numeric_limits<float>::infinity()));
     server.show(0, 1, kit::MarkerFrame({kit::Marker()}));
     Watching page(context_, server, "http://" + hostOf(server), tokenOf(server));
@@ -250,7 +257,7 @@ TEST_F(LiveServers, ShowNothingWhereThereIsNothing) {
 }
 
 TEST_F(LiveServers, DropWhatAPageHasNoTimeForAndSendTheNewest) {
-    LiveServer server(content());
+    LiveServer server(content(), patient());
     server.show(0, 1, bodyAt(1));
     Watching page(context_, server, "http://" + hostOf(server), tokenOf(server));
     const auto first = page.read();
@@ -274,7 +281,7 @@ TEST_F(LiveServers, TellHowLongFramesTakeUntilTheyAreDrawn) {
     const auto milliseconds = [](Clock::duration time) {
         return std::chrono::duration<double, std::milli>(time).count();
     };
-    LiveServer server(content());
+    LiveServer server(content(), patient());
     server.show(0, 1, bodyAt(1));
     Watching page(context_, server, "http://" + hostOf(server), tokenOf(server));
     EXPECT_LT(page.read().at(3), 0) << "nothing was drawn yet";
@@ -295,7 +302,7 @@ TEST_F(LiveServers, TellHowLongFramesTakeUntilTheyAreDrawn) {
 TEST_F(LiveServers, WaitForNoPageThatReadsNothing) {
     LiveContent large = content();
     large.markers[0].names.assign(65'535, "marker"); // more than sockets hold
-    LiveServer server(large);
+    LiveServer server(large, patient());
     const auto frame = [](int number) {
         return kit::MarkerFrame(
             std::vector<kit::Marker>(65'535, kit::Marker::at({static_cast<float>(number), 0, 0})));
@@ -313,7 +320,7 @@ TEST_F(LiveServers, WaitForNoPageThatReadsNothing) {
 }
 
 TEST_F(LiveServers, CountAFrameOfSeveralPerformersOnce) {
-    LiveServer server(content());
+    LiveServer server(content(), patient());
     server.show(0, 1, bodyAt(1));
     Watching page(context_, server, "http://" + hostOf(server), tokenOf(server));
     const auto first = page.read();
@@ -330,7 +337,7 @@ TEST_F(LiveServers, CountAFrameOfSeveralPerformersOnce) {
 TEST_F(LiveServers, CutOffWhoAnswersWhatNobodyAsked) {
     for (const std::string& nonsense : {std::string("3"), std::string("0"), std::string("one"),
                                         std::string("-1"), std::string()}) {
-        LiveServer server(content());
+        LiveServer server(content(), patient());
         Watching page(context_, server, "http://" + hostOf(server), tokenOf(server));
         readTwo(server, page);
         page.answer(nonsense);
@@ -341,7 +348,7 @@ TEST_F(LiveServers, CutOffWhoAnswersWhatNobodyAsked) {
 }
 
 TEST_F(LiveServers, CutOffWhoSaysMoreThanAnAnswer) {
-    LiveServer server(content());
+    LiveServer server(content(), patient());
     Watching page(context_, server, "http://" + hostOf(server), tokenOf(server));
     readTwo(server, page);
     page.answer(std::string(32, '0') + "2");
@@ -378,11 +385,11 @@ TEST_F(LiveServers, CutOffWhoSaysNothing) {
 
 TEST_F(LiveServers, ListenOnThisMachineAloneUnlessTold) {
     const std::string other = "127.0.0.2"; // of this machine, as those that others reach are
-    LiveOptions options;
+    LiveOptions options = patient();
     EXPECT_EQ(options.address, "127.0.0.1");
     boost::system::error_code error;
     {
-        const LiveServer server(content());
+        const LiveServer server(content(), patient());
         Tcp::socket socket(context_);
         socket.connect({asio::ip::make_address(other), server.port()}, error);
         EXPECT_EQ(error, asio::error::connection_refused);
@@ -397,7 +404,7 @@ TEST_F(LiveServers, ListenOnThisMachineAloneUnlessTold) {
 }
 
 TEST_F(LiveServers, RefuseMorePagesThanTheyMayHave) {
-    LiveOptions options;
+    LiveOptions options = patient();
     options.mostPages = 1;
     LiveServer server(content(), options);
     server.show(0, 1, bodyAt(1));
@@ -410,7 +417,7 @@ TEST_F(LiveServers, RefuseMorePagesThanTheyMayHave) {
 }
 
 TEST_F(LiveServers, ServeSoManyRequestsAtOnceAndNoMore) {
-    const LiveServer server(content());
+    const LiveServer server(content(), patient());
     std::vector<Tcp::socket> silent;
     for (int i = 0; i < 16; ++i) {
         silent.emplace_back(context_).connect(endpointOf(server));
@@ -429,7 +436,7 @@ TEST_F(LiveServers, ServeSoManyRequestsAtOnceAndNoMore) {
 }
 
 TEST_F(LiveServers, RefuseRequestsThatAreTooLarge) {
-    const LiveServer server(content());
+    const LiveServer server(content(), patient());
     Tcp::socket socket(context_);
     socket.connect(endpointOf(server));
     const std::string request = "GET /?token" + tokenOf(server) +
@@ -444,7 +451,7 @@ TEST_F(LiveServers, RefuseRequestsThatAreTooLarge) {
 }
 
 TEST_F(LiveServers, TellPagesThatTheCaptureHasEnded) {
-    auto server = std::make_unique<LiveServer>(content());
+    auto server = std::make_unique<LiveServer>(content(), patient());
     server->show(0, 1, bodyAt(1));
     Watching page(context_, *server, "http://" + hostOf(*server), tokenOf(*server));
     page.read();
@@ -456,9 +463,7 @@ TEST_F(LiveServers, TellPagesThatTheCaptureHasEnded) {
 }
 
 TEST_F(LiveServers, EndThoughPagesSayNothing) {
-    LiveOptions patient;
-    patient.patience = std::chrono::hours(1);
-    auto server = std::make_unique<LiveServer>(content(), patient);
+    auto server = std::make_unique<LiveServer>(content(), patient());
     Tcp::socket silent(context_);
     silent.connect(endpointOf(*server));
     server->show(0, 1, bodyAt(1));
@@ -471,8 +476,8 @@ TEST_F(LiveServers, EndThoughPagesSayNothing) {
 }
 
 TEST_F(LiveServers, SayWhyTheyCannotListen) {
-    const LiveServer server(content());
-    LiveOptions options;
+    const LiveServer server(content(), patient());
+    LiveOptions options = patient();
     options.port = server.port();
     try {
         const LiveServer other(content(), options);
@@ -497,7 +502,7 @@ TEST_F(LiveServers, RefuseToShowWhatCannotBeShown) {
 using LiveServerThreads = LiveServers;
 
 TEST_F(LiveServerThreads, MayUseOneAtOnce) {
-    LiveServer server(content());
+    LiveServer server(content(), patient());
     std::vector<std::thread> threads;
     threads.emplace_back([&server] {
         for (int frame = 1; frame <= 300; ++frame) {
