@@ -4,7 +4,7 @@
 """Clocks measured over a link between machines whose clocks are known: the offset is within its bound, whatever the
 network does, and the drift, which is none, too.
 
-usage: clock_test.py CLOCK_PEER [SECONDS]
+usage: clock_test.py CLOCK_PEER [PART...] [--seconds SECONDS]
 
 With 60 SECONDS or more, on a machine that does little else, the offset has to be within 0.2 ms over a plain network, and
 the drift within 1 ppm, too.
@@ -66,9 +66,7 @@ class Measurement:
         return lines, self._worst
 
 
-def main():
-    machines.enter()
-    seconds = float(sys.argv[2]) if len(sys.argv) > 2 else 6
+def plain(seconds):
     print("a plain network")
     with machines.Machines({"here": 0, "there": 86_400}) as group:
         lines, worst = Measurement(group).lines(seconds)
@@ -78,10 +76,13 @@ def main():
         if seconds >= 60:
             check(worst <= 200_000, f"off by {worst} ns")
             check(abs(lines[-1].drift) <= 1e-6, f"drifts by {lines[-1].drift}")
-        if not group.isolated:
-            return
+
+
+def bad(seconds):
     print("a network that delays, reorders and drops in bursts")
     with machines.Machines({"here": 5_000, "there": 0}, rules=[]) as group:
+        if not group.isolated:
+            return
         measurement = Measurement(group)
         measurement.line()
         group.rules("--delay", 0.002, "--jitter", 0.003, "--loss", 0.3, "--burst", 10)
@@ -89,8 +90,13 @@ def main():
         lines, _ = measurement.lines(seconds)
         asked = ASKED_PER_SECOND * (time.monotonic() - began)
         check(lines[-1].exchanges - before.exchanges < asked, "nothing was lost")
+
+
+def cut(seconds):
     print("a network that is cut")
     with machines.Machines({"here": 0, "there": 1}, rules=[]) as group:
+        if not group.isolated:
+            return
         measurement = Measurement(group)
         measurement.line()
         group.rules("--loss", 1)
@@ -103,4 +109,4 @@ def main():
 
 PEER = sys.argv[1]
 if __name__ == "__main__":
-    main()
+    machines.run({"plain": plain, "bad": bad, "cut": cut}, seconds=6)

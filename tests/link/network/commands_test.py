@@ -36,8 +36,8 @@ def records_all(network):
     publisher = network.start("floor", [capture, "publish", take, "--as", "stage", "--await", "1", "--speed", "0",
                                         "--peer", network.addresses["hall"], "--domain", domain])
     recorder = recording(network, fresh("recorded.tarn"), 60)
-    output, errors = recorder.communicate(timeout=120)
-    codes = (publisher.wait(timeout=120), recorder.returncode)
+    output, errors = recorder.communicate(timeout=600)
+    codes = (publisher.wait(timeout=600), recorder.returncode)
     if codes != (0, 0) or "  received  994 frames\n  lost      0\n" not in output:
         sys.exit(f"ended with {codes}:\n{output}{errors}")
 
@@ -49,15 +49,15 @@ def says_both_versions(network):
         sys.exit("the program of another version did not start")
     watch = network.start("hall", [capture, "watch", "--once", "--wait", "60", "--peer", network.addresses["floor"],
                                    "--domain", domain], stdout=subprocess.PIPE, text=True)
-    table, _ = watch.communicate(timeout=120)
+    table, _ = watch.communicate(timeout=600)
     if watch.returncode != 0 or "version 3" not in table:
         sys.exit(f"watch ended with {watch.returncode}:\n{table}")
     out = fresh("other.tarn")
     recorder = recording(network, out, 5)
-    _, errors = recorder.communicate(timeout=120)
+    _, errors = recorder.communicate(timeout=600)
     if recorder.returncode != 1 or "'stage' is offered in version 3, here are read 1" not in errors or out.exists():
         sys.exit(f"record ended with {recorder.returncode}:\n{errors}")
-    other.communicate(timeout=120)
+    other.communicate(timeout=600)
 
 
 with machines.Machines({"floor": 0, "hall": 1000}) as network:

@@ -14,6 +14,7 @@ Where namespaces are not allowed, the machines are this one, on its loopback: `i
 and there is no relay. Tests say so.
 """
 
+import argparse
 import ctypes
 import fcntl
 import os
@@ -32,7 +33,7 @@ def _allowed():
     probe = ["unshare", "-rnT", "--monotonic", "1", "sh", "-c",
              "ip link set lo up && ip link add name tarn0 type veth peer name tarn1 && exec true"]
     try:
-        return subprocess.run(probe, capture_output=True, timeout=20).returncode == 0
+        return subprocess.run(probe, capture_output=True, timeout=120).returncode == 0
     except (OSError, subprocess.TimeoutExpired):
         return False
 
@@ -45,6 +46,22 @@ def enter():
             os.execvp("unshare", ["unshare", "-rn", sys.executable, *sys.argv])
     if os.environ[MARK] != "1":
         print("namespaces are not allowed here: everything runs on the loopback, with one clock and no relay")
+
+
+def run(parts, seconds=0.0):
+    """Runs those of the parts of a test that its command line names after the program to test, or else all of them: functions of
+    how long to look at what takes its time. Each has machines of its own, so that parts may run side by side."""
+    parser = argparse.ArgumentParser()
+    parser.add_argument("peer")
+    parser.add_argument("parts", nargs="*", metavar="PART", help=", ".join(parts))
+    parser.add_argument("--seconds", type=float, default=seconds)
+    options = parser.parse_args()
+    unknown = set(options.parts) - set(parts)
+    if unknown:
+        parser.error(f"there is no part {', '.join(unknown)}, only {', '.join(parts)}")
+    enter()
+    for name in options.parts or parts:
+        parts[name](options.seconds)
 
 
 def own_domain():
@@ -176,7 +193,7 @@ class Machines:
             subprocess.run(["ip", "link", "delete", "hub"], stderr=subprocess.DEVNULL)
 
 
-def wait_for(condition, what, seconds=60):
+def wait_for(condition, what, seconds=300):
     """Asks until something is so: for what other processes do."""
     end = time.monotonic() + seconds
     while True:

@@ -5,7 +5,7 @@
 the other; who comes late says from when; and it survives that its leader, or a recorder, is killed, and that the network
 loses packets.
 
-usage: together_test.py TOGETHER_PEER
+usage: together_test.py TOGETHER_PEER [PART...]
 """
 
 import collections
@@ -154,14 +154,16 @@ def a_recorder_is_killed(stage):
         process.wait()
 
 
-def main():
-    machines.enter()
+def good_network(_):
     with tempfile.TemporaryDirectory() as folder, \
             machines.Machines({"stage": 50, "left": 86_400, "right": 3}) as group:
         stage = Stage(group, folder)
         everybody_in_time(stage)
         a_leader_is_killed(stage)
         a_recorder_is_killed(stage)
+
+
+def bad_network(_):
     with tempfile.TemporaryDirectory() as folder, \
             machines.Machines({"stage": 50, "left": 86_400, "right": 3},
                               rules=["--loss", 0.1, "--burst", 2, "--delay", 0.001, "--jitter", 0.001]) as group:
@@ -172,4 +174,4 @@ def main():
 
 PEER = sys.argv[1]
 if __name__ == "__main__":
-    main()
+    machines.run({"good_network": good_network, "bad_network": bad_network})
