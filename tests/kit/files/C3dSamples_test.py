@@ -79,12 +79,12 @@ with tempfile.TemporaryDirectory() as directory:
         original = compare_reading(data / name)
         run("write", data / name, out)
         check(filecmp.cmp(data / name, out, shallow=False), f"{name}: not written as it was read")
-        for encoding, title in enumerate(ENCODINGS):
-            run("write", data / name, out, encoding)
-            converted = compare_reading(out)
-            check(converted.processor == 84 + encoding // 2, f"{name} as {title}: processor")
-            check((converted.scale < 0) == (encoding % 2 == 0), f"{name} as {title}: scale")
-            steps = 0 if encoding % 2 == 0 else converted.scale * 0.5 + 2e-4  # and the rounding to single precision
-            compare_takes(f"{name} as {title}", converted, original, steps)
+    for encoding, title in enumerate(ENCODINGS):
+        run("write", data / name, out, encoding)
+        converted = compare_reading(out)
+        check(converted.processor == 84 + encoding // 2, f"{name} as {title}: processor")
+        check((converted.scale < 0) == (encoding % 2 == 0), f"{name} as {title}: scale")
+        steps = 0 if encoding % 2 == 0 else converted.scale * 0.5 + 2e-4  # and the rounding to single precision
+        compare_takes(f"{name} as {title}", converted, original, steps)
 
 print(f"{checks} checks")

@@ -156,13 +156,20 @@ TEST_F(RunTwoInOneTake, GivesEachPerformerItsOwnCalibratedActor) {
 
 class RunMarkers : public SessionTest {
 protected:
-    /// An actor calibrated with the jumps.
+    /// An actor calibrated with the jumps, once for all tests.
     std::string calibrate() const {
+        static const std::string document = calibrated();
+        writeFile(directory_ / "actor.xml", document);
+        return directory_ / "actor.xml";
+    }
+    static std::string calibrated() {
+        const TempDirectory directory;
+        const std::string actor = directory / "actor.xml";
         EXPECT_EQ(capture({"calibrate", samplePath(jumps), "--markers", "cmu41", "--frames",
-                           "500..560", "--out", directory_ / "actor.xml"})
+                           "500..560", "--out", actor})
                       .exitCode,
                   0);
-        return directory_ / "actor.xml";
+        return readFile(actor);
     }
     /// The first frames of a sample.
     std::string part(const std::string& name, const std::string& subject, int count = 30) const {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -142,6 +143,11 @@ private:
     std::mt19937 random_{20260101U}; // NOLINT(cert-msc51-cpp): the same run every time
 };
 
+std::size_t rounds() {
+    const char* const asked = std::getenv("TARN_C3D_CHANGES");
+    return asked == nullptr ? 2'000 : std::strtoul(asked, nullptr, 10);
+}
+
 TEST(C3dRobustness, RandomChangesEndWell) {
     std::vector<std::string> files;
     files.reserve(allEncodings.size());
@@ -149,9 +155,9 @@ TEST(C3dRobustness, RandomChangesEndWell) {
         files.push_back(fullFile(encoding));
     }
     Mutator mutator;
-    int accepted = 0;
-    int refused = 0;
-    for (std::size_t i = 0; i < 10'000; ++i) {
+    std::size_t accepted = 0;
+    std::size_t refused = 0;
+    for (std::size_t i = 0; i < rounds(); ++i) {
         const std::string changed = mutator.mutated(files[i % files.size()]);
         ++(isAccepted(changed) ? accepted : refused);
         if (i % 5 == 0) {
@@ -160,7 +166,7 @@ TEST(C3dRobustness, RandomChangesEndWell) {
         }
         ASSERT_FALSE(HasFatalFailure()) << i;
     }
-    EXPECT_GT(accepted, 8000);
+    EXPECT_GT(accepted, 4 * refused);
 }
 
 TEST(C3dRobustness, RandomBytesAreNoC3dFile) {
