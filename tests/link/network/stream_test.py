@@ -218,7 +218,8 @@ def slow_and_stopped(group):
     slow, stopped, quick = receive(group, pause=2_000), receive(group), receive(group)
     publisher = Steps(group, receivers=3)
     publisher.send(20)
-    await_frames(stopped, 20)
+    while not has_begun(stopped):
+        publisher.send(1)
     stopped.send_signal(signal.SIGSTOP)
     for _ in range(3):  # more than is kept for who is behind
         publisher.send(800)
