@@ -7,13 +7,16 @@
 #include "files/NameList.h"
 
 #include <tarn_kit/body/HumanBody.h>
+#include <tarn_kit/files/SettingsFile.h>
 #include <tarn_kit/files/Text.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 namespace tarn::kit {
@@ -49,51 +52,144 @@ std::string textOf(double number) {
     return {text.data(), result.ptr};
 }
 
-/// Reads one marker; `place` names it in errors.
-class MarkerReader {
-public:
-    MarkerReader(const Settings& settings, std::string place)
-        : settings_(settings), place_(std::move(place)) {}
+/// What a marker of a document may have, beside sides.
+constexpr std::array<const char*, 4> otherKeys = {"Segment", "Along", "Weight", "Description"};
 
-    MarkerPlace read(const std::string& name) const {
-        MarkerPlace marker;
-        marker.name = name;
-        marker.segment = settings_.value("Segment", "");
-        static const HumanBody body;
-        if (marker.segment.empty()) {
-            fail("has no Segment");
+/// Reads a set and says where in the document it is wrong.
+class SetReader {
+public:
+    /// `text` is the document, empty where that is not at hand.
+    SetReader(const Settings& settings, std::string source, std::string_view text)
+        : settings_(settings), source_(std::move(source)), text_(text) {}
+
+    MarkerSet read() const {
+        const auto root = settings_.subSettings("MarkerSet");
+        if (root == nullptr) {
+            fail("", 0, "has no element MarkerSet");
         }
-        if (body.jointOf(marker.segment) < 0) {
-            fail("Segment '" + printable(marker.segment) + "' is no segment of a body");
+        checkKeys(*root, "MarkerSet", "MarkerSet", {"Name", "Description", "Markers"});
+        MarkerSet set;
+        set.name = root->value("Name", "");
+        set.description = root->value("Description", "");
+        const auto markers = root->subSettings("Markers");
+        if (markers == nullptr) {
+            fail("MarkerSet", 0, "MarkerSet has no element Markers");
         }
-        marker.along = number("Along", 0, -1, 2);
-        for (const Side& side : sides) {
-            marker.offset[side.axis] += side.sign * number(side.name, 0, -1, 1);
+        for (const std::string& name : namesIn(*markers)) {
+            set.markers.push_back(readMarker(*markers, name));
         }
-        marker.weight = number("Weight", 1, 0, 1000);
-        marker.description = settings_.value("Description", "");
-        return marker;
+        if (set.markers.empty()) {
+            fail(markersPath, 0, "holds no markers");
+        }
+        return set;
     }
 
 private:
-    [[noreturn]] void fail(const std::string& reason) const {
-        throw MarkerSetError(place_ + ": " + reason);
+    static constexpr const char* markersPath = "MarkerSet.Markers";
+
+    static std::vector<std::string> namesIn(const Settings& group) {
+        std::vector<std::string> names;
+        for (const auto& [name, text] : group.values()) {
+            if (name != "<xmlcomment>" && name != "<xmlattr>") {
+                names.push_back(name);
+            }
+        }
+        return names;
     }
-    double number(const char* key, double usual, double least, double most) const {
-        const std::string text = settings_.value(key, "");
+
+    [[noreturn]] void fail(const std::string& path, std::size_t index,
+                           const std::string& reason) const {
+        const auto place = path.empty() ? std::nullopt : placeOf(text_, path, index);
+        throw place ? MarkerSetError(ReadError(source_, place->line, place->column, reason).what())
+                    : MarkerSetError(printable(source_) + ": " + reason);
+    }
+
+    /// What nobody reads is a slip of who wrote it.
+    void checkKeys(const Settings& group, const std::string& name, const std::string& path,
+                   const std::vector<std::string>& known) const {
+        for (const std::string& key : namesIn(group)) {
+            const std::string keyPath = path + "." + key;
+            if (std::find(known.begin(), known.end(), key) == known.end()) {
+                fail(keyPath, 0,
+                     printable(name) + ": there is no '" + printable(key) + "' in " +
+                         nameList(known));
+            }
+            if (group.valueList(key).size() > 1) {
+                fail(keyPath, 1, printable(name) + ": " + key + " stands there more than once");
+            }
+        }
+    }
+
+    MarkerPlace readMarker(const Settings& markers, const std::string& name) const {
+        const std::string path = markersPath + ("." + name);
+        if (name.find('.') != std::string::npos) {
+            fail(markersPath, 0,
+                 printable(name) + ": names of markers hold no '.' here; without it, the marker "
+                                   "is found all the same");
+        }
+        if (markers.valueList(name).size() > 1) {
+            fail(path, 1, printable(name) + ": stands there more than once");
+        }
+        const auto settings = markers.subSettings(name);
+        std::vector<std::string> known(otherKeys.begin(), otherKeys.end());
+        for (const Side& side : sides) {
+            known.emplace_back(side.name);
+        }
+        checkKeys(*settings, name, path, known);
+        MarkerPlace marker;
+        marker.name = name;
+        marker.segment = settings->value("Segment", "");
+        static const HumanBody body;
+        if (marker.segment.empty()) {
+            fail(path, 0, printable(name) + ": has no Segment");
+        }
+        if (body.jointOf(marker.segment) < 0) {
+            fail(path + ".Segment", 0,
+                 printable(name) + ": Segment '" + printable(marker.segment) +
+                     "' is no segment of a body; those are " + nameList(segmentsOf(body)));
+        }
+        marker.along = number(*settings, name, "Along", 0, -1, 2);
+        for (std::size_t i = 0; i < sides.size(); ++i) {
+            const double offset = number(*settings, name, sides[i].name, 0, -1, 1);
+            marker.offset[sides[i].axis] += sides[i].sign * offset;
+            if (sides[i].sign < 0 && settings->subSettings(sides[i].name) != nullptr &&
+                settings->subSettings(sides[i - 1].name) != nullptr) {
+                fail(path + "." + sides[i].name, 0,
+                     printable(name) + ": " + sides[i].name + " stands beside " +
+                         sides[i - 1].name);
+            }
+        }
+        marker.weight = number(*settings, name, "Weight", 1, 0, 1000);
+        marker.description = settings->value("Description", "");
+        return marker;
+    }
+
+    static std::vector<std::string> segmentsOf(const HumanBody& body) {
+        std::vector<std::string> names;
+        for (const HumanJoint& joint : body.joints()) {
+            names.push_back(joint.name);
+        }
+        return names;
+    }
+
+    double number(const Settings& marker, const std::string& name, const char* key, double usual,
+                  double least, double most) const {
+        const std::string text = marker.value(key, "");
         if (text.empty()) {
             return usual;
         }
         const std::optional<double> value = numberIn<double>(text);
         if (!value || !(*value >= least && *value <= most)) {
-            fail(std::string(key) + " '" + printable(text) + "': expected a number from " +
-                 textOf(least) + " to " + textOf(most));
+            fail(std::string(markersPath) + "." + name + "." + key, 0,
+                 printable(name) + ": " + key + " '" + printable(text) +
+                     "': expected a number from " + textOf(least) + " to " + textOf(most));
         }
         return *value;
     }
 
     const Settings& settings_;
-    std::string place_;
+    std::string source_;
+    std::string_view text_;
 };
 
 } // namespace
@@ -122,39 +218,22 @@ MarkerSet MarkerSet::load(const std::string& nameOrPath) {
             return of(settings, nameOrPath);
         }
     }
-    if (!settings.loadSettingsFromFile(nameOrPath)) {
+    std::error_code error;
+    if (!std::filesystem::exists(nameOrPath, error)) {
         throw MarkerSetError(printable(nameOrPath) +
-                             ": is not a marker set document that can be read, nor the name of a "
-                             "shipped set (" +
+                             ": is neither a file that is there nor the name of a shipped set (" +
                              nameList(shippedNames()) + ")");
     }
-    return of(settings, nameOrPath);
+    try {
+        const std::string text = loadSettings(settings, nameOrPath);
+        return SetReader(settings, nameOrPath, text).read();
+    } catch (const ReadError& unread) {
+        throw MarkerSetError(unread.what());
+    }
 }
 
 MarkerSet MarkerSet::of(const Settings& settings, const std::string& source) {
-    const std::string file = printable(source);
-    const auto root = settings.subSettings("MarkerSet");
-    if (root == nullptr) {
-        throw MarkerSetError(file + ": has no element MarkerSet");
-    }
-    MarkerSet set;
-    set.name = root->value("Name", "");
-    set.description = root->value("Description", "");
-    const auto markers = root->subSettings("Markers");
-    if (markers == nullptr) {
-        throw MarkerSetError(file + ": MarkerSet has no element Markers");
-    }
-    for (const auto& [name, text] : markers->values()) {
-        const auto marker = markers->subSettings(name);
-        if (name == "<xmlcomment>" || name == "<xmlattr>" || marker == nullptr) {
-            continue;
-        }
-        set.markers.push_back(MarkerReader(*marker, file + ": " + printable(name)).read(name));
-    }
-    if (set.markers.empty()) {
-        throw MarkerSetError(file + ": holds no markers");
-    }
-    return set;
+    return SetReader(settings, source, "").read();
 }
 
 std::shared_ptr<Settings> MarkerSet::toSettings() const {

@@ -6,6 +6,7 @@
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <tarn_kit/body/HumanBody.h>
 
 using namespace tarn::kit;
 using tarn::Settings;
@@ -75,16 +76,64 @@ TEST(MarkerSet, ComesBackFromItsOwnDocument) {
 }
 
 TEST(MarkerSet, NamesTheFileTheMarkerAndWhatIsWrong) {
+    std::string segments;
+    const HumanBody body;
+    for (const HumanJoint& joint : body.joints()) {
+        segments += (segments.empty() ? "" : ", ") + joint.name;
+    }
     EXPECT_EQ(errorOf("<Other/>"), "set.xml: has no element MarkerSet");
     EXPECT_EQ(errorOf("<MarkerSet/>"), "set.xml: MarkerSet has no element Markers");
     EXPECT_EQ(errorOf("<MarkerSet><Markers/></MarkerSet>"), "set.xml: holds no markers");
     EXPECT_EQ(errorOf(withMarker("")), "set.xml: LKNE: has no Segment");
     EXPECT_EQ(errorOf(withMarker("<Segment>Tail</Segment>")),
-              "set.xml: LKNE: Segment 'Tail' is no segment of a body");
+              "set.xml: LKNE: Segment 'Tail' is no segment of a body; those are " + segments);
     EXPECT_EQ(errorOf(withMarker("<Segment>Hips</Segment><Up>high</Up>")),
               "set.xml: LKNE: Up 'high': expected a number from -1 to 1");
     EXPECT_EQ(errorOf(withMarker("<Segment>Hips</Segment><Weight>-1</Weight>")),
               "set.xml: LKNE: Weight '-1': expected a number from 0 to 1000");
+}
+
+TEST(MarkerSet, RefusesWhatIsASlipOfWhoWroteIt) {
+    EXPECT_EQ(errorOf(withMarker("<Segment>Hips</Segment><Lefft>0.1</Lefft>")),
+              "set.xml: LKNE: there is no 'Lefft' in Segment, Along, Weight, Description, Left, "
+              "Right, Up, Down, Front, Back");
+    EXPECT_EQ(errorOf(withMarker("<Segment>Hips</Segment><Up>0.1</Up><Up>0.2</Up>")),
+              "set.xml: LKNE: Up stands there more than once");
+    EXPECT_EQ(errorOf(withMarker("<Segment>Hips</Segment><Right>0.1</Right><Left>0.1</Left>")),
+              "set.xml: LKNE: Right stands beside Left");
+    EXPECT_EQ(errorOf("<MarkerSet><Markers><A><Segment>Hips</Segment></A>"
+                      "<A><Segment>Head</Segment></A></Markers></MarkerSet>"),
+              "set.xml: A: stands there more than once");
+    EXPECT_EQ(errorOf("<MarkerSet><Markers><L.A><Segment>Hips</Segment></L.A></Markers>"
+                      "</MarkerSet>"),
+              "set.xml: L.A: names of markers hold no '.' here; without it, the marker is found "
+              "all the same");
+    EXPECT_EQ(errorOf("<MarkerSet><Title>a</Title><Markers><A><Segment>Hips</Segment></A>"
+                      "</Markers></MarkerSet>"),
+              "set.xml: MarkerSet: there is no 'Title' in Name, Description, Markers");
+}
+
+TEST(MarkerSet, SaysWhereInAFileItIsWrong) {
+    const tarn::testing::TemporaryDirectory directory;
+    const std::string file = (directory.path() / "set.xml").string();
+    const auto errorIn = [&](const std::string& document) -> std::string {
+        tarn::testing::writeFile(file, document);
+        try {
+            MarkerSet::load(file);
+        } catch (const MarkerSetError& error) {
+            return error.what();
+        }
+        return "";
+    };
+    const std::string head = "<MarkerSet>\n <Markers>\n  <A><Segment>Hips</Segment></A>\n";
+    const std::string tail = "\n </Markers>\n</MarkerSet>\n";
+    EXPECT_EQ(errorIn(head + "  <B><Segment>Hips</Segment><Up>12cm</Up></B>" + tail),
+              file + ":4:29: B: Up '12cm': expected a number from -1 to 1");
+    EXPECT_EQ(errorIn(head + "  <B></B>" + tail), file + ":4:3: B: has no Segment");
+    EXPECT_EQ(errorIn(head + "  <A><Segment>Hips</Segment></A>" + tail),
+              file + ":4:3: A: stands there more than once");
+    EXPECT_EQ(errorIn(head + "  <B><Segment>Hips</Segment>" + tail),
+              file + ":5:2: expected the end tag of 'B', found 'Markers'");
 }
 
 TEST(MarkerSet, SaysWhichSetsThereAreWhenItFindsNone) {
