@@ -43,14 +43,6 @@ struct CalibrateOptions {
     MarkerReading reading;
 };
 
-std::vector<std::string> namesOf(const kit::MarkerSet& set) {
-    std::vector<std::string> names;
-    for (const kit::MarkerPlace& marker : set.markers) {
-        names.push_back(marker.name);
-    }
-    return names;
-}
-
 /// Shows the frames to a character that is being calibrated. False if it was told to stop.
 bool play(Character& character, kit::MarkerCalibrator& calibrator, const Interrupt& interrupt) {
     constexpr int steps = 100;
@@ -128,8 +120,8 @@ void print(const kit::CalibrationReport& report) {
 int calibrate(const CalibrateOptions& options) {
     const kit::MarkerSet set = kit::MarkerSet::load(options.markers);
     refuseToOverwrite(options.trial, options.out, "--out");
-    const MarkerTrial trial(options.trial, options.subject, namesOf(set), takeNameOf(options.trial),
-                            options.reading);
+    const MarkerTrial trial(options.trial, options.subject, namesOf(set.markers),
+                            takeNameOf(options.trial), options.reading);
     const Interrupt interrupt;
 
     const auto solver = solverFor(trial, set);

@@ -39,12 +39,9 @@ void print(const char* what, const std::vector<std::string>& names) {
 
 /// Whether a trial has the markers of a set, and which it has besides.
 bool checkTrial(const kit::MarkerSet& set, const MarkersOptions& options) {
-    std::vector<std::string> wanted;
+    const std::vector<std::string> wanted = namesOf(set.markers);
     std::vector<std::string> missing;
     std::vector<std::string> others;
-    for (const kit::MarkerPlace& marker : set.markers) {
-        wanted.push_back(marker.name);
-    }
     const MarkerTrial trial(*options.trial, options.subject, wanted, takeNameOf(*options.trial));
     std::vector<bool> isWorn(trial.names().size());
     for (const std::string& name : wanted) {

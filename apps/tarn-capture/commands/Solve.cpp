@@ -62,14 +62,6 @@ kit::MarkerBody bodyIn(const std::string& file) {
     }
 }
 
-std::vector<std::string> namesOf(const kit::MarkerBody& body) {
-    std::vector<std::string> names;
-    for (const kit::BodyMarker& marker : body.markers) {
-        names.push_back(marker.name);
-    }
-    return names;
-}
-
 constexpr std::array endings = {".bvh", ".joints.csv", ".markers.csv", ".png"};
 
 /// Nothing that is read may be written over.
@@ -88,7 +80,7 @@ void refuseToOverwriteInputs(const SolveCommand& options, const std::vector<std:
 std::shared_ptr<Settings> solveOne(const SolveCommand& options, const std::string& file,
                                    const std::string& name, const kit::MarkerBody& body,
                                    const Interrupt& interrupt) {
-    const MarkerTrial trial(file, options.subject, namesOf(body), name, options.reading);
+    const MarkerTrial trial(file, options.subject, namesOf(body.markers), name, options.reading);
     const FrameRange range = trial.chosen(options.frames);
     SolvedTrial solved;
     {

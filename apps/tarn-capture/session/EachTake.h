@@ -4,6 +4,7 @@
 #pragma once
 
 #include "support/Errors.h"
+#include "support/FrameRange.h"
 
 #include <fmt/format.h>
 
@@ -15,8 +16,8 @@
 namespace tarn::capture {
 
 /// Does something with each of several takes, by their index, and returns the exit code. One that
-/// fails is reported and does not keep the others from being done; of several takes, a `UsageError`
-/// gets the name of the one that it is about.
+/// fails, or does not have the frames that were asked for, is reported and does not keep the others
+/// from being done; of several takes, a `UsageError` gets the name of the one that it is about.
 template <class Function>
 int forEachTake(const std::vector<std::string>& takes, const Function& function) {
     int exitCode = exitSuccess;
@@ -24,8 +25,15 @@ int forEachTake(const std::vector<std::string>& takes, const Function& function)
         try {
             function(i);
         } catch (const UsageError& error) {
-            throw UsageError(takes.size() == 1 ? error.what()
-                                               : fmt::format("{}: {}", takes[i], error.what()));
+            if (takes.size() == 1) {
+                throw;
+            }
+            const std::string reason = fmt::format("{}: {}", takes[i], error.what());
+            if (dynamic_cast<const FramesError*>(&error) == nullptr) {
+                throw UsageError(reason);
+            }
+            reportError(reason);
+            exitCode = exitFailure;
         } catch (const std::exception& error) {
             reportError(error.what());
             exitCode = exitFailure;

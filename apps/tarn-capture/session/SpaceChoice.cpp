@@ -40,20 +40,20 @@ kit::BvhTake withSpace(kit::BvhTake take, const SpaceChoice& choice) {
 
 void noteSpace(Settings& entry, const SpaceChoice& choice) {
     if (choice.scale != 1) {
-        entry.setValue("Scale", fmt::format("{}", choice.scale));
+        entry.setValue("Reading.Scale", fmt::format("{}", choice.scale));
     }
     if (choice.unit) {
-        entry.setValue("Unit", choice.unit->symbol);
+        entry.setValue("Reading.Unit", choice.unit->symbol);
     }
     if (choice.up) {
-        entry.setValue("Up", kit::axisName(*choice.up));
+        entry.setValue("Reading.Up", kit::axisName(*choice.up));
     }
 }
 
 SpaceChoice notedSpace(const Settings& document, const std::string& key, const std::string& file,
                        const std::string& text) {
     const auto noted = [&](const char* name, auto parse, const char* expected) {
-        const std::string path = key + "." + name;
+        const std::string path = key + ".Reading." + name;
         const std::string value = document.value(path, "");
         auto read = parse(value);
         if (!read && !value.empty()) {

@@ -24,7 +24,8 @@ struct SpaceChoice {
 /// known, as that of a recording may be, or else guessed.
 kit::BvhTake withSpace(kit::BvhTake take, const SpaceChoice& choice);
 
-/// Notes in a document what was chosen, and nothing of what was not.
+/// Notes in an entry of a document, in its group "Reading", what was chosen, and nothing of what
+/// was not.
 void noteSpace(Settings& entry, const SpaceChoice& choice);
 /// Reads that below the key of the entry; `text` is that of the document `file`. Throws
 /// `std::runtime_error`, which names place and key, for what nobody can have chosen.

@@ -88,7 +88,7 @@ double MarkerTrial::metresPerUnit() const {
 }
 
 FrameRange MarkerTrial::chosen(const std::optional<FrameChoice>& choice) const {
-    return chosenFrames(choice, frameCount(), take_.firstFrame, kit::printable(file_));
+    return chosenFrames(choice, frameCount(), take_.firstFrame);
 }
 
 MarkerTrial MarkerTrial::trialOf(FrameRange range) const {
@@ -109,13 +109,17 @@ MarkerTrial MarkerTrial::trialOf(FrameRange range) const {
     return part;
 }
 
-std::shared_ptr<Tracks> MarkerTrial::part(FrameRange range) const {
+std::vector<std::shared_ptr<Frame>> MarkerTrial::frames(FrameRange range) const {
     std::vector<std::shared_ptr<Frame>> frames;
     for (int i = range.first; i <= range.last; ++i) {
         frames.push_back(take_.tracks->getFrame(i, kit::markerDataType));
     }
+    return frames;
+}
+
+std::shared_ptr<Tracks> MarkerTrial::part(FrameRange range) const {
     const int rate = std::max(1, static_cast<int>(std::lround(take_.rate)));
-    return kit::takeOf(kit::markerDataType, std::move(frames), rate);
+    return kit::takeOf(kit::markerDataType, frames(range), rate);
 }
 
 } // namespace tarn::capture

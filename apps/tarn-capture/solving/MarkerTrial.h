@@ -6,6 +6,7 @@
 #include "session/SpaceChoice.h"
 #include "support/FrameRange.h"
 
+#include <tarn/Frame.h>
 #include <tarn_kit/files/C3d.h>
 #include <tarn_kit/session/Rate.h>
 
@@ -21,6 +22,17 @@ struct MarkerReading {
     SpaceChoice space;
     kit::C3dOptions options;
 };
+
+/// The names of the markers of a set or a body, in its order.
+template <class Markers>
+std::vector<std::string> namesOf(const Markers& markers) {
+    std::vector<std::string> names;
+    names.reserve(markers.size());
+    for (const auto& marker : markers) {
+        names.push_back(marker.name);
+    }
+    return names;
+}
 
 /// A take of markers of which one performer is to be solved.
 class MarkerTrial {
@@ -50,9 +62,10 @@ public:
     std::int64_t numberOf(int index) const { return take_.firstFrame + index; }
     double secondsAt(int index) const { return index / take_.rate; }
 
-    /// Frames by the file's numbers, as indexes from 0. Throws `UsageError`, which says what the
+    /// Frames by the file's numbers, as indexes from 0. Throws `FramesError`, which says what the
     /// file has, unless it has them all.
     FrameRange chosen(const std::optional<FrameChoice>& choice) const;
+    std::vector<std::shared_ptr<Frame>> frames(FrameRange range) const;
     /// A take of its own of these frames.
     std::shared_ptr<Tracks> part(FrameRange range) const;
     /// A trial of its own of these frames, stamped from 0 on; the file's numbers stay.

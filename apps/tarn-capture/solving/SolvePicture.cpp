@@ -28,6 +28,7 @@ constexpr double figureHeight = 480, rowHeight = 13, labelWidth = 90;
 constexpr double titleHeight = 70, captionHeight = 34, legendHeight = 60;
 constexpr std::size_t instants = 6;
 constexpr double farthest = 30; ///< millimetres, from which on a residual has the last colour
+constexpr draw::Colour notSeen{0.78, 0.82, 0.86};
 constexpr draw::Font title{30, true}, note{17}, small{12};
 
 /// A body at an instant, with its markers, as seen by the camera, in centimetres.
@@ -177,11 +178,8 @@ private:
                     worst = std::isfinite(residual) ? std::max(worst, residual) : worst;
                 }
                 const double step = across / static_cast<double>(columns);
-                if (worst >= 0) {
-                    canvas.fill(
-                        {left + step * static_cast<double>(c), y, step + 0.5, rowHeight - 1},
-                        colourOf(worst));
-                }
+                canvas.fill({left + step * static_cast<double>(c), y, step + 0.5, rowHeight - 1},
+                            worst >= 0 ? colourOf(worst) : notSeen);
             }
         }
         const double bottom = top + rowHeight * static_cast<double>(names_.size());
@@ -199,8 +197,11 @@ private:
             canvas.text({x + 30, bottom + 24}, fmt::format("{:.0f}", residual), small,
                         draw::Align::centre, draw::colours::note);
         }
-        canvas.text({left + across / 2 + 230, bottom + 41}, "mm off (white and empty: not seen)",
-                    small, draw::Align::left, draw::colours::note);
+        canvas.text({left + across / 2 + 230, bottom + 41}, "mm off", small, draw::Align::left,
+                    draw::colours::note);
+        canvas.fill({left + across / 2 + 300, bottom + 30, 60, 12}, notSeen);
+        canvas.text({left + across / 2 + 368, bottom + 41}, "not seen", small, draw::Align::left,
+                    draw::colours::note);
     }
 
     std::string heading_;

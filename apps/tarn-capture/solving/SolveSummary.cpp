@@ -186,8 +186,9 @@ std::shared_ptr<Settings> reportOf(const MarkerTrial& trial, const SolvedTrial& 
 std::string textOf(const MarkerTrial& trial, const SolvedTrial& solved,
                    const SolveSummary& summary) {
     constexpr std::size_t mostLines = 8;
-    std::string text = fmt::format("{}: {} frames; markers off by {:.1f} mm RMS\n",
-                                   kit::printable(trial.name()), solved.frames.size(), summary.rms);
+    std::string text =
+        fmt::format("{}: {}; markers off by {:.1f} mm RMS\n", kit::printable(trial.name()),
+                    kit::counted(solved.frames.size(), "frame"), summary.rms);
     text += fmt::format("  {:.1f} mm without the worst 1 %, 95 % below {:.1f} mm\n",
                         summary.rmsWithoutWorst, summary.percentile95);
     text += fmt::format("  worst marker {} ({:.1f} mm), worst frame {} ({:.1f} mm)\n",

@@ -47,8 +47,9 @@ struct SolveOptions {
 
 /// Sends frames of a trial from a device through a session with one performer, who is solved.
 /// `stopRequested` is asked again and again; a yes ends it with what there is. `advanced` is called
-/// after each frame. Throws `kit::MarkerBodyError` if the trial has none of the body's markers, and
-/// `UsageError` if the body has no marker that is to be left out.
+/// after each frame. Throws `kit::MarkerBodyError` if the trial has none of the body's markers, or
+/// those that are not left out cannot be a body's in these frames, and `UsageError` if the body has
+/// no marker that is to be left out.
 SolvedTrial solveTrial(const MarkerTrial& trial, FrameRange range, const kit::MarkerBody& body,
                        const SolveOptions& options, const std::function<bool()>& stopRequested,
                        const std::function<void()>& advanced);

@@ -3,8 +3,6 @@
 
 #include "support/FrameRange.h"
 
-#include "support/Errors.h"
-
 #include <fmt/format.h>
 #include <tarn_kit/files/Text.h>
 
@@ -55,20 +53,20 @@ FrameChoice parseFrames(std::string_view text, std::string asked) {
 }
 
 FrameRange chosenFrames(const std::optional<FrameChoice>& choice, int frameCount,
-                        std::int64_t firstFrame, const std::string& take) {
+                        std::int64_t firstFrame) {
     if (!choice) {
         return allFrames(frameCount);
     }
     if (frameCount == 0) {
-        throw UsageError(fmt::format("{}: {} has no frames", choice->asked, take));
+        throw FramesError(fmt::format("{}: the take has no frames", choice->asked));
     }
     const std::int64_t end = firstFrame + frameCount - 1;
     const std::int64_t before = choice->isCount ? firstFrame : 0; // N frames are the first ones
     const std::int64_t first = before + choice->first;
     const std::int64_t last = choice->last ? before + *choice->last : end;
     if (first < firstFrame || first > end || last > end) {
-        throw UsageError(
-            fmt::format("{}: {} has frames {}..{}", choice->asked, take, firstFrame, end));
+        throw FramesError(
+            fmt::format("{}: the take has frames {}..{}", choice->asked, firstFrame, end));
     }
     return {static_cast<int>(first - firstFrame), static_cast<int>(last - firstFrame)};
 }

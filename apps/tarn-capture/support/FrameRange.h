@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "support/Errors.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -28,15 +30,21 @@ struct FrameChoice {
     std::string asked = "--frames"; ///< the flag or argument, as messages name it
 };
 
+/// A take does not have the frames that were asked for. Of several takes, others may.
+class FramesError : public UsageError {
+public:
+    using UsageError::UsageError;
+};
+
 /// Reads "A..B", "A.." (from A to the end) or "N" (the first N frames), in decimal digits. Throws
 /// `UsageError`, which names the flag or argument, if it is something else, A is after B, or N is
 /// 0.
 FrameChoice parseFrames(std::string_view text, std::string asked = "--frames");
 
 /// The frames that were asked for of so many, the first of which has that number, as indexes from
-/// 0; all if nothing was. Throws `UsageError`, which says what the take has, unless it has them
+/// 0; all if nothing was. Throws `FramesError`, which says what the take has, unless it has them
 /// all.
 FrameRange chosenFrames(const std::optional<FrameChoice>& choice, int frameCount,
-                        std::int64_t firstFrame = 0, const std::string& take = "the take");
+                        std::int64_t firstFrame = 0);
 
 } // namespace tarn::capture

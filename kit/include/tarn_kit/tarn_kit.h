@@ -68,3 +68,4 @@
 #include <tarn_kit/solving/MarkerCalibrator.h>
 #include <tarn_kit/solving/MarkerFit.h>
 #include <tarn_kit/solving/MarkerSolver.h>
+#include <tarn_kit/solving/MarkerSource.h>

@@ -108,7 +108,8 @@ private:
     void checkKeys(const Settings& group, const std::string& name, const std::string& path,
                    const std::vector<std::string>& known) const {
         for (const std::string& key : namesIn(group)) {
-            const std::string keyPath = path + "." + key;
+            std::string keyPath = path;
+            keyPath.append(".").append(key);
             if (std::find(known.begin(), known.end(), key) == known.end()) {
                 fail(keyPath, 0,
                      printable(name) + ": there is no '" + printable(key) + "' in " +

@@ -7,7 +7,6 @@
 #include "solving/BodyCalibration.h"
 
 #include <tarn/Character.h>
-#include <tarn_kit/body/LengthUnit.h>
 #include <tarn_kit/body/Markers.h>
 #include <tarn_kit/files/Text.h>
 #include <tarn_kit/processing/cleaning/MarkerRepair.h>
@@ -18,7 +17,6 @@
 #include <any>
 #include <array>
 #include <cmath>
-#include <optional>
 #include <utility>
 
 namespace tarn::kit {
@@ -150,29 +148,9 @@ bool hasMarkersOn(const char* segment, const MarkerSet& set) {
                        [&](const MarkerPlace& marker) { return marker.segment == segment; });
 }
 
-double middleOf(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-/// Whether a body's markers may be so far apart, in metres.
-bool isWidthOfBody(double width) { return width > 0.2 && width < 5; }
-
-/// The unit in which so much is about as much as people's markers are apart; empty if there is
-/// none.
-std::string unitFor(double width) {
-    for (const char* const name : {"mm", "cm", "m", "in"}) {
-        const std::optional<LengthUnit> unit = lengthUnitNamed(name);
-        if (unit && width * unit->metres > 0.6 && width * unit->metres < 2.6) {
-            return name;
-        }
-    }
-    return "";
-}
-
 /// Why no body can be fitted to frames; empty if one can.
-std::string problemOf(const MarkerSet& set, const Material& material, const MarkerSource& source) {
+std::string problemOf(const MarkerSet& set, const Material& material, const MarkerSource& source,
+                      const std::vector<std::shared_ptr<Frame>>& frames) {
     if (material.frames.empty()) {
         return "there are no frames of markers to calibrate from";
     }
@@ -185,34 +163,21 @@ std::string problemOf(const MarkerSet& set, const Material& material, const Mark
                (set.name.empty() ? "" : " " + printable(set.name)) +
                "; missing: " + nameList(material.missing);
     }
-    std::vector<double> widths;
-    std::size_t usable = 0;
-    for (const Sightings& frame : material.frames) {
-        const Sighting* first = nullptr;
-        std::size_t seen = 0;
-        double widest = 0;
-        for (const Sighting& sighting : frame) {
-            if (sighting.weight > 0) {
-                first = first == nullptr ? &sighting : first;
-                widest = std::max(widest, lengthOf(sighting.position - first->position));
-                ++seen;
-            }
-        }
-        usable += 2 * seen >= found ? 1 : 0;
-        widths.push_back(widest);
-    }
+    const auto usable =
+        std::count_if(material.frames.begin(), material.frames.end(), [&](const Sightings& frame) {
+            const auto seen = std::count_if(frame.begin(), frame.end(),
+                                            [](const Sighting& s) { return s.weight > 0; });
+            return 2 * static_cast<std::size_t>(seen) >= found;
+        });
     if (usable < 10) {
         return "at least half of the markers are seen in " + std::to_string(usable) +
                " of the frames; it takes 10";
     }
-    const double width = middleOf(std::move(widths)); // a ghost may be anywhere
-    if (!isWidthOfBody(width)) {
-        const std::string unit = unitFor(width / source.metresPerUnit);
-        return "the markers of a frame are " + inMillimetres(width) +
-               " apart, which is no body: is the unit of length right?" +
-               (unit.empty() ? "" : " In " + unit + " it would be one");
+    std::vector<std::string> names;
+    for (const MarkerPlace& marker : material.set.markers) {
+        names.push_back(marker.name);
     }
-    return "";
+    return problemOfMarkers(source, names, frames);
 }
 
 std::vector<WeakSpot> weakSpotsOf(const CalibratedBody& found, const Material& material) {
@@ -297,7 +262,7 @@ bool MarkerCalibrator::PrivateData::fit(const MarkerSolver& solver,
     made.frames = static_cast<int>(frames.size());
     Material material = materialOf(set, solver.source(), frames);
     made.missingMarkers = material.missing;
-    made.error = problemOf(set, material, solver.source());
+    made.error = problemOf(set, material, solver.source(), frames);
     if (made.isGood()) {
         const double rate =
             std::max(1.0, static_cast<double>(frames.front()->time().fps()) / stride);

@@ -10,6 +10,7 @@
 #include <tarn_kit/body/Space.h>
 #include <tarn_kit/solving/MarkerBody.h>
 #include <tarn_kit/solving/MarkerFit.h>
+#include <tarn_kit/solving/MarkerSource.h>
 
 #include <memory>
 #include <optional>
@@ -17,20 +18,6 @@
 #include <vector>
 
 namespace tarn::kit {
-
-/// What the frames that come in hold.
-struct MarkerSource {
-    /// The markers' names, in the order of each `MarkerFrame`, without what stands for the
-    /// performer; markers that the body does not have are passed over.
-    std::vector<std::string> names;
-    /// The length of the unit that positions are in.
-    double metresPerUnit = 0.001;
-    /// What bodies are put out in: 100 for centimetres.
-    double bodyUnitsPerMetre = 1;
-    /// The axis of the measurement that is up, if that is known. Bodies are solved without it;
-    /// `MarkerSolver::rig()` states it for who records, shows or draws them.
-    std::optional<UpAxis> up = std::nullopt;
-};
 
 /// Makes bodies of markers: takes frames of `markerDataType`, puts out for each, with its time, one
 /// of `bodyDataType`, a `BodyPose` of `rig()` in the axes of the measurement, in metres unless the

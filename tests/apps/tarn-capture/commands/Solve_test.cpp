@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -162,8 +163,8 @@ TEST_F(Solve, TakesLengthsAndAxesAsTheUserSaysThatTheyAre) {
     expectAlike(plain, solved(sample, {"--up", "y"}), 2); // what was along Z is along Y
     Settings report;
     ASSERT_TRUE(report.loadSettingsFromFile(out() + "/solve.xml"));
-    EXPECT_EQ(report.value("Solve.Trials.Trial1.Up", ""), "Y");
-    EXPECT_EQ(report.value("Solve.Trials.Trial1.Scale", "none"), "none");
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Reading.Up", ""), "Y");
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Reading.Scale", "none"), "none");
 
     kit::C3dTake take = kit::readC3d(sample);
     take.unit = "cm"; // its lengths stay what they are
@@ -174,6 +175,10 @@ TEST_F(Solve, TakesLengthsAndAxesAsTheUserSaysThatTheyAre) {
         kit::writeC3d(take, stream);
     }
     expectAlike(plain, solved(wrong, {"--scale", "0.1"}), 0);
+    expectAlike(plain, solved(sample, {"--unit", "in"}), 0);
+    ASSERT_TRUE(report.loadSettingsFromFile(out() + "/solve.xml"));
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Reading.Unit", ""), "in");
+    EXPECT_EQ(report.value("Solve.Trials.Trial1.Unit", ""), "mm") << "of errors, all the same";
     const Outcome small = capture({"calibrate", wrong, "--markers", "cmu41", "--out",
                                    (directory.path() / "small.xml").string(), "--frames",
                                    "160..579", "--scale", "0.1"});
@@ -203,6 +208,75 @@ TEST_F(Solve, RefusesWhatCannotBe) {
     const Outcome outcome = capture({"solve", sample, "--actor", empty, "--out", out()});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_THAT(outcome.err, HasSubstr("tarn-capture calibrate"));
+}
+
+/// The frames of the sample from 160 on, with what `change` makes of each marker, as a file.
+void writeChanged(const std::string& file, int count,
+                  const std::function<kit::Marker(std::size_t, const kit::Marker&)>& change) {
+    kit::C3dTake take = kit::readC3d(std::filesystem::path(sample));
+    std::vector<std::shared_ptr<Frame>> frames;
+    for (int i = 0; i < count; ++i) {
+        const auto frame = take.tracks->getFrame(i, kit::markerDataType);
+        const auto& measured = frame->dataAs<kit::MarkerFrame>();
+        std::vector<kit::Marker> markers;
+        for (std::size_t m = 0; m < measured.size(); ++m) {
+            markers.push_back(change(m, measured[m]));
+        }
+        frames.push_back(std::make_shared<Frame>(frame->time(), kit::markerDataType,
+                                                 kit::MarkerFrame(std::move(markers))));
+    }
+    take.tracks = kit::takeOf(kit::markerDataType, std::move(frames), 120);
+    take.frameCount = count;
+    take.source = nullptr;
+    std::ofstream stream(file, std::ios::binary);
+    kit::writeC3d(take, stream);
+}
+
+TEST_F(Solve, RefusesMarkersThatNoBodyWears) {
+    const std::string file = (directory.path() / "take.c3d").string();
+    const auto errorOf = [&](const auto& change) {
+        writeChanged(file, 12, change);
+        const Outcome outcome =
+            capture({"solve", file, "--actor", actor(), "--out", out(), "--no-pictures"});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_FALSE(std::filesystem::exists(out() + "/take.joints.csv"));
+        return outcome.err;
+    };
+    EXPECT_THAT(errorOf([](std::size_t, const kit::Marker&) { return kit::Marker(); }),
+                HasSubstr("take.c3d: none of the body's markers is ever seen"));
+    EXPECT_THAT(errorOf([](std::size_t m, const kit::Marker& marker) {
+                    return m == 2 ? marker : kit::Marker();
+                }),
+                HasSubstr("never more than 1 of the body's markers are seen at once, of LFWT; "));
+    EXPECT_THAT(errorOf([](std::size_t, const kit::Marker&) {
+                    return kit::Marker::at({1, 2, 3});
+                }),
+                HasSubstr("the markers of a frame are 0 mm apart, which is no body"));
+    EXPECT_THAT(errorOf([](std::size_t, const kit::Marker& marker) {
+                    return kit::Marker::at(marker.position * 0.001F);
+                }),
+                HasSubstr("is the unit of length right? In m it would be one"));
+}
+
+TEST_F(Solve, KnowsAMarkerToLeaveOutHoweverItsNameIsWritten) {
+    const Outcome outcome = capture({"solve", sample, "--actor", actor(), "--out", out(),
+                                     "--frames", "160..160", "--without", "l_kne"});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, StartsWith("cmu_01_01_jumps: 1 frame; "));
+    const Outcome unknown =
+        capture({"solve", sample, "--actor", actor(), "--out", out(), "--without", "LKNEE"});
+    EXPECT_EQ(unknown.exitCode, 2);
+    EXPECT_THAT(unknown.err, HasSubstr("--without LKNEE: the actor has no such marker, but C7, "));
+}
+
+TEST_F(Solve, SolvesTheTrialsThatHaveTheFramesThatWereAskedFor) {
+    const std::string shorter = (directory.path() / "short.c3d").string();
+    writeChanged(shorter, 12, [](std::size_t, const kit::Marker& marker) { return marker; });
+    const Outcome outcome = capture({"solve", shorter, sample, "--actor", actor(), "--out", out(),
+                                     "--frames", "180..182", "--no-pictures"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("short.c3d: --frames: the take has frames 160..171\n"));
+    EXPECT_EQ(tableIn(file(".joints.csv")).size(), 4U);
 }
 
 TEST_F(Solve, TellsTrialsOfOneNameApart) {
@@ -237,27 +311,15 @@ TEST_F(Solve, SaysSoWhenTheBodyIsSomebodyElses) {
 }
 
 TEST_F(Solve, AMarkerThatIsWrongThroughoutDoesNotMakeTheBodySomebodyElses) {
-    kit::C3dTake take = kit::readC3d(std::filesystem::path(sample));
+    const kit::C3dTake take = kit::readC3d(std::filesystem::path(sample));
     const auto at = std::find_if(take.markers.begin(), take.markers.end(),
                                  [](const kit::C3dMarker& m) { return m.name == "LKNE"; });
     const auto column = static_cast<std::size_t>(at - take.markers.begin());
-    std::vector<std::shared_ptr<Frame>> frames;
-    for (int i = 0; i < 60; ++i) {
-        const auto frame = take.tracks->getFrame(i, kit::markerDataType);
-        const auto& measured = frame->dataAs<kit::MarkerFrame>();
-        std::vector<kit::Marker> markers(measured.begin(), measured.end());
-        markers[column].position.z += 700;
-        frames.push_back(std::make_shared<Frame>(frame->time(), kit::markerDataType,
-                                                 kit::MarkerFrame(std::move(markers))));
-    }
-    take.tracks = kit::takeOf(kit::markerDataType, std::move(frames), 120);
-    take.frameCount = 60;
-    take.source = nullptr;
     const std::string file = (directory.path() / "wrong.c3d").string();
-    {
-        std::ofstream stream(file, std::ios::binary);
-        kit::writeC3d(take, stream);
-    }
+    writeChanged(file, 60, [column](std::size_t m, kit::Marker marker) {
+        marker.position.z += m == column ? 700 : 0;
+        return marker;
+    });
     const Outcome outcome =
         capture({"solve", file, "--actor", actor(), "--out", out(), "--no-pictures"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;

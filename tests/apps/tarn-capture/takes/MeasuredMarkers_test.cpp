@@ -181,7 +181,7 @@ TEST_F(MeasuredMarkers, OfADocumentThatSaysWhatCannotBeAreAnErrorWhichNamesThePl
     const std::string document = path("edited.xml");
     const auto errorOf = [&](const std::string& entry) -> std::string {
         std::ofstream(document) << "<Solve>\n<Trials><Trial1>\n<Name>Ada</Name>\n"
-                                << entry << "</Trial1></Trials></Solve>";
+                                << "<Reading>" << entry << "</Reading></Trial1></Trials></Solve>";
         std::vector<std::string> notes;
         try {
             EXPECT_THAT(measuredMarkersOf(document, notes), IsEmpty());
@@ -190,7 +190,7 @@ TEST_F(MeasuredMarkers, OfADocumentThatSaysWhatCannotBeAreAnErrorWhichNamesThePl
         }
         return {};
     };
-    const std::string place = document + ":4:1: Solve.Trials.Trial1.";
+    const std::string place = document + ":4:10: Solve.Trials.Trial1.Reading.";
     for (const char* const scale : {"0", "-1", "nan", "inf", "1e7", "two"}) {
         EXPECT_EQ(errorOf("<Scale>" + std::string(scale) + "</Scale>"),
                   place + "Scale: expected a number from 0.000001 to 1000000, found '" + scale +
