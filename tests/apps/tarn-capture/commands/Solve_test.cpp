@@ -349,6 +349,19 @@ TEST_F(Solve, ACalibrationNamesTheMarkersThatATakeDoesNotHave) {
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
+TEST_F(Solve, TheMarkerSetThatTheGuideShowsCalibratesItsTake) {
+    const std::string page =
+        readFile(tarn::testing::samplePath("../../docs/solving.md").lexically_normal());
+    const std::string fence = "```xml\n";
+    const std::size_t begin = page.find(fence) + fence.size();
+    const std::string set = (directory.path() / "lower.xml").string();
+    writeFile(set, page.substr(begin, page.find("```", begin) - begin));
+    EXPECT_THAT(capture({"markers", "check", set, sample}).out, HasSubstr("has 16 of 16 markers"));
+    const Outcome outcome = capture({"calibrate", sample, "--markers", set, "--frames", "160..300",
+                                     "--out", (directory.path() / "legs.xml").string()});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+}
+
 TEST_F(Solve, AMarkerSetIsCheckedAgainstATake) {
     const Outcome fits = capture({"markers", "check", "cmu41", sample});
     EXPECT_EQ(fits.exitCode, 0) << fits.err;
