@@ -45,10 +45,13 @@ FrameIntake::FrameIntake(dds_entity_t participant, const std::string& name,
 }
 
 void FrameIntake::greet() {
-    if (hearing_) {
-        dds_subscription_matched_status_t seen{}; // so that the next one is news
-        dds_get_subscription_matched_status(reader_.get(), &seen);
-        hearing_->update(reader_.get());
+    if (!hearing_) {
+        return;
+    }
+    dds_subscription_matched_status_t seen{}; // the change is news only once
+    const bool isSeen = dds_get_subscription_matched_status(reader_.get(), &seen) == DDS_RETCODE_OK;
+    if (!isGreeted_ || !isSeen || seen.total_count_change != 0 || seen.current_count_change != 0) {
+        isGreeted_ = hearing_->update(reader_.get());
     }
 }
 

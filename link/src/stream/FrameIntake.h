@@ -35,7 +35,7 @@ public:
     FrameIntake(dds_entity_t participant, const std::string& name, const LinkDeviceOptions& options,
                 dds_entity_t waitset);
 
-    /// Tells publishers that are new that they are heard.
+    /// Tells publishers that are new that they are heard. Costs next to nothing if there are none.
     void greet();
     bool hasMore() const { return watch_.hasNews(); }
     FrameBatch take(const kit::Clock& clock);
@@ -49,6 +49,7 @@ private:
     Reader reader_;
     Watch watch_;
     std::optional<HearingReport> hearing_; ///< where every frame is wanted
+    bool isGreeted_ = false;               ///< everyone who was there when it was looked last
 };
 
 /// Samples of streams that have not described themselves yet. There are only so many, and the

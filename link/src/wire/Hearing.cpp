@@ -27,7 +27,8 @@ tarn_wire_WriterGuid guidOf(const dds_guid_t& guid) {
     return copy;
 }
 
-std::vector<tarn_wire_WriterGuid> writersOf(dds_entity_t reader) {
+/// `areAllKnown` becomes false if one has just gone.
+std::vector<tarn_wire_WriterGuid> writersOf(dds_entity_t reader, bool& areAllKnown) {
     std::vector<dds_instance_handle_t> handles(mostWriters);
     const dds_return_t found = dds_get_matched_publications(reader, handles.data(), handles.size());
     handles.resize(std::min(handles.size(), static_cast<std::size_t>(std::max(found, 0))));
@@ -35,10 +36,12 @@ std::vector<tarn_wire_WriterGuid> writersOf(dds_entity_t reader) {
     for (const dds_instance_handle_t handle : handles) {
         dds_builtintopic_endpoint_t* const writer =
             dds_get_matched_publication_data(reader, handle);
-        if (writer != nullptr) { // else it has just gone
-            writers.push_back(guidOf(writer->key));
-            dds_builtintopic_free_endpoint(writer);
+        if (writer == nullptr) {
+            areAllKnown = false;
+            continue;
         }
+        writers.push_back(guidOf(writer->key));
+        dds_builtintopic_free_endpoint(writer);
     }
     return writers;
 }
@@ -49,18 +52,21 @@ EndSettings hearingEnd(const std::string& stream) {
     return {&tarn_wire_Hearing_desc, hearingTopic, Delivery::Kept, stream, 1};
 }
 
-void HearingReport::update(dds_entity_t frames) {
-    std::vector<tarn_wire_WriterGuid> writers = writersOf(frames);
+bool HearingReport::update(dds_entity_t frames) {
+    bool areAllKnown = true;
+    std::vector<tarn_wire_WriterGuid> writers = writersOf(frames, areAllKnown);
     if (std::equal(writers.begin(), writers.end(), heard_.begin(), heard_.end(), isSame)) {
-        return;
+        return areAllKnown;
     }
     tarn_wire_Hearing sample{};
     sample.receiver = receiver_;
     sample.writers._maximum = sample.writers._length = static_cast<std::uint32_t>(writers.size());
     sample.writers._buffer = writers.data();
-    if (writer_.write(&sample) == DDS_RETCODE_OK) {
-        heard_ = std::move(writers); // else it is said again next time
+    if (writer_.write(&sample) != DDS_RETCODE_OK) {
+        return false;
     }
+    heard_ = std::move(writers);
+    return areAllKnown;
 }
 
 int HearingCount::of(dds_entity_t frames) const {

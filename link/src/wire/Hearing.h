@@ -22,9 +22,9 @@ public:
     /// `receiver` is a number that nobody else has.
     HearingReport(dds_entity_t participant, const std::string& stream, std::uint64_t receiver)
         : writer_(participant, hearingEnd(stream)), receiver_(receiver) {}
-    /// Says which writers the reader hears now, if these are others than before. Who cannot say it
-    /// is not waited for.
-    void update(dds_entity_t frames);
+    /// Says which writers the reader hears now, if these are others than before. False if that is
+    /// to be tried again, as it could not be said or one of them is only just coming or going.
+    bool update(dds_entity_t frames);
 
 private:
     Writer writer_;
