@@ -68,7 +68,8 @@ std::uint64_t Link::clock() const noexcept { return d_->answers.clock(); }
 std::vector<LinkOffer> Link::offers() const { return d_->offers.offers(); }
 
 std::string Link::whyNot(const std::string& name) const {
-    return whyNotAmong(d_->offers.offers(), name, d_->options);
+    return withFlood(whyNotAmong(d_->offers.offers(), name, d_->options), d_->offers.turnedAway(),
+                     "offer");
 }
 
 dds_entity_t LinkAccess::participant(const Link& link) { return link.d_->participant.get(); }

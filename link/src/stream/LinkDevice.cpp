@@ -112,18 +112,16 @@ LinkStatus LinkDevice::status() { return kit::command(*this, "status")->dataAs<L
 
 std::string LinkDevice::whyNotConnected() const {
     std::string name;
+    std::uint64_t turnedAway = 0;
     {
         const std::lock_guard<std::mutex> lock(d_->view.mutex);
         if (d_->view.isConnected) {
             return {};
         }
         name = d_->view.name;
+        turnedAway = d_->view.turnedAway;
     }
-    if (name.empty()) {
-        return "no stream is open";
-    }
-    std::string why = d_->link->whyNot(name);
-    return why.empty() ? "'" + name + "' has not described itself yet" : why;
+    return link::whyNotConnected(*d_->link, name, turnedAway);
 }
 
 std::vector<LinkTrack> LinkDevice::tracks() const {

@@ -120,10 +120,7 @@ void Receiver::status(const Request& /*request*/, Reply& reply) {
     status.state = news_.state();
     status.name = name_;
     if (!isConnected()) {
-        status.why = name_.empty() ? "no stream is open" : link_.whyNot(name_);
-        if (status.why.empty()) {
-            status.why = "'" + name_ + "' has not described itself yet";
-        }
+        status.why = whyNotConnected(link_, name_, turnedAwayDescriptions());
     }
     status.offer = last_;
     status.hasEnded = hasEnded_;
@@ -364,13 +361,20 @@ void Receiver::deliver(const FrameSample& sample, const std::vector<std::uint64_
     }
 }
 
+std::uint64_t Receiver::turnedAwayDescriptions() const {
+    return descriptions_ != nullptr ? descriptions_->turnedAway() : 0;
+}
+
 std::uint64_t Receiver::turnedAway() const {
-    return (descriptions_ != nullptr ? descriptions_->turnedAway() : 0) +
-           (frames_ != nullptr ? frames_->turnedAway() : 0);
+    return turnedAwayDescriptions() + (frames_ != nullptr ? frames_->turnedAway() : 0);
 }
 
 /// Once is enough: the status has how much it is.
 void Receiver::tellOfFlood() {
+    if (!isConnected()) {
+        const std::lock_guard<std::mutex> lock(view_.mutex);
+        view_.turnedAway = turnedAwayDescriptions();
+    }
     if (!isFloodTold_ && turnedAway() > 0) {
         isFloodTold_ = true;
         news_.tell(LinkEvent::Kind::Flooded,
@@ -429,6 +433,7 @@ void Receiver::showTracks() {
 void Receiver::showView(bool isOver) {
     const std::lock_guard<std::mutex> lock(view_.mutex);
     view_.name = name_;
+    view_.turnedAway = turnedAwayDescriptions();
     view_.isConnected = isConnected();
     view_.isOver = isOver;
     view_.changed.notify_all();

@@ -69,6 +69,7 @@ private:
     void deliverHeld();
     /// `newest` says of each track up to which sample its frames are passed over.
     void deliver(const FrameSample& sample, const std::vector<std::uint64_t>& newest);
+    std::uint64_t turnedAwayDescriptions() const;
     std::uint64_t turnedAway() const;
     void tellOfFlood();
     void endIfOver();

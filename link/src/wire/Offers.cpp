@@ -10,6 +10,7 @@
 #include <tarn_kit/files/Text.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -127,6 +128,14 @@ std::string whyNotAmong(const std::vector<LinkOffer>& offers, const std::string&
     others.erase(std::unique(others.begin(), others.end()), others.end());
     const std::string nobody = "nobody offers '" + name + "'" + whereText(options);
     return others.empty() ? nobody : nobody + "; offered: " + listed(others);
+}
+
+std::string withFlood(const std::string& why, std::uint64_t turnedAway, const char* what) {
+    if (why.empty() || turnedAway == 0) {
+        return why;
+    }
+    return why + "; " + kit::counted(static_cast<std::size_t>(turnedAway), what) +
+           " turned away: more are sent than are let in";
 }
 
 } // namespace tarn::link

@@ -7,6 +7,7 @@
 
 #include <tarn_link/stream/Link.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,6 +30,7 @@ public:
 
     /// Makes room where nobody asks who is gone.
     void forgetGone() const;
+    std::uint64_t turnedAway() const { return reader_.gate().turnedAway(); }
 
 private:
     Reader reader_;
@@ -37,5 +39,8 @@ private:
 /// Why nobody can connect to a stream of that name with these offers; empty if that can be.
 std::string whyNotAmong(const std::vector<LinkOffer>& offers, const std::string& name,
                         const LinkOptions& options);
+
+/// A line that says why, with how many of what was to be there were turned away, if any were.
+std::string withFlood(const std::string& why, std::uint64_t turnedAway, const char* what);
 
 } // namespace tarn::link

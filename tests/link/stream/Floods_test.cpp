@@ -145,6 +145,20 @@ TEST_F(FloodsTest, OfDescriptionsAreReadOnlySoOften) {
     const double most = mostOf(20, 5, began);
     EXPECT_LE(static_cast<double>(status.refused), most);
     EXPECT_GE(static_cast<double>(status.turnedAway), 2'000 - most);
+    ASSERT_TRUE(eventually([&] { return link->whyNot("stage").empty(); }));
+    const std::string why = device.status().why;
+    EXPECT_EQ(why.find("'stage' has not described itself yet; "), 0U) << why;
+    EXPECT_NE(why.find(" descriptions turned away: more are sent than are let in"),
+              std::string::npos)
+        << why;
+    EXPECT_TRUE(eventually([&] { // what others than its thread are told comes with its next look
+        return device.whyNotConnected().find(" descriptions turned away: ") != std::string::npos;
+    })) << device.whyNotConnected();
+    device.open("yard");
+    ASSERT_TRUE(device.awaitConnected(longEnough));
+    EXPECT_EQ(device.whyNotConnected(), "");
+    device.open("nowhere");
+    EXPECT_EQ(device.whyNotConnected().find("turned away"), std::string::npos);
 }
 
 TEST_F(FloodsTest, OfEverNewOffersLeaveRoomForOthers) {
@@ -158,6 +172,11 @@ TEST_F(FloodsTest, OfEverNewOffersLeaveRoomForOthers) {
     }
     EXPECT_TRUE(eventually([&] { return link->whyNot("yard").empty(); }));
     EXPECT_LE(link->offers().size(), 17U);
+    EXPECT_TRUE(eventually([&] { // its own name may have been among them
+        return link->whyNot("hall").find(" offers turned away: more are sent than are let in") !=
+               std::string::npos;
+    })) << link->whyNot("hall");
+    EXPECT_EQ(link->whyNot("yard"), "");
 }
 
 TEST(Floods, OfQuestionsAreAnsweredOnlySoOften) {

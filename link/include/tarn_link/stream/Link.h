@@ -83,8 +83,10 @@ public:
     std::vector<LinkOffer> offers() const;
     /// Why nobody can connect to a stream of this name, in one line: nobody offers it (and what is
     /// offered instead), it is offered in versions that are not read here, there is no route to a
-    /// peer. Empty if it is offered and can be read. Of other domains nothing can be known: that a
-    /// stream is offered in another one reads as if nobody offered it, with the domain looked in.
+    /// peer; and how many offers were turned away, if more were sent than are let in: it may have
+    /// been among them. Empty if it is offered and can be read. Of other domains nothing can be
+    /// known: that a stream is offered in another one reads as if nobody offered it, with the
+    /// domain looked in.
     std::string whyNot(const std::string& name) const;
 
 private:
