@@ -46,11 +46,20 @@ struct LengthUse {
     Vector3d direction;
 };
 
+/// How skin takes a marker along while a joint is turned from its usual turn: the marker's own
+/// joint or one that hangs on it.
+struct SkinPull {
+    std::size_t marker = 0;
+    std::size_t joint = 0;
+    Block shift; ///< metres in the axes of the marker's joint per radian
+};
+
 struct Articulation {
     std::vector<SolvedJoint> joints; ///< parents first
     std::vector<SolvedMarker> markers;
     std::vector<double> lengths;
     std::vector<LengthUse> uses;
+    std::vector<SkinPull> skin;
 
     /// Makes the joints' offsets what the lengths say.
     void applyLengths();

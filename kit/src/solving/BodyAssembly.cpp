@@ -78,6 +78,15 @@ BodyAssembly::BodyAssembly(const MarkerBody& body) {
         solved.joint = marker.turnsWithHand ? ends[human] : joints[human];
         solved.offset = marker.offset;
         solved.spread = marker.spread;
+        for (const SkinShift& shift : marker.skin) {
+            const auto name = std::find(names.begin(), names.end(), shift.joint);
+            const auto joint = static_cast<std::size_t>(name - names.begin());
+            if (joint != 0 && name != names.end() &&
+                (joint == solved.joint || articulation.joints[joint].parent == solved.joint)) {
+                articulation.skin.push_back(
+                    {articulation.markers.size(), joint, blockOf(shift.shift)});
+            }
+        }
         articulation.markers.push_back(solved);
     }
     for (const HumanLength& length : body.body.lengths()) {

@@ -7,6 +7,7 @@
 #include "solving/BodyFit.h"
 #include "solving/MarkerPlacement.h"
 #include "solving/PoseFit.h"
+#include "solving/SkinMotion.h"
 #include "solving/UsualTurns.h"
 #include "solving/tracking/MarkerTracker.h"
 
@@ -262,8 +263,10 @@ private:
             }
             frames = solve(evenly(all_.size(), mostSolved), 4);
         }
-        setSpreads(frames, leastSpread);
         setUsualTurns(frames);
+        learnSkinMotion(body(), frames);
+        frames = solve(evenly(all_.size(), mostSolved), 4);
+        setSpreads(frames, leastSpread);
         noteDoubts(static_cast<int>(frames.size()));
         return true;
     }
@@ -405,9 +408,14 @@ private:
         for (std::size_t m = 0; m < found.markers.size(); ++m) {
             found.markers[m].offset = body().markers[m].offset;
             found.markers[m].spread = body().markers[m].spread;
+            found.markers[m].skin.clear();
             if (!offsetUncertainties_.empty()) {
                 found.markers[m].uncertainty = alikeness * offsetUncertainties_[m];
             }
+        }
+        for (const SkinPull& pull : body().skin) {
+            found.markers[pull.marker].skin.push_back(
+                {assembly_.names[pull.joint], matrixOf(pull.shift)});
         }
     }
 

@@ -63,6 +63,29 @@ Vector3d vectorOf(const Settings& settings, const std::string& key, const std::s
     return result;
 }
 
+constexpr std::array<const char*, 3> axes = {"X", "Y", "Z"};
+
+/// Rows that are not there are left as they are.
+void readRows(const Settings& settings, Matrix3d& matrix, const std::string& place) {
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        if (settings.subSettings(axes[axis]) != nullptr) {
+            const Vector3d row = vectorOf(settings, axes[axis], place);
+            matrix[axis] = {row.x, row.y, row.z};
+        }
+    }
+}
+
+/// Rows of zeros are left out.
+void writeRows(Actor& actor, const std::string& path, const Matrix3d& matrix) {
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const auto& row = matrix[axis];
+        const Vector3d numbers = {row[0], row[1], row[2]};
+        if (lengthOf(numbers) > 0) {
+            actor.setValue(path + "." + axes[axis], textOf(numbers));
+        }
+    }
+}
+
 BodyMarker markerOf(const Settings& settings, const std::string& name, const HumanBody& body) {
     const std::string place = "marker " + printable(name);
     BodyMarker marker;
@@ -80,10 +103,17 @@ BodyMarker markerOf(const Settings& settings, const std::string& name, const Hum
     if (!(marker.spread > 0 && marker.weight >= 0)) {
         throw MarkerBodyError(place + ": Spread has to be above 0, Weight not below");
     }
+    if (const auto skin = settings.subSettings("Skin")) {
+        for (const auto& [joint, text] : skin->values()) {
+            SkinShift shift;
+            shift.joint = joint;
+            readRows(*skin->subSettings(joint), shift.shift,
+                     std::string(place).append(", skin of ").append(printable(joint)));
+            marker.skin.push_back(std::move(shift));
+        }
+    }
     return marker;
 }
-
-constexpr std::array<const char*, 3> axes = {"X", "Y", "Z"};
 
 /// How far a usual turn is kept to, and how it goes with the joint above, if the actor says so.
 void readSpread(const Settings& settings, UsualTurn& usual) {
@@ -99,13 +129,7 @@ void readSpread(const Settings& settings, UsualTurn& usual) {
     if (shares == nullptr) {
         return;
     }
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        if (shares->subSettings(axes[axis]) != nullptr) {
-            const Vector3d row =
-                vectorOf(*shares, axes[axis], "shared turns of " + printable(usual.joint));
-            usual.share[axis] = {row.x, row.y, row.z};
-        }
-    }
+    readRows(*shares, usual.share, "shared turns of " + printable(usual.joint));
 }
 
 /// Stores a dimension that the actor's own setter may pass over because it changes so little.
@@ -166,14 +190,7 @@ void MarkerBody::writeTo(Actor& actor) const {
         if (lengthOf(usual.spread) > 0) {
             actor.setValue(root + "UsualSpreads." + usual.joint, textOf(usual.spread));
         }
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const auto& row = usual.share[axis];
-            const Vector3d share = {row[0], row[1], row[2]};
-            if (lengthOf(share) > 0) {
-                actor.setValue(root + "SharedTurns." + usual.joint + "." + axes[axis],
-                               textOf(share));
-            }
-        }
+        writeRows(actor, root + "SharedTurns." + usual.joint, usual.share);
     }
     for (const BodyMarker& marker : markers) {
         const std::string path = root + "Markers." + xmlName(marker.name) + ".";
@@ -185,6 +202,9 @@ void MarkerBody::writeTo(Actor& actor) const {
         actor.setValue(path + "Uncertainty", textOf(marker.uncertainty));
         actor.setValue(path + "Spread", textOf(marker.spread));
         actor.setValue(path + "Weight", textOf(marker.weight));
+        for (const SkinShift& shift : marker.skin) {
+            writeRows(actor, path + "Skin." + shift.joint, shift.shift);
+        }
     }
 }
 

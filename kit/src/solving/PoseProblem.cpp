@@ -91,6 +91,8 @@ PoseProblem::PoseProblem(const Articulation& body) : body_(body) {
     }
     axes_.resize(joints);
     unusual_.resize(joints);
+    skinTurns_.resize(joints);
+    skinLoads_.resize(joints);
     unusualChange_.resize(joints);
     origins_.resize(joints);
     loads_.resize(joints);
@@ -98,6 +100,10 @@ PoseProblem::PoseProblem(const Articulation& body) : body_(body) {
     misses_.resize(markers);
     weights_.resize(markers);
     trust_.resize(markers);
+    pullCounts_.resize(markers);
+    for (const SkinPull& pull : body.skin) {
+        ++pullCounts_[pull.marker];
+    }
 }
 
 void PoseProblem::place(const Stance& stance) {
@@ -110,11 +116,18 @@ void PoseProblem::place(const Stance& stance) {
         } else {
             axes_[j] = axes_[joint.parent] * turn;
             origins_[j] = origins_[joint.parent] + axes_[joint.parent] * joint.offset;
+            unusual_[j] = toRotationVector(inverse(joint.usual) * stance.turns[j]);
+            skinTurns_[j] = 1 / std::sqrt(1 + dot(unusual_[j], unusual_[j])) * unusual_[j];
         }
     }
     for (std::size_t m = 0; m < body_.markers.size(); ++m) {
         const SolvedMarker& marker = body_.markers[m];
         places_[m] = origins_[marker.joint] + axes_[marker.joint] * marker.offset;
+    }
+    for (const SkinPull& pull : body_.skin) {
+        const Block& axes = axes_[body_.markers[pull.marker].joint];
+        Vector3d& place = places_[pull.marker];
+        place = place + axes * (pull.shift * skinTurns_[pull.joint]);
     }
 }
 
@@ -140,9 +153,8 @@ double PoseProblem::weigh(const Sightings& sightings) {
 }
 
 /// What it costs that a joint is turned unusually, given how its parent is.
-double PoseProblem::judgeUsual(std::size_t j, const Quaterniond& turn) {
+double PoseProblem::judgeUsual(std::size_t j) {
     const SolvedJoint& joint = body_.joints[j];
-    unusual_[j] = toRotationVector(inverse(joint.usual) * turn);
     unusualChange_[j] = inverseRightJacobian(unusual_[j]) * transposed(axes_[j]);
     const Vector3d expected = joint.share * unusual_[joint.parent];
     Vector3d off;
@@ -181,7 +193,7 @@ double PoseProblem::judgeTurns(const Stance& stance) {
         if (joint.parent == none) {
             continue; // the body as a whole may be turned in any way
         }
-        cost += judgeUsual(j, stance.turns[j]);
+        cost += judgeUsual(j);
         if (!limits) {
             continue;
         }
@@ -231,10 +243,45 @@ void PoseProblem::gather() {
     }
 }
 
+/// What skin adds to gradient and equations.
+void PoseProblem::pullSkin() {
+    std::fill(skinLoads_.begin(), skinLoads_.end(), SkinLoad());
+    const Vector3d base = origins_.front();
+    for (const SkinPull& pull : body_.skin) {
+        const double weight = weights_[pull.marker];
+        if (!(weight > 0)) {
+            continue;
+        }
+        const std::size_t joint = body_.markers[pull.marker].joint;
+        // The derivative of v / sqrt(1 + v²), by the result.
+        const Vector3d& turn = skinTurns_[pull.joint];
+        const double scale = std::sqrt(1 - dot(turn, turn));
+        Block felt = diagonal(scale, scale, scale);
+        addOuter(felt, -scale, turn, turn);
+        const Block change = axes_[joint] * (pull.shift * (felt * unusualChange_[pull.joint]));
+        const Block weighted = weight * transposed(change);
+        Vector3d& gradient = usualGradient_[pull.joint + 1];
+        gradient = gradient + weighted * misses_[pull.marker];
+        SkinLoad& load = skinLoads_[pull.joint];
+        const Block turned = -1.0 * (weighted * crossOf(places_[pull.marker] - base));
+        load.first += weighted;
+        load.second += turned;
+        // |a + b|² is at most 2 |a|² + 2 |b|², and so on for more.
+        load.own += pullCounts_[pull.marker] * (weighted * change);
+        if (joint == pull.joint) {
+            Block both = weighted * crossOf(origins_[joint] - base);
+            both += turned;
+            load.own += both;
+            load.own += transposed(both);
+        }
+    }
+}
+
 double PoseProblem::evaluate(const Stance& stance, const Sightings& sightings) {
     place(stance);
     const double cost = weigh(sightings) + judgeTurns(stance);
     gather();
+    pullSkin();
     return cost;
 }
 
@@ -263,6 +310,24 @@ void PoseProblem::fill() {
                         : transposed(turnTurn(load, origins_[above[depth] - 1] - base, q));
         }
         matrix_[begins_[node] + above.size() - 1] += sharePull_[node];
+        if (!body_.skin.empty()) {
+            addSkin(node);
+        }
+    }
+}
+
+void PoseProblem::addSkin(std::size_t node) {
+    const SkinLoad& load = skinLoads_[node - 1];
+    diagonals_[node] += load.own;
+    Block* block = &matrix_[begins_[node]];
+    for (const std::size_t above : above_[node]) {
+        if (above == 0) {
+            *block += load.first;
+        } else {
+            *block += load.second;
+            *block += load.first * crossOf(origins_[above - 1] - origins_.front());
+        }
+        ++block;
     }
 }
 

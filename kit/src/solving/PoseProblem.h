@@ -26,11 +26,22 @@ struct Load {
     Load& operator+=(const Load& other);
 };
 
+/// What skin adds to the equations of a joint's node: sums over the markers that it takes along, of
+/// how they move with the node, C, transposed and weighted.
+struct SkinLoad {
+    Block first;  ///< of weight * Cᵀ
+    Block second; ///< of weight * Cᵀ times how the marker moves as the body turns about its first
+                  ///< joint
+    Block own;    ///< what that adds to the node's own block
+};
+
 /// The least-squares problem of one frame: markers that miss their places, and joints that are
 /// turned unusually or too far. Unknowns come as nodes of three: node 0 moves the body, node j + 1
 /// turns joint j, both along the world's axes. As each node acts only on what hangs below it, the
 /// matrix of the normal equations has blocks only between a node and those above it, and its
-/// factors have none elsewhere either (Featherstone 2008, section 6.5).
+/// factors have none elsewhere either (Featherstone 2008, section 6.5). Two joints that take the
+/// same marker along would be an exception: for these the equations are replaced by ones that are
+/// no smaller in any direction, so that steps are shorter and lead to the same place.
 ///
 /// Memory is taken by the constructor and kept.
 class PoseProblem {
@@ -69,6 +80,9 @@ public:
     /// How much of a marker's say is left to it, from 0 to 1; 0 where it was not seen.
     const std::vector<double>& trust() const { return trust_; }
     const std::vector<Vector3d>& misses() const { return misses_; }
+    /// How joints are turned from their usual turns, as skin feels it: not more than a radian, as
+    /// skin is not known to stretch without end.
+    const std::vector<Vector3d>& skinTurns() const { return skinTurns_; }
     const std::vector<Load>& loads() const { return loads_; }
     const std::vector<Vector3d>& gradient() const { return gradient_; }
 
@@ -88,7 +102,9 @@ private:
     void place(const Stance& stance);
     double weigh(const Sightings& sightings);
     double judgeTurns(const Stance& stance);
-    double judgeUsual(std::size_t j, const Quaterniond& turn);
+    double judgeUsual(std::size_t j);
+    void pullSkin();
+    void addSkin(std::size_t node);
     void gather();
     void fill();
 
@@ -100,8 +116,11 @@ private:
     std::vector<Vector3d> origins_, places_, misses_;
     std::vector<double> weights_, trust_;
     std::vector<Load> loads_;
-    std::vector<Block> usualPull_;     ///< what usual turns and limits add, in world axes
-    std::vector<Block> sharePull_;     ///< what they add between a node and the one above it
+    std::vector<Block> usualPull_; ///< what usual turns and limits add, in world axes
+    std::vector<Block> sharePull_; ///< what they add between a node and the one above it
+    std::vector<Vector3d> skinTurns_;
+    std::vector<SkinLoad> skinLoads_;
+    std::vector<double> pullCounts_;   ///< of each marker: how many joints take it along
     std::vector<Vector3d> unusual_;    ///< turns of joints from their usual ones ...
     std::vector<Block> unusualChange_; ///< ... and how these change with the nodes
     std::vector<Vector3d> usualGradient_;

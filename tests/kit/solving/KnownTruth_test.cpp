@@ -174,6 +174,21 @@ TEST(KnownTruthUnderSkin, LengthsAreWithinThreePercentOrTwiceTheirUncertainty) {
     }
 }
 
+TEST(KnownTruthUnderSkin, MarkersAreWhereSkinTakesThem) {
+    Known dancer("cmu_60_12_salsa_a.bvh", MarkerSet::load("cmu41"), 0, 0.007);
+    ASSERT_EQ(dancer.error, "");
+    dancer.solve(firstFrames(dancer.body.measure({}, 9)), 0, wristsFrom);
+    std::vector<double> misses;
+    for (int f = 0; f < frameCount; ++f) {
+        for (const FittedMarker& marker : dancer.fitAt(f)) {
+            if (std::isfinite(marker.residual)) {
+                misses.push_back(marker.residual);
+            }
+        }
+    }
+    EXPECT_LT(rms(misses), 2); // 2.6 with markers that are fixed to their segments
+}
+
 TEST_F(KnownTruth, WrongLabelsAndGhostsCostLittle) {
     const double usual = rms(dancer->solve(measured(0, 0), 0, wristsFrom));
     EXPECT_LT(rms(dancer->solve(measured(0.01, 0.01), 0, wristsFrom)), 1.2 * usual);

@@ -18,6 +18,11 @@ MarkerBody calibrated() {
     body.body.setLength("HipsDepth", 0.00002);
     body.markers[3].offset = {0.0123456789, -0.2, 0.3};
     body.markers[3].uncertainty = 0.004;
+    SkinShift shift;
+    shift.joint = "LeftShoulder";
+    shift.shift[0] = {0.01, 0, -0.02};
+    shift.shift[2] = {0, 0.005, 0};
+    body.markers[3].skin = {shift};
     body.usualTurns = {{"LeftHand", {1, 2, 3}, {4, 5.5, 6}}};
     body.usualTurns[0].share[1] = {0.1, 0.2, 0.3};
     body.uncertainties = {{"LeftUpLeg", 0.005}};
@@ -47,7 +52,10 @@ TEST(MarkerBody, ComesBackFromTheActorsSavedDocument) {
         EXPECT_EQ(back.markers[m].turnsWithHand, body.markers[m].turnsWithHand);
         EXPECT_EQ(back.markers[m].offset, body.markers[m].offset);
         EXPECT_EQ(back.markers[m].spread, body.markers[m].spread);
+        EXPECT_EQ(back.markers[m].skin.size(), m == 3 ? 1U : 0U);
     }
+    EXPECT_EQ(back.markers[3].skin.at(0).joint, "LeftShoulder");
+    EXPECT_EQ(back.markers[3].skin.at(0).shift.rows, body.markers[3].skin[0].shift.rows);
     EXPECT_EQ(back.markers[3].uncertainty, 0.004);
     ASSERT_EQ(back.usualTurns.size(), 1U);
     EXPECT_EQ(back.usualTurns[0].turn, (Vector3d{1, 2, 3}));
@@ -94,6 +102,8 @@ TEST(MarkerBody, SaysWhatIsWrongWithAnActor) {
     EXPECT_NE(reasonFor("MarkerBody.Markers.LKNE.Offset", "1 2 x").find("LKNE"), std::string::npos);
     EXPECT_NE(reasonFor("MarkerBody.Markers.LKNE.Segment", "Tail").find("Tail"), std::string::npos);
     EXPECT_NE(reasonFor("MarkerBody.Markers.LKNE.Spread", "0").find("Spread"), std::string::npos);
+    EXPECT_NE(reasonFor("MarkerBody.Markers.LKNE.Skin.LeftLeg.Y", "1 2 nan").find("LeftLeg: Y"),
+              std::string::npos);
     EXPECT_NE(reasonFor("MarkerBody.UsualSpreads.LeftHand", "1 0 1").find("LeftHand"),
               std::string::npos);
     EXPECT_NE(reasonFor("MarkerBody.SharedTurns.LeftHand.X", "1").find("LeftHand"),

@@ -14,16 +14,26 @@
 
 namespace tarn::kit {
 
+/// How skin takes a marker along as a joint is turned: the one of its segment, or one that hangs on
+/// that. Others are not heeded.
+struct SkinShift {
+    std::string joint;
+    /// Metres in the segment's axes per radian from the joint's usual turn; turns of a radian and
+    /// more count for less and less.
+    Matrix3d shift = {{{{0, 0, 0}, {0, 0, 0}, {0, 0, 0}}}};
+};
+
 /// A marker as it sits on one performer.
 struct BodyMarker {
     std::string name;
     std::string segment;
     /// Of a marker on a forearm: whether it turns with the hand rather than with the elbow.
     bool turnsWithHand = false;
-    Vector3d offset;        ///< from the segment's joint, in its axes, in metres
+    Vector3d offset;        ///< from the segment's joint, in its axes, in metres, in usual turns
     double uncertainty = 0; ///< of the offset along each axis: one standard deviation, in metres
     double spread = 0.010;  ///< how far it commonly is from its place, along each axis, in metres
     double weight = 1;
+    std::vector<SkinShift> skin;
 };
 
 /// How a joint was commonly turned while the performer was calibrated: what is assumed of it where
