@@ -59,7 +59,10 @@ struct Material {
         if (!calibrator.report().isGood()) {
             throw std::runtime_error(calibrator.report().error);
         }
-        body = calibrator.report().body;
+        body = withSkin = calibrator.report().body;
+        for (BodyMarker& marker : body.markers) {
+            marker.skin.clear(); // the peer's markers are fixed to their segments
+        }
         for (const BodyMarker& marker : body.markers) {
             const auto name = std::find(source.names.begin(), source.names.end(), marker.name);
             columns.push_back(static_cast<int>(name - source.names.begin()));
@@ -69,7 +72,7 @@ struct Material {
 
     C3dTake take;
     MarkerSource source;
-    MarkerBody body;
+    MarkerBody body, withSkin;
     std::vector<int> columns;
     std::vector<std::shared_ptr<Frame>> frames;
 };
@@ -77,8 +80,8 @@ struct Material {
 /// One of both, frame after frame.
 class Ours {
 public:
-    Ours(const Material& material, int iterations)
-        : material_(material), solver_("ours", material.body, material.source) {
+    Ours(const Material& material, const MarkerBody& body, int iterations)
+        : material_(material), solver_("ours", body, material.source) {
         solver_.setFactor(MarkerSolver::Iterations, iterations);
         const auto& nodes = solver_.rig()->nodes();
         for (const char* const limb : limbs) {
@@ -197,8 +200,10 @@ tarn_benchmark::Run inTurn(const Material& material, Solver& solver) {
 
 int compare(int argc, char** argv) {
     const Material material;
-    Ours converged(material, 30);
-    Ours live(material, 2);
+    Ours converged(material, material.body, 30);
+    Ours live(material, material.body, 2);
+    Ours withSkin(material, material.withSkin, 30);
+    Ours liveWithSkin(material, material.withSkin, 2);
     Theirs theirsConverged(material, false);
     Theirs theirsLive(material, true);
     const Quality ours = qualityOf(material, converged);
@@ -214,6 +219,18 @@ int compare(int argc, char** argv) {
          {}},
         {"a frame of 41 markers, two steps from the last one",
          inTurn(material, live),
+         100'000,
+         std::nullopt,
+         Goal{0.03, {{"Simbody, track", inTurn(material, theirsLive)}}},
+         {}},
+        {"a frame to convergence, with what skin does",
+         inTurn(material, withSkin),
+         std::nullopt,
+         std::nullopt,
+         Goal{0.1, {{"Simbody, assemble", inTurn(material, theirsConverged)}}},
+         {}},
+        {"two steps from the last one, with what skin does",
+         inTurn(material, liveWithSkin),
          100'000,
          std::nullopt,
          Goal{0.03, {{"Simbody, track", inTurn(material, theirsLive)}}},

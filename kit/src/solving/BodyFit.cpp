@@ -88,7 +88,7 @@ double BodyFit::costOf(const std::vector<FitFrame>& frames) {
     problem_.threshold = threshold;
     double cost = expectationCost();
     for (const FitFrame& frame : frames) {
-        cost += expectation_.evidence * problem_.costOf(frame.stance, frame.sightings);
+        cost += expectation_.evidence * problem_.evaluate(frame.stance, frame.sightings);
     }
     return cost;
 }

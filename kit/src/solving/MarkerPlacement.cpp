@@ -62,7 +62,7 @@ std::vector<std::size_t> placeAnew(Articulation& body, const std::vector<std::si
     std::vector<std::vector<std::vector<Vector3d>>> places(
         markers.size(), std::vector<std::vector<Vector3d>>(body.joints.size()));
     for (const PlacedFrame& frame : frames) {
-        problem.costOf(*frame.stance, *frame.sightings);
+        problem.evaluate(*frame.stance, *frame.sightings);
         for (std::size_t i = 0; i < markers.size(); ++i) {
             const Sighting& sighting = (*frame.sightings)[markers[i]];
             for (std::size_t j = 0; j < body.joints.size() && sighting.weight > 0; ++j) {

@@ -245,32 +245,33 @@ void PoseProblem::gather() {
 
 /// What skin adds to gradient and equations.
 void PoseProblem::pullSkin() {
-    std::fill(skinLoads_.begin(), skinLoads_.end(), SkinLoad());
     const Vector3d base = origins_.front();
+    for (std::size_t j = 1; j < skinLoads_.size(); ++j) {
+        // The derivative of v / sqrt(1 + v²), by the result.
+        const Vector3d& turn = skinTurns_[j];
+        const double scale = std::sqrt(1 - dot(turn, turn));
+        Block felt = diagonal(scale, scale, scale);
+        addOuter(felt, -scale, turn, turn);
+        skinLoads_[j] = {};
+        skinLoads_[j].felt = felt * unusualChange_[j];
+    }
     for (const SkinPull& pull : body_.skin) {
         const double weight = weights_[pull.marker];
         if (!(weight > 0)) {
             continue;
         }
         const std::size_t joint = body_.markers[pull.marker].joint;
-        // The derivative of v / sqrt(1 + v²), by the result.
-        const Vector3d& turn = skinTurns_[pull.joint];
-        const double scale = std::sqrt(1 - dot(turn, turn));
-        Block felt = diagonal(scale, scale, scale);
-        addOuter(felt, -scale, turn, turn);
-        const Block change = axes_[joint] * (pull.shift * (felt * unusualChange_[pull.joint]));
-        const Block weighted = weight * transposed(change);
-        Vector3d& gradient = usualGradient_[pull.joint + 1];
-        gradient = gradient + weighted * misses_[pull.marker];
         SkinLoad& load = skinLoads_[pull.joint];
-        const Block turned = -1.0 * (weighted * crossOf(places_[pull.marker] - base));
+        const Block change = axes_[joint] * (pull.shift * load.felt);
+        const Block weighted = weight * transposed(change);
+        const Block turned = timesCross(weighted, base - places_[pull.marker]);
+        load.force = load.force + weighted * misses_[pull.marker];
         load.first += weighted;
         load.second += turned;
         // |a + b|² is at most 2 |a|² + 2 |b|², and so on for more.
         load.own += pullCounts_[pull.marker] * (weighted * change);
         if (joint == pull.joint) {
-            Block both = weighted * crossOf(origins_[joint] - base);
-            both += turned;
+            const Block both = timesCross(weighted, origins_[joint] - places_[pull.marker]);
             load.own += both;
             load.own += transposed(both);
         }
@@ -278,14 +279,6 @@ void PoseProblem::pullSkin() {
 }
 
 double PoseProblem::evaluate(const Stance& stance, const Sightings& sightings) {
-    place(stance);
-    const double cost = weigh(sightings) + judgeTurns(stance);
-    gather();
-    pullSkin();
-    return cost;
-}
-
-double PoseProblem::costOf(const Stance& stance, const Sightings& sightings) {
     place(stance);
     return weigh(sightings) + judgeTurns(stance);
 }
@@ -319,19 +312,24 @@ void PoseProblem::fill() {
 void PoseProblem::addSkin(std::size_t node) {
     const SkinLoad& load = skinLoads_[node - 1];
     diagonals_[node] += load.own;
+    gradient_[node] = gradient_[node] + load.force;
     Block* block = &matrix_[begins_[node]];
     for (const std::size_t above : above_[node]) {
         if (above == 0) {
             *block += load.first;
         } else {
             *block += load.second;
-            *block += load.first * crossOf(origins_[above - 1] - origins_.front());
+            *block += timesCross(load.first, origins_[above - 1] - origins_.front());
         }
         ++block;
     }
 }
 
 void PoseProblem::factor(double damping) {
+    gather();
+    if (!body_.skin.empty()) {
+        pullSkin();
+    }
     fill();
     pivots_ = diagonals_;
     for (Block& pivot : pivots_) {

@@ -33,6 +33,8 @@ struct SkinLoad {
     Block second; ///< of weight * Cᵀ times how the marker moves as the body turns about its first
                   ///< joint
     Block own;    ///< what that adds to the node's own block
+    Vector3d force; ///< of weight * Cᵀ * miss
+    Block felt;     ///< how what skin feels of the joint's turn changes with the node
 };
 
 /// The least-squares problem of one frame: markers that miss their places, and joints that are
@@ -53,13 +55,11 @@ public:
     double threshold = 6;
     bool limits = true;
 
-    /// Works out where everything is, what it costs, and what pulls on what.
-    /// Returns half the sum of squares, as the threshold bounds them.
+    /// Works out where everything is and what it costs: half the sum of squares, as the threshold
+    /// bounds them.
     double evaluate(const Stance& stance, const Sightings& sightings);
-    /// Costs alone, cheaper.
-    double costOf(const Stance& stance, const Sightings& sightings);
-    /// Makes the normal equations of what was evaluated, with `damping` added relative to their
-    /// diagonal, and factors them.
+    /// Works out what pulls on what was evaluated, makes the normal equations, with `damping` added
+    /// relative to their diagonal, and factors them.
     void factor(double damping);
     /// The step that the factored equations ask for, node by node.
     const std::vector<Vector3d>& step();

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <numeric>
 
 namespace tarn::kit {
 
@@ -18,6 +19,7 @@ constexpr double mostStances =
     20; ///< any number of frames tells as much as that many: they are alike
 constexpr double shiftSpread = 0.01; ///< metres per radian, before anything is known
 constexpr double leastNoise = 1e-6;  ///< square metres: a marker that never misses tells nothing
+constexpr double leastShift = 0.005; ///< metres per radian, in all axes; less is not worth its time
 constexpr std::size_t leastFrames = 20;
 
 /// What one frame shows of one marker.
@@ -149,7 +151,11 @@ void learnSkinMotion(Articulation& body, const std::vector<FitFrame>& frames) {
                     pull.shift(axis, i) = rows[axis][3 * j + i];
                 }
             }
-            body.skin.push_back(pull);
+            const auto& shifts = pull.shift.m;
+            if (std::inner_product(shifts.begin(), shifts.end(), shifts.begin(), 0.0) >
+                leastShift * leastShift) {
+                body.skin.push_back(pull);
+            }
         }
     }
 }

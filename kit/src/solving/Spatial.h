@@ -66,6 +66,17 @@ inline Vector3d transposedTimes(const Block& a, const Vector3d& v) {
             a.m[2] * v.x + a.m[5] * v.y + a.m[8] * v.z};
 }
 
+/// `a * crossOf(v)`.
+inline Block timesCross(const Block& a, const Vector3d& v) {
+    Block result;
+    for (std::size_t i = 0; i < 3; ++i) {
+        result(i, 0) = a(i, 1) * v.z - a(i, 2) * v.y;
+        result(i, 1) = a(i, 2) * v.x - a(i, 0) * v.z;
+        result(i, 2) = a(i, 0) * v.y - a(i, 1) * v.x;
+    }
+    return result;
+}
+
 /// `target -= transposed(a) * b`.
 inline void subtractTransposedProduct(Block& target, const Block& a, const Block& b) {
     for (std::size_t i = 0; i < 3; ++i) {

@@ -97,7 +97,8 @@ void expectTheGradientOfTheCost(const Articulation& body) {
                 step[node][axis] = -h;
                 problem.move(behind, step);
                 const double numeric =
-                    (moved.costOf(ahead, sightings) - moved.costOf(behind, sightings)) / (2 * h);
+                    (moved.evaluate(ahead, sightings) - moved.evaluate(behind, sightings)) /
+                    (2 * h);
                 const double scale = 1 + std::abs(numeric);
                 ASSERT_NEAR(-problem.gradient()[node][axis] / scale, numeric / scale, 1e-6)
                     << node << " " << axis;
