@@ -4,7 +4,7 @@
 #include <tarn_kit/solving/MarkerCalibrator.h>
 
 #include "files/NameList.h"
-#include "solving/BodyCalibration.h"
+#include "solving/calibration/BodyCalibration.h"
 
 #include <tarn/Character.h>
 #include <tarn_kit/body/Markers.h>

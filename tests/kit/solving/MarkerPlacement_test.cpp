@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "solving/MarkerPlacement.h"
+#include "solving/calibration/MarkerPlacement.h"
 
 #include "solving/PoseProblem.h"
 

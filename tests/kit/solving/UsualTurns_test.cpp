@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "solving/UsualTurns.h"
+#include "solving/calibration/UsualTurns.h"
 
 #include "kit/solving/SolvingTesting.h"
 #include "solving/BodyAssembly.h"

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "solving/BodyFit.h"
+#include "solving/calibration/BodyFit.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "solving/BodyCalibration.h"
+#include "solving/calibration/BodyCalibration.h"
 
 #include "solving/BodyAssembly.h"
-#include "solving/BodyFit.h"
-#include "solving/MarkerPlacement.h"
 #include "solving/PoseFit.h"
-#include "solving/SkinMotion.h"
-#include "solving/UsualTurns.h"
+#include "solving/calibration/BodyFit.h"
+#include "solving/calibration/MarkerPlacement.h"
+#include "solving/calibration/SkinMotion.h"
+#include "solving/calibration/UsualTurns.h"
 #include "solving/tracking/MarkerTracker.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: the tarn_sdk authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "solving/SkinMotion.h"
+#include "solving/calibration/SkinMotion.h"
 
 #include "solving/DenseMatrix.h"
 #include "solving/PoseProblem.h"

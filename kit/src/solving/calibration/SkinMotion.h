@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "solving/BodyFit.h"
+#include "solving/calibration/BodyFit.h"
 
 #include <vector>
 
