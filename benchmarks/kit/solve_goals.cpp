@@ -65,7 +65,7 @@ struct Errors {
 
 /// What is missed on the takes that come with the project: the back of a hand, which after a
 /// somersault is held as nowhere before, and of which one marker alone says how the wrist bends;
-/// and markers that the suit pulls along in the somersault, or an arm knocks off their places.
+/// and markers that the suit pulls along in the somersault, or that are pushed off their places.
 const std::vector<tarn_benchmark::KnownMiss>& knownMisses() {
     static const std::vector<tarn_benchmark::KnownMiss> all = {
         {"cmu_85_02.c3d, a marker left out, worst marker", 21.5},
@@ -166,7 +166,7 @@ LeftOut leaveOutEach(MarkerSolver& solver, const C3dTake& take, int first, int l
 }
 
 /// On the second half, which the body does not know, and on the whole take. What 95 % of a single
-/// marker's frames say also depends on where the take has that marker knocked off its place.
+/// marker's frames say also depends on where the take has that marker pushed off its place.
 void judgeLeavingOut(const std::string& name, MarkerSolver& solver, const C3dTake& take,
                      tarn_benchmark::GoalTally& goals) {
     const int end = take.frameCount - 1;

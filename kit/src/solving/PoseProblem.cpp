@@ -4,6 +4,7 @@
 #include "solving/PoseProblem.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 namespace tarn::kit {
@@ -382,6 +383,7 @@ const std::vector<Vector3d>& PoseProblem::step() {
 
 void PoseProblem::gradientOf(const std::vector<Vector3d>& misses,
                              std::vector<Vector3d>& rhs) const {
+    assert(body_.skin.empty());
     rhs = usualGradient_;
     for (std::size_t m = 0; m < body_.markers.size(); ++m) {
         if (weights_[m] > 0) {

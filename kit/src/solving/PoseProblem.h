@@ -64,7 +64,7 @@ public:
     /// The step that the factored equations ask for, node by node.
     const std::vector<Vector3d>& step();
     /// The right side of the normal equations, markers missing by `misses` in place of what was
-    /// evaluated.
+    /// evaluated. Precondition: the body has no skin.
     void gradientOf(const std::vector<Vector3d>& misses, std::vector<Vector3d>& rhs) const;
     /// Moves `stance` by a step.
     void move(Stance& stance, const std::vector<Vector3d>& step) const;
@@ -116,10 +116,10 @@ private:
     std::vector<Vector3d> origins_, places_, misses_;
     std::vector<double> weights_, trust_;
     std::vector<Load> loads_;
-    std::vector<Block> usualPull_; ///< what usual turns and limits add, in world axes
-    std::vector<Block> sharePull_; ///< what they add between a node and the one above it
-    std::vector<Vector3d> skinTurns_;
-    std::vector<SkinLoad> skinLoads_;
+    std::vector<Block> usualPull_;     ///< what usual turns and limits add, in world axes
+    std::vector<Block> sharePull_;     ///< what they add between a node and the one above it
+    std::vector<Vector3d> skinTurns_;  ///< by joint
+    std::vector<SkinLoad> skinLoads_;  ///< by joint
     std::vector<double> pullCounts_;   ///< of each marker: how many joints take it along
     std::vector<Vector3d> unusual_;    ///< turns of joints from their usual ones ...
     std::vector<Block> unusualChange_; ///< ... and how these change with the nodes

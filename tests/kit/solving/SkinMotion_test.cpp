@@ -110,6 +110,17 @@ TEST(SkinMotion, IsNotMadeOfNoise) {
     }
 }
 
+TEST(SkinMotion, IsLeftOutWhereItIsTooLittleToMatter) {
+    const Skinned known(200, 0.001);
+    Articulation body = known.bare;
+    learnSkinMotion(body, known.frames);
+    ASSERT_FALSE(body.skin.empty());
+    for (const SkinPull& pull : body.skin) {
+        EXPECT_EQ(pull.marker, known.marker);
+        EXPECT_EQ(pull.joint, known.shoulder);
+    }
+}
+
 TEST(SkinMotion, IsNotGuessedOfMarkersThatAreHardlySeen) {
     Skinned known(200);
     for (std::size_t f = 19; f < known.frames.size(); ++f) {

@@ -17,6 +17,8 @@ namespace tarn::kit {
 /// How skin takes a marker along as a joint is turned: the one of its segment, or one that hangs on
 /// that. Others are not heeded.
 struct SkinShift {
+    /// One of the body's, or "LeftForeArmTwist" and "RightForeArmTwist": the turn of a forearm
+    /// about itself, with which the hand goes.
     std::string joint;
     /// Metres in the segment's axes per radian from the joint's usual turn; turns of a radian and
     /// more count for less and less.
@@ -33,7 +35,7 @@ struct BodyMarker {
     double uncertainty = 0; ///< of the offset along each axis: one standard deviation, in metres
     double spread = 0.010;  ///< how far it commonly is from its place, along each axis, in metres
     double weight = 1;
-    std::vector<SkinShift> skin;
+    std::vector<SkinShift> skin; ///< empty for one that is fixed to its segment
 };
 
 /// How a joint was commonly turned while the performer was calibrated: what is assumed of it where
